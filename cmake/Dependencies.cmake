@@ -1,0 +1,17 @@
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+find_package(Boost 1.75 REQUIRED COMPONENTS json)
+pkg_check_modules(WEBKIT REQUIRED IMPORTED_TARGET webkitgtk-6.0>=2.40)
+pkg_check_modules(GTK REQUIRED IMPORTED_TARGET gtk4>=4.8)
+pkg_check_modules(CURL REQUIRED IMPORTED_TARGET libcurl>=7.85)
+pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET sqlite3)
+pkg_check_modules(SOUP REQUIRED IMPORTED_TARGET libsoup-3.0)
+
+# The toolkit's headers are not ours to keep free of warnings.
+foreach(dependency WEBKIT GTK CURL SQLITE SOUP)
+    get_target_property(directories PkgConfig::${dependency} INTERFACE_INCLUDE_DIRECTORIES)
+    if(directories)
+        set_target_properties(PkgConfig::${dependency} PROPERTIES
+            INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${directories}")
+    endif()
+endforeach()

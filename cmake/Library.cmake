@@ -1,0 +1,63 @@
+# The library, listed file by file. The objects are compiled once: the shared library and the tests of its insides both
+# link them.
+add_library(tqwb_objects OBJECT
+    bridge/AsyncResult.cpp
+    bridge/DWKWebView.cpp
+    bridge/InternalApis.cpp
+    bridge/JSBUtil.cpp
+    bridge/PercentEncoding.cpp
+    bridge/ScriptBatch.cpp
+    host/TQWBBridge.cpp
+    host/TQWBProtocols.cpp
+    host/TQWBWebView.cpp
+    navigation/NaviAddresses.cpp
+    navigation/TQWBNaviCache.cpp
+    navigation/TQWBNaviManager.cpp
+    platform/Foundation/NSClass.cpp
+    platform/Foundation/NSJSONSerialization.cpp
+    platform/Foundation/NSLog.cpp
+    platform/Foundation/NSNumberReading.cpp
+    platform/Foundation/NSObject.cpp
+    platform/WebKit/WKDelegates.cpp
+    platform/gtk/Dispatch.cpp
+    platform/gtk/NSDate.cpp
+    platform/gtk/NSLog.cpp
+    platform/gtk/NSOperationQueue.cpp
+    platform/gtk/NSURL.cpp
+    platform/gtk/NSURLSession.cpp
+    platform/gtk/NSUserDefaults.cpp
+    platform/gtk/UIImage.cpp
+    platform/gtk/UIProgressView.cpp
+    platform/gtk/UIScreen.cpp
+    platform/gtk/UIView.cpp
+    platform/gtk/WKWebView.cpp
+    session/ConferenceRequests.cpp
+    session/TQWhiteBoard.cpp
+)
+target_include_directories(tqwb_objects PUBLIC
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>"
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
+)
+target_compile_features(tqwb_objects PUBLIC cxx_std_20)
+target_compile_definitions(tqwb_objects PRIVATE TQWB_DEFAULT_NAVIGATION="${TQWB_DEFAULT_NAVIGATION}")
+target_link_libraries(tqwb_objects
+    PUBLIC Boost::json
+    PRIVATE
+        tqwb_options
+        PkgConfig::WEBKIT
+        PkgConfig::GTK
+        PkgConfig::CURL
+        PkgConfig::SQLITE
+        Threads::Threads
+)
+
+add_library(TQWhiteBoardLib SHARED)
+add_library(TQWhiteBoardLib::TQWhiteBoardLib ALIAS TQWhiteBoardLib)
+target_link_libraries(TQWhiteBoardLib PRIVATE tqwb_objects PUBLIC Boost::json)
+target_include_directories(TQWhiteBoardLib PUBLIC
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>"
+    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
+    "$<INSTALL_INTERFACE:include>"
+)
+target_compile_features(TQWhiteBoardLib PUBLIC cxx_std_20)
+set_target_properties(TQWhiteBoardLib PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "platform/Foundation/Export.h"
+#include "platform/Foundation/NSTypes.h"
+#include "platform/Foundation/WeakDelegate.h"
+
+namespace tq {
+
+/// Told what the user may do in the room. Every method is optional; all run on the main thread, before the page goes on.
+class TQWB_EXPORT TQWBPermissionProtocol {
+public:
+    virtual ~TQWBPermissionProtocol() = default;
+
+    /// @param status the page's own number for the new permission; 0 when it sent none.
+    virtual void onWBPermissionChange(NSInteger status);
+
+    /// Which of the methods a class has.
+    struct Methods {
+        bool onWBPermissionChange = false;
+    };
+    template <class Delegate> static constexpr Methods methodsOf()
+    {
+        using Protocol = TQWBPermissionProtocol;
+        return {
+            .onWBPermissionChange = !requires {
+                requires std::same_as<decltype(&Delegate::onWBPermissionChange),
+                    decltype(&Protocol::onWBPermissionChange)>;
+            },
+        };
+    }
+};
+
+} // namespace tq

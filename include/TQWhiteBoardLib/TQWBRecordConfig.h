@@ -1,0 +1,21 @@
+#pragma once
+
+#include "platform/Foundation/NSTypes.h"
+
+namespace tq {
+
+/// What it takes to replay a recorded room. Made empty and filled field by field.
+struct TQWBRecordConfig {
+    /// The application's key at the conference service.
+    OptionalText appKey;
+    /// The user's token. What follows its last "@", if anything, is a list of navigation addresses separated by ";".
+    OptionalText token;
+    /// The room that was recorded.
+    OptionalText roomId;
+    OptionalText userId;
+    OptionalText userName;
+    /// The recording's address.
+    OptionalText url;
+};
+
+} // namespace tq

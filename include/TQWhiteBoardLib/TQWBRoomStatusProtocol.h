@@ -1,0 +1,47 @@
+#pragma once
+
+#include "TQWBException.h"
+#include "platform/Foundation/Export.h"
+#include "platform/Foundation/WeakDelegate.h"
+#include "platform/UIKit/UIImage.h"
+
+#include <memory>
+
+namespace tq {
+
+/// Told what becomes of the room. Every method is optional; all run on the main thread, before the page goes on.
+class TQWB_EXPORT TQWBRoomStatusProtocol {
+public:
+    virtual ~TQWBRoomStatusProtocol() = default;
+
+    /// The user has left the room. The view may be destroyed from now on.
+    virtual void onWBRoomQuit();
+    /// The room has failed. The view may be destroyed from now on.
+    virtual void onWBRoomException(const TQWBException& exception);
+    /// A picture of the board has been taken.
+    /// @param image absent when what the page sent is no picture.
+    virtual void onWBCaptureEnd(const std::shared_ptr<UIImage>& image);
+
+    /// Which of the methods a class has.
+    struct Methods {
+        bool onWBRoomQuit = false;
+        bool onWBRoomException = false;
+        bool onWBCaptureEnd = false;
+    };
+    template <class Delegate> static constexpr Methods methodsOf()
+    {
+        using Protocol = TQWBRoomStatusProtocol;
+        return {
+            .onWBRoomQuit
+            = !requires { requires std::same_as<decltype(&Delegate::onWBRoomQuit), decltype(&Protocol::onWBRoomQuit)>; },
+            .onWBRoomException = !requires {
+                requires std::same_as<decltype(&Delegate::onWBRoomException), decltype(&Protocol::onWBRoomException)>;
+            },
+            .onWBCaptureEnd = !requires {
+                requires std::same_as<decltype(&Delegate::onWBCaptureEnd), decltype(&Protocol::onWBCaptureEnd)>;
+            },
+        };
+    }
+};
+
+} // namespace tq

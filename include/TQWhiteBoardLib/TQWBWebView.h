@@ -1,0 +1,70 @@
+#pragma once
+
+#include "DWKWebView.h"
+#include "TQWBPermissionProtocol.h"
+#include "TQWBRecordProtocol.h"
+#include "TQWBRoomStatusProtocol.h"
+#include "platform/UIKit/UIProgressView.h"
+
+#include <memory>
+
+namespace tq {
+
+/// The view in which a room's page runs. Make it, put it in a window, set its delegates and hand it to a `TQWhiteBoard`.
+/// Main thread only.
+///
+/// Once made, the view lives until its page reports that the room was quit or has failed, even when the application lets
+/// go of it.
+class TQWB_EXPORT TQWBWebView final : public DWKWebView, public WKNavigationDelegate {
+public:
+    /// @param frame the view is always wider than tall: the sides are swapped when they are not.
+    /// @param configuration altered in place; scripts that it held are dropped. Absent: the default one.
+    static std::shared_ptr<TQWBWebView> initWithFrame(
+        CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration);
+    explicit TQWBWebView(Token);
+    ~TQWBWebView() override;
+
+    /// Delegates are held weakly and set by their own class; a null pointer of that class takes one away.
+    template <DelegateOf<TQWBRoomStatusProtocol> Delegate>
+    void setRoomStatusDelegate(const std::shared_ptr<Delegate>& delegate)
+    {
+        m_roomStatusDelegate.set(delegate);
+    }
+    template <DelegateOf<TQWBRecordProtocol> Delegate> void setRecordDelegate(const std::shared_ptr<Delegate>& delegate)
+    {
+        m_recordDelegate.set(delegate);
+    }
+    template <DelegateOf<TQWBPermissionProtocol> Delegate>
+    void setPermisssionDelegate(const std::shared_ptr<Delegate>& delegate)
+    {
+        m_permisssionDelegate.set(delegate);
+    }
+    std::shared_ptr<TQWBRoomStatusProtocol> roomStatusDelegate() const { return m_roomStatusDelegate.get(); }
+    std::shared_ptr<TQWBRecordProtocol> recordDelegate() const { return m_recordDelegate.get(); }
+    std::shared_ptr<TQWBPermissionProtocol> permisssionDelegate() const { return m_permisssionDelegate.get(); }
+
+    /// The thin bar that shows how far the page has loaded.
+    const std::shared_ptr<UIProgressView>& progressView() const { return m_progressView; }
+
+    // The view as its own navigation delegate, which it is only when the application makes it so: the bar comes back for
+    // every load, and every server certificate is accepted. Other challenges are left without an answer.
+    void didStartProvisionalNavigation(WKWebView& webView, const WKNavigation& navigation) override;
+    void didReceiveAuthenticationChallenge(
+        WKWebView& webView, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion) override;
+
+    void observeValueForKeyPath(
+        std::string_view keyPath, NSObject* object, const boost::json::object& change, void* context) override;
+
+private:
+    friend class TQWBBridge;
+
+    void initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration) override;
+    void addProgressView();
+
+    WeakDelegate<TQWBRoomStatusProtocol> m_roomStatusDelegate;
+    WeakDelegate<TQWBRecordProtocol> m_recordDelegate;
+    WeakDelegate<TQWBPermissionProtocol> m_permisssionDelegate;
+    std::shared_ptr<UIProgressView> m_progressView;
+};
+
+} // namespace tq

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "DWKWebView.h"
+#include "TQWBException.h"
+#include "TQWBPermissionProtocol.h"
+#include "TQWBRecordConfig.h"
+#include "TQWBRecordProtocol.h"
+#include "TQWBRoomConfig.h"
+#include "TQWBRoomStatusProtocol.h"
+#include "TQWBWebView.h"
+#include "TQWhiteBoard.h"

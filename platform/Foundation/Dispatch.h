@@ -1,0 +1,21 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+
+namespace tq {
+
+/// Runs the task on the main thread at a later turn of its loop, never inside the caller. Any thread. An exception that
+/// leaves the task is logged and goes no further.
+void dispatchToMain(std::function<void()> task);
+
+/// The same, not before the delay has passed.
+void dispatchToMainAfter(std::chrono::milliseconds delay, std::function<void()> task);
+
+/// Whether the caller is on the thread that runs the main loop.
+bool isMainThread();
+
+/// Runs the task; an exception that leaves it is logged and goes no further.
+void runGuarded(const std::function<void()>& task);
+
+} // namespace tq

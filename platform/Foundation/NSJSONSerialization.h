@@ -1,0 +1,28 @@
+#pragma once
+
+#include "NSTypes.h"
+
+#include <string>
+#include <string_view>
+
+namespace tq {
+
+/// Reading and writing of JSON texts. Nesting deeper than 512 is an error on both ways.
+class NSJSONSerialization {
+public:
+    /// @param error receives the parser's message when the text is no JSON; may be null.
+    /// @returns the value, a top-level null included; absent after an error.
+    static OptionalValue JSONObjectWithData(std::string_view text, std::string* error = nullptr);
+
+    /// Compact JSON text; absent when the value cannot be written: neither a map nor a list at the top, a number that is
+    /// not finite, a text that is not UTF-8.
+    static OptionalText dataWithJSONObject(const boost::json::value& value);
+
+    /// Indented JSON text, one member a line; absent like the compact one.
+    static OptionalText prettyDataWithJSONObject(const boost::json::value& value);
+};
+
+/// Whether the bytes are UTF-8 as RFC 3629 has it.
+bool isUTF8(std::string_view bytes);
+
+} // namespace tq

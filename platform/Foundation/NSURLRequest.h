@@ -1,0 +1,45 @@
+#pragma once
+
+#include "NSTypes.h"
+#include "NSURL.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tq {
+
+/// Where an answer may come from.
+enum class NSURLRequestCachePolicy { UseProtocolCachePolicy, ReloadIgnoringLocalCacheData };
+
+/// One HTTP request, before it is sent.
+struct NSMutableURLRequest {
+    /// Absent: a request for nothing; loading it has no effect and sending it fails.
+    std::optional<NSURL> URL;
+    std::string HTTPMethod = "GET";
+    /// Sent in this order. A value with a line break or another control character makes the request fail unsent.
+    std::vector<std::pair<std::string, std::string>> headers;
+    OptionalText HTTPBody;
+    /// Seconds from start to the end of the answer.
+    double timeoutInterval = 60;
+    NSURLRequestCachePolicy cachePolicy = NSURLRequestCachePolicy::UseProtocolCachePolicy;
+
+    /// An absent value sends no such header; an empty one sends it empty.
+    void setValue(const OptionalText& value, std::string field)
+    {
+        if (value)
+            headers.emplace_back(std::move(field), *value);
+    }
+};
+
+/// The head of an answer.
+struct NSHTTPURLResponse {
+    std::string URL;
+    NSInteger statusCode = 0;
+
+    /// For the log.
+    std::string description() const;
+};
+
+} // namespace tq

@@ -1,0 +1,75 @@
+#pragma once
+
+#include "Export.h"
+#include "NSError.h"
+#include "NSOperationQueue.h"
+#include "NSTypes.h"
+#include "NSURLRequest.h"
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tq {
+
+/// What a session is owned by; it has no duties.
+class NSURLSessionDelegate {
+public:
+    virtual ~NSURLSessionDelegate() = default;
+};
+
+/// What sessions have in common.
+class TQWB_EXPORT NSURLSessionConfiguration {
+public:
+    /// The configuration that every session of the library uses.
+    static NSURLSessionConfiguration& defaultSessionConfiguration();
+
+    /// Certificates (PEM, one or more) that are trusted beside the system's own, for every transfer that starts afterwards
+    /// and for every page. Absent: the system's alone. Any thread.
+    /// @returns false, with nothing changed, when the text holds no usable certificate.
+    bool setExtraTrustAnchors(OptionalText pem);
+    OptionalText extraTrustAnchors() const;
+
+private:
+    NSURLSessionConfiguration() = default;
+};
+
+/// The outcome of a transfer: the answer's body (absent after an error), its head (absent when none came), and the error
+/// (absent when none happened). A body longer than 16 MiB is an error.
+using NSURLCompletion = std::function<void(
+    OptionalText data, const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error)>;
+
+/// Makes transfers over HTTP and HTTPS. A redirection is followed within the same origin only; one that leads elsewhere is
+/// an error, so that headers and body never travel to another host.
+class NSURLSession {
+public:
+    /// One transfer.
+    class DataTask {
+    public:
+        /// Starts it. The completion runs once, on the session's queue, never inside this call.
+        void resume();
+
+    private:
+        friend class NSURLSession;
+        struct Impl;
+        explicit DataTask(std::shared_ptr<Impl> impl);
+        std::shared_ptr<Impl> m_impl;
+    };
+
+    /// @param delegate held until the session has been invalidated and its last task is done.
+    /// @param queue runs the completions.
+    static std::shared_ptr<NSURLSession> sessionWithConfiguration(const NSURLSessionConfiguration& configuration,
+        std::shared_ptr<NSURLSessionDelegate> delegate, std::shared_ptr<NSOperationQueue> queue);
+
+    DataTask dataTaskWithRequest(NSMutableURLRequest request, NSURLCompletion completion);
+    /// No more tasks; the session ends with those it has.
+    void finishTasksAndInvalidate();
+
+private:
+    struct Impl;
+    explicit NSURLSession(std::shared_ptr<Impl> impl);
+    std::shared_ptr<Impl> m_impl;
+};
+
+} // namespace tq

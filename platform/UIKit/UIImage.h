@@ -1,0 +1,34 @@
+#pragma once
+
+#include "../Foundation/Export.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace tq {
+
+/// A picture, immutable and safe to hold on any thread.
+class TQWB_EXPORT UIImage {
+public:
+    /// Decodes an encoded picture (PNG, JPEG, TIFF).
+    /// @returns absent when the bytes are no usable picture.
+    static std::shared_ptr<UIImage> imageWithData(std::string_view bytes);
+
+    ~UIImage();
+    UIImage(const UIImage&) = delete;
+    UIImage& operator=(const UIImage&) = delete;
+
+    /// In pixels.
+    int width() const;
+    int height() const;
+    /// The picture as a PNG file's bytes.
+    std::string pngRepresentation() const;
+
+private:
+    struct Impl;
+    explicit UIImage(std::unique_ptr<Impl> impl);
+    std::unique_ptr<Impl> m_impl;
+};
+
+} // namespace tq

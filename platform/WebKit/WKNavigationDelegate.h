@@ -1,0 +1,86 @@
+#pragma once
+
+#include "../Foundation/Export.h"
+#include "../Foundation/NSTypes.h"
+#include "../Foundation/WeakDelegate.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace tq {
+
+class WKWebView;
+
+inline constexpr std::string_view NSURLAuthenticationMethodServerTrust = "NSURLAuthenticationMethodServerTrust";
+inline constexpr std::string_view NSURLAuthenticationMethodHTTPBasic = "NSURLAuthenticationMethodHTTPBasic";
+inline constexpr std::string_view NSURLAuthenticationMethodHTTPDigest = "NSURLAuthenticationMethodHTTPDigest";
+inline constexpr std::string_view NSURLAuthenticationMethodClientCertificate
+    = "NSURLAuthenticationMethodClientCertificate";
+
+/// One load of a page; a mere token.
+struct WKNavigation { };
+
+/// A server's certificate, as the port keeps it.
+class SecTrust;
+
+/// Who asks to be trusted, or to be told who the user is.
+struct NSURLProtectionSpace {
+    std::string_view authenticationMethod;
+    std::string host;
+    /// The certificate in question; absent unless the method is server trust.
+    std::shared_ptr<SecTrust> serverTrust;
+};
+
+struct NSURLAuthenticationChallenge {
+    NSURLProtectionSpace protectionSpace;
+};
+
+enum class NSURLSessionAuthChallengeDisposition {
+    UseCredential = 0,
+    PerformDefaultHandling = 1,
+    CancelAuthenticationChallenge = 2
+};
+
+/// What answers a challenge.
+struct NSURLCredential {
+    static NSURLCredential initWithTrust(std::shared_ptr<SecTrust> trust) { return {std::move(trust)}; }
+
+    std::shared_ptr<SecTrust> trust;
+};
+
+/// Follows the loads of a view. Every method is optional; all run on the main thread.
+class TQWB_EXPORT WKNavigationDelegate {
+public:
+    using ChallengeCompletion
+        = std::function<void(NSURLSessionAuthChallengeDisposition, std::optional<NSURLCredential>)>;
+
+    virtual ~WKNavigationDelegate() = default;
+
+    /// A load has begun.
+    virtual void didStartProvisionalNavigation(WKWebView& webView, const WKNavigation& navigation);
+
+    /// The page's server asks for a decision: its certificate is not trusted, or it wants to know the user. A class without
+    /// this method gets the engine's own handling, which refuses untrusted certificates.
+    /// @param completion may be kept and called later, once.
+    virtual void didReceiveAuthenticationChallenge(
+        WKWebView& webView, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion);
+
+    /// Which of the methods a class has.
+    struct Methods {
+        bool didStartProvisionalNavigation = false;
+        bool didReceiveAuthenticationChallenge = false;
+    };
+    template <class Delegate> static constexpr Methods methodsOf()
+    {
+        return { .didStartProvisionalNavigation
+            = !requires { requires std::same_as<decltype(&Delegate::didStartProvisionalNavigation),
+                              decltype(&WKNavigationDelegate::didStartProvisionalNavigation)>; },
+            .didReceiveAuthenticationChallenge
+            = !requires { requires std::same_as<decltype(&Delegate::didReceiveAuthenticationChallenge),
+                              decltype(&WKNavigationDelegate::didReceiveAuthenticationChallenge)>; } };
+    }
+};
+
+} // namespace tq

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tq {
+
+/// When a user script runs.
+enum class WKUserScriptInjectionTime { AtDocumentStart = 0, AtDocumentEnd = 1 };
+
+/// Which frames a user script runs in.
+enum class WKUserScriptFrames { All, MainFrameOnly };
+
+/// A script that runs in every page of a view.
+struct WKUserScript {
+    std::string source;
+    WKUserScriptInjectionTime injectionTime = WKUserScriptInjectionTime::AtDocumentStart;
+    WKUserScriptFrames frames = WKUserScriptFrames::All;
+
+    bool operator==(const WKUserScript&) const = default;
+};
+
+/// The user scripts of a view, in the order in which they were added. Complete it before the view is made.
+class WKUserContentController {
+public:
+    void addUserScript(WKUserScript script) { m_userScripts.push_back(std::move(script)); }
+    const std::vector<WKUserScript>& userScripts() const { return m_userScripts; }
+
+private:
+    std::vector<WKUserScript> m_userScripts;
+};
+
+} // namespace tq

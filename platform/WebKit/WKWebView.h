@@ -1,0 +1,106 @@
+#pragma once
+
+#include "../Foundation/Export.h"
+#include "../Foundation/NSObject.h"
+#include "../Foundation/NSURLRequest.h"
+#include "../UIKit/CGGeometry.h"
+#include "../UIKit/UIColor.h"
+#include "../UIKit/UIScrollView.h"
+#include "WKNavigationDelegate.h"
+#include "WKUIDelegate.h"
+#include "WKWebViewConfiguration.h"
+
+#include <memory>
+#include <string_view>
+
+namespace tq {
+
+class UIView;
+
+/// A view that shows a web page. Made and used on the main thread only; the last reference may be dropped on any thread,
+/// the view is then destroyed on the main thread.
+class TQWB_EXPORT WKWebView : public NSObject, public std::enable_shared_from_this<WKWebView> {
+public:
+    ~WKWebView() override;
+
+    const CGRect& frame() const { return m_frame; }
+    const std::shared_ptr<WKWebViewConfiguration>& configuration() const { return m_configuration; }
+
+    /// Loads a page. A request without an address has no effect.
+    void loadRequest(const NSMutableURLRequest& request);
+    /// Runs a script in the page, at once and without an answer. Scripts run in the order of the calls; one that is sent
+    /// before the first page is lost.
+    void evaluateJavaScript(std::string_view script);
+    /// The page's address; absent before the first page.
+    OptionalText URL() const;
+    /// How much of the page has arrived, from 0 to 1.
+    double estimatedProgress() const;
+
+    /// Registers for changes of a property; only "estimatedProgress" changes observably.
+    /// @param observer not held: it must remove itself before it goes.
+    void addObserver(NSObject* observer, std::string_view keyPath, void* context);
+    void removeObserver(NSObject* observer, std::string_view keyPath);
+
+    /// The user interface's delegate, held weakly. The view itself may be its own.
+    template <DelegateOf<WKUIDelegate> Delegate> void setUIDelegate(const std::shared_ptr<Delegate>& delegate)
+    {
+        m_uiDelegate.set(delegate);
+    }
+    /// The navigation delegate, held weakly. The view itself may be its own.
+    template <DelegateOf<WKNavigationDelegate> Delegate>
+    void setNavigationDelegate(const std::shared_ptr<Delegate>& delegate)
+    {
+        m_navigationDelegate.set(delegate);
+    }
+    std::shared_ptr<WKUIDelegate> UIDelegate() const { return m_uiDelegate.get(); }
+    std::shared_ptr<WKNavigationDelegate> navigationDelegate() const { return m_navigationDelegate.get(); }
+
+    /// Replaces the whole user agent text of every request.
+    void setCustomUserAgent(const std::string& userAgent);
+    void setBackgroundColor(UIColor color);
+    UIColor tintColor() const { return m_tintColor; }
+    void setTintColor(UIColor color) { m_tintColor = color; }
+    const UIScrollView& scrollView() const { return m_scrollView; }
+    void setScrollView(const UIScrollView& scrollView);
+
+    void addSubview(const std::shared_ptr<UIView>& view);
+    void bringSubviewToFront(const std::shared_ptr<UIView>& view);
+
+    /// The port's own object behind the view (for GTK a `GtkWidget*`), owned by the view.
+    void* nativeHandle() const;
+
+protected:
+    /// Only `make` has one to give, so that every view is made by it.
+    class Token {
+        friend class WKWebView;
+        Token() = default;
+    };
+    explicit WKWebView(Token);
+
+    /// Makes the platform's view. A class that overrides it calls its base's.
+    virtual void initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration);
+
+    /// Makes a view of the class and initialises it; every view comes from here.
+    /// @param configuration absent: the default one.
+    template <class View>
+    static std::shared_ptr<View> make(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration)
+    {
+        std::shared_ptr<View> view(new View(Token()), [](View* pointer) { destroyOnMainThread(pointer); });
+        view->initialize(frame, configuration ? std::move(configuration) : std::make_shared<WKWebViewConfiguration>());
+        return view;
+    }
+
+private:
+    static void destroyOnMainThread(WKWebView* view);
+
+    struct Impl;
+    CGRect m_frame;
+    std::shared_ptr<WKWebViewConfiguration> m_configuration;
+    WeakDelegate<WKUIDelegate> m_uiDelegate;
+    WeakDelegate<WKNavigationDelegate> m_navigationDelegate;
+    UIScrollView m_scrollView;
+    UIColor m_tintColor = UIColor::systemBlueColor();
+    std::unique_ptr<Impl> m_impl;
+};
+
+} // namespace tq
