@@ -14,11 +14,16 @@ add_library(tqwb_objects OBJECT
     navigation/TQWBNaviCache.cpp
     navigation/TQWBNaviManager.cpp
     platform/Foundation/NSClass.cpp
+    platform/Foundation/NSData.cpp
     platform/Foundation/NSJSONSerialization.cpp
     platform/Foundation/NSLog.cpp
     platform/Foundation/NSNumberReading.cpp
     platform/Foundation/NSObject.cpp
+    platform/UIKit/ImageSize.cpp
     platform/WebKit/WKDelegates.cpp
+    platform/gtk/CurlErrors.cpp
+    platform/gtk/CurlTransfer.cpp
+    platform/gtk/DefaultsDatabase.cpp
     platform/gtk/Dispatch.cpp
     platform/gtk/NSDate.cpp
     platform/gtk/NSLog.cpp
@@ -31,15 +36,19 @@ add_library(tqwb_objects OBJECT
     platform/gtk/UIScreen.cpp
     platform/gtk/UIView.cpp
     platform/gtk/WKWebView.cpp
+    platform/gtk/WKWebViewDialogs.cpp
+    platform/gtk/WKWebViewTrust.cpp
     session/ConferenceRequests.cpp
+    session/ServiceAnswer.cpp
     session/TQWhiteBoard.cpp
 )
+configure_file(session/DefaultNavigation.h.in "${PROJECT_BINARY_DIR}/generated/DefaultNavigation.h" @ONLY)
+target_include_directories(tqwb_objects PRIVATE "${PROJECT_BINARY_DIR}/generated")
 target_include_directories(tqwb_objects PUBLIC
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>"
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
 )
 target_compile_features(tqwb_objects PUBLIC cxx_std_20)
-target_compile_definitions(tqwb_objects PRIVATE TQWB_DEFAULT_NAVIGATION="${TQWB_DEFAULT_NAVIGATION}")
 target_link_libraries(tqwb_objects
     PUBLIC Boost::json
     PRIVATE

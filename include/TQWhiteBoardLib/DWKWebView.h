@@ -70,6 +70,7 @@ private:
     std::shared_ptr<NSObject> objectForNamespace(std::string_view nameSpace) const;
     OptionalText answer(std::string_view methodName, std::optional<std::string_view> argumentMessage);
     void reportMissingMethod(std::string_view methodName);
+    void queueScript(std::string_view script);
 
     mutable std::mutex m_registryMutex;
     std::map<std::string, std::shared_ptr<NSObject>, std::less<>> m_javaScriptNamespaceInterfaces;

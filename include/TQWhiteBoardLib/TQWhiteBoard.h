@@ -91,10 +91,11 @@ public:
 private:
     explicit TQWhiteBoard(std::shared_ptr<TQWBWebView> webView);
 
-    struct Texts;
     void withNavigation(const OptionalText& appKey, const OptionalText& token, TQWBFailure error,
         std::function<void(TQWhiteBoard&)> next);
     void setNaviData(const OptionalText& appKey, const OptionalText& token);
+    void setRoomConfig(std::shared_ptr<TQWBRoomConfig> config);
+    void dropWebView();
 
     mutable std::mutex m_mutex;
     std::shared_ptr<TQWBWebView> m_webView;

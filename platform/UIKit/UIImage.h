@@ -11,8 +11,8 @@ namespace tq {
 /// A picture, immutable and safe to hold on any thread.
 class TQWB_EXPORT UIImage {
 public:
-    /// Decodes an encoded picture (PNG, JPEG, TIFF).
-    /// @returns absent when the bytes are no usable picture.
+    /// Decodes a PNG or JPEG picture.
+    /// @returns absent when the bytes are no such picture, or one of more than 64 megapixels.
     static std::shared_ptr<UIImage> imageWithData(std::string_view bytes);
 
     ~UIImage();

@@ -58,6 +58,7 @@ public:
     /// Replaces the whole user agent text of every request.
     void setCustomUserAgent(const std::string& userAgent);
     void setBackgroundColor(UIColor color);
+    /// The colour of the engine's own controls, where the port has any.
     UIColor tintColor() const { return m_tintColor; }
     void setTintColor(UIColor color) { m_tintColor = color; }
     const UIScrollView& scrollView() const { return m_scrollView; }
@@ -82,15 +83,20 @@ protected:
 
     /// Makes a view of the class and initialises it; every view comes from here.
     /// @param configuration absent: the default one.
+    /// @returns absent, with a log line, when there is no display to show a view on.
     template <class View>
     static std::shared_ptr<View> make(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration)
     {
+        if (!isDisplayAvailable())
+            return nullptr;
         std::shared_ptr<View> view(new View(Token()), [](View* pointer) { destroyOnMainThread(pointer); });
-        view->initialize(frame, configuration ? std::move(configuration) : std::make_shared<WKWebViewConfiguration>());
+        static_cast<WKWebView&>(*view).initialize(
+            frame, configuration ? std::move(configuration) : std::make_shared<WKWebViewConfiguration>());
         return view;
     }
 
 private:
+    static bool isDisplayAvailable();
     static void destroyOnMainThread(WKWebView* view);
 
     struct Impl;

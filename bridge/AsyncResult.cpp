@@ -1,0 +1,65 @@
+#include "AsyncResult.h"
+
+#include "JSBUtil.h"
+#include "PercentEncoding.h"
+#include "TQWhiteBoardLib/DWKWebView.h"
+#include "platform/Foundation/NSLog.h"
+
+#include <boost/json/object.hpp>
+
+namespace tq {
+
+AsyncResult::AsyncResult(std::shared_ptr<DWKWebView> view, std::string callbackName)
+    : m_view(std::move(view))
+    , m_callbackName(std::move(callbackName))
+    , m_result(boost::json::object {{"code", -1}, {"data", ""}})
+{
+}
+
+void AsyncResult::deliver(OptionalValue value, Complete complete)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        auto& result = m_result.get_object();
+        result["code"] = 0;
+        if (value)
+            result["data"] = std::move(*value);
+    }
+    if (!isCallable(m_callbackName)) {
+        NSLog("Js bridge: a result is dropped, since the page's callback name is not an identifier");
+        return;
+    }
+    std::string script = "try {" + m_callbackName + "(JSON.parse(decodeURIComponent(\"";
+    script += percentEncoded(message());
+    script += "\")).data);";
+    if (complete == Complete::Yes)
+        script += "delete window." + m_callbackName;
+    script += "; } catch(e){};";
+    m_view->queueScript(script);
+}
+
+std::string AsyncResult::message() const
+{
+    const std::lock_guard lock(m_mutex);
+    return JSBUtil::objToJsonString(m_result);
+}
+
+bool AsyncResult::isCallable(std::string_view callbackName)
+{
+    bool atStart = true;
+    for (const char character : callbackName) {
+        if (character == '.' && !atStart) {
+            atStart = true;
+            continue;
+        }
+        const bool isLetter = (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z')
+            || character == '_' || character == '$';
+        const bool isDigit = character >= '0' && character <= '9';
+        if (!isLetter && (!isDigit || atStart))
+            return false;
+        atStart = false;
+    }
+    return !atStart;
+}
+
+} // namespace tq

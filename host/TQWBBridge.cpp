@@ -1,0 +1,119 @@
+#include "TQWBBridge.h"
+
+#include "TQWhiteBoardLib/TQWBWebView.h"
+#include "platform/Foundation/NSData.h"
+#include "platform/Foundation/NSLog.h"
+#include "platform/Foundation/NSNumberReading.h"
+
+namespace tq {
+
+namespace {
+
+bool isEmpty(const OptionalValue& argument)
+{
+    const auto* map = argument ? argument->if_object() : nullptr;
+    return !map || map->empty();
+}
+
+} // namespace
+
+const NSClass& TQWBBridge::staticClass()
+{
+    static const NSClass table("TQWBBridge", &NSObject::staticClass(),
+        {
+            {"onRecordStart:", &TQWBBridge::onRecordStart},
+            {"onRecordEnd:", &TQWBBridge::onRecordEnd},
+            {"onStatusChange:", &TQWBBridge::onStatusChange},
+            {"onRoomQuited:", &TQWBBridge::onRoomQuited},
+            {"onRoomException:", &TQWBBridge::onRoomException},
+            {"onLoadStart:", &TQWBBridge::onLoadStart},
+            {"onLoadEnd:", &TQWBBridge::onLoadEnd},
+            {"onCaptureEnd:", &TQWBBridge::onCaptureEnd},
+        });
+    return table;
+}
+
+OptionalValue TQWBBridge::onRecordStart(OptionalValue)
+{
+    NSLog("[TQ:Log] onRecordStart");
+    if (auto delegate = m_webView ? m_webView->m_recordDelegate.respondingTo(
+                            &TQWBRecordProtocol::Methods::onWBRecordStart)
+                                  : nullptr)
+        delegate->onWBRecordStart();
+    return "onRecordStart";
+}
+
+OptionalValue TQWBBridge::onRecordEnd(OptionalValue argument)
+{
+    NSLog("[TQ:Log] onRecordEnd：" + describe(argument));
+    if (auto delegate
+        = m_webView ? m_webView->m_recordDelegate.respondingTo(&TQWBRecordProtocol::Methods::onWBRecordEnd) : nullptr)
+        delegate->onWBRecordEnd(textValue(memberOf(argument, "url")));
+    return "onRecordEnd";
+}
+
+OptionalValue TQWBBridge::onStatusChange(OptionalValue argument)
+{
+    NSLog("[TQ:Log] onStatusChange：" + describe(argument));
+    if (auto delegate = m_webView ? m_webView->m_permisssionDelegate.respondingTo(
+                            &TQWBPermissionProtocol::Methods::onWBPermissionChange)
+                                  : nullptr)
+        delegate->onWBPermissionChange(intValue(memberOf(argument, "status")));
+    return "onStatusChange";
+}
+
+OptionalValue TQWBBridge::onRoomQuited(OptionalValue)
+{
+    NSLog("[TQ:Log] onRoomQuited");
+    if (auto delegate = m_webView ? m_webView->m_roomStatusDelegate.respondingTo(
+                            &TQWBRoomStatusProtocol::Methods::onWBRoomQuit)
+                                  : nullptr)
+        delegate->onWBRoomQuit();
+    m_webView.reset();
+    return "onRoomQuited";
+}
+
+OptionalValue TQWBBridge::onRoomException(OptionalValue argument)
+{
+    NSLog("[TQ:Log] onRoomException：" + describe(argument));
+    if (auto delegate = m_webView && !isEmpty(argument) ? m_webView->m_roomStatusDelegate.respondingTo(
+                            &TQWBRoomStatusProtocol::Methods::onWBRoomException)
+                                                        : nullptr)
+        delegate->onWBRoomException(
+            {.code = integerValue(memberOf(argument, "code")), .msg = textValue(memberOf(argument, "msg"))});
+    m_webView.reset();
+    return "onRoomException";
+}
+
+OptionalValue TQWBBridge::onLoadStart(OptionalValue)
+{
+    NSLog("[TQ:Log] onLoadStart");
+    return "onLoadStart";
+}
+
+OptionalValue TQWBBridge::onLoadEnd(OptionalValue)
+{
+    NSLog("[TQ:Log] onLoadEnd");
+    return "onLoadEnd";
+}
+
+OptionalValue TQWBBridge::onCaptureEnd(OptionalValue argument)
+{
+    NSLog("[TQ:Log] onCaptureEnd");
+    auto delegate = m_webView
+        ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBCaptureEnd)
+        : nullptr;
+    if (!delegate)
+        return "onCaptureEnd";
+    const auto* data = memberOf(argument, "data");
+    const auto* text = data ? data->if_string() : nullptr;
+    if (text && !text->empty()) {
+        const auto bytes = bytesFromBase64(*text);
+        delegate->onWBCaptureEnd(bytes ? UIImage::imageWithData(*bytes) : nullptr);
+    } else {
+        NSLog("[TQ:Log] onCaptureEnd Error, base64String is nil");
+    }
+    return "onCaptureEnd";
+}
+
+} // namespace tq

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "platform/Foundation/NSObject.h"
+
+#include <memory>
+
+namespace tq {
+
+class TQWBWebView;
+
+/// Answers the events that a room's page reports and hands them to the view's delegates. Main thread, but for its
+/// destruction.
+///
+/// It holds its view, which holds it: the two keep each other alive until the page reports that the room was quit or has
+/// failed. Afterwards events are still logged and answered, and reach no delegate.
+class TQWBBridge final : public NSObject {
+public:
+    static const NSClass& staticClass();
+    const NSClass& objectClass() const override { return staticClass(); }
+
+    const std::shared_ptr<TQWBWebView>& webView() const { return m_webView; }
+    void setWebView(std::shared_ptr<TQWBWebView> webView) { m_webView = std::move(webView); }
+
+    // What the page calls. Each returns its own name.
+    OptionalValue onRecordStart(OptionalValue argument);
+    OptionalValue onRecordEnd(OptionalValue argument);
+    OptionalValue onStatusChange(OptionalValue argument);
+    OptionalValue onRoomQuited(OptionalValue argument);
+    OptionalValue onRoomException(OptionalValue argument);
+    OptionalValue onLoadStart(OptionalValue argument);
+    OptionalValue onLoadEnd(OptionalValue argument);
+    OptionalValue onCaptureEnd(OptionalValue argument);
+
+private:
+    std::shared_ptr<TQWBWebView> m_webView;
+};
+
+} // namespace tq

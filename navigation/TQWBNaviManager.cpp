@@ -1,0 +1,149 @@
+#include "TQWBNaviManager.h"
+
+#include "NaviAddresses.h"
+#include "platform/Foundation/NSJSONSerialization.h"
+#include "platform/Foundation/NSLog.h"
+#include "platform/Foundation/NSNumberReading.h"
+
+#include <utility>
+
+namespace tq {
+
+namespace {
+
+OptionalText decoded(const std::string& bytes) { return isUTF8(bytes) ? OptionalText(bytes) : std::nullopt; }
+
+std::string codeAndStatus(NSInteger code, NSInteger status)
+{
+    return "code = " + std::to_string(code) + ", responseCode = " + std::to_string(status) + ".";
+}
+
+std::string errorDescription(const std::optional<NSError>& error)
+{
+    if (!error)
+        return std::string(kAbsentText);
+    return "Error Domain=" + error->domain + " Code=" + std::to_string(error->code) + " \""
+        + error->localizedDescription + "\"";
+}
+
+NSMutableURLRequest naviRequest(const std::optional<NSURL>& navi, const OptionalText& appKey,
+    const OptionalText& token, const OptionalText& version, double timeout)
+{
+    NSMutableURLRequest request {.URL = navi,
+        .HTTPMethod = "POST",
+        .timeoutInterval = timeout,
+        .cachePolicy = NSURLRequestCachePolicy::ReloadIgnoringLocalCacheData};
+    request.setValue("application/x-www-form-urlencoded", "Content-Type");
+    request.setValue(appKey, "appId");
+    request.HTTPBody
+        = "token=" + std::string(describe(token)) + "&v=" + std::string(describe(version)) + "&p=iOS";
+    return request;
+}
+
+// The refusal is the crosswise pair; equal numbers are an ordinary failure.
+bool isRefusal(NSInteger status, NSInteger code) { return (status == 401 && code == 403) || (status == 403 && code == 401); }
+
+} // namespace
+
+const std::shared_ptr<TQWBNaviManager>& TQWBNaviManager::sharedInstance()
+{
+    static const auto& instance = *new std::shared_ptr<TQWBNaviManager>(new TQWBNaviManager);
+    return instance;
+}
+
+std::optional<TQWBNaviManager::URLList> TQWBNaviManager::getAllNaviURLS(
+    const OptionalText& token, const std::optional<std::vector<std::string>>& naviArr)
+{
+    const auto servers = allNaviServers(token, naviArr);
+    if (!servers)
+        return std::nullopt;
+    URLList urls;
+    for (const auto& server : *servers)
+        urls.push_back(NSURL::URLWithString(server));
+    return urls;
+}
+
+void TQWBNaviManager::requestNavis(const std::optional<URLList>& navis, const OptionalText& appKey,
+    const OptionalText& token, const OptionalText& version, double timeout, NaviSuccess success, NaviFailure failure)
+{
+    if (!navis || navis->empty()) {
+        if (failure)
+            failure(TQWBNaviCodeInvalidUrl, "", "invalid navi url");
+        return;
+    }
+    walk(std::make_shared<const URLList>(*navis), 0, appKey, token, version, timeout, std::move(success),
+        std::move(failure));
+}
+
+void TQWBNaviManager::walk(std::shared_ptr<const URLList> navis, std::size_t index, const OptionalText& appKey,
+    const OptionalText& token, const OptionalText& version, double timeout, NaviSuccess success, NaviFailure failure)
+{
+    const auto& navi = (*navis)[index];
+    auto next = [this, navis, index, appKey, token, version, timeout, success, failure = std::move(failure)](
+                    NSUInteger code, const OptionalText& body, const std::string& description) {
+        if (code != TQWBNaviCodeUnauthorized && index + 1 < navis->size())
+            walk(navis, index + 1, appKey, token, version, timeout, success, failure);
+        else if (failure)
+            failure(code, body, description);
+    };
+    requestNavi(navi, appKey, token, version, timeout, success, std::move(next));
+}
+
+void TQWBNaviManager::requestNavi(const std::optional<NSURL>& navi, const OptionalText& appKey,
+    const OptionalText& token, const OptionalText& version, double timeout, NaviSuccess success, NaviFailure failure)
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_lastAttempt = {navi, appKey, token, version, timeout};
+    }
+    auto session = NSURLSession::sessionWithConfiguration(
+        NSURLSessionConfiguration::defaultSessionConfiguration(), sharedInstance(), NSOperationQueue::mainQueue());
+    auto task = session->dataTaskWithRequest(naviRequest(navi, appKey, token, version, timeout),
+        [this, appKey, token, success = std::move(success), failure = std::move(failure)](const OptionalText& data,
+            const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error) {
+            const NSInteger status = response ? response->statusCode : 0;
+            if (status != 200)
+                NSLog("[TQ:Log] response:" + (response ? response->description() : std::string(kAbsentText))
+                    + ", error:" + errorDescription(error));
+            completionWithAppKey(appKey, token, error ? std::nullopt : data, status, error, success, failure);
+        });
+    task.resume();
+    session->finishTasksAndInvalidate();
+}
+
+void TQWBNaviManager::completionWithAppKey(const OptionalText& appKey, const OptionalText& token,
+    const OptionalText& data, NSInteger responseCode, const std::optional<NSError>& httpError,
+    const NaviSuccess& success, const NaviFailure& failure)
+{
+    if (!data) {
+        if (failure)
+            failure(TQWBNaviCodeRequestFailed, std::nullopt, httpError ? httpError->localizedDescription : "");
+        return;
+    }
+    auto answer = NSJSONSerialization::JSONObjectWithData(*data);
+    const auto code = integerValue(memberOf(answer, "code"));
+    const bool isComplete = memberOf(answer, "iwbLeaseUri") && memberOf(answer, "iwbConferenceUri");
+    if (responseCode == 200 && isComplete) {
+        const bool isSaved = saveNavi(std::move(answer->get_object()), appKey, token);
+        if (success)
+            success(isSaved);
+        return;
+    }
+    if (!failure)
+        return;
+    if (responseCode == 200)
+        failure(TQWBNaviCodeAnswerIncomplete, decoded(*data), codeAndStatus(code, responseCode));
+    else if (isRefusal(responseCode, code))
+        failure(TQWBNaviCodeUnauthorized, decoded(*data), codeAndStatus(code, responseCode));
+    else
+        failure(TQWBNaviCodeRequestFailed, decoded(*data),
+            "responseCode = " + std::to_string(responseCode) + ".");
+}
+
+TQWBNaviManager::Attempt TQWBNaviManager::lastAttempt() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_lastAttempt;
+}
+
+} // namespace tq

@@ -1,0 +1,111 @@
+#pragma once
+
+#include "TQWBNaviDataInfo.h"
+#include "platform/Foundation/NSError.h"
+#include "platform/Foundation/NSObject.h"
+#include "platform/Foundation/NSTypes.h"
+#include "platform/Foundation/NSURL.h"
+#include "platform/Foundation/NSURLSession.h"
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tq {
+
+/// Codes of failed navigation.
+enum TQWBNaviCode : NSUInteger {
+    /// There is no address to ask.
+    TQWBNaviCodeInvalidUrl = static_cast<NSUInteger>(-1),
+    /// The server refused the token; no other one is asked.
+    TQWBNaviCodeUnauthorized = 100010,
+    /// The server could not be reached, or answered another status than 200.
+    TQWBNaviCodeRequestFailed = 300003,
+    /// The answer lacks an address of the service.
+    TQWBNaviCodeAnswerIncomplete = 300004,
+};
+
+/// Told that an answer came, and whether it was stored.
+using NaviSuccess = std::function<void(bool isSaved)>;
+/// Told what went wrong: a code, the answer's body as text (absent when there is none), and a sentence for the log.
+using NaviFailure = std::function<void(NSUInteger code, const OptionalText& body, const std::string& description)>;
+
+/// Finds the conference service through navigation servers, and remembers the last good answer of every pair of application
+/// key and token.
+///
+/// Any thread. Callbacks run on the main thread, but for the failure of an empty list of addresses, which is told at once
+/// to the caller. Overlapping requests run side by side.
+class TQWBNaviManager final : public NSObject, public NSURLSessionDelegate {
+public:
+    /// A list of addresses; an entry is absent where the text was no valid address.
+    using URLList = std::vector<std::optional<NSURL>>;
+
+    /// The one manager of the process.
+    static const std::shared_ptr<TQWBNaviManager>& sharedInstance();
+
+    /// The addresses to ask: those that the token carries after its last "@", then the defaults.
+    /// @returns absent when there are no defaults.
+    static std::optional<URLList> getAllNaviURLS(
+        const OptionalText& token, const std::optional<std::vector<std::string>>& naviArr);
+
+    /// Asks the addresses one after the other until one gives a good answer, and stores that.
+    /// @param timeout of each attempt, in seconds.
+    void requestNavis(const std::optional<URLList>& navis, const OptionalText& appKey, const OptionalText& token,
+        const OptionalText& version, double timeout, NaviSuccess success, NaviFailure failure);
+    /// Asks one address.
+    void requestNavi(const std::optional<NSURL>& navi, const OptionalText& appKey, const OptionalText& token,
+        const OptionalText& version, double timeout, NaviSuccess success, NaviFailure failure);
+    /// Interprets an answer.
+    void completionWithAppKey(const OptionalText& appKey, const OptionalText& token, const OptionalText& data,
+        NSInteger responseCode, const std::optional<NSError>& httpError, const NaviSuccess& success,
+        const NaviFailure& failure);
+
+    /// Whether nothing is stored for the pair, or what is stored has become too old (more than two hours).
+    bool needRequestNavi(const OptionalText& appKey, const OptionalText& token) const;
+    /// What is stored for the pair, however old; absent when nothing is.
+    std::shared_ptr<TQWBNaviDataInfo> getNaviData(const OptionalText& appKey, const OptionalText& token) const;
+    /// Stores an answer for the pair, in the place of an older one.
+    /// @returns false, with nothing changed, for an absent answer and one whose addresses are null.
+    bool saveNavi(
+        const std::optional<boost::json::object>& answer, const OptionalText& appKey, const OptionalText& token);
+
+    // What the attempt that was started last asks for; for information only.
+    std::optional<NSURL> URL() const { return lastAttempt().URL; }
+    OptionalText appKey() const { return lastAttempt().appKey; }
+    OptionalText token() const { return lastAttempt().token; }
+    OptionalText version() const { return lastAttempt().version; }
+    /// In seconds.
+    double timeout() const { return lastAttempt().timeout; }
+
+    // Members that the class has always had; nothing sets them.
+    std::shared_ptr<TQWBNaviDataInfo> naviData;
+    std::string responseData;
+    NSInteger responseCode = 0;
+    std::int32_t error = 0;
+    std::shared_ptr<NSError> httpError;
+    std::function<void()> completionBlock;
+
+private:
+    struct Attempt {
+        std::optional<NSURL> URL;
+        OptionalText appKey;
+        OptionalText token;
+        OptionalText version;
+        double timeout = 0;
+    };
+
+    TQWBNaviManager() = default;
+    Attempt lastAttempt() const;
+    void walk(std::shared_ptr<const URLList> navis, std::size_t index, const OptionalText& appKey,
+        const OptionalText& token, const OptionalText& version, double timeout, NaviSuccess success,
+        NaviFailure failure);
+
+    mutable std::mutex m_mutex;
+    Attempt m_lastAttempt;
+};
+
+} // namespace tq

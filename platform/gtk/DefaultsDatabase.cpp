@@ -1,0 +1,179 @@
+#include "DefaultsDatabase.h"
+
+#include "../Foundation/NSLog.h"
+
+#include <cstdio>
+#include <ctime>
+#include <fcntl.h>
+#include <filesystem>
+#include <glib.h>
+#include <glib/gstdio.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace tq {
+
+namespace {
+
+struct Finalize {
+    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
+
+// How long one process waits for another one's write.
+constexpr int kBusyMilliseconds = 2000;
+
+Statement prepare(sqlite3* database, const char* sql, int& code)
+{
+    sqlite3_stmt* statement = nullptr;
+    code = sqlite3_prepare_v2(database, sql, -1, &statement, nullptr);
+    return Statement(statement);
+}
+
+void bind(const Statement& statement, int index, std::string_view text)
+{
+    sqlite3_bind_blob64(statement.get(), index, text.data() ? text.data() : "", text.size(), SQLITE_STATIC);
+}
+
+// Made before the database is, so that nobody else can read it even for a moment.
+void createPrivately(const std::string& path)
+{
+    const auto folder = std::filesystem::path(path).parent_path();
+    g_mkdir_with_parents(folder.c_str(), 0700);
+    const int file = ::open(path.c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600);
+    if (file >= 0)
+        ::close(file);
+}
+
+ino_t inodeOf(const std::string& path)
+{
+    struct stat status {};
+    return stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
+}
+
+} // namespace
+
+void DefaultsDatabase::Close::operator()(sqlite3* database) const { sqlite3_close_v2(database); }
+
+DefaultsDatabase::DefaultsDatabase(std::string path)
+    : m_path(std::move(path))
+{
+}
+
+DefaultsDatabase::~DefaultsDatabase() = default;
+
+int DefaultsDatabase::open()
+{
+    createPrivately(m_path);
+    m_inode = inodeOf(m_path);
+    sqlite3* database = nullptr;
+    int code = sqlite3_open_v2(m_path.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX, nullptr);
+    m_database.reset(database);
+    if (code != SQLITE_OK)
+        return code;
+    sqlite3_busy_timeout(database, kBusyMilliseconds);
+    sqlite3_extended_result_codes(database, 0);
+    // Every commit is on the disk, with its folder's entry, before it counts as done.
+    return sqlite3_exec(database,
+        "PRAGMA synchronous = EXTRA; PRAGMA trusted_schema = OFF;"
+        "CREATE TABLE IF NOT EXISTS defaults (key BLOB PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID;",
+        nullptr, nullptr, nullptr);
+}
+
+bool DefaultsDatabase::ensureOpen()
+{
+    if (m_database)
+        return true;
+    int code = open();
+    if (code != SQLITE_OK && setAsideIfDamaged(code))
+        code = open();
+    if (code == SQLITE_OK)
+        return true;
+    log("cannot be opened", code);
+    m_database.reset();
+    return false;
+}
+
+OptionalText DefaultsDatabase::read(std::string_view key)
+{
+    OptionalText text;
+    if (!ensureOpen())
+        return text;
+    const int code = tryRead(key, text);
+    if (code != SQLITE_OK && !setAsideIfDamaged(code))
+        log("cannot be read", code);
+    return text;
+}
+
+bool DefaultsDatabase::write(std::string_view key, std::string_view text)
+{
+    if (!ensureOpen())
+        return false;
+    int code = tryWrite(key, text);
+    if (code != SQLITE_OK && setAsideIfDamaged(code) && ensureOpen())
+        code = tryWrite(key, text);
+    if (code != SQLITE_OK)
+        log("cannot be written", code);
+    return code == SQLITE_OK;
+}
+
+int DefaultsDatabase::tryRead(std::string_view key, OptionalText& text)
+{
+    int code = SQLITE_OK;
+    const auto statement = prepare(m_database.get(), "SELECT value FROM defaults WHERE key = ?1", code);
+    if (code != SQLITE_OK)
+        return code;
+    bind(statement, 1, key);
+    code = sqlite3_step(statement.get());
+    if (code == SQLITE_DONE)
+        return SQLITE_OK;
+    if (code != SQLITE_ROW)
+        return code;
+    const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement.get(), 0));
+    text.emplace(bytes ? bytes : "", static_cast<std::size_t>(sqlite3_column_bytes(statement.get(), 0)));
+    return SQLITE_OK;
+}
+
+int DefaultsDatabase::tryWrite(std::string_view key, std::string_view text)
+{
+    int code = SQLITE_OK;
+    const auto statement
+        = prepare(m_database.get(), "INSERT OR REPLACE INTO defaults (key, value) VALUES (?1, ?2)", code);
+    if (code != SQLITE_OK)
+        return code;
+    bind(statement, 1, key);
+    bind(statement, 2, text);
+    code = sqlite3_step(statement.get());
+    return code == SQLITE_DONE ? SQLITE_OK : code;
+}
+
+// Whether the failure means that the file is no database of ours; then it is out of the way.
+bool DefaultsDatabase::setAsideIfDamaged(int code)
+{
+    if (code != SQLITE_CORRUPT && code != SQLITE_NOTADB && code != SQLITE_ERROR)
+        return false;
+    m_database.reset();
+    // Another process may have been here first: then there is a new file already.
+    if (inodeOf(m_path) != m_inode)
+        return true;
+    std::error_code failure;
+    auto aside = m_path + ".damaged-" + std::to_string(std::time(nullptr));
+    for (int number = 2; std::filesystem::exists(aside, failure); ++number)
+        aside = m_path + ".damaged-" + std::to_string(std::time(nullptr)) + "-" + std::to_string(number);
+    std::filesystem::rename(m_path, aside, failure);
+    if (failure)
+        return false;
+    // What belongs to the old file must not be taken for the new one's.
+    for (const char* suffix : {"-journal", "-wal", "-shm"})
+        std::filesystem::rename(m_path + suffix, aside + suffix, failure);
+    NSLog("user defaults: the file was damaged and is now " + aside);
+    return true;
+}
+
+void DefaultsDatabase::log(std::string_view what, int code) const
+{
+    NSLog("user defaults: " + m_path + " " + std::string(what) + ": " + sqlite3_errstr(code));
+}
+
+} // namespace tq

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "../Foundation/NSTypes.h"
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+
+struct sqlite3;
+
+namespace tq {
+
+/// A file of texts by key. Every write is atomic and on the disk when it returns. Not safe for several threads at once; any
+/// number of processes may share the file.
+class DefaultsDatabase {
+public:
+    /// Opens the file, or makes it (mode 0600, its folder 0700) when it is not there. A damaged file is set aside under a
+    /// new name and a new one is begun.
+    explicit DefaultsDatabase(std::string path);
+    ~DefaultsDatabase();
+    DefaultsDatabase(const DefaultsDatabase&) = delete;
+    DefaultsDatabase& operator=(const DefaultsDatabase&) = delete;
+
+    /// Absent when nothing is stored under the key, or nothing can be read.
+    OptionalText read(std::string_view key);
+    /// @returns false, with a log line, when it could not be written; what was stored before is then still there.
+    bool write(std::string_view key, std::string_view text);
+
+private:
+    struct Close {
+        void operator()(sqlite3* database) const;
+    };
+
+    bool ensureOpen();
+    int open();
+    int tryRead(std::string_view key, OptionalText& text);
+    int tryWrite(std::string_view key, std::string_view text);
+    bool setAsideIfDamaged(int code);
+    void log(std::string_view what, int code) const;
+
+    const std::string m_path;
+    // Of the file that was opened.
+    ino_t m_inode = 0;
+    std::unique_ptr<sqlite3, Close> m_database;
+};
+
+} // namespace tq

@@ -1,0 +1,217 @@
+#include "../WebKit/WKWebView.h"
+
+#include "../Foundation/Dispatch.h"
+#include "../Foundation/NSLog.h"
+#include "../UIKit/UIView.h"
+#include "TQWhiteBoardLib/gtk/NativeView.h"
+#include "WKWebViewImpl.h"
+
+#include <algorithm>
+#include <cassert>
+
+namespace tq {
+
+namespace {
+
+gboolean gboolean_(bool value) { return value ? TRUE : FALSE; }
+
+GObjectPointer<WebKitSettings> settingsFor(const WKWebViewConfiguration& configuration)
+{
+    GObjectPointer<WebKitSettings> settings(webkit_settings_new());
+    const auto& preferences = *configuration.preferences;
+    webkit_settings_set_media_playback_allows_inline(
+        settings.get(), gboolean_(configuration.allowsInlineMediaPlayback));
+    webkit_settings_set_allow_universal_access_from_file_urls(
+        settings.get(), gboolean_(configuration.allowUniversalAccessFromFileURLs));
+    webkit_settings_set_allow_file_access_from_file_urls(
+        settings.get(), gboolean_(preferences.allowFileAccessFromFileURLs));
+    webkit_settings_set_enable_javascript(settings.get(), gboolean_(preferences.javaScriptEnabled));
+    webkit_settings_set_javascript_can_open_windows_automatically(
+        settings.get(), gboolean_(preferences.javaScriptCanOpenWindowsAutomatically));
+    return settings;
+}
+
+void addScripts(WebKitUserContentManager* manager, const WKUserContentController& controller)
+{
+    for (const auto& script : controller.userScripts()) {
+        auto* native = webkit_user_script_new(script.source.c_str(),
+            script.frames == WKUserScriptFrames::All ? WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES
+                                                     : WEBKIT_USER_CONTENT_INJECT_TOP_FRAME,
+            script.injectionTime == WKUserScriptInjectionTime::AtDocumentStart
+                ? WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START
+                : WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_END,
+            nullptr, nullptr);
+        webkit_user_content_manager_add_script(manager, native);
+        webkit_user_script_unref(native);
+    }
+}
+
+} // namespace
+
+WKWebView::Impl::Impl(WKWebView& view, const WKWebViewConfiguration& configuration)
+    : view(view)
+    , overlay(static_cast<GtkWidget*>(g_object_ref_sink(gtk_overlay_new())))
+{
+    addScripts(userContentManager.get(), *configuration.userContentController);
+    const auto settings = settingsFor(configuration);
+    webView = static_cast<WebKitWebView*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager",
+        userContentManager.get(), "settings", settings.get(), "hexpand", TRUE, "vexpand", TRUE, nullptr));
+    gtk_overlay_set_child(GTK_OVERLAY(overlay.get()), GTK_WIDGET(webView));
+    gtk_widget_set_overflow(overlay.get(), GTK_OVERFLOW_HIDDEN);
+    connections.emplace_back(webView, "script-dialog", G_CALLBACK(scriptDialog), this);
+    connections.emplace_back(webView, "load-changed", G_CALLBACK(loadChanged), this);
+    connections.emplace_back(webView, "notify::estimated-load-progress", G_CALLBACK(progressChanged), this);
+    connections.emplace_back(webView, "load-failed-with-tls-errors", G_CALLBACK(loadFailedWithTlsErrors), this);
+    connections.emplace_back(webView, "authenticate", G_CALLBACK(authenticate), this);
+}
+
+WKWebView::Impl::~Impl()
+{
+    connections.clear();
+    for (const auto& subview : subviews)
+        gtk_overlay_remove_overlay(GTK_OVERLAY(overlay.get()), static_cast<GtkWidget*>(subview->nativeHandle()));
+    // The application's window may keep the overlay; the page ends here all the same.
+    gtk_overlay_set_child(GTK_OVERLAY(overlay.get()), nullptr);
+}
+
+void WKWebView::Impl::apply(const UIScrollView& scrollView)
+{
+    webkit_user_content_manager_remove_all_style_sheets(userContentManager.get());
+    if (!scrollView.scrollEnabled || !scrollView.panGestureRecognizerEnabled) {
+        auto* sheet = webkit_user_style_sheet_new("html { overflow: hidden !important }",
+            WEBKIT_USER_CONTENT_INJECT_TOP_FRAME, WEBKIT_USER_STYLE_LEVEL_USER, nullptr, nullptr);
+        webkit_user_content_manager_add_style_sheet(userContentManager.get(), sheet);
+        webkit_user_style_sheet_unref(sheet);
+    }
+    if (pinchBlocker)
+        gtk_widget_remove_controller(GTK_WIDGET(webView), GTK_EVENT_CONTROLLER(pinchBlocker.release()));
+    if (scrollView.pinchGestureRecognizerEnabled)
+        return;
+    auto* blocker = gtk_gesture_zoom_new();
+    gtk_event_controller_set_propagation_phase(GTK_EVENT_CONTROLLER(blocker), GTK_PHASE_CAPTURE);
+    g_signal_connect(blocker, "begin", G_CALLBACK(+[](GtkGesture* gesture, GdkEventSequence*, gpointer) {
+        gtk_gesture_set_state(gesture, GTK_EVENT_SEQUENCE_CLAIMED);
+    }),
+        nullptr);
+    pinchBlocker = retained(blocker);
+    gtk_widget_add_controller(GTK_WIDGET(webView), GTK_EVENT_CONTROLLER(blocker));
+}
+
+void WKWebView::Impl::loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer impl)
+{
+    auto& self = *static_cast<Impl*>(impl);
+    const EngineCall call(self);
+    if (event != WEBKIT_LOAD_STARTED)
+        return;
+    self.challenges.clear();
+    if (auto delegate = self.view.m_navigationDelegate.respondingTo(
+            &WKNavigationDelegate::Methods::didStartProvisionalNavigation))
+        delegate->didStartProvisionalNavigation(self.view, {});
+}
+
+void WKWebView::Impl::progressChanged(GObject*, GParamSpec*, gpointer impl)
+{
+    auto& self = *static_cast<Impl*>(impl);
+    const EngineCall call(self);
+    const boost::json::object change {{"new", self.view.estimatedProgress()}};
+    // An observer may remove itself, or another one, when it is told.
+    for (const auto& observer : std::vector(self.observers)) {
+        if (observer.keyPath == "estimatedProgress")
+            observer.object->observeValueForKeyPath(observer.keyPath, &self.view, change, observer.context);
+    }
+}
+
+WKWebView::WKWebView(Token) { }
+
+WKWebView::~WKWebView() = default;
+
+bool WKWebView::isDisplayAvailable()
+{
+    if (gtk_init_check())
+        return true;
+    NSLog("a web view needs a display, and there is none");
+    return false;
+}
+
+void WKWebView::destroyOnMainThread(WKWebView* view)
+{
+    if (isMainThread() && !Impl::EngineCall::s_depth)
+        delete view;
+    else
+        dispatchToMain([view] { delete view; });
+}
+
+void WKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration)
+{
+    assert(isMainThread());
+    m_frame = frame;
+    m_configuration = std::move(configuration);
+    m_impl = std::make_unique<Impl>(*this, *m_configuration);
+}
+
+void WKWebView::loadRequest(const NSMutableURLRequest& request)
+{
+    assert(isMainThread());
+    if (request.URL)
+        webkit_web_view_load_uri(m_impl->webView, request.URL->absoluteString().c_str());
+}
+
+void WKWebView::evaluateJavaScript(std::string_view script)
+{
+    assert(isMainThread());
+    webkit_web_view_evaluate_javascript(m_impl->webView, script.data(), static_cast<gssize>(script.size()), nullptr,
+        nullptr, nullptr, nullptr, nullptr);
+}
+
+OptionalText WKWebView::URL() const
+{
+    const char* uri = webkit_web_view_get_uri(m_impl->webView);
+    return uri ? OptionalText(uri) : std::nullopt;
+}
+
+double WKWebView::estimatedProgress() const { return webkit_web_view_get_estimated_load_progress(m_impl->webView); }
+
+void WKWebView::addObserver(NSObject* observer, std::string_view keyPath, void* context)
+{
+    m_impl->observers.push_back({observer, std::string(keyPath), context});
+}
+
+void WKWebView::removeObserver(NSObject* observer, std::string_view keyPath)
+{
+    std::erase_if(m_impl->observers,
+        [&](const Impl::Observer& entry) { return entry.object == observer && entry.keyPath == keyPath; });
+}
+
+void WKWebView::setCustomUserAgent(const std::string& userAgent)
+{
+    webkit_settings_set_user_agent(m_impl->settings(), userAgent.c_str());
+}
+
+void WKWebView::setBackgroundColor(UIColor color)
+{
+    const GdkRGBA native {color.red, color.green, color.blue, color.alpha};
+    webkit_web_view_set_background_color(m_impl->webView, &native);
+}
+
+void WKWebView::setScrollView(const UIScrollView& scrollView)
+{
+    m_scrollView = scrollView;
+    m_impl->apply(scrollView);
+}
+
+void WKWebView::addSubview(const std::shared_ptr<UIView>& view)
+{
+    gtk_overlay_add_overlay(GTK_OVERLAY(m_impl->overlay.get()), static_cast<GtkWidget*>(view->nativeHandle()));
+    m_impl->subviews.push_back(view);
+}
+
+void WKWebView::bringSubviewToFront(const std::shared_ptr<UIView>& view)
+{
+    gtk_widget_insert_before(static_cast<GtkWidget*>(view->nativeHandle()), m_impl->overlay.get(), nullptr);
+}
+
+void* WKWebView::nativeHandle() const { return m_impl->overlay.get(); }
+
+GtkWidget* nativeView(const WKWebView& view) { return static_cast<GtkWidget*>(view.nativeHandle()); }
+
+} // namespace tq

@@ -1,0 +1,113 @@
+#include "../Foundation/NSURLSession.h"
+#include "WKWebViewImpl.h"
+
+namespace tq {
+
+namespace {
+
+std::string hostOf(const char* uri)
+{
+    const GUriPointer parsed(g_uri_parse(uri, G_URI_FLAGS_PARSE_RELAXED, nullptr));
+    const char* host = parsed ? g_uri_get_host(parsed.get()) : nullptr;
+    return host ? host : "";
+}
+
+// Whether the certificate is good under the extra anchors alone.
+bool isTrustedByExtraAnchors(GTlsCertificate* certificate, const std::string& host)
+{
+    const auto anchors = NSURLSessionConfiguration::defaultSessionConfiguration().extraTrustAnchors();
+    if (!anchors)
+        return false;
+    const GObjectPointer<GSocketConnectable> identity(g_network_address_new(host.c_str(), 443));
+    // The text is known to hold certificates, one after another.
+    constexpr std::string_view kEnd = "-----END CERTIFICATE-----";
+    std::string_view rest(*anchors);
+    for (auto end = rest.find(kEnd); end != std::string_view::npos; end = rest.find(kEnd)) {
+        end += kEnd.size();
+        const GObjectPointer<GTlsCertificate> anchor(
+            g_tls_certificate_new_from_pem(rest.data(), static_cast<gssize>(end), nullptr));
+        if (anchor && g_tls_certificate_verify(certificate, identity.get(), anchor.get()) == G_TLS_CERTIFICATE_NO_FLAGS)
+            return true;
+        rest.remove_prefix(end);
+    }
+    return false;
+}
+
+std::string_view methodOf(WebKitAuthenticationScheme scheme)
+{
+    switch (scheme) {
+    case WEBKIT_AUTHENTICATION_SCHEME_SERVER_TRUST_EVALUATION_REQUESTED:
+        return NSURLAuthenticationMethodServerTrust;
+    case WEBKIT_AUTHENTICATION_SCHEME_HTTP_DIGEST:
+        return NSURLAuthenticationMethodHTTPDigest;
+    case WEBKIT_AUTHENTICATION_SCHEME_CLIENT_CERTIFICATE_REQUESTED:
+    case WEBKIT_AUTHENTICATION_SCHEME_CLIENT_CERTIFICATE_PIN_REQUESTED:
+        return NSURLAuthenticationMethodClientCertificate;
+    default:
+        return NSURLAuthenticationMethodHTTPBasic;
+    }
+}
+
+constexpr auto kChallengeMethod = &WKNavigationDelegate::Methods::didReceiveAuthenticationChallenge;
+
+} // namespace
+
+// Trusts the certificate for the host from now on, and loads again.
+void WKWebView::Impl::allow(const std::string& failingUri, const std::string& host, GTlsCertificate* certificate)
+{
+    lastAllowedCertificate = retained(certificate);
+    webkit_network_session_allow_tls_certificate_for_host(
+        webkit_web_view_get_network_session(webView), certificate, host.c_str());
+    webkit_web_view_load_uri(webView, failingUri.c_str());
+}
+
+gboolean WKWebView::Impl::loadFailedWithTlsErrors(
+    WebKitWebView*, const char* failingUri, GTlsCertificate* certificate, GTlsCertificateFlags, gpointer impl)
+{
+    auto& self = *static_cast<Impl*>(impl);
+    const EngineCall call(self);
+    // A certificate that was allowed and still fails would be loaded for ever.
+    if (self.lastAllowedCertificate && g_tls_certificate_is_same(self.lastAllowedCertificate.get(), certificate))
+        return FALSE;
+    const auto host = hostOf(failingUri);
+    if (isTrustedByExtraAnchors(certificate, host)) {
+        self.allow(failingUri, host, certificate);
+        return TRUE;
+    }
+    auto delegate = self.view.m_navigationDelegate.respondingTo(kChallengeMethod);
+    if (!delegate)
+        return FALSE;
+    auto trust = std::make_shared<SecTrust>(certificate);
+    delegate->didReceiveAuthenticationChallenge(self.view, {{NSURLAuthenticationMethodServerTrust, host, trust}},
+        [weak = self.view.weak_from_this(), uri = std::string(failingUri), host](
+            NSURLSessionAuthChallengeDisposition disposition, const std::optional<NSURLCredential>& credential) {
+            auto view = weak.lock();
+            if (view && disposition == NSURLSessionAuthChallengeDisposition::UseCredential && credential
+                && credential->trust)
+                view->m_impl->allow(uri, host, credential->trust->certificate.get());
+        });
+    return TRUE;
+}
+
+gboolean WKWebView::Impl::authenticate(WebKitWebView*, WebKitAuthenticationRequest* request, gpointer impl)
+{
+    auto& self = *static_cast<Impl*>(impl);
+    const EngineCall call(self);
+    auto delegate = self.view.m_navigationDelegate.respondingTo(kChallengeMethod);
+    if (!delegate)
+        return FALSE;
+    self.challenges.push_back(retained(request));
+    const std::shared_ptr<WebKitAuthenticationRequest> held(retained(request));
+    delegate->didReceiveAuthenticationChallenge(self.view,
+        {{methodOf(webkit_authentication_request_get_scheme(request)), webkit_authentication_request_get_host(request),
+            nullptr}},
+        [held](NSURLSessionAuthChallengeDisposition disposition, const std::optional<NSURLCredential>&) {
+            if (disposition == NSURLSessionAuthChallengeDisposition::CancelAuthenticationChallenge)
+                webkit_authentication_request_cancel(held.get());
+            else
+                webkit_authentication_request_authenticate(held.get(), nullptr);
+        });
+    return TRUE;
+}
+
+} // namespace tq

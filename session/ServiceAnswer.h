@@ -1,0 +1,21 @@
+#pragma once
+
+#include "platform/Foundation/NSTypes.h"
+
+#include <cstdint>
+
+namespace tq {
+
+/// What the conference service says. An answer that cannot be read counts as code 0 without anything else.
+struct ServiceAnswer {
+    explicit ServiceAnswer(const OptionalText& data);
+
+    /// 0: success; anything else is the service's own code.
+    std::int32_t code = 0;
+    /// Why it failed, as it stands in the answer; for the log.
+    OptionalValue desc;
+    /// The room page's key.
+    OptionalText key;
+};
+
+} // namespace tq

@@ -1,0 +1,205 @@
+#include "TQWhiteBoardLib/TQWhiteBoard.h"
+
+#include "DefaultNavigation.h"
+#include "TQWhiteBoardLib/TQWBWebView.h"
+#include "navigation/NaviAddresses.h"
+#include "navigation/TQWBNaviManager.h"
+#include "platform/Foundation/NSLog.h"
+#include "session/SessionCodes.h"
+
+#include <cerrno>
+#include <sys/random.h>
+
+namespace tq {
+
+namespace {
+
+constexpr std::int32_t kDefaultMinutes = 1440;
+constexpr std::int32_t kMaxMinutes = 10000;
+constexpr double kNavigationTimeout = 10;
+
+// The callback comes first and its line in the log after it.
+void fail(const TQWBFailure& error, NSUInteger code, const char* text)
+{
+    if (error)
+        error(code, text);
+    NSLog(std::string("[TQ:Log] ") + text);
+}
+
+std::uint32_t randomNumber()
+{
+    std::uint32_t number = 0;
+    // Four bytes come whole or not at all; only a signal before the system's source is ready makes it fail.
+    while (getrandom(&number, sizeof(number), 0) < 0 && errno == EINTR) { }
+    return number;
+}
+
+} // namespace
+
+TQWhiteBoard::TQWhiteBoard(std::shared_ptr<TQWBWebView> webView)
+    : m_webView(std::move(webView))
+{
+}
+
+std::shared_ptr<TQWhiteBoard> TQWhiteBoard::initWithWebView(std::shared_ptr<TQWBWebView> webView)
+{
+    return std::shared_ptr<TQWhiteBoard>(new TQWhiteBoard(std::move(webView)));
+}
+
+void TQWhiteBoard::joinWithConfig(std::shared_ptr<TQWBRoomConfig> config, TQWBSuccess success, TQWBFailure error)
+{
+    if (!webView()) {
+        fail(error, TQWBCodeNotInitialized, "SDK not init");
+        return;
+    }
+    if (config && !config->minutes)
+        config->minutes = kDefaultMinutes;
+    if (!invaliedRoomConfig(config.get())) {
+        fail(error, TQWBCodeInvalidConfig, "config is invalid");
+        return;
+    }
+    withNavigation(config->appKey, config->token, error, [config, success = std::move(success), error](TQWhiteBoard& self) {
+        self.joinWhiteBoard(config, success, error);
+    });
+}
+
+void TQWhiteBoard::playWithConfig(std::shared_ptr<TQWBRecordConfig> config, TQWBSuccess success, TQWBFailure error)
+{
+    if (!webView()) {
+        fail(error, TQWBCodeNotInitialized, "SDK not init");
+        return;
+    }
+    if (!invaliedRecordConfig(config.get())) {
+        fail(error, TQWBCodeInvalidConfig, "config is invalid");
+        return;
+    }
+    withNavigation(config->appKey, config->token, error, [config, success = std::move(success), error](TQWhiteBoard& self) {
+        self.requestRecordUrl(config, success, error);
+    });
+}
+
+void TQWhiteBoard::quitWhiteBoard(TQWBSuccess success, TQWBFailure error)
+{
+    if (!webView()) {
+        fail(error, TQWBCodeNotInitialized, "SDK not init");
+        return;
+    }
+    const auto config = roomConfig();
+    if (!config) {
+        fail(error, TQWBCodeNotInRoom, "not in WhiteBoard");
+        return;
+    }
+    if (!config->appKey || !config->token || !config->roomId || !config->userId) {
+        fail(error, TQWBCodeNotInRoom, "config is invalid");
+        return;
+    }
+    withNavigation(config->appKey, config->token, error, [success = std::move(success), error](TQWhiteBoard& self) {
+        self.requestQuitUrlWithConfig(self.roomConfig(), success, error);
+    });
+}
+
+// Goes on at once with what is remembered, or later on the main thread with what a navigation server has answered.
+void TQWhiteBoard::withNavigation(const OptionalText& appKey, const OptionalText& token, TQWBFailure error,
+    std::function<void(TQWhiteBoard&)> next)
+{
+    if (TQWBNaviManager::sharedInstance()->needRequestNavi(appKey, token)) {
+        auto proceed = [self = shared_from_this(), next = std::move(next)] { next(*self); };
+        requestNavi(appKey, token, std::move(proceed), std::move(error));
+        return;
+    }
+    setNaviData(appKey, token);
+    next(*this);
+}
+
+void TQWhiteBoard::requestNavi(
+    const OptionalText& appKey, const OptionalText& token, TQWBSuccess success, TQWBFailure error)
+{
+    const auto urls = TQWBNaviManager::getAllNaviURLS(token, componentsSeparatedBy(kDefaultNavigation, ';'));
+    TQWBNaviManager::sharedInstance()->requestNavis(
+        urls, appKey, token, getVersion(), kNavigationTimeout,
+        [self = shared_from_this(), appKey, token, success = std::move(success)](bool) {
+            self->setNaviData(appKey, token);
+            NSLog("[TQ:Log] requestNavis success");
+            if (success)
+                success();
+        },
+        [error = std::move(error)](NSUInteger code, const OptionalText&, const std::string& description) {
+            NSLog("[TQ:Log] requestNavis failure, errorCode: " + std::to_string(code)
+                + ", errorDescription: " + description);
+            if (error)
+                error(code, description);
+        });
+}
+
+void TQWhiteBoard::setNaviData(const OptionalText& appKey, const OptionalText& token)
+{
+    std::shared_ptr<const TQWBNaviDataInfo> data = TQWBNaviManager::sharedInstance()->getNaviData(appKey, token);
+    const std::lock_guard lock(m_mutex);
+    m_naviData.swap(data);
+}
+
+std::string TQWhiteBoard::getVersion() { return "1.0.0"; }
+
+bool TQWhiteBoard::invaliedRoomConfig(const TQWBRoomConfig* config)
+{
+    return config && config->appKey && config->token && config->roomId && config->userId && config->userName
+        && config->minutes >= 0 && config->minutes <= kMaxMinutes;
+}
+
+bool TQWhiteBoard::invaliedRecordConfig(const TQWBRecordConfig* config)
+{
+    return config && config->appKey && config->token && config->roomId && config->userId && config->userName
+        && config->url;
+}
+
+std::shared_ptr<TQWBWebView> TQWhiteBoard::webView() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_webView;
+}
+
+std::shared_ptr<const TQWBNaviDataInfo> TQWhiteBoard::naviData() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_naviData;
+}
+
+std::shared_ptr<TQWBRoomConfig> TQWhiteBoard::roomConfig() const
+{
+    const std::lock_guard lock(m_mutex);
+    return m_roomConfig;
+}
+
+// What is let go of is destroyed after the lock has been released.
+void TQWhiteBoard::setRoomConfig(std::shared_ptr<TQWBRoomConfig> config)
+{
+    const std::lock_guard lock(m_mutex);
+    m_roomConfig.swap(config);
+}
+
+void TQWhiteBoard::dropWebView()
+{
+    std::shared_ptr<TQWBWebView> dropped;
+    const std::lock_guard lock(m_mutex);
+    m_webView.swap(dropped);
+}
+
+std::string TQWhiteBoard::getRoomUrl(const OptionalText& key) const
+{
+    const auto data = naviData();
+    if (!data || data->iwbConferenceUri.value_or("").empty() || data->iwbLeaseUri.value_or("").empty())
+        return {};
+    return "https://" + *data->iwbConferenceUri + "/conference/index.html?key=" + std::string(describe(key))
+        + "&iwbLeaseUri=" + *data->iwbLeaseUri;
+}
+
+std::string TQWhiteBoard::generateMixed(std::int32_t length)
+{
+    constexpr std::string_view kAlphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
+    std::string text;
+    for (std::int32_t index = 0; index < length; ++index)
+        text += kAlphabet[randomNumber() % kAlphabet.size()];
+    return text;
+}
+
+} // namespace tq
