@@ -1,0 +1,194 @@
+#include "bridge/JSBUtil.h"
+#include "bridge/PercentEncoding.h"
+#include "bridge/ScriptBatch.h"
+#include "platform/Foundation/NSData.h"
+#include "platform/Foundation/NSJSONSerialization.h"
+#include "platform/Foundation/NSNumberReading.h"
+#include "platform/Foundation/NSObject.h"
+
+#include <boost/json/parse.hpp>
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace tq::test {
+namespace {
+
+class Animal : public NSObject {
+public:
+    static const NSClass& staticClass()
+    {
+        static const NSClass table("Animal", &NSObject::staticClass(),
+            {{"name:", &Animal::name}, {"walk:done:", &Animal::walk}, {"walk::", &Animal::walk}});
+        return table;
+    }
+    OptionalValue name(OptionalValue) { return std::nullopt; }
+    void walk(OptionalValue, NSCompletion) { }
+};
+
+class Dog final : public Animal {
+public:
+    static const NSClass& staticClass()
+    {
+        static const NSClass table(
+            "Dog", &Animal::staticClass(), {{"bark:", &Dog::bark}, {"name::", &Dog::rename}, {"name:", &Dog::bark}});
+        return table;
+    }
+    OptionalValue bark(OptionalValue) { return std::nullopt; }
+    void rename(OptionalValue, NSCompletion) { }
+};
+
+TEST(MethodTable, ListsTheMostDerivedClassFirstAndFindsTheFirstMatch)
+{
+    EXPECT_EQ(JSBUtil::allMethodFromClass(&Dog::staticClass()),
+        (std::vector<std::string> {"bark:", "name::", "name:", "name:", "walk:done:", "walk::"}));
+    EXPECT_TRUE(JSBUtil::allMethodFromClass(nullptr).empty());
+    EXPECT_EQ(JSBUtil::methodByNameArg(2, "walk", &Dog::staticClass()), OptionalText("walk:done:"));
+    EXPECT_EQ(JSBUtil::methodByNameArg(1, "walk", &Dog::staticClass()), std::nullopt);
+    EXPECT_EQ(JSBUtil::methodByNameArg(1, "name", nullptr), std::nullopt);
+
+    // The fast look-up agrees with the list.
+    for (const char* name : {"bark", "name", "walk", "isEqual", "", "name:"}) {
+        const auto found = Dog::staticClass().candidates(name);
+        EXPECT_EQ(found.sync ? OptionalText(found.sync->name()) : std::nullopt,
+            JSBUtil::methodByNameArg(1, name, &Dog::staticClass()))
+            << name;
+        EXPECT_EQ(found.async ? OptionalText(found.async->name()) : std::nullopt,
+            JSBUtil::methodByNameArg(2, name, &Dog::staticClass()))
+            << name;
+    }
+    EXPECT_EQ(Dog::staticClass().candidates("name").sync, &Dog::staticClass().methods()[2]);
+}
+
+TEST(MethodNames, SplitAtTheLastDot)
+{
+    using Pair = std::pair<std::string_view, std::string_view>;
+    EXPECT_EQ(JSBUtil::parseNamespace("a.b.c"), (Pair {"a.b", "c"}));
+    EXPECT_EQ(JSBUtil::parseNamespace("c"), (Pair {"", "c"}));
+    EXPECT_EQ(JSBUtil::parseNamespace("a."), (Pair {"a", ""}));
+    EXPECT_EQ(JSBUtil::trimmed(" \t a b\n "), "a b\n");
+    EXPECT_EQ(JSBUtil::trimmed(" \t "), "");
+}
+
+TEST(JsonTexts, WhatJsonCannotHoldBecomesAnEmptyObject)
+{
+    EXPECT_EQ(JSBUtil::objToJsonString({{"a", {1, nullptr, "x"}}}), R"({"a":[1,null,"x"]})");
+    for (const boost::json::value& value : {boost::json::value("text"), boost::json::value(5), boost::json::value(nullptr),
+             boost::json::value {{"n", std::numeric_limits<double>::quiet_NaN()}}, boost::json::value {"\xFF"},
+             boost::json::value {"\xED\xA0\x80"}})
+        EXPECT_EQ(JSBUtil::objToJsonString(value), "{}");
+
+    boost::json::value deep = boost::json::array {};
+    for (int level = 0; level < 600; ++level)
+        deep = boost::json::array {std::move(deep)};
+    EXPECT_EQ(JSBUtil::objToJsonString(deep), "{}");
+    EXPECT_FALSE(JSBUtil::jsonStringToObject(std::nullopt));
+    EXPECT_FALSE(JSBUtil::jsonStringToObject("null"));
+    EXPECT_FALSE(JSBUtil::jsonStringToObject("{\"a\":\"\xFF\"}"));
+    EXPECT_EQ(JSBUtil::jsonStringToObject("[1]"), OptionalValue(boost::json::array {1}));
+}
+
+TEST(JsonTexts, PrettyTextReadsBackAsTheSameValue)
+{
+    const auto value = boost::json::parse(R"({"a":{"b":[1,{"c":"\n\"é"}],"d":{},"e":[]},"f":null})");
+    const auto pretty = NSJSONSerialization::prettyDataWithJSONObject(value);
+    ASSERT_TRUE(pretty);
+    EXPECT_EQ(boost::json::parse(*pretty), value);
+    EXPECT_NE(pretty->find("\n    \"b\" : ["), std::string::npos) << *pretty;
+}
+
+TEST(PercentEncoding, EscapesWhatAScriptMustNotSee)
+{
+    EXPECT_EQ(percentEncoded("aZ09-_.!~*'()/?:@&=+$,;"), "aZ09-_.!~*'()/?:@&=+$,;");
+    EXPECT_EQ(percentEncoded("%\"\\\n é"), "%25%22%5C%0A%20%C3%A9");
+    EXPECT_EQ(percentEncoded("\xC3("), "");
+}
+
+TEST(LooseReadings, TakeWhatIsThere)
+{
+    struct Row {
+        const char* json;
+        std::int64_t number;
+        bool truth;
+    };
+    const std::vector<Row> rows {
+        {"3", 3, true}, {"2.9", 2, true}, {"-2.9", -2, true}, {"0.5", 0, true}, {"true", 1, true}, {"null", 0, false},
+        {"\"3\"", 3, true}, {"\"-12abc\"", -12, true}, {"\" +7\"", 7, true}, {"\"+-7\"", 0, false}, {"\"abc\"", 0, false},
+        {"\"\"", 0, false}, {"\"2.9\"", 2, true}, {"\"yes\"", 0, true}, {"\"00\"", 0, false}, {"{}", 0, false},
+        {"[1]", 0, false}, {"18446744073709551615", std::numeric_limits<std::int64_t>::max(), true},
+        {"1e300", std::numeric_limits<std::int64_t>::max(), true},
+        {"-1e300", std::numeric_limits<std::int64_t>::min(), true},
+        {"\"99999999999999999999\"", std::numeric_limits<std::int64_t>::max(), true},
+    };
+    for (const auto& row : rows) {
+        const auto value = boost::json::parse(row.json);
+        EXPECT_EQ(longLongValue(&value), row.number) << row.json;
+        EXPECT_EQ(boolValue(&value), row.truth) << row.json;
+    }
+    EXPECT_EQ(longLongValue(nullptr), 0);
+    // Nothing that is not zero reads as zero in fewer bits.
+    const boost::json::value wide = std::int64_t {1} << 32;
+    EXPECT_EQ(intValue(&wide), std::numeric_limits<std::int32_t>::max());
+    const boost::json::value low = -(std::int64_t {1} << 40);
+    EXPECT_EQ(intValue(&low), std::numeric_limits<std::int32_t>::min());
+}
+
+TEST(Base64, SkipsWhatIsNotOfItsAlphabet)
+{
+    EXPECT_EQ(bytesFromBase64("aGVs\r\nbG8="), "hello");
+    EXPECT_EQ(bytesFromBase64(" a-G,V s b G 8 = "), "hello");
+    EXPECT_EQ(bytesFromBase64("aGVsbG9v"), "helloo");
+    EXPECT_EQ(bytesFromBase64("aGVsbA=="), "hell");
+    EXPECT_EQ(bytesFromBase64(""), "");
+    for (const char* text : {"aGVsbG8", "a", "aGVs=bG8", "====", "aGVsbA==="})
+        EXPECT_EQ(bytesFromBase64(text), std::nullopt) << text;
+}
+
+// The batch with a clock of the test's own.
+class BatchTest : public testing::Test {
+protected:
+    void append(std::uint64_t now, const char* script)
+    {
+        batch.append(script, now, [this](std::int32_t delay) { requested.push_back(delay); });
+    }
+    void flush(std::uint64_t now)
+    {
+        batch.flush(now, [this](std::string_view script) { evaluated.emplace_back(script); });
+    }
+
+    ScriptBatch batch;
+    std::vector<std::int32_t> requested;
+    std::vector<std::string> evaluated;
+};
+
+TEST_F(BatchTest, FlushesAtOnceAfterAQuietSpellAndOncePerIntervalAfterwards)
+{
+    append(10000, "a;");
+    append(10000, "b;");
+    EXPECT_EQ(requested, (std::vector {0}));
+    flush(10001);
+    EXPECT_EQ(evaluated, (std::vector<std::string> {"a;b;"}));
+
+    for (int index = 0; index < 10; ++index)
+        append(10010, "c;");
+    append(10050, "d;");
+    EXPECT_EQ(requested, (std::vector {0, 50}));
+    append(10051, "e;");
+    EXPECT_EQ(requested, (std::vector {0, 50, 0}));
+    flush(10060);
+    EXPECT_EQ(evaluated.back(), "c;c;c;c;c;c;c;c;c;c;d;e;");
+    flush(10061);
+    EXPECT_EQ(evaluated.size(), 2U);
+    append(10100, "f;");
+    EXPECT_EQ(requested.back(), 50);
+}
+
+TEST_F(BatchTest, AClockThatWentBackFlushesAtOnce)
+{
+    append(10000, "a;");
+    flush(10000);
+    append(5000, "b;");
+    EXPECT_EQ(requested, (std::vector {0, 0}));
+}
+
+} // namespace
+} // namespace tq::test

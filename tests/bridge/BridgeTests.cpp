@@ -1,0 +1,337 @@
+#include "tests/support/PageTest.h"
+
+#include "bridge/AsyncResult.h"
+
+#include <boost/json/serialize.hpp>
+#include <limits>
+#include <stdexcept>
+#include <thread>
+
+namespace tq::test {
+namespace {
+
+OptionalValue text(const std::string& characters) { return boost::json::value(boost::json::string(characters)); }
+
+// Serves every way of calling that the protocol has.
+class Service : public NSObject {
+public:
+    static const NSClass& staticClass()
+    {
+        static const NSClass table("Service", &NSObject::staticClass(),
+            {
+                {"echo:", &Service::echo},
+                {"echo::", &Service::echoLater},
+                {"nothing:", &Service::nothing},
+                {"fail:", &Service::fail},
+                {"endless:", &Service::endless},
+                {"broken:", &Service::broken},
+                {"later:completion:", &Service::later},
+                {"thrice::", &Service::thrice},
+                {"keep::", &Service::keep},
+                {"name:", &Service::name},
+                {"isEqual::", &Service::echoLater},
+            });
+        return table;
+    }
+    const NSClass& objectClass() const override { return staticClass(); }
+
+    OptionalValue echo(OptionalValue argument)
+    {
+        lastArgument = argument;
+        return argument;
+    }
+    void echoLater(OptionalValue argument, NSCompletion completion)
+    {
+        completion(boost::json::object {{"later", argument.value_or(nullptr)}}, Complete::Yes);
+    }
+    OptionalValue nothing(OptionalValue) { return std::nullopt; }
+    OptionalValue fail(OptionalValue) { throw std::runtime_error("out of order"); }
+    OptionalValue endless(OptionalValue) { return std::numeric_limits<double>::infinity(); }
+    OptionalValue broken(OptionalValue) { return "\xC3("; }
+    void later(OptionalValue, NSCompletion completion) { kept = std::move(completion); }
+    void thrice(OptionalValue, NSCompletion completion)
+    {
+        completion("one", Complete::No);
+        completion(std::nullopt, Complete::No);
+        completion(3, Complete::Yes);
+    }
+    void keep(OptionalValue, NSCompletion completion) { kept = std::move(completion); }
+    OptionalValue name(OptionalValue) { return "base"; }
+
+    OptionalValue lastArgument;
+    NSCompletion kept;
+};
+
+class DerivedService final : public Service {
+public:
+    static const NSClass& staticClass()
+    {
+        static const NSClass table(
+            "DerivedService", &Service::staticClass(), {{"name:", &DerivedService::derivedName}});
+        return table;
+    }
+    const NSClass& objectClass() const override { return staticClass(); }
+
+    OptionalValue derivedName(OptionalValue) { return "derived"; }
+};
+
+class BridgeTest : public PageTest {
+protected:
+    void SetUp() override
+    {
+        PageTest::SetUp();
+        use(DWKWebView::initWithFrame({0, 0, 400, 300}, nullptr));
+        view->addJavascriptObject(service, "ns.a");
+        view->addJavascriptObject(service, std::nullopt);
+    }
+    void TearDown() override
+    {
+        service->kept = nullptr;
+        PageTest::TearDown();
+    }
+    std::string missing(const std::string& method) const
+    {
+        return "Error! \n Method " + method + " is not invoked, since there is not a implementation for it";
+    }
+
+    std::shared_ptr<DerivedService> service = std::make_shared<DerivedService>();
+};
+
+TEST_F(BridgeTest, SynchronousCallsGetTheExactResultText)
+{
+    struct Row {
+        std::string method;
+        std::string message;
+        OptionalText result;
+        std::string logLine;
+    };
+    const std::string none = R"({"code":-1,"data":""})";
+    const std::string empty = R"({"code":0,"data":""})";
+    const std::string unknown
+        = "Js bridge  called, but can't find a corresponded JavascriptObject , please check your code!";
+    const std::string deep = R"({"data":)" + std::string(600, '[') + std::string(600, ']') + "}";
+    const std::vector<Row> rows {
+        {"ns.a.echo", R"({"data":5})", R"({"code":0,"data":5})", ""},
+        {"ns.a.echo", R"({"data":{"k":["é",null,true,1.5]}})", R"({"code":0,"data":{"k":["é",null,true,1.5E0]}})", ""},
+        {" \tns.a.echo ", R"({"data":"x"})", R"({"code":0,"data":"x"})", ""},
+        {"echo", R"({"data":1})", R"({"code":0,"data":1})", ""},
+        {"ns.a.echo", R"({"data":null})", empty, ""},
+        {"ns.a.echo", "{}", empty, ""},
+        {"ns.a.echo", "[1]", empty, ""},
+        {"ns.a.echo", "null", empty, ""},
+        {"ns.a.echo", "abc", empty, "json解析失败："},
+        {"ns.a.echo", "", empty, "json解析失败："},
+        {"ns.a.echo", deep, empty, "json解析失败："},
+        {"ns.a.nothing", R"({"data":1})", empty, ""},
+        {"ns.a.name", "{}", R"({"code":0,"data":"derived"})", ""},
+        {"ns.a.fail", "{}", std::nullopt, "out of order"},
+        {"ns.a.endless", "{}", "{}", ""},
+        {"ns.a.broken", "{}", "{}", ""},
+        {"ns.a.later", "{}", none, missing("ns.a.later")},
+        {" ns.a.absent ", "{}", none, missing(" ns.a.absent ")},
+        {"ns.a.isEqual", R"({"data":1})", none, missing("ns.a.isEqual")},
+        {"ns.a.echo:", R"({"data":1})", none, missing("ns.a.echo:")},
+        {"ns.b.echo", "{}", none, unknown},
+        {"a.echo", "{}", none, unknown},
+        {"", "{}", none, missing("")},
+        {"ns.a.", "{}", none, missing("ns.a.")},
+    };
+    load();
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.method + " with " + row.message.substr(0, 40));
+        clearLog();
+        EXPECT_EQ(call(row.method, row.message), row.result ? text(*row.result) : std::nullopt);
+        EXPECT_EQ(logLines().size(), row.logLine.empty() ? 0U : 1U);
+        EXPECT_TRUE(row.logLine.empty() || hasLineBeginning(row.logLine));
+    }
+}
+
+TEST_F(BridgeTest, ArgumentsArriveWithTheirKinds)
+{
+    load();
+    call("echo", R"({"data":"5"})");
+    EXPECT_EQ(service->lastArgument, OptionalValue("5"));
+    call("echo", R"({"data":0})");
+    EXPECT_EQ(service->lastArgument, OptionalValue(0));
+    call("echo", "abc");
+    EXPECT_FALSE(service->lastArgument);
+    const auto large = std::string(1 << 20, 'x');
+    EXPECT_EQ(call("echo", R"({"data":")" + large + R"("})"), text(R"({"code":0,"data":")" + large + R"("})"));
+}
+
+TEST_F(BridgeTest, StreamedResultsArriveInOrderAndDeleteTheirFunction)
+{
+    load("<script>window.cb = v => report(['cb', v, typeof window.cb]);</script>");
+    // The first completion comes before the method returns, so that the call's own result carries the last value too.
+    EXPECT_EQ(call("thrice", R"({"data":0,"_dscbstub":"cb"})"), OptionalValue(R"({"code":0,"data":3})"));
+    const auto before = reports->values.size();
+    waitForReports(before + 3);
+    ASSERT_GE(reports->values.size(), before + 3);
+    EXPECT_EQ(reports->values[before], OptionalValue(boost::json::array {"cb", "one", "function"}));
+    EXPECT_EQ(reports->values[before + 1], OptionalValue(boost::json::array {"cb", "one", "function"}));
+    EXPECT_EQ(reports->values[before + 2], OptionalValue(boost::json::array {"cb", 3, "function"}));
+    EXPECT_EQ(ask("typeof window.cb"), OptionalValue("undefined"));
+}
+
+TEST_F(BridgeTest, AsynchronousCallsNeedAnAsynchronousMethod)
+{
+    load("<script>window.cb = v => report(v);</script>");
+    EXPECT_EQ(call("name", R"({"_dscbstub":"cb"})"), OptionalValue(R"({"code":-1,"data":""})"));
+    EXPECT_EQ(countOfLine(missing("name")), 1);
+    EXPECT_EQ(call("keep", R"({"_dscbstub":"cb"})"), OptionalValue(R"({"code":-1,"data":""})"));
+    // One name serves both kinds.
+    const auto before = reports->values.size();
+    call("echo", R"({"data":7,"_dscbstub":"cb"})");
+    waitForReports(before + 2);
+    EXPECT_EQ(reports->values.back(), OptionalValue(boost::json::object {{"later", 7}}));
+}
+
+TEST_F(BridgeTest, ResultsOfEveryKindReachThePageUnharmed)
+{
+    const boost::json::value values = {"\"'\\\n\r\t</script>%25%", "\u2028\u2029", "汉字 \xF0\x9F\x98\x80 é",
+        boost::json::string("a\0b", 3), "`${1}`", boost::json::array {nullptr, false, -0.5, boost::json::object {}}};
+    load("<script>window.cb = v => report(v);</script>");
+    for (const auto& value : values.get_array()) {
+        call("keep", R"({"_dscbstub":"cb"})");
+        const auto before = reports->values.size();
+        service->kept(value, Complete::No);
+        waitForReports(before + 1);
+        EXPECT_EQ(reports->values.back(), OptionalValue(value));
+    }
+}
+
+TEST_F(BridgeTest, ErrorsOfThePagesFunctionSpoilNothing)
+{
+    load("<script>window.bad = () => { throw 1; }; window.good = v => report(v);</script>");
+    call("keep", R"({"_dscbstub":"bad"})");
+    auto bad = service->kept;
+    call("keep", R"({"_dscbstub":"good"})");
+    const auto before = reports->values.size();
+    bad(1, Complete::Yes);
+    service->kept(2, Complete::Yes);
+    waitForReports(before + 1);
+    EXPECT_EQ(reports->values.back(), OptionalValue(2));
+}
+
+TEST_F(BridgeTest, ACallbackNameThatIsNoIdentifierGetsNoScript)
+{
+    for (const char* name : {"cb", "$._a1.b"})
+        EXPECT_TRUE(AsyncResult::isCallable(name)) << name;
+    for (const char* name : {"", ".", "a.", ".a", "1a", "a.1", "a b", "a(1)", "x};report('run');{", "a\n", "é"})
+        EXPECT_FALSE(AsyncResult::isCallable(name)) << name;
+
+    load("<script>window.cb = v => report(v);</script>");
+    const auto before = reports->values.size();
+    for (const char* name : {R"("x};report('run');{")", R"("")", "5", "[]"})
+        call("thrice", std::string(R"({"_dscbstub":)") + name + "}");
+    call("thrice", R"({"_dscbstub":"cb"})");
+    waitForReports(before + 5 + 3);
+    for (const auto& value : reports->values)
+        EXPECT_NE(value, OptionalValue("run"));
+}
+
+TEST_F(BridgeTest, TenThousandResultsFromAThreadCostFewEvaluations)
+{
+    // All results of one evaluation come before the page's next microtask.
+    load("<script>var n = 0, runs = 0, open = false, ordered = true, began = 0;"
+         "window.cb = v => { if (!n) began = Date.now(); ordered = ordered && v === n++;"
+         "  if (!open) { open = true; ++runs; queueMicrotask(() => { open = false; }); }"
+         "  if (n === 10000) report({ordered, runs, ms: Date.now() - began}); };</script>");
+    call("keep", R"({"_dscbstub":"cb"})");
+    const auto before = reports->values.size();
+    std::thread worker([completion = service->kept] {
+        for (int index = 0; index < 10000; ++index)
+            completion(index, index == 9999 ? Complete::Yes : Complete::No);
+    });
+    worker.join();
+    waitForReports(before + 1);
+    const auto& result = reports->values.back()->get_object();
+    EXPECT_EQ(result.at("ordered"), true);
+    const auto allowed = result.at("ms").to_number<std::int64_t>() / 50 + 2;
+    EXPECT_LE(result.at("runs").to_number<std::int64_t>(), allowed);
+}
+
+TEST_F(BridgeTest, ManyThreadsCompleteWhileThePageCalls)
+{
+    load("<script>var got = {}; function cb(i) { return v => { got[i] = (got[i] || 0) + 1; }; }"
+         "for (let i = 0; i < 8; ++i) window['cb' + i] = cb(i);</script>");
+    std::vector<std::jthread> workers;
+    for (int index = 0; index < 8; ++index) {
+        call("keep", R"({"_dscbstub":"cb)" + std::to_string(index) + R"("})");
+        workers.emplace_back([completion = service->kept] {
+            for (int round = 0; round < 200; ++round)
+                completion(round, round == 199 ? Complete::Yes : Complete::No);
+        });
+    }
+    for (int round = 0; round < 20; ++round) {
+        view->removeJavascriptObject("ns.a");
+        view->addJavascriptObject(service, "ns.a");
+        EXPECT_EQ(call("echo", R"({"data":1})"), OptionalValue(R"({"code":0,"data":1})"));
+    }
+    runUntil([&] { return ask("Object.values(got).filter(n => n === 200).length") == OptionalValue(8); },
+        "every stream has ended");
+}
+
+TEST_F(BridgeTest, RegistryChangesTakeEffectFromAnyThread)
+{
+    load();
+    const auto other = std::make_shared<Service>();
+    view->addJavascriptObject(other, "ns.a");
+    EXPECT_EQ(call("ns.a.name", "{}"), OptionalValue(R"({"code":0,"data":"base"})"));
+    view->addJavascriptObject(nullptr, "ns.a");
+    EXPECT_EQ(call("ns.a.name", "{}"), OptionalValue(R"({"code":0,"data":"base"})"));
+    std::jthread([this] { view->removeJavascriptObject("ns.a"); }).join();
+    EXPECT_EQ(call("ns.a.name", "{}"), OptionalValue(R"({"code":-1,"data":""})"));
+    view->removeJavascriptObject(std::nullopt);
+    EXPECT_EQ(call("name", "{}"), OptionalValue(R"({"code":-1,"data":""})"));
+    view->removeJavascriptObject("never there");
+}
+
+TEST_F(BridgeTest, DebugModeShowsMissingMethodsInThePage)
+{
+    view->setDebugMode(DebugMode::On);
+    load("<script>window.alert = text => report(text);</script>");
+    const auto before = reports->values.size();
+    call("ns.a.absent", "{}");
+    waitForReports(before + 2);
+    EXPECT_EQ(reports->values.back(), text(missing("ns.a.absent")));
+    EXPECT_EQ(countOfLine(missing("ns.a.absent")), 1);
+}
+
+TEST_F(BridgeTest, DebugModeLetsExceptionsEndTheProgram)
+{
+    view->setDebugMode(DebugMode::On);
+    EXPECT_DEATH(view->runJavaScriptTextInputPanelWithPrompt(*view, "_dsbridge=ns.a.fail", "{}", {}, [](const OptionalText&) {}),
+        "out of order");
+}
+
+TEST_F(BridgeTest, EveryMainFrameIsMarkedAndSubframesAreNot)
+{
+    load("<iframe srcdoc='<script>parent.inner = typeof window._dswk;</script>'></iframe>");
+    EXPECT_EQ(ask("window._dswk"), OptionalValue(true));
+    runUntil([&] { return ask("window.inner || null").has_value(); }, "the inner frame has run");
+    EXPECT_EQ(ask("window.inner"), OptionalValue("undefined"));
+}
+
+TEST_F(BridgeTest, TextsThatAreNoAddressLoadNothing)
+{
+    load("<script>window.mark = 1;</script>");
+    for (const char* text : {"", "not an address", "https://a b/", "https://exa\nmple/", "https://[::1/"})
+        view->loadUrl(text);
+    EXPECT_EQ(ask("window.mark"), OptionalValue(1));
+}
+
+// A pending completion holds the view; one that is dropped anywhere lets it go, on the main thread.
+TEST_F(BridgeTest, ThePendingCompletionKeepsTheViewUntilItIsDropped)
+{
+    load("<script>window.cb = () => {};</script>");
+    call("keep", R"({"_dscbstub":"cb"})");
+    const std::weak_ptr<DWKWebView> watched = view;
+    view.reset();
+    EXPECT_FALSE(watched.expired());
+    std::thread([completion = std::exchange(service->kept, nullptr)]() mutable { completion = nullptr; }).join();
+    EXPECT_TRUE(watched.expired());
+}
+
+} // namespace
+} // namespace tq::test

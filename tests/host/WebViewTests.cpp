@@ -1,0 +1,303 @@
+#include "tests/support/PageTest.h"
+
+#include "TQWhiteBoardLib/TQWBWebView.h"
+#include "host/TQWBBridge.h"
+#include "platform/UIKit/UIScreen.h"
+
+#include <algorithm>
+#include <boost/json/serialize.hpp>
+#include <thread>
+
+namespace tq::test {
+namespace {
+
+using Events = std::vector<std::string>;
+
+// Has every delegate method and writes down what it is told.
+class Listener final : public TQWBRoomStatusProtocol, public TQWBRecordProtocol, public TQWBPermissionProtocol {
+public:
+    void onWBRoomQuit() override { events.emplace_back("quit"); }
+    void onWBRoomException(const TQWBException& exception) override
+    {
+        events.push_back("exception " + std::to_string(exception.code) + " " + exception.msg.value_or("(absent)"));
+    }
+    void onWBCaptureEnd(const std::shared_ptr<UIImage>& image) override
+    {
+        events.push_back(image ? "capture " + std::to_string(image->width()) + "x" + std::to_string(image->height())
+                               : "no capture");
+    }
+    void onWBRecordStart() override { events.emplace_back("start"); }
+    void onWBRecordEnd(const OptionalText& url) override { events.push_back("end " + url.value_or("(absent)")); }
+    void onWBPermissionChange(NSInteger status) override { events.push_back("permission " + std::to_string(status)); }
+
+    Events events;
+};
+
+// Has one method of three.
+class QuitListener final : public TQWBRoomStatusProtocol {
+public:
+    void onWBRoomQuit() override { ++quits; }
+    int quits = 0;
+};
+
+// Overrides by way of a class between, and hides the method from everybody else.
+class PrivateListener : public TQWBRecordProtocol {
+    void onWBRecordStart() override { }
+};
+class InheritingListener final : public PrivateListener { };
+
+template <class Delegate>
+concept Settable = requires(TQWBWebView& view, std::shared_ptr<Delegate> delegate) { view.setRecordDelegate(delegate); };
+static_assert(!Settable<TQWBRecordProtocol>, "a bare protocol says nothing of what its object has");
+static_assert(!Settable<QuitListener>);
+static_assert(TQWBRoomStatusProtocol::methodsOf<QuitListener>().onWBRoomQuit);
+static_assert(!TQWBRoomStatusProtocol::methodsOf<QuitListener>().onWBCaptureEnd);
+static_assert(TQWBRecordProtocol::methodsOf<InheritingListener>().onWBRecordStart);
+static_assert(!TQWBRecordProtocol::methodsOf<InheritingListener>().onWBRecordEnd);
+
+// Two pixels by one.
+constexpr const char* kImage
+    = "iVBORw0KGgoAAAANSUhEUgAAAAIAAAABCAIAAAB7QOjdAAAADUlEQVR4nGP4zwAE/wEHAAH/4iOeWQAAAABJRU5ErkJggg==";
+
+std::string inLinesOf(std::string text, std::size_t length)
+{
+    for (auto at = length; at < text.size(); at += length + 2)
+        text.insert(at, "\r\n");
+    return text;
+}
+
+class WebViewTest : public PageTest {
+protected:
+    void make(CGRect frame = {3, 4, 320, 568}, const std::shared_ptr<WKWebViewConfiguration>& configuration = nullptr)
+    {
+        room = TQWBWebView::initWithFrame(frame, configuration);
+        use(room);
+        room->setRoomStatusDelegate(listener);
+        room->setRecordDelegate(listener);
+        room->setPermisssionDelegate(listener);
+    }
+    void TearDown() override
+    {
+        // The room's page lets go of the view; without that it would live for ever.
+        if (room)
+            room->call("TQJSBridge.onRoomQuited", "{}");
+        room.reset();
+        PageTest::TearDown();
+    }
+    std::string event(const std::string& name, const std::string& data)
+    {
+        return room->call(name, R"({"data":)" + data + "}");
+    }
+
+    std::shared_ptr<TQWBWebView> room;
+    std::shared_ptr<Listener> listener = std::make_shared<Listener>();
+};
+
+TEST_F(WebViewTest, ConfigurationIsAlteredInPlaceAndTheCallersScriptsAreGone)
+{
+    auto configuration = std::make_shared<WKWebViewConfiguration>();
+    const auto earlier = configuration->userContentController;
+    earlier->addUserScript({"window.mine = 1;"});
+    make({3, 4, 320, 568}, configuration);
+    EXPECT_EQ(room->configuration(), configuration);
+    EXPECT_TRUE(configuration->allowsInlineMediaPlayback && configuration->allowUniversalAccessFromFileURLs
+        && configuration->suppressesIncrementalRendering && configuration->preferences->allowFileAccessFromFileURLs
+        && configuration->preferences->javaScriptCanOpenWindowsAutomatically);
+    const std::vector<WKUserScript> expected {
+        {" $('meta[name=description]').remove(); $('head').append( '' );", WKUserScriptInjectionTime::AtDocumentEnd,
+            WKUserScriptFrames::All},
+        {"window._dswk=true;", WKUserScriptInjectionTime::AtDocumentStart, WKUserScriptFrames::MainFrameOnly},
+    };
+    EXPECT_EQ(configuration->userContentController->userScripts(), expected);
+    EXPECT_EQ(earlier->userScripts().size(), 1U);
+
+    load("<meta name=description><script>window.selected = [];"
+         "window.$ = s => ({remove() { selected.push(s); }, append(x) { selected.push(s + '+' + x); }});</script>");
+    EXPECT_EQ(ask("navigator.userAgent"), OptionalValue("i"));
+    EXPECT_EQ(ask("[typeof window.mine, window._dswk]"), OptionalValue(boost::json::array {"undefined", true}));
+    runUntil([this] { return ask("selected.length") == OptionalValue(2); }, "the page's selector has been used");
+    EXPECT_EQ(ask("selected"), OptionalValue(boost::json::array {"meta[name=description]", "head+"}));
+}
+
+TEST_F(WebViewTest, FramesAreMadeWiderThanTall)
+{
+    const std::vector<std::pair<CGRect, CGRect>> rows {{{3, 4, 320, 568}, {3, 4, 568, 320}},
+        {{0, 0, 568, 320}, {0, 0, 568, 320}}, {{1, 1, 500, 500}, {1, 1, 500, 500}}};
+    for (const auto& [given, made] : rows) {
+        auto one = TQWBWebView::initWithFrame(given, nullptr);
+        EXPECT_EQ(one->frame(), made);
+        one->call("TQJSBridge.onRoomQuited", "{}");
+    }
+}
+
+TEST_F(WebViewTest, ThePageCannotScrollAndInnerAreasCan)
+{
+    make();
+    load("<style>body{height:9000px}#in{height:50px;overflow:auto}#in p{height:900px}</style><div id=in><p></div>");
+    EXPECT_EQ(ask("getComputedStyle(document.documentElement).overflow"), OptionalValue("hidden"));
+    EXPECT_EQ(ask("getComputedStyle(document.getElementById('in')).overflowY"), OptionalValue("auto"));
+    EXPECT_EQ(room->scrollView(),
+        (UIScrollView {false, false, false, false, false, false, UIScrollViewContentInsetAdjustmentBehavior::Never}));
+    EXPECT_EQ(room->tintColor(), UIColor::clearColor());
+}
+
+TEST_F(WebViewTest, TheBarFollowsTheLoadAndHidesAfterIt)
+{
+    make();
+    const auto bar = room->progressView();
+    const auto screen = UIScreen::mainScreen();
+    ASSERT_TRUE(screen);
+    EXPECT_EQ(bar->frame(), (CGRect {0, 20, std::max(screen->bounds.width, screen->bounds.height), 1}));
+    EXPECT_EQ(bar->tintColor(), UIColor::systemBlueColor());
+    EXPECT_EQ(bar->progress(), 0.0F);
+    EXPECT_FALSE(bar->hidden());
+    room->setNavigationDelegate(room);
+    load();
+    runUntil([&] { return bar->hidden(); }, "the bar is hidden");
+    EXPECT_EQ(bar->progress(), 1.0F);
+    room->loadUrl(pageWith("again"));
+    runUntil([&] { return !bar->hidden(); }, "the bar is back");
+    runUntil([&] { return bar->hidden(); }, "the bar is hidden again");
+
+    // Other observations are the base's, which ignores them.
+    bar->setHidden(false);
+    room->observeValueForKeyPath("title", room.get(), {}, nullptr);
+    EXPECT_FALSE(bar->hidden());
+}
+
+TEST_F(WebViewTest, EventsReachTheDelegatesUnderBothNames)
+{
+    struct Row {
+        const char* method;
+        std::string argument;
+        Events events;
+        const char* logLine;
+    };
+    const std::string image = std::string(R"({"data":")") + kImage + R"("})";
+    const std::vector<Row> rows {
+        {"onRecordStart", "1", {"start"}, "[TQ:Log] onRecordStart"},
+        {"onRecordEnd", R"({"url":"u"})", {"end u"}, R"([TQ:Log] onRecordEnd：{"url":"u"})"},
+        {"onRecordEnd", R"({"url":5})", {"end (absent)"}, R"([TQ:Log] onRecordEnd：{"url":5})"},
+        {"onRecordEnd", "null", {"end (absent)"}, "[TQ:Log] onRecordEnd：(null)"},
+        {"onRecordEnd", "[1]", {"end (absent)"}, "[TQ:Log] onRecordEnd：[1]"},
+        {"onStatusChange", R"({"status":2})", {"permission 2"}, R"([TQ:Log] onStatusChange：{"status":2})"},
+        {"onStatusChange", R"({"status":"3"})", {"permission 3"}, R"([TQ:Log] onStatusChange：{"status":"3"})"},
+        {"onStatusChange", R"({"status":-2.9})", {"permission -2"}, "[TQ:Log] onStatusChange："},
+        {"onStatusChange", "{}", {"permission 0"}, "[TQ:Log] onStatusChange：{}"},
+        {"onStatusChange", R"("text")", {"permission 0"}, "[TQ:Log] onStatusChange：text"},
+        {"onLoadStart", "{}", {}, "[TQ:Log] onLoadStart"},
+        {"onLoadEnd", "{}", {}, "[TQ:Log] onLoadEnd"},
+        {"onCaptureEnd", image, {"capture 2x1"}, "[TQ:Log] onCaptureEnd"},
+        {"onCaptureEnd", R"({"data":"bm8gcGljdHVyZQ=="})", {"no capture"}, "[TQ:Log] onCaptureEnd"},
+        {"onCaptureEnd", R"({"data":"a"})", {"no capture"}, "[TQ:Log] onCaptureEnd"},
+        {"onCaptureEnd", R"({"data":""})", {}, "[TQ:Log] onCaptureEnd Error, base64String is nil"},
+        {"onCaptureEnd", "null", {}, "[TQ:Log] onCaptureEnd Error, base64String is nil"},
+        {"onCaptureEnd", "[7]", {}, "[TQ:Log] onCaptureEnd Error, base64String is nil"},
+    };
+    make();
+    for (const char* nameSpace : {"TQJSBridge.", "TQNativeBridge."}) {
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.method + row.argument.substr(0, 40));
+            clearLog();
+            listener->events.clear();
+            EXPECT_EQ(event(std::string(nameSpace) + row.method, row.argument),
+                std::string(R"({"code":0,"data":")") + row.method + R"("})");
+            EXPECT_EQ(listener->events, row.events);
+            EXPECT_TRUE(hasLineBeginning(row.logLine));
+        }
+    }
+}
+
+TEST_F(WebViewTest, CapturesWithLineBreaksArriveAndHugeOnesAreRefused)
+{
+    make();
+    event("TQJSBridge.onCaptureEnd",
+        boost::json::serialize(boost::json::object {{"data", inLinesOf(kImage, 76)}}));
+    EXPECT_EQ(listener->events, (Events {"capture 2x1"}));
+    // The head claims 65535 x 65535 pixels.
+    const std::string bomb = "iVBORw0KGgoAAAANSUhEUgAA//8AAP//CAIAAAB7QOjd";
+    event("TQJSBridge.onCaptureEnd", R"({"data":")" + bomb + R"("})");
+    EXPECT_EQ(listener->events.back(), "no capture");
+}
+
+TEST_F(WebViewTest, MissingDelegatesAndMethodsOnlyLog)
+{
+    make();
+    const auto quitOnly = std::make_shared<QuitListener>();
+    room->setRoomStatusDelegate(quitOnly);
+    room->setRecordDelegate(std::shared_ptr<Listener>());
+    clearLog();
+    EXPECT_EQ(event("TQJSBridge.onCaptureEnd", R"({"data":""})"), R"({"code":0,"data":"onCaptureEnd"})");
+    EXPECT_EQ(logLines(), (Events {"[TQ:Log] onCaptureEnd"}));
+    event("TQJSBridge.onRecordStart", "{}");
+    listener.reset();
+    EXPECT_EQ(room->permisssionDelegate(), nullptr);
+    event("TQJSBridge.onStatusChange", R"({"status":1})");
+    event("TQJSBridge.onRoomQuited", "{}");
+    EXPECT_EQ(quitOnly->quits, 1);
+}
+
+TEST_F(WebViewTest, RoomFailuresUnlinkTheBridgeEvenWhenTheyAreEmpty)
+{
+    for (const auto& [argument, expected] : std::vector<std::pair<std::string, Events>> {
+             {R"({"code":1001,"msg":"gone"})", {"exception 1001 gone"}}, {R"({"code":"7"})", {"exception 7 (absent)"}},
+             {R"({"code":-3,"msg":{}})", {"exception -3 (absent)"}}, {"{}", {}}, {"null", {}}, {"[1]", {}}}) {
+        SCOPED_TRACE(argument);
+        auto one = TQWBWebView::initWithFrame({0, 0, 100, 50}, nullptr);
+        one->setRoomStatusDelegate(listener);
+        one->setRecordDelegate(listener);
+        listener->events.clear();
+        const auto message = R"({"data":)" + argument + "}";
+        EXPECT_EQ(one->call("TQNativeBridge.onRoomException", message), R"({"code":0,"data":"onRoomException"})");
+        EXPECT_EQ(listener->events, expected);
+        // Later events are answered and reach nobody.
+        EXPECT_EQ(one->call("TQJSBridge.onRecordEnd", R"({"data":{"url":"u"}})"), R"({"code":0,"data":"onRecordEnd"})");
+        EXPECT_EQ(listener->events, expected);
+        const std::weak_ptr<TQWBWebView> watched = one;
+        one.reset();
+        EXPECT_TRUE(watched.expired());
+    }
+}
+
+TEST_F(WebViewTest, TheViewOutlivesItsApplicationUntilThePageQuits)
+{
+    make();
+    load("<script>setTimeout(() => prompt('_dsbridge=TQJSBridge.onRoomQuited', '{}'), 300);</script>");
+    const std::weak_ptr<TQWBWebView> watched = room;
+    room.reset();
+    view.reset();
+    runPending();
+    EXPECT_FALSE(watched.expired());
+    clearLog();
+    runUntil([&] { return countOfLine("[TQ:Log] -[TQWBWebView dealloc]") == 1; }, "the view is destroyed");
+    EXPECT_EQ(listener->events, (Events {"quit"}));
+    EXPECT_EQ(logLines(), (Events {"[TQ:Log] onRoomQuited", "[TQ:Log] -[TQWBWebView dealloc]"}));
+}
+
+// Tells on which thread it was destroyed, which is that of the registry that held it.
+class Witness final : public NSObject {
+public:
+    explicit Witness(std::thread::id& destroyedOn)
+        : m_destroyedOn(destroyedOn)
+    {
+    }
+    ~Witness() override { m_destroyedOn = std::this_thread::get_id(); }
+
+private:
+    std::thread::id& m_destroyedOn;
+};
+
+TEST_F(WebViewTest, TheLastReferenceMayBeDroppedAnywhere)
+{
+    std::thread::id destroyedOn;
+    auto one = TQWBWebView::initWithFrame({0, 0, 100, 50}, nullptr);
+    one->addJavascriptObject(std::make_shared<Witness>(destroyedOn), "witness");
+    one->call("TQJSBridge.onRoomQuited", "{}");
+    std::thread([held = std::move(one)]() mutable { held.reset(); }).join();
+    EXPECT_EQ(destroyedOn, std::thread::id());
+    runUntil([&] { return destroyedOn != std::thread::id(); }, "the view is destroyed");
+    EXPECT_EQ(destroyedOn, std::this_thread::get_id());
+}
+
+} // namespace
+} // namespace tq::test

@@ -1,0 +1,356 @@
+#include "tests/support/HttpsServer.h"
+#include "tests/support/Log.h"
+#include "tests/support/MainLoop.h"
+
+#include "navigation/TQWBNaviManager.h"
+#include "platform/Foundation/Dispatch.h"
+#include "platform/Foundation/NSDate.h"
+#include "platform/Foundation/NSUserDefaults.h"
+
+#include <algorithm>
+#include <boost/json/parse.hpp>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <limits>
+#include <thread>
+
+namespace tq::test {
+namespace {
+
+constexpr const char* kGood = R"({"code":5,"iwbLeaseUri":"lease.example","iwbConferenceUri":"page.example","more":[1]})";
+constexpr auto kAllBits = std::numeric_limits<NSUInteger>::max();
+
+// How a walk ended, and how often it did.
+struct Outcome {
+    int ends = 0;
+    std::optional<bool> isSaved;
+    NSUInteger code = 0;
+    OptionalText body;
+    std::string description;
+    bool onMainThread = false;
+};
+
+class NavigationTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        clearLog();
+        NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(HttpsServer::authority());
+    }
+    Outcome walk(const std::optional<TQWBNaviManager::URLList>& urls, double timeout = 10)
+    {
+        Outcome outcome;
+        manager->requestNavis(
+            urls, "app", "token", "1.0.0", timeout,
+            [&](bool isSaved) {
+                ++outcome.ends;
+                outcome.isSaved = isSaved;
+                outcome.onMainThread = isMainThread();
+            },
+            [&](NSUInteger code, const OptionalText& body, const std::string& description) {
+                ++outcome.ends;
+                outcome.code = code;
+                outcome.body = body;
+                outcome.description = description;
+                outcome.onMainThread = isMainThread();
+            });
+        runUntil([&] { return outcome.ends > 0; }, "the walk has ended");
+        runPending();
+        EXPECT_EQ(outcome.ends, 1);
+        return outcome;
+    }
+    static std::optional<NSURL> at(const HttpsServer& server, const std::string& path = "/config.json")
+    {
+        return NSURL::URLWithString("https://" + server.host() + path);
+    }
+    static std::optional<NSURL> refusing()
+    {
+        return NSURL::URLWithString("https://localhost:" + std::to_string(refusingPort()) + "/config.json");
+    }
+    static long attemptsLogged()
+    {
+        return std::ranges::count_if(
+            logLines(), [](const std::string& line) { return line.starts_with("[TQ:Log] response:"); });
+    }
+
+    std::shared_ptr<TQWBNaviManager> manager = TQWBNaviManager::sharedInstance();
+};
+
+TEST_F(NavigationTest, TheRequestIsExactlyThis)
+{
+    HttpsServer server([](const auto&) { return HttpsServer::answerWith(200, kGood); });
+    Outcome outcome;
+    const std::string token = "t&=+/%é@" + server.host();
+    const auto urls = manager->getAllNaviURLS(token, std::vector<std::string> {"unused.example"});
+    ASSERT_TRUE(urls);
+    std::thread([&] {
+        manager->requestNavis(
+            urls, "the app", token, "1.0.0", 10,
+            [&](bool isSaved) {
+                outcome.onMainThread = isMainThread();
+                outcome.isSaved = isSaved;
+            },
+            nullptr);
+    }).join();
+    runUntil([&] { return outcome.isSaved.has_value(); }, "the answer is stored");
+    EXPECT_EQ(outcome.isSaved, true);
+    EXPECT_TRUE(outcome.onMainThread);
+    const auto requests = server.requests();
+    ASSERT_EQ(requests.size(), 1U);
+    EXPECT_EQ(requests[0].line(), "POST /config.json HTTP/1.1");
+    EXPECT_TRUE(requests[0].hasHeader("Content-Type: application/x-www-form-urlencoded")) << requests[0].head;
+    EXPECT_TRUE(requests[0].hasHeader("appId: the app")) << requests[0].head;
+    EXPECT_EQ(requests[0].body, "token=" + token + "&v=1.0.0&p=iOS");
+    EXPECT_TRUE(logLines().empty());
+    EXPECT_EQ(manager->token(), token);
+    EXPECT_EQ(manager->timeout(), 10);
+
+    const auto stored = manager->getNaviData("the app", token);
+    ASSERT_TRUE(stored);
+    EXPECT_EQ(stored->code, 5);
+    EXPECT_EQ(stored->iwbLeaseUri, "lease.example");
+    EXPECT_EQ(stored->iwbConferenceUri, "page.example");
+}
+
+TEST_F(NavigationTest, EveryAnswerHasItsCodeAndTexts)
+{
+    struct Row {
+        int status;
+        std::string body;
+        NSUInteger code;
+        std::string description;
+    };
+    const std::vector<Row> rows {
+        {401, R"({"code":403})", 100010, "code = 403, responseCode = 401."},
+        {403, R"({"code":"401"})", 100010, "code = 401, responseCode = 403."},
+        {401, R"({"code":401})", 300003, "responseCode = 401."},
+        {403, R"({"code":403})", 300003, "responseCode = 403."},
+        {500, "", 300003, "responseCode = 500."},
+        {201, kGood, 300003, "responseCode = 201."},
+        {200, "", 300004, "code = 0, responseCode = 200."},
+        {200, "not json", 300004, "code = 0, responseCode = 200."},
+        {200, "[1]", 300004, "code = 0, responseCode = 200."},
+        {200, R"({"code":-7,"iwbLeaseUri":"x"})", 300004, "code = -7, responseCode = 200."},
+        {200, R"({"code":9,"iwbConferenceUri":"x"})", 300004, "code = 9, responseCode = 200."},
+    };
+    std::size_t current = 0;
+    HttpsServer server([&](const auto&) { return HttpsServer::answerWith(rows[current].status, rows[current].body); });
+    for (; current < rows.size(); ++current) {
+        const auto& row = rows[current];
+        SCOPED_TRACE(row.description + row.body);
+        const auto outcome = walk(TQWBNaviManager::URLList {at(server)});
+        EXPECT_FALSE(outcome.isSaved);
+        EXPECT_EQ(outcome.code, row.code);
+        EXPECT_EQ(outcome.body, row.body);
+        EXPECT_EQ(outcome.description, row.description);
+        EXPECT_TRUE(outcome.onMainThread);
+    }
+    // One line for every status but 200.
+    EXPECT_EQ(attemptsLogged(), 6);
+}
+
+TEST_F(NavigationTest, BodiesThatAreNotTextAreAbsent)
+{
+    HttpsServer server([](const auto&) { return HttpsServer::answerWith(500, "\xFF\xFE"); });
+    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(server)}).body, std::nullopt);
+}
+
+TEST_F(NavigationTest, NoAddressesFailAtOnceOnTheCallersThread)
+{
+    for (const auto& urls : {std::optional<TQWBNaviManager::URLList>(), std::optional(TQWBNaviManager::URLList {})}) {
+        std::jthread([&] {
+            Outcome outcome;
+            manager->requestNavis(
+                urls, "a", "t", "v", 10, nullptr,
+                [&](NSUInteger code, const OptionalText& body, const std::string& description) {
+                    outcome = {1, {}, code, body, description, isMainThread()};
+                });
+            EXPECT_EQ(outcome.code, kAllBits);
+            EXPECT_EQ(outcome.body, "");
+            EXPECT_EQ(outcome.description, "invalid navi url");
+            EXPECT_FALSE(outcome.onMainThread);
+        }).join();
+        manager->requestNavis(urls, "a", "t", "v", 10, nullptr, nullptr);
+    }
+}
+
+TEST_F(NavigationTest, AddressesAreAskedInOrderUntilOneAnswers)
+{
+    HttpsServer server([](const ReceivedRequest& request) {
+        if (request.line().find("/good/") != std::string::npos)
+            return HttpsServer::answerWith(200, kGood);
+        if (request.line().find("/refuses/") != std::string::npos)
+            return HttpsServer::answerWith(401, R"({"code":403})");
+        return HttpsServer::answerWith(500, "no");
+    });
+    const auto first = at(server, "/first/config.json");
+    const auto good = at(server, "/good/config.json");
+    const auto refuses = at(server, "/refuses/config.json");
+
+    // One address twice is asked twice; an invalid one and a dead one count as failures.
+    EXPECT_EQ(walk(TQWBNaviManager::URLList {first, first, std::nullopt, refusing(), good, refuses}).isSaved, true);
+    ASSERT_EQ(server.requests().size(), 3U);
+    EXPECT_EQ(server.requests()[1].line(), "POST /first/config.json HTTP/1.1");
+    EXPECT_EQ(server.requests()[2].line(), "POST /good/config.json HTTP/1.1");
+    EXPECT_EQ(attemptsLogged(), 4);
+
+    EXPECT_EQ(walk(TQWBNaviManager::URLList {first, refuses, good}).code, 100010U);
+    EXPECT_EQ(server.requests().size(), 5U);
+
+    const auto last = walk(TQWBNaviManager::URLList {good, first}).isSaved;
+    EXPECT_EQ(last, true);
+    const auto failed = walk(TQWBNaviManager::URLList {refusing(), refusing(), first});
+    EXPECT_EQ(failed.code, 300003U);
+    EXPECT_EQ(failed.description, "responseCode = 500.");
+}
+
+TEST_F(NavigationTest, TransfersThatFailHaveAnErrorsTextAndNoBody)
+{
+    HttpsServer silent([](const auto&) { return std::string(); });
+    HttpsServer elsewhere([](const auto&) {
+        return HttpsServer::answerWith(307, "", "Location: https://127.0.0.1:1/config.json\r\n");
+    });
+    HttpsServer endless([](const auto&) {
+        return "HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + std::string((16U << 20U) + 1, ' ');
+    });
+    for (const auto& url : {at(silent), at(elsewhere), at(endless), refusing(), std::optional<NSURL>()}) {
+        const auto outcome = walk(TQWBNaviManager::URLList {url});
+        EXPECT_EQ(outcome.code, 300003U);
+        EXPECT_EQ(outcome.body, std::nullopt);
+        EXPECT_FALSE(outcome.description.empty());
+    }
+    NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(std::nullopt);
+    HttpsServer untrusted([](const auto&) { return HttpsServer::answerWith(200, kGood); });
+    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(untrusted)}).code, 300003U);
+    EXPECT_TRUE(untrusted.requests().empty());
+}
+
+TEST_F(NavigationTest, RedirectionsStayWithinTheServer)
+{
+    HttpsServer server([](const ReceivedRequest& request) {
+        if (request.line().find("/moved") != std::string::npos)
+            return HttpsServer::answerWith(200, kGood);
+        return HttpsServer::answerWith(308, "", "Location: /moved\r\n");
+    });
+    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(server)}).isSaved, true);
+    EXPECT_EQ(server.requests().back().body, "token=token&v=1.0.0&p=iOS");
+
+    HttpsServer loop([](const auto&) { return HttpsServer::answerWith(302, "", "Location: /again\r\n"); });
+    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(loop)}).code, 300003U);
+    EXPECT_EQ(loop.requests().size(), 6U);
+}
+
+TEST_F(NavigationTest, ASilentServerIsGivenUpWhenTheTimeIsUp)
+{
+    std::atomic<bool> isOver = false;
+    HttpsServer server([&](const auto&) {
+        while (!isOver)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        return std::string();
+    });
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(server)}, 0.3).code, 300003U);
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
+    isOver = true;
+}
+
+TEST_F(NavigationTest, HeaderValuesWithLineBreaksAreNeverSent)
+{
+    HttpsServer server([](const auto&) { return HttpsServer::answerWith(200, kGood); });
+    for (const char* appKey : {"a\r\nX-Evil: 1", "a\nb", "\x01"}) {
+        Outcome outcome;
+        manager->requestNavi(at(server), appKey, "t", "v", 10, nullptr,
+            [&](NSUInteger code, const OptionalText&, const std::string&) { outcome = {1, {}, code, {}, {}, {}}; });
+        runUntil([&] { return outcome.ends == 1; }, "the request is refused");
+        EXPECT_EQ(outcome.code, 300003U);
+    }
+    EXPECT_TRUE(server.requests().empty());
+}
+
+TEST_F(NavigationTest, NullAddressesAreASuccessThatIsNotStored)
+{
+    auto& manager = *TQWBNaviManager::sharedInstance();
+    std::string body = R"({"iwbLeaseUri":"kept","iwbConferenceUri":"kept"})";
+    HttpsServer server([&](const auto&) { return HttpsServer::answerWith(200, body); });
+    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(server)}).isSaved, true);
+    for (const char* next : {R"({"iwbLeaseUri":null,"iwbConferenceUri":"x"})", R"({"iwbLeaseUri":"x","iwbConferenceUri":null})"}) {
+        body = next;
+        EXPECT_EQ(walk(TQWBNaviManager::URLList {at(server)}).isSaved, false);
+        EXPECT_EQ(manager.getNaviData("app", "token")->iwbLeaseUri, "kept");
+    }
+    body = R"({"iwbLeaseUri":5,"iwbConferenceUri":{}})";
+    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(server)}).isSaved, true);
+    EXPECT_EQ(manager.getNaviData("app", "token")->iwbLeaseUri, std::nullopt);
+}
+
+TEST_F(NavigationTest, EntriesAreKeptForEveryPairOnItsOwn)
+{
+    auto answer = [](const char* lease) { return boost::json::object {{"iwbLeaseUri", lease}, {"iwbConferenceUri", "c"}}; };
+    EXPECT_TRUE(manager->needRequestNavi("k1", "t1"));
+    EXPECT_EQ(manager->getNaviData("k1", "t1"), nullptr);
+    EXPECT_TRUE(manager->saveNavi(answer("1"), "k1", "t1"));
+    EXPECT_TRUE(manager->saveNavi(answer("2"), "k1", "t2"));
+    EXPECT_TRUE(manager->saveNavi(answer("3"), std::nullopt, "t1"));
+    EXPECT_FALSE(manager->saveNavi(std::nullopt, "k1", "t1"));
+    EXPECT_FALSE(manager->needRequestNavi("k1", "t1"));
+    EXPECT_EQ(manager->getNaviData("k1", "t1")->iwbLeaseUri, "1");
+    EXPECT_EQ(manager->getNaviData("k1", "t1")->code, 0);
+    EXPECT_EQ(manager->getNaviData("k1", "t2")->iwbLeaseUri, "2");
+    EXPECT_EQ(manager->getNaviData("(null)", "t1")->iwbLeaseUri, "3");
+    EXPECT_EQ(manager->getNaviData("k2", "t1"), nullptr);
+}
+
+TEST_F(NavigationTest, StoredEntriesOfAnyShapeAreRead)
+{
+    auto& defaults = NSUserDefaults::standardUserDefaults();
+    struct Row {
+        const char* entry;
+        bool isNeeded;
+        bool isThere;
+        OptionalText lease;
+    };
+    const std::vector<Row> rows {
+        {"{}", true, false, {}},
+        {R"({"TQWB-timestamp":9e99})", false, true, {}},
+        {R"({"TQWB-timestamp":"9999999999"})", false, true, {}},
+        {R"({"TQWB-navi-data":{"iwbLeaseUri":"old"}})", true, true, "old"},
+        {R"({"TQWB-timestamp":[],"TQWB-navi-data":[]})", true, true, {}},
+        {R"({"TQWB-timestamp":-9223372036854775808,"TQWB-navi-data":7})", true, true, {}},
+    };
+    for (const auto& row : rows) {
+        defaults.setObject(boost::json::parse(row.entry).as_object(), "k+t");
+        EXPECT_EQ(manager->needRequestNavi("k", "t"), row.isNeeded) << row.entry;
+        const auto data = manager->getNaviData("k", "t");
+        ASSERT_EQ(data != nullptr, row.isThere) << row.entry;
+        EXPECT_EQ(data ? data->iwbLeaseUri : std::nullopt, row.lease) << row.entry;
+    }
+}
+
+TEST_F(NavigationTest, AChangeOfTheTimeZoneMovesTheAge)
+{
+    auto& defaults = NSUserDefaults::standardUserDefaults();
+    auto saveAged = [&](std::int64_t seconds) {
+        setenv("TZ", "UTC0", 1);
+        const auto now = static_cast<std::int64_t>(timeIntervalSince1970());
+        defaults.setObject({{"TQWB-timestamp", now - seconds}, {"TQWB-navi-data", boost::json::object {}}}, "k+t");
+    };
+    struct Row {
+        std::int64_t age;
+        const char* zone;
+        bool isNeeded;
+    };
+    // East of Greenwich makes an answer younger, west of it older. A minute's room for the clock that goes on.
+    for (const auto& row : {Row {7140, "UTC0", false}, Row {7201, "UTC0", true}, Row {7201 + 3540, "EAST-1", false},
+             Row {7201 + 3600, "EAST-1", true}, Row {3540, "WEST1", false}, Row {3601, "WEST1", true}}) {
+        saveAged(row.age);
+        setenv("TZ", row.zone, 1);
+        EXPECT_EQ(manager->needRequestNavi("k", "t"), row.isNeeded) << row.age << " in " << row.zone;
+    }
+    // What is saved in a zone is fresh in it.
+    manager->saveNavi(boost::json::object {{"iwbLeaseUri", "a"}, {"iwbConferenceUri", "b"}}, "k", "t");
+    EXPECT_FALSE(manager->needRequestNavi("k", "t"));
+    unsetenv("TZ");
+}
+
+} // namespace
+} // namespace tq::test

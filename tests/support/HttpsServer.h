@@ -1,0 +1,65 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+typedef struct _GCancellable GCancellable;
+typedef struct _GIOStream GIOStream;
+typedef struct _GSocketListener GSocketListener;
+typedef struct _GTlsCertificate GTlsCertificate;
+
+namespace tq::test {
+
+/// A request as it came over the wire.
+struct ReceivedRequest {
+    std::string head;
+    std::string body;
+
+    std::string line() const { return head.substr(0, head.find("\r\n")); }
+    bool hasHeader(const std::string& wholeLine) const { return head.find("\r\n" + wholeLine + "\r\n") != std::string::npos; }
+};
+
+/// Answers every request on 127.0.0.1 with bytes that the test chooses, over real TLS, one connection a request.
+class HttpsServer {
+public:
+    /// What is sent for a request, byte for byte. Empty: the connection is closed without an answer.
+    using Answer = std::function<std::string(const ReceivedRequest&)>;
+
+    explicit HttpsServer(Answer answer);
+    ~HttpsServer();
+    HttpsServer(const HttpsServer&) = delete;
+    HttpsServer& operator=(const HttpsServer&) = delete;
+
+    /// "localhost:PORT".
+    const std::string& host() const { return m_host; }
+    std::vector<ReceivedRequest> requests() const;
+
+    /// The certificate that signs all servers of this process, as a PEM text.
+    static const std::string& authority();
+    /// A status line, headers and a body.
+    static std::string answerWith(int status, const std::string& body, const std::string& moreHeaders = "");
+
+private:
+    void serve();
+    void converse(GIOStream* connection);
+
+    Answer m_answer;
+    std::string m_host;
+    GSocketListener* m_listener = nullptr;
+    GCancellable* m_cancellable = nullptr;
+    mutable std::mutex m_mutex;
+    std::vector<ReceivedRequest> m_requests;
+    std::thread m_thread;
+};
+
+/// A port of 127.0.0.1 that refuses connections.
+std::uint16_t refusingPort();
+
+} // namespace tq::test

@@ -1,0 +1,38 @@
+#include "Log.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+namespace {
+
+std::filesystem::path makeTemporaryFolder()
+{
+    auto pattern = (std::filesystem::temp_directory_path() / "tqwb-test-XXXXXX").string();
+    if (!mkdtemp(pattern.data()))
+        throw std::runtime_error("no temporary folder can be made");
+    return pattern;
+}
+
+} // namespace
+
+// Every run has a data folder of its own, no proxy between it and its servers, and no accessibility bus: one that is
+// started on demand would outlive the run's folders.
+int main(int argc, char** argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto folder = makeTemporaryFolder();
+    setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1);
+    setenv("XDG_CACHE_HOME", (folder / "cache").c_str(), 1);
+    setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
+    setenv("GTK_A11Y", "none", 1);
+    for (const char* name : {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"})
+        unsetenv(name);
+    tq::test::captureLog();
+    const int result = RUN_ALL_TESTS();
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
+    return result;
+}
