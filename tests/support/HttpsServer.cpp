@@ -38,27 +38,27 @@ std::size_t bodyLength(const std::string& head)
     return field == std::string::npos ? 0 : std::stoul(head.substr(field + 18));
 }
 
-bool readMore(GInputStream* input, std::string& bytes)
+bool readMore(GInputStream* input, GCancellable* cancellable, std::string& bytes)
 {
     std::array<char, 4096> buffer {};
-    const auto count = g_input_stream_read(input, buffer.data(), buffer.size(), nullptr, nullptr);
+    const auto count = g_input_stream_read(input, buffer.data(), buffer.size(), cancellable, nullptr);
     if (count > 0)
         bytes.append(buffer.data(), static_cast<std::size_t>(count));
     return count > 0;
 }
 
-bool readRequest(GInputStream* input, ReceivedRequest& request)
+bool readRequest(GInputStream* input, GCancellable* cancellable, ReceivedRequest& request)
 {
     std::string bytes;
     while (bytes.find("\r\n\r\n") == std::string::npos) {
-        if (!readMore(input, bytes))
+        if (!readMore(input, cancellable, bytes))
             return false;
     }
     const auto end = bytes.find("\r\n\r\n") + 2;
     request.head = bytes.substr(0, end);
     request.body = bytes.substr(end + 2);
     while (request.body.size() < bodyLength(request.head)) {
-        if (!readMore(input, request.body))
+        if (!readMore(input, cancellable, request.body))
             return false;
     }
     return true;
@@ -93,26 +93,25 @@ HttpsServer::~HttpsServer()
 
 void HttpsServer::serve()
 {
-    const auto& files = certificate();
-    const GObjectPointer<GTlsCertificate> tls(
-        g_tls_certificate_new_from_files(files.serverFile().c_str(), files.keyFile().c_str(), nullptr));
+    std::vector<std::jthread> conversations;
     while (!g_cancellable_is_cancelled(m_cancellable)) {
         const GObjectPointer<GSocketConnection> plain(
             g_socket_listener_accept(m_listener, nullptr, m_cancellable, nullptr));
         if (!plain)
             continue;
-        g_socket_set_timeout(g_socket_connection_get_socket(plain.get()), 20);
-        const GObjectPointer<GIOStream> secure(
-            g_tls_server_connection_new(G_IO_STREAM(plain.get()), tls.get(), nullptr));
-        converse(secure.get());
-        g_io_stream_close(secure.get(), nullptr, nullptr);
+        // A client may open a connection and say nothing for long.
+        conversations.emplace_back([this, held = retained(plain.get())] { converse(G_IO_STREAM(held.get())); });
     }
 }
 
-void HttpsServer::converse(GIOStream* connection)
+void HttpsServer::converse(GIOStream* plain)
 {
+    const auto& files = certificate();
+    const GObjectPointer<GTlsCertificate> tls(
+        g_tls_certificate_new_from_files(files.serverFile().c_str(), files.keyFile().c_str(), nullptr));
+    const GObjectPointer<GIOStream> connection(g_tls_server_connection_new(plain, tls.get(), nullptr));
     ReceivedRequest request;
-    if (!readRequest(g_io_stream_get_input_stream(connection), request))
+    if (!readRequest(g_io_stream_get_input_stream(connection.get()), m_cancellable, request))
         return;
     {
         const std::lock_guard lock(m_mutex);
@@ -120,7 +119,8 @@ void HttpsServer::converse(GIOStream* connection)
     }
     const auto bytes = m_answer(request);
     g_output_stream_write_all(
-        g_io_stream_get_output_stream(connection), bytes.data(), bytes.size(), nullptr, m_cancellable, nullptr);
+        g_io_stream_get_output_stream(connection.get()), bytes.data(), bytes.size(), nullptr, m_cancellable, nullptr);
+    g_io_stream_close(connection.get(), m_cancellable, nullptr);
 }
 
 std::vector<ReceivedRequest> HttpsServer::requests() const

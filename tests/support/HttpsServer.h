@@ -48,7 +48,7 @@ public:
 
 private:
     void serve();
-    void converse(GIOStream* connection);
+    void converse(GIOStream* plain);
 
     Answer m_answer;
     std::string m_host;
