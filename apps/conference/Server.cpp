@@ -1,0 +1,374 @@
+#include "Server.h"
+
+#include "LiveMessage.h"
+#include "NavigationRequest.h"
+
+#include <boost/json.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <iostream>
+#include <stdexcept>
+
+namespace tq::conference {
+
+namespace json = boost::json;
+
+namespace {
+
+constexpr std::size_t s_largestBody = 65536;
+/// A body is read to its end, so that its sender sees the answer; one that does not end is cut off.
+constexpr std::size_t s_mostDrained = 8U << 20U;
+constexpr const char* s_livePath = "/conference/live";
+constexpr const char* s_receivedKey = "tqwb-received";
+constexpr const char* s_startKey = "tqwb-start";
+constexpr std::size_t s_longestSegment = 128;
+
+std::string errorText(const GErrorPointer& error) { return error ? error->message : "unknown error"; }
+
+/// The segments of an encoded path, decoded; absent if one is not UTF-8, holds a control character or is too long.
+std::optional<std::vector<std::string>> segmentsOf(std::string_view path)
+{
+    std::vector<std::string> segments;
+    if (!path.starts_with('/'))
+        return std::nullopt;
+    while (!path.empty()) {
+        path.remove_prefix(1);
+        const auto raw = path.substr(0, path.find('/'));
+        const GText segment(g_uri_unescape_segment(raw.data(), raw.data() + raw.size(), nullptr));
+        const std::string_view text = segment ? segment.get() : "";
+        const bool isText = segment && text.size() <= s_longestSegment
+            && g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr)
+            && std::ranges::none_of(text, [](char letter) { return (letter >= 0 && letter < ' ') || letter == 127; });
+        if (!isText)
+            return std::nullopt;
+        segments.emplace_back(text);
+        path.remove_prefix(raw.size());
+    }
+    return segments;
+}
+
+std::size_t receivedBytes(SoupServerMessage* message)
+{
+    return GPOINTER_TO_SIZE(g_object_get_data(G_OBJECT(message), s_receivedKey));
+}
+
+const char* typeOf(std::string_view file)
+{
+    if (file.ends_with(".js"))
+        return "text/javascript; charset=utf-8";
+    return file.ends_with(".css") ? "text/css; charset=utf-8" : "text/html; charset=utf-8";
+}
+
+} // namespace
+
+std::optional<std::string> Server::Request::header(const char* name) const
+{
+    const auto* const value = soup_message_headers_get_list(soup_server_message_get_request_headers(message), name);
+    return value ? std::optional<std::string>(value) : std::nullopt;
+}
+
+Server::Server(Conference& conference, const TokenRule& tokens, const Certificate& certificate, std::uint16_t port)
+    : m_conference(conference)
+    , m_tokens(tokens)
+{
+    GError* raw = nullptr;
+    const GObjectPointer<GTlsCertificate> pair(
+        g_tls_certificate_new_from_files(certificate.serverFile().c_str(), certificate.keyFile().c_str(), &raw));
+    if (const GErrorPointer error(raw); !pair)
+        throw std::runtime_error("the certificate cannot be used: " + errorText(error));
+    m_server.reset(soup_server_new("tls-certificate", pair.get(), "raw-paths", TRUE, nullptr));
+    g_signal_connect(m_server.get(), "request-started", G_CALLBACK(requestStarted), this);
+    g_signal_connect(m_server.get(), "request-finished", G_CALLBACK(requestFinished), this);
+    soup_server_add_handler(m_server.get(), nullptr, requestCame, this, nullptr);
+    soup_server_add_handler(m_server.get(), s_livePath, liveRequestCame, this, nullptr);
+    soup_server_add_websocket_handler(m_server.get(), s_livePath, nullptr, nullptr, socketCame, this, nullptr);
+    listen(port);
+    m_sweep = g_timeout_add_seconds(
+        1,
+        [](void* self) -> gboolean {
+            static_cast<Server*>(self)->m_conference.sweep();
+            return G_SOURCE_CONTINUE;
+        },
+        this);
+}
+
+Server::~Server()
+{
+    g_source_remove(m_sweep);
+    g_signal_handlers_disconnect_by_data(m_server.get(), this);
+    soup_server_disconnect(m_server.get());
+}
+
+void Server::listen(std::uint16_t port)
+{
+    const auto listenOn = [&](const char* address, std::uint16_t number) {
+        GError* raw = nullptr;
+        const GObjectPointer<GSocketAddress> socket(g_inet_socket_address_new_from_string(address, number));
+        soup_server_listen(m_server.get(), socket.get(), SOUP_SERVER_LISTEN_HTTPS, &raw);
+        return GErrorPointer(raw);
+    };
+    if (const auto error = listenOn("127.0.0.1", port))
+        throw std::runtime_error("cannot listen on 127.0.0.1 port " + std::to_string(port) + ": " + errorText(error));
+    GSList* const uris = soup_server_get_uris(m_server.get());
+    const auto taken = static_cast<std::uint16_t>(g_uri_get_port(static_cast<GUri*>(uris->data)));
+    g_slist_free_full(uris, [](void* uri) { g_uri_unref(static_cast<GUri*>(uri)); });
+    // Where the machine has no IPv6, "localhost" means 127.0.0.1 alone.
+    listenOn("::1", taken);
+    m_host = "localhost:" + std::to_string(taken);
+}
+
+void Server::requestStarted(SoupServer*, SoupServerMessage* message, void* self)
+{
+    auto* const start = new std::int64_t(g_get_monotonic_time());
+    g_object_set_data_full(
+        G_OBJECT(message), s_startKey, start, [](void* data) { delete static_cast<std::int64_t*>(data); });
+    g_signal_connect(message, "got-chunk", G_CALLBACK(chunkCame), self);
+}
+
+void Server::chunkCame(SoupServerMessage* message, GBytes* chunk, void*)
+{
+    const auto received = receivedBytes(message) + g_bytes_get_size(chunk);
+    g_object_set_data(G_OBJECT(message), s_receivedKey, GSIZE_TO_POINTER(received));
+    if (received > s_largestBody)
+        soup_message_body_set_accumulate(soup_server_message_get_request_body(message), FALSE);
+    if (received > s_mostDrained)
+        g_socket_shutdown(soup_server_message_get_socket(message), TRUE, TRUE, nullptr);
+}
+
+void Server::requestFinished(SoupServer*, SoupServerMessage* message, void*)
+{
+    const auto* const start = static_cast<const std::int64_t*>(g_object_get_data(G_OBJECT(message), s_startKey));
+    GUri* const uri = soup_server_message_get_uri(message);
+    const auto* const method = soup_server_message_get_method(message);
+    // The path only: the query of a room page holds its key.
+    std::string path = uri ? g_uri_get_path(uri) : "-";
+    if (path.size() > 300)
+        path.resize(300);
+    std::ranges::replace_if(
+        path, [](char letter) { return letter <= ' ' || letter > '~'; }, '?');
+    std::cerr << (method ? method : "-") << ' ' << path << ' ' << soup_server_message_get_status(message) << ' '
+              << (start ? (g_get_monotonic_time() - *start) / 1000 : 0) << " ms" << std::endl;
+}
+
+void Server::requestCame(SoupServer*, SoupServerMessage* message, const char*, GHashTable*, void* data)
+{
+    auto* const self = static_cast<Server*>(data);
+    const auto segments = segmentsOf(g_uri_get_path(soup_server_message_get_uri(message)));
+    const GBytesPointer body(soup_message_body_flatten(soup_server_message_get_request_body(message)));
+    gsize size = 0;
+    const auto* const bytes = static_cast<const char*>(g_bytes_get_data(body.get(), &size));
+    const Request request{ message, soup_server_message_get_method(message),
+        segments.value_or(std::vector<std::string>{}), { bytes, size }, receivedBytes(message) > s_largestBody };
+    respond(message,
+        segments ? self->answer(request)
+                 : refuse(SOUP_STATUS_BAD_REQUEST, { Refusal::s_malformed, "the path is malformed" }));
+}
+
+void Server::respond(SoupServerMessage* message, const Answer& answer)
+{
+    auto* const headers = soup_server_message_get_response_headers(message);
+    soup_message_headers_replace(headers, "Cache-Control", "no-store");
+    soup_message_headers_replace(headers, "X-Content-Type-Options", "nosniff");
+    for (const auto& [name, value] : answer.headers)
+        soup_message_headers_replace(headers, name, value.c_str());
+    soup_server_message_set_status(message, answer.status, nullptr);
+    soup_server_message_set_response(
+        message, answer.type.c_str(), SOUP_MEMORY_COPY, answer.body.data(), answer.body.size());
+}
+
+void Server::liveRequestCame(SoupServer*, SoupServerMessage* message, const char*, GHashTable*, void*)
+{
+    // A request that is left without a status here goes on to the socket's handler.
+    GError* raw = nullptr;
+    const bool isHandshake = soup_websocket_server_check_handshake(message, nullptr, nullptr, nullptr, &raw);
+    if (const GErrorPointer error(raw); !isHandshake)
+        respond(message,
+            refuse(SOUP_STATUS_BAD_REQUEST,
+                { Refusal::s_malformed, "this address takes WebSocket handshakes only: " + errorText(error) }));
+}
+
+void Server::socketCame(
+    SoupServer*, SoupServerMessage* message, const char*, SoupWebsocketConnection* connection, void* data)
+{
+    auto* const self = static_cast<Server*>(data);
+    const auto host = self->hostOf(message);
+    std::cerr << "GET " << s_livePath << " 101" << std::endl;
+    const auto* const origin = soup_message_headers_get_one(soup_server_message_get_request_headers(message), "Origin");
+    if (origin && origin != "https://" + host) {
+        Member::refuse(connection, { Refusal::s_unknownKey, "a page of another site may not enter" });
+        return;
+    }
+    const auto* const query = g_uri_get_query(soup_server_message_get_uri(message));
+    const std::unique_ptr<GHashTable, decltype(&g_hash_table_unref)> form(
+        soup_form_decode(query ? query : ""), g_hash_table_unref);
+    const auto* const key = static_cast<const char*>(g_hash_table_lookup(form.get(), "key"));
+    self->m_conference.connect(key ? key : "", connection, host);
+}
+
+std::string Server::hostOf(SoupServerMessage* message) const
+{
+    const auto* const header = soup_message_headers_get_one(soup_server_message_get_request_headers(message), "Host");
+    const std::string_view host = header ? header : "";
+    const bool isPlain = !host.empty() && host.size() <= 255 && std::ranges::all_of(host, [](char letter) {
+        return g_ascii_isalnum(letter) || std::string_view(".-:[]").find(letter) != std::string_view::npos;
+    });
+    return isPlain ? std::string(host) : m_host;
+}
+
+Server::Answer Server::refuse(unsigned status, const Refusal& refusal)
+{
+    Answer answer;
+    answer.status = status;
+    answer.body = json::serialize(json::object{ { "code", refusal.code }, { "desc", refusal.desc } });
+    return answer;
+}
+
+const std::vector<Server::Route>& Server::routes()
+{
+    static const std::vector<Route> s_routes{
+        { { "config.json" }, { "POST" }, &Server::navigate },
+        { { "whiteboard", "config.json" }, { "POST" }, &Server::navigate },
+        { { "api", "v1", "iwb", "join", "*" }, { "POST" }, &Server::join },
+        { { "api", "v1", "iwb", "player" }, { "POST" }, &Server::play },
+        { { "api", "v1", "iwb", "hubs", "*", "users", "*" }, { "DELETE" }, &Server::quit },
+        { { "conference", "*" }, { "GET", "HEAD" }, &Server::page },
+        { { "recordings", "*" }, { "GET", "HEAD" }, &Server::recording },
+    };
+    return s_routes;
+}
+
+Server::Answer Server::answer(const Request& request) const
+{
+    const auto fits = [&](const Route& route) {
+        return std::ranges::equal(route.path, request.path, [](std::string_view wanted, const std::string& segment) {
+            return wanted == "*" ? !segment.empty() : wanted == segment;
+        });
+    };
+    const auto route = std::ranges::find_if(routes(), fits);
+    if (route == routes().end())
+        return refuse(SOUP_STATUS_NOT_FOUND, { Refusal::s_notFound, "not found" });
+    if (std::ranges::find(route->methods, request.method) == route->methods.end()) {
+        auto wrong = refuse(SOUP_STATUS_METHOD_NOT_ALLOWED, { Refusal::s_wrongMethod, "wrong method" });
+        std::string allowed;
+        for (const auto method : route->methods)
+            allowed.append(allowed.empty() ? "" : ", ").append(method);
+        wrong.headers.emplace_back("Allow", allowed);
+        return wrong;
+    }
+    if (request.isTooLarge)
+        return refuse(SOUP_STATUS_REQUEST_ENTITY_TOO_LARGE, { Refusal::s_tooLarge, "the body is too large" });
+    return (this->*route->handle)(request);
+}
+
+Server::Answer Server::navigate(const Request& request) const
+{
+    const auto malformed = [](const std::string& desc) {
+        return refuse(SOUP_STATUS_BAD_REQUEST, { Refusal::s_malformed, desc });
+    };
+    if (request.header("Content-Type") != "application/x-www-form-urlencoded")
+        return malformed("Content-Type must be application/x-www-form-urlencoded");
+    if (request.header("appId").value_or("").empty())
+        return malformed("the header appId is missing or empty");
+    const auto reading = NavigationRequest::parse(request.body);
+    if (const auto* const refusal = std::get_if<Refusal>(&reading))
+        return refuse(SOUP_STATUS_BAD_REQUEST, *refusal);
+    if (!m_tokens.accepts(std::get<NavigationRequest>(reading).token))
+        return refuse(SOUP_STATUS_UNAUTHORIZED, { Refusal::s_badToken, "the token is not right" });
+    const auto host = hostOf(request.message);
+    Answer answer;
+    answer.body = json::serialize(json::object{ { "code", 0 }, { "iwbLeaseUri", host }, { "iwbConferenceUri", host } });
+    return answer;
+}
+
+std::optional<Server::Answer> Server::faultInHead(const Request& request) const
+{
+    std::string desc;
+    if (request.header("Content-Type") != "application/json")
+        desc = "Content-Type must be application/json";
+    else if (request.header("TQ-AppKey").value_or("").empty())
+        desc = "the header TQ-AppKey is missing or empty";
+    else if (!request.header("TQ-Token"))
+        desc = "the header TQ-Token is missing";
+    else if (!m_tokens.accepts(*request.header("TQ-Token")))
+        return refuse(SOUP_STATUS_UNAUTHORIZED, { Refusal::s_badToken, "the token is not right" });
+    if (desc.empty())
+        return std::nullopt;
+    return refuse(SOUP_STATUS_BAD_REQUEST, { Refusal::s_malformed, desc });
+}
+
+Server::Answer Server::answerOf(const std::variant<std::string, Refusal>& key)
+{
+    if (const auto* const refusal = std::get_if<Refusal>(&key))
+        return refuse(SOUP_STATUS_OK, *refusal);
+    Answer answer;
+    answer.body = json::serialize(json::object{ { "code", 0 }, { "key", std::get<std::string>(key) } });
+    return answer;
+}
+
+Server::Answer Server::join(const Request& request) const
+{
+    if (auto fault = faultInHead(request))
+        return *fault;
+    const auto reading = JoinRequest::parse(request.body);
+    if (const auto* const refusal = std::get_if<Refusal>(&reading))
+        return refuse(SOUP_STATUS_BAD_REQUEST, *refusal);
+    return answerOf(m_conference.join(request.path.back(), std::get<JoinRequest>(reading)));
+}
+
+Server::Answer Server::play(const Request& request) const
+{
+    if (auto fault = faultInHead(request))
+        return *fault;
+    const auto reading = PlayerRequest::parse(request.body);
+    if (const auto* const refusal = std::get_if<Refusal>(&reading))
+        return refuse(SOUP_STATUS_BAD_REQUEST, *refusal);
+    return answerOf(m_conference.play(std::get<PlayerRequest>(reading)));
+}
+
+Server::Answer Server::quit(const Request& request) const
+{
+    if (auto fault = faultInHead(request))
+        return *fault;
+    if (!request.body.empty())
+        return refuse(SOUP_STATUS_BAD_REQUEST, { Refusal::s_malformed, "a quit request has no body" });
+    if (const auto refusal = m_conference.quit(request.path[4], request.path[6]))
+        return refuse(SOUP_STATUS_OK, *refusal);
+    Answer answer;
+    answer.body = json::serialize(json::object{ { "code", 0 } });
+    return answer;
+}
+
+Server::Answer Server::page(const Request& request) const
+{
+    const auto name = "/conference/" + request.path.back();
+    const GBytesPointer bytes(g_resources_lookup_data(name.c_str(), G_RESOURCE_LOOKUP_FLAGS_NONE, nullptr));
+    if (!bytes)
+        return refuse(SOUP_STATUS_NOT_FOUND, { Refusal::s_notFound, "not found" });
+    gsize size = 0;
+    const auto* const text = static_cast<const char*>(g_bytes_get_data(bytes.get(), &size));
+    Answer answer;
+    answer.type = typeOf(name);
+    answer.body.assign(text, size);
+    // Older engines do not count a socket on the same host as 'self'.
+    answer.headers.emplace_back("Content-Security-Policy",
+        "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self' data: blob:; connect-src 'self' wss://"
+            + hostOf(request.message) + "; base-uri 'none'; form-action 'none'; frame-ancestors 'none'");
+    answer.headers.emplace_back("Referrer-Policy", "no-referrer");
+    return answer;
+}
+
+Server::Answer Server::recording(const Request& request) const
+{
+    std::string_view name = request.path.back();
+    const bool isFile = name.ends_with(".json");
+    name.remove_suffix(isFile ? 5 : 0);
+    const auto text = isFile ? m_conference.recordings().load(name) : std::nullopt;
+    if (!text)
+        return refuse(SOUP_STATUS_NOT_FOUND, { Refusal::s_noRecording, "recording not found" });
+    Answer answer;
+    answer.body = *text;
+    return answer;
+}
+
+} // namespace tq::conference

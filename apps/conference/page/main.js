@@ -1,0 +1,408 @@
+// The room page: puts the board, the tools, the room's connection (or a recording) and the application together.
+
+import { Board } from "./board.js";
+import { isInApplication, report } from "./bridge.js";
+import { Player } from "./player.js";
+import { RoomConnection } from "./room.js";
+
+const element = (id) => document.getElementById(id);
+const all = (selector) => [...document.querySelectorAll(selector)];
+
+const seatColors = ["#1971c2", "#d9363e", "#2b8a3e", "#f08c00", "#7048e8", "#0c8599", "#c2255c", "#5c940d"];
+const eraserFactor = 5;
+const mostPoints = 1000; // of one stroke; a longer one goes on as the next
+const mostPending = 400; // points of one message
+const badRecording = 4004;
+const status = { presenter: 1, viewer: 2 };
+
+const board = new Board(element("board"));
+const room = {
+    connection: null,
+    uid: "",
+    role: null,
+    state: "connecting",
+    members: [],
+    isRecording: false,
+    isLoaded: false,
+    isReplay: false,
+    lastStroke: 0,
+};
+const pen = { color: "ink", width: 3 };
+const drawing = { pointer: null, id: 0, count: 0, pending: [] };
+
+// What the page says
+
+function show(id, isShown) {
+    element(id).hidden = !isShown;
+}
+
+let toastTimer = 0;
+function say(text) {
+    element("toast").textContent = text;
+    show("toast", true);
+    clearTimeout(toastTimer);
+    toastTimer = setTimeout(() => show("toast", false), 3500);
+}
+
+function cover(title, text, code) {
+    stopDrawing();
+    element("cover-title").textContent = title;
+    element("cover-text").textContent = text;
+    element("cover-code").textContent = code ? "Code " + code : "";
+    show("cover", true);
+    show("panel", false);
+    room.state = "over";
+    showState("over", "Closed");
+    showTools();
+}
+
+function showState(name, text) {
+    element("state").className = "state " + name;
+    element("state").textContent = text;
+}
+
+function mayDraw() {
+    return room.role === "presenter" && room.state === "live";
+}
+
+function showTools() {
+    show("tools", !room.isReplay && room.role === "presenter");
+    show("watch", !room.isReplay && room.role === "viewer");
+    show("player", room.isReplay);
+    element("board").classList.toggle("drawing", mayDraw());
+    for (const id of ["undo", "clear", "record"])
+        element(id).disabled = !mayDraw();
+    for (const button of all("#pens button"))
+        button.setAttribute("aria-pressed", button.dataset.color === pen.color);
+    for (const button of all("#widths button"))
+        button.setAttribute("aria-pressed", Number(button.dataset.width) === pen.width);
+    const text = room.isRecording ? "Stop recording" : "Start recording";
+    element("record").setAttribute("aria-pressed", room.isRecording);
+    element("record").setAttribute("aria-label", text);
+    element("record").title = text;
+    show("recording", room.isRecording);
+}
+
+function text(tag, name, content) {
+    const node = document.createElement(tag);
+    node.className = name;
+    node.textContent = content;
+    return node;
+}
+
+function dotOf(member) {
+    const dot = text("span", "dot", "");
+    dot.style.background = seatColors[member.seat % seatColors.length];
+    return dot;
+}
+
+/** The dot, the name and "(you)" of a member. */
+function labelsOf(member) {
+    const labels = [dotOf(member), text("span", "name", member.name || member.uid)];
+    return member.uid === room.uid ? [...labels, text("span", "you", "(you)")] : labels;
+}
+
+function rowOf(member) {
+    const row = document.createElement("li");
+    row.append(...labelsOf(member), text("span", "role", member.role === "presenter" ? "Presenter" : "Viewer"));
+    if (room.role === "presenter" && member.uid !== room.uid) {
+        const other = member.role === "presenter" ? "viewer" : "presenter";
+        const button = text("button", "", other === "presenter" ? "Let draw" : "Only watch");
+        button.type = "button";
+        button.onclick = () => room.connection.send({ type: "role", uid: member.uid, role: other });
+        row.append(button);
+    }
+    return row;
+}
+
+function showPeople() {
+    const ordered = [...room.members].sort((a, b) => (b.uid === room.uid) - (a.uid === room.uid) || a.seat - b.seat);
+    const chips = ordered.map((member) => {
+        const chip = document.createElement("li");
+        chip.append(...labelsOf(member));
+        return chip;
+    });
+    element("chips").replaceChildren(...chips);
+    // A chip that is cut in half tells nothing; the panel names everybody.
+    const space = element("chips").clientWidth;
+    let used = 0;
+    for (const chip of chips) {
+        used += chip.offsetWidth + 6;
+        chip.hidden = used > space;
+    }
+    element("list").replaceChildren(...ordered.map(rowOf));
+    element("count").textContent = ordered.length;
+    show("people", !room.isReplay);
+}
+
+// What happens in the room
+
+function setRecording(isRecording, url) {
+    if (isRecording === room.isRecording)
+        return;
+    room.isRecording = isRecording;
+    showTools();
+    if (isRecording) {
+        say("Recording started");
+        report("onRecordStart");
+        return;
+    }
+    say(url === null ? "The recording could not be saved" : "Recording ended");
+    report("onRecordEnd", url ? { url } : {});
+}
+
+function loaded() {
+    if (room.isLoaded)
+        return;
+    room.isLoaded = true;
+    // The first frame is the one that shows the board.
+    requestAnimationFrame(() => setTimeout(() => report("onLoadEnd")));
+}
+
+function takeMembers(members) {
+    room.members = members;
+    const role = members.find((member) => member.uid === room.uid)?.role ?? room.role;
+    const isChange = role !== room.role;
+    const isFirst = room.role === null;
+    room.role = role;
+    if (isChange) {
+        if (role === "viewer")
+            stopDrawing();
+        if (!isFirst)
+            say(role === "presenter" ? "You may draw now" : "You are watching now");
+        report("onStatusChange", { status: status[role] });
+    }
+    showTools();
+    showPeople();
+}
+
+function enter(message) {
+    element("room").textContent = document.title = message.room || "Whiteboard";
+    if (message.mode === "replay") {
+        room.connection.finish();
+        replay(message.source);
+        return;
+    }
+    stopDrawing();
+    room.uid = message.uid;
+    room.lastStroke = Math.max(room.lastStroke, message.lastStroke);
+    board.reset();
+    setRecording(message.recording);
+}
+
+function quit() {
+    room.connection.finish();
+    cover("You have left the room", "This board is closed.");
+    report("onRoomQuited");
+}
+
+function fail({ code, msg }) {
+    cover("This room is closed", msg[0].toUpperCase() + msg.slice(1) + ".", code);
+    report("onRoomException", { code, msg });
+}
+
+const handlers = {
+    welcome: enter,
+    members: (message) => takeMembers(message.members),
+    board: (message) => board.load(message.strokes),
+    ready: loaded,
+    recording: (message) => setRecording(message.on, message.url),
+    notice: (message) => say(message.text),
+    quit,
+};
+
+const listener = {
+    stateChanged(state) {
+        room.state = state;
+        const texts = { connecting: "Connecting…", reconnecting: "Reconnecting…", live: "Live" };
+        showState(state, texts[state]);
+        if (state !== "live")
+            stopDrawing();
+        showTools();
+    },
+    message(message) {
+        if (message.type === "clear" || (message.type === "remove" && message.uid === room.uid && message.id === drawing.id))
+            stopDrawing();
+        (handlers[message.type] ?? ((event) => board.apply(event)))(message);
+    },
+    failed: fail,
+};
+
+// Drawing
+
+function startStroke(points) {
+    drawing.id = ++room.lastStroke;
+    drawing.count = points.length / 2;
+    const isEraser = pen.color === "board";
+    const stroke = { id: drawing.id, color: pen.color, width: pen.width * (isEraser ? eraserFactor : 1), points };
+    board.begin({ uid: room.uid, ...stroke });
+    room.connection.send({ type: "begin", ...stroke });
+}
+
+function endStroke() {
+    flush();
+    board.end({ uid: room.uid, id: drawing.id });
+    room.connection.send({ type: "end", id: drawing.id });
+}
+
+function flush() {
+    while (drawing.pending.length) {
+        const points = drawing.pending.splice(0, 2 * mostPending);
+        room.connection.send({ type: "points", id: drawing.id, points });
+    }
+}
+
+/** Forgets the stroke under way, as when the board was cleared under the pen. */
+function stopDrawing() {
+    drawing.pointer = null;
+    drawing.pending = [];
+}
+
+function pointerDown(event) {
+    if (!mayDraw() || drawing.pointer !== null || !event.isPrimary || event.button !== 0)
+        return;
+    event.preventDefault();
+    show("panel", false);
+    drawing.pointer = event.pointerId;
+    element("board").setPointerCapture(event.pointerId);
+    startStroke(board.place(event));
+}
+
+function pointerMove(event) {
+    if (event.pointerId !== drawing.pointer)
+        return;
+    const events = event.getCoalescedEvents?.() ?? [];
+    for (const step of events.length ? events : [event]) {
+        const point = board.place(step);
+        if (drawing.pending.length === 0)
+            requestAnimationFrame(flush);
+        drawing.pending.push(...point);
+        board.extend({ uid: room.uid, id: drawing.id, points: point });
+        if (++drawing.count >= mostPoints) {
+            endStroke();
+            startStroke(point);
+        }
+    }
+}
+
+function pointerUp(event) {
+    if (event.pointerId !== drawing.pointer)
+        return;
+    endStroke();
+    stopDrawing();
+}
+
+// Tools
+
+function capture() {
+    const data = board.capture();
+    if (isInApplication()) {
+        report("onCaptureEnd", { data });
+        say("Picture taken");
+        return;
+    }
+    const link = document.createElement("a");
+    link.href = "data:image/png;base64," + data;
+    link.download = (room.isReplay ? "recording" : "whiteboard") + ".png";
+    link.click();
+    say("Picture saved");
+}
+
+let clearTimer = 0;
+function askToClear(isAsking) {
+    clearTimeout(clearTimer);
+    element("clear").classList.toggle("sure", isAsking);
+    show("clear-question", isAsking);
+    if (isAsking)
+        clearTimer = setTimeout(() => askToClear(false), 3000);
+}
+
+function clear() {
+    const isSure = element("clear").classList.contains("sure");
+    askToClear(!isSure);
+    if (isSure)
+        room.connection.send({ type: "clear" });
+}
+
+function choose(change) {
+    Object.assign(pen, change);
+    showTools();
+}
+
+function togglePanel(isShown) {
+    show("panel", isShown);
+    element("people").setAttribute("aria-expanded", isShown);
+}
+
+function keyDown(event) {
+    if (event.key === "Escape")
+        togglePanel(false);
+    if (!mayDraw() || event.altKey)
+        return;
+    if ((event.ctrlKey || event.metaKey) && event.key.toLowerCase() === "z") {
+        event.preventDefault();
+        room.connection.send({ type: "undo" });
+    } else if (!event.ctrlKey && !event.metaKey && event.key.toLowerCase() === "e") {
+        choose({ color: "board" });
+    }
+}
+
+function connectTools() {
+    const canvas = element("board");
+    canvas.addEventListener("pointerdown", pointerDown);
+    canvas.addEventListener("pointermove", pointerMove);
+    canvas.addEventListener("pointerup", pointerUp);
+    canvas.addEventListener("pointercancel", pointerUp);
+    for (const button of all("#pens button"))
+        button.onclick = () => choose({ color: button.dataset.color });
+    for (const button of all("#widths button"))
+        button.onclick = () => choose({ width: Number(button.dataset.width) });
+    for (const button of all(".capture"))
+        button.onclick = capture;
+    element("undo").onclick = () => room.connection.send({ type: "undo" });
+    element("clear").onclick = clear;
+    element("record").onclick = () => room.connection.send({ type: "record", on: !room.isRecording });
+    element("people").onclick = () => togglePanel(element("panel").hidden);
+    document.addEventListener("keydown", keyDown);
+    window.addEventListener("resize", showPeople);
+}
+
+// Replay
+
+function clockText(milliseconds) {
+    const seconds = Math.floor(milliseconds / 1000);
+    return Math.floor(seconds / 60) + ":" + String(seconds % 60).padStart(2, "0");
+}
+
+function showPlayer(player) {
+    element("position").value = player.position;
+    element("time").textContent = clockText(player.position) + " / " + clockText(player.duration);
+    element("play").setAttribute("aria-label", player.isPlaying ? "Pause" : "Play");
+    element("play-icon").setAttribute("href", player.isPlaying ? "#icon-pause" : "#icon-play");
+}
+
+async function replay(source) {
+    room.isReplay = true;
+    showTools();
+    let player = null;
+    try {
+        const recording = await Player.fetch(source);
+        player = new Player(board, recording, () => player && showPlayer(player));
+    } catch {
+        fail({ code: badRecording, msg: "the recording cannot be read" });
+        return;
+    }
+    element("room").textContent = document.title = player.room;
+    showState("live", "Recording");
+    element("position").max = player.duration;
+    element("position").oninput = () => player.seek(Number(element("position").value));
+    element("play").onclick = () => (player.isPlaying ? player.pause() : player.play());
+    loaded();
+    player.play();
+}
+
+report("onLoadStart");
+connectTools();
+showTools();
+room.connection = new RoomConnection(new URLSearchParams(location.search).get("key") ?? "", listener);
+room.connection.open();

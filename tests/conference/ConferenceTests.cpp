@@ -1,0 +1,576 @@
+#include <boost/json.hpp>
+#include <gtest/gtest.h>
+#include <libsoup/soup.h>
+
+#include <csignal>
+#include <deque>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <poll.h>
+#include <set>
+#include <string>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+namespace json = boost::json;
+
+constexpr int s_bound = 20000; // milliseconds; no wait takes longer
+
+struct Unref {
+    void operator()(void* object) const { g_object_unref(object); }
+};
+template <typename T> using Pointer = std::unique_ptr<T, Unref>;
+
+/// Runs the main loop until `isDone`; a failed test says what it waited for in vain.
+void waitUntil(const char* what, const std::function<bool()>& isDone)
+{
+    bool isLate = false;
+    const auto setLate = [](void* flag) -> gboolean {
+        *static_cast<bool*>(flag) = true;
+        return G_SOURCE_CONTINUE;
+    };
+    const auto timer = g_timeout_add(s_bound, setLate, &isLate);
+    while (!isDone() && !isLate)
+        g_main_context_iteration(nullptr, TRUE);
+    g_source_remove(timer);
+    if (isLate)
+        throw std::runtime_error(std::string("waited in vain for ") + what);
+}
+
+bool isReadable(int descriptor)
+{
+    pollfd one{ descriptor, POLLIN, 0 };
+    return ::poll(&one, 1, s_bound) == 1;
+}
+
+/// The real program, from its ready line to its end.
+class Service {
+public:
+    explicit Service(const std::vector<std::string>& arguments)
+    {
+        std::vector<std::string> words{ TQWB_CONFERENCE_BINARY };
+        words.insert(words.end(), arguments.begin(), arguments.end());
+        std::vector<char*> pointers;
+        pointers.reserve(words.size() + 1);
+        for (auto& word : words)
+            pointers.push_back(word.data());
+        pointers.push_back(nullptr);
+        if (!g_spawn_async_with_pipes(nullptr, pointers.data(), nullptr,
+                static_cast<GSpawnFlags>(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_STDERR_TO_DEV_NULL), nullptr, nullptr,
+                &m_pid, nullptr, &m_output, nullptr, nullptr))
+            throw std::runtime_error("the service did not start");
+    }
+    ~Service()
+    {
+        if (m_pid)
+            stop(SIGKILL);
+        ::close(m_output);
+    }
+    Service(const Service&) = delete;
+    Service& operator=(const Service&) = delete;
+
+    json::object readyLine() const
+    {
+        std::string line;
+        char letter = 0;
+        while (isReadable(m_output) && ::read(m_output, &letter, 1) == 1 && letter != '\n')
+            line += letter;
+        if (letter != '\n')
+            throw std::runtime_error("the service wrote no ready line");
+        return json::parse(line).as_object();
+    }
+
+    /// Its exit status; -1 when a signal ended it or it did not end in time.
+    int stop(int signal)
+    {
+        if (signal)
+            ::kill(m_pid, signal);
+        const int process = static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0));
+        if (!isReadable(process))
+            ::kill(m_pid, SIGKILL);
+        ::close(process);
+        int status = 0;
+        ::waitpid(m_pid, &status, 0);
+        m_pid = 0;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+private:
+    GPid m_pid = 0;
+    int m_output = -1;
+};
+
+using Headers = std::vector<std::pair<const char*, const char*>>;
+const Headers s_iwbHeaders{ { "Content-Type", "application/json" }, { "TQ-AppKey", "app" }, { "TQ-Token", "good" } };
+const Headers s_naviHeaders{ { "Content-Type", "application/x-www-form-urlencoded" }, { "appId", "app" } };
+
+struct Reply {
+    unsigned status = 0;
+    std::string allow;
+    std::string text;
+    json::object body() const { return json::parse(text).as_object(); }
+    std::int64_t code() const { return body().at("code").as_int64(); }
+    std::string desc() const { return std::string(body().at("desc").as_string()); }
+};
+
+/// A client that trusts the service's own authority and nobody else.
+class Client {
+public:
+    explicit Client(const json::object& ready)
+        : m_host(ready.at("host").as_string())
+        , m_session(soup_session_new())
+    {
+        const Pointer<GTlsDatabase> anchors(g_tls_file_database_new(ready.at("ca").as_string().c_str(), nullptr));
+        soup_session_set_tls_database(m_session.get(), anchors.get());
+    }
+
+    Reply send(const char* method, const std::string& path, const Headers& headers, const std::string& body = {}) const
+    {
+        const Pointer<SoupMessage> message(soup_message_new(method, ("https://" + m_host + path).c_str()));
+        for (const auto& [name, value] : headers)
+            soup_message_headers_append(soup_message_get_request_headers(message.get()), name, value);
+        GBytes* const bytes = g_bytes_new(body.data(), body.size());
+        if (!body.empty())
+            soup_message_set_request_body_from_bytes(message.get(), nullptr, bytes);
+        g_bytes_unref(bytes);
+        GError* error = nullptr;
+        GBytes* const answer = soup_session_send_and_read(m_session.get(), message.get(), nullptr, &error);
+        const std::string fault = error ? error->message : "";
+        g_clear_error(&error);
+        if (!answer)
+            throw std::runtime_error(path + ": " + fault);
+        gsize size = 0;
+        const auto* const text = static_cast<const char*>(g_bytes_get_data(answer, &size));
+        const auto* const allow
+            = soup_message_headers_get_one(soup_message_get_response_headers(message.get()), "Allow");
+        Reply reply{ soup_message_get_status(message.get()), allow ? allow : "", { text, size } };
+        g_bytes_unref(answer);
+        return reply;
+    }
+
+    static json::object joinBody(const char* uid, const char* role = "presenter")
+    {
+        return { { "outTradeNo", "aB3aB3aB3a" }, { "ownerId", "0123456789" }, { "name", "abcdefghij" },
+            { "fileName", "ABCDEFGHIJ" }, { "minutes", 60 },
+            { "user", { { "name", "Name" }, { "role", role }, { "uid", uid } } } };
+    }
+    Reply join(const std::string& room, const char* uid, const char* role = "presenter") const
+    {
+        return send("POST", "/api/v1/iwb/join/" + room, s_iwbHeaders, json::serialize(joinBody(uid, role)));
+    }
+    Reply play(const std::string& url) const
+    {
+        return send("POST", "/api/v1/iwb/player", s_iwbHeaders,
+            json::serialize(json::object{ { "outTradeNo", "abcdefghij" }, { "url", url }, { "playHubId", "room" },
+                { "user", { { "name", "" }, { "role", "record" }, { "uid", "u" } } } }));
+    }
+    SoupSession* session() const { return m_session.get(); }
+    const std::string& host() const { return m_host; }
+
+private:
+    std::string m_host;
+    Pointer<SoupSession> m_session;
+};
+
+/// A room page's socket.
+class Socket {
+public:
+    Socket(const Client& client, const std::string& key)
+    {
+        const auto address = "wss://" + client.host() + "/conference/live?key=" + key;
+        const Pointer<SoupMessage> message(soup_message_new("GET", address.c_str()));
+        soup_session_websocket_connect_async(
+            client.session(), message.get(), nullptr, nullptr, G_PRIORITY_DEFAULT, nullptr, connected, this);
+        waitUntil("a socket", [this] { return m_isAnswered; });
+        if (!m_connection)
+            throw std::runtime_error("the socket was refused");
+        g_signal_connect(m_connection.get(), "message", G_CALLBACK(messageCame), this);
+    }
+    Socket(const Client& client, const Reply& joined)
+        : Socket(client, std::string(joined.body().at("key").as_string()))
+    {
+    }
+    ~Socket()
+    {
+        if (m_connection)
+            g_signal_handlers_disconnect_by_data(m_connection.get(), this);
+    }
+    Socket(const Socket&) = delete;
+    Socket& operator=(const Socket&) = delete;
+
+    void send(const std::string& text) { soup_websocket_connection_send_text(m_connection.get(), text.c_str()); }
+
+    /// The next message of this type; those before it are dropped.
+    json::object next(const std::string& type)
+    {
+        json::object found;
+        waitUntil(type.c_str(), [&] {
+            while (found.empty() && !m_messages.empty()) {
+                if (m_messages.front().at("type").as_string() == type)
+                    found = m_messages.front();
+                m_messages.pop_front();
+            }
+            return !found.empty();
+        });
+        return found;
+    }
+
+    bool hasSeen(const std::string& type) const { return m_seen.contains(type); }
+
+    unsigned closeCode()
+    {
+        waitUntil("the socket's end",
+            [this] { return soup_websocket_connection_get_state(m_connection.get()) == SOUP_WEBSOCKET_STATE_CLOSED; });
+        return soup_websocket_connection_get_close_code(m_connection.get());
+    }
+
+private:
+    static void connected(GObject* session, GAsyncResult* result, void* data)
+    {
+        auto* const self = static_cast<Socket*>(data);
+        self->m_connection.reset(soup_session_websocket_connect_finish(SOUP_SESSION(session), result, nullptr));
+        self->m_isAnswered = true;
+    }
+    static void messageCame(SoupWebsocketConnection*, int, GBytes* bytes, void* data)
+    {
+        gsize size = 0;
+        const auto* const text = static_cast<const char*>(g_bytes_get_data(bytes, &size));
+        auto* const self = static_cast<Socket*>(data);
+        self->m_messages.push_back(json::parse({ text, size }).as_object());
+        self->m_seen.emplace(self->m_messages.back().at("type").as_string());
+    }
+
+    Pointer<SoupWebsocketConnection> m_connection;
+    std::deque<json::object> m_messages;
+    std::set<std::string> m_seen;
+    bool m_isAnswered = false;
+};
+
+class ConferenceTests : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        std::string pattern = (fs::temp_directory_path() / "tqwb-conference-XXXXXX").string();
+        ASSERT_TRUE(::mkdtemp(pattern.data()));
+        m_directory = pattern;
+    }
+    void TearDown() override
+    {
+        m_service.reset();
+        fs::remove_all(m_directory);
+    }
+
+    Client start(const std::vector<std::string>& more = {})
+    {
+        std::vector<std::string> arguments{ "--port", "0", "--state", state().string() };
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        m_service = std::make_unique<Service>(arguments);
+        return Client(m_service->readyLine());
+    }
+    fs::path state() const { return m_directory / "state"; }
+    std::string content(const char* file) const
+    {
+        std::ifstream stream(state() / file);
+        return { std::istreambuf_iterator<char>(stream), {} };
+    }
+
+    std::unique_ptr<Service> m_service;
+    fs::path m_directory;
+};
+
+const char* const s_begin = R"({"type":"begin","id":1,"color":"red","width":3,"points":[0.25,0.5]})";
+
+TEST_F(ConferenceTests, RequestsOfAnyOtherShapeAreRefusedWithTheReason)
+{
+    const auto client = start();
+    const auto body = [](const std::function<void(json::object&)>& spoil) {
+        auto object = Client::joinBody("u");
+        spoil(object);
+        return json::serialize(object);
+    };
+    const auto good = body([](auto&) {});
+    const std::string room = "/api/v1/iwb/join/room";
+    const std::string user = "/api/v1/iwb/hubs/room/users/u";
+    const std::string navi = "/whiteboard/config.json";
+    const auto headersWithout = [](Headers headers, std::size_t index) {
+        headers.erase(headers.begin() + static_cast<std::ptrdiff_t>(index));
+        return headers;
+    };
+    const auto headersWith = [](Headers headers, std::size_t index, const char* value) {
+        headers[index].second = value;
+        return headers;
+    };
+    struct Case {
+        const char* method;
+        std::string path;
+        Headers headers;
+        std::string body;
+        unsigned status;
+        int code;
+        const char* desc;
+    };
+    const std::vector<Case> cases{
+        { "GET", "/nothing", {}, "", 404, 404, "not found" },
+        { "GET", "/api/v1/iwb/join/", s_iwbHeaders, "", 404, 404, "not found" },
+        { "GET", "/conference/%2e%2e", {}, "", 404, 404, "not found" },
+        { "GET", "/recordings/..%2fca.pem.json", {}, "", 404, 4004, "recording not found" },
+        { "GET", "/conference/live", {}, "", 400, 4000, "WebSocket" },
+        { "GET", room, s_iwbHeaders, "", 405, 405, "wrong method" },
+        { "POST", "/api/v1/iwb/join/%ff", s_iwbHeaders, good, 400, 4000, "path" },
+        { "POST", room, headersWithout(s_iwbHeaders, 0), good, 400, 4000, "Content-Type" },
+        { "POST", room, headersWithout(s_iwbHeaders, 1), good, 400, 4000, "TQ-AppKey" },
+        { "POST", room, headersWithout(s_iwbHeaders, 2), good, 400, 4000, "TQ-Token" },
+        { "POST", room, headersWith(s_iwbHeaders, 2, "wrong@host"), good, 401, 403, "token" },
+        { "POST", room, s_iwbHeaders, "[]", 400, 4000, "JSON object" },
+        { "POST", room, s_iwbHeaders, std::string(5000, '['), 400, 4000, "not JSON" },
+        { "POST", room, s_iwbHeaders, std::string(70000, ' '), 413, 413, "too large" },
+        { "POST", room, s_iwbHeaders, body([](auto& o) { o.erase("ownerId"); }), 400, 4000, "ownerId" },
+        { "POST", room, s_iwbHeaders, body([](auto& o) { o["fileName"] = "abc_efghij"; }), 400, 4000, "fileName" },
+        { "POST", room, s_iwbHeaders, body([](auto& o) { o["minutes"] = 0; }), 400, 4000, "minutes" },
+        { "POST", room, s_iwbHeaders, body([](auto& o) { o["minutes"] = 60.5; }), 400, 4000, "minutes" },
+        { "POST", room, s_iwbHeaders, body([](auto& o) { o["minutes"] = "60"; }), 400, 4000, "minutes" },
+        { "POST", room, s_iwbHeaders, body([](auto& o) { o["url"] = "x"; }), 400, 4000, "unexpected member" },
+        { "POST", room, s_iwbHeaders, body([](auto& o) { o["user"].as_object()["role"] = "record"; }), 400, 4000,
+            "user.role" },
+        { "POST", room, s_iwbHeaders, body([](auto& o) { o["user"].as_object()["uid"] = ""; }), 400, 4000, "user.uid" },
+        { "POST", "/api/v1/iwb/player", s_iwbHeaders, good, 400, 4000, "url" },
+        { "DELETE", user, s_iwbHeaders, "{}", 400, 4000, "no body" },
+        { "DELETE", user, s_iwbHeaders, "", 200, 4041, "not in room" },
+        { "PUT", navi, s_naviHeaders, "token=t&v=1&p=iOS", 405, 405, "wrong method" },
+        { "POST", navi, headersWithout(s_naviHeaders, 0), "token=t&v=1&p=iOS", 400, 4000, "Content-Type" },
+        { "POST", navi, headersWith(s_naviHeaders, 1, ""), "token=t&v=1&p=iOS", 400, 4000, "appId" },
+        { "POST", navi, s_naviHeaders, "v=1&token=t&p=iOS", 400, 4000, "token=" },
+        { "POST", navi, s_naviHeaders, "token=t&p=iOS", 400, 4000, "v=VERSION" },
+        { "POST", navi, s_naviHeaders, "token=t&v=&p=iOS", 400, 4000, "v must" },
+        { "POST", navi, s_naviHeaders, "token=t&v=1&p=iOS\n", 400, 4000, "p=iOS" },
+        { "POST", navi, s_naviHeaders, "token=wrong&v=1&p=iOS", 401, 403, "token" },
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(one.method + (" " + one.path) + " " + one.body.substr(0, 200));
+        const auto reply = client.send(one.method, one.path, one.headers, one.body);
+        EXPECT_EQ(reply.status, one.status);
+        EXPECT_EQ(reply.code(), one.code);
+        EXPECT_NE(reply.desc().find(one.desc), std::string::npos) << reply.text;
+        EXPECT_EQ(reply.allow.empty(), one.status != 405);
+    }
+    EXPECT_EQ(client.join("room", "u").code(), 0);
+}
+
+TEST_F(ConferenceTests, NavigationTakesTheTokenUpToTheLastVersion)
+{
+    const auto client = start({ "--token", "a&v=1&p=iOS", "--token", "b@other" });
+    for (const auto* const token : { "a&v=1&p=iOS", "a&v=1&p=iOS@host;host", "b", "b@x@y" }) {
+        const auto reply
+            = client.send("POST", "/config.json", s_naviHeaders, "token=" + std::string(token) + "&v=1.0.0&p=iOS");
+        EXPECT_EQ(reply.status, 200U) << token;
+        EXPECT_EQ(reply.body().at("iwbLeaseUri").as_string(), client.host());
+        EXPECT_EQ(reply.body().at("iwbConferenceUri").as_string(), client.host());
+    }
+    EXPECT_EQ(client.send("POST", "/config.json", s_naviHeaders, "token=c@b&v=1.0.0&p=iOS").status, 401U);
+    EXPECT_EQ(client.join("room", "u").status, 401U);
+}
+
+TEST_F(ConferenceTests, FullRoomTakesNobodyUntilSomebodyLeaves)
+{
+    const auto client = start({ "--room-size", "2" });
+    Socket first(client, client.join("room", "u1"));
+    first.next("ready");
+    EXPECT_EQ(client.join("room", "u2").code(), 0); // a key that waits to be used holds a place
+    const auto full = client.join("room", "u3");
+    EXPECT_EQ(full.status, 200U);
+    EXPECT_EQ(full.code(), 4001);
+    EXPECT_EQ(full.desc(), "room full");
+    EXPECT_EQ(client.join("room", "u1").code(), 0);
+    EXPECT_EQ(client.join("other", "u3").code(), 0);
+    EXPECT_EQ(client.send("DELETE", "/api/v1/iwb/hubs/room/users/u1", s_iwbHeaders).code(), 0);
+    first.next("quit");
+    EXPECT_EQ(first.closeCode(), 1000U);
+    EXPECT_EQ(client.send("DELETE", "/api/v1/iwb/hubs/room/users/u1", s_iwbHeaders).code(), 4041);
+    EXPECT_EQ(client.join("room", "u3").code(), 0);
+}
+
+TEST_F(ConferenceTests, StrokesReachTheOthersWhileTheyAreDrawnAndLateComersGetTheBoard)
+{
+    const auto client = start();
+    Socket ann(client, client.join("room", "ann"));
+    ann.next("ready");
+    Socket bob(client, client.join("room", "bob"));
+    EXPECT_EQ(bob.next("members").at("members").as_array().size(), 2U);
+    bob.next("ready");
+    ann.send(s_begin);
+    EXPECT_EQ(bob.next("begin").at("uid").as_string(), "ann");
+    ann.send(R"({"type":"points","id":1,"points":[0.5,0.5,1,0]})");
+    EXPECT_EQ(bob.next("points").at("points").as_array().size(), 4U); // before the stroke has ended
+    bob.send(R"({"type":"begin","id":1,"color":"blue","width":60,"points":[0,1]})");
+    EXPECT_EQ(ann.next("begin").at("uid").as_string(), "ann"); // its own, which fixes the order
+    EXPECT_EQ(ann.next("begin").at("uid").as_string(), "bob");
+
+    Socket late(client, client.join("room", "late"));
+    const auto strokes = late.next("board").at("strokes").as_array();
+    ASSERT_EQ(strokes.size(), 2U);
+    EXPECT_EQ(strokes[0].at("points").as_array().size(), 6U);
+    late.next("ready");
+    bob.send(R"({"type":"undo"})");
+    EXPECT_EQ(late.next("remove").at("uid").as_string(), "bob");
+    bob.send(R"({"type":"points","id":1,"points":[0,0]})"); // was on its way: no fault
+    bob.send(R"({"type":"clear"})");
+    late.next("clear");
+    Socket last(client, client.join("room", "last"));
+    last.next("ready");
+    EXPECT_FALSE(last.hasSeen("board"));
+}
+
+TEST_F(ConferenceTests, BadMessageClosesItsSenderAlone)
+{
+    const auto client = start();
+    Socket good(client, client.join("room", "good"));
+    good.next("ready");
+    const std::vector<std::string> messages{ "", "nonsense", "[]", "{}", R"({"type":5})", R"({"type":"fly"})",
+        R"({"type":"begin","id":1,"color":"red","width":3})",
+        R"({"type":"begin","id":1,"color":"beige","width":3,"points":[0,0]})",
+        R"({"type":"begin","id":0,"color":"red","width":3,"points":[0,0]})",
+        R"({"type":"begin","id":1,"color":"red","width":61,"points":[0,0]})",
+        R"({"type":"begin","id":1,"color":"red","width":3,"points":[0,0,0]})",
+        R"({"type":"begin","id":1,"color":"red","width":3,"points":[0,1.001]})",
+        R"({"type":"begin","id":1,"color":"red","width":3,"points":[0,1e999]})",
+        R"({"type":"begin","id":1,"color":"red","width":3,"points":[0,"0"]})",
+        R"({"type":"points","id":7,"points":[0,0]})", R"({"type":"end","id":7})", R"({"type":"undo","more":1})",
+        R"({"type":"record","on":1})", std::string(2000, '['), std::string(70000, ' ') };
+    for (const auto& message : messages) {
+        SCOPED_TRACE(message.substr(0, 100));
+        Socket bad(client, client.join("room", "bad"));
+        bad.next("ready");
+        bad.send(message);
+        EXPECT_EQ(bad.closeCode(), 1008U);
+    }
+    Socket flood(client, client.join("room", "flood"));
+    flood.next("ready");
+    for (int i = 0; i < 3000; ++i)
+        flood.send(R"({"type":"undo"})");
+    EXPECT_EQ(flood.closeCode(), 1008U);
+    good.send(s_begin);
+    good.next("begin");
+}
+
+TEST_F(ConferenceTests, ViewerWatchesUntilAPresenterLetsItDraw)
+{
+    const auto client = start();
+    Socket ann(client, client.join("room", "ann"));
+    Socket bob(client, client.join("room", "bob", "viewer"));
+    bob.next("ready");
+    bob.send(s_begin);
+    bob.next("notice");
+    bob.next("remove");
+    bob.send(R"({"type":"points","id":1,"points":[0,0]})");
+    bob.send(R"({"type":"role","uid":"bob","role":"presenter"})");
+    bob.next("notice");
+    for (const auto* const message :
+        { R"({"type":"clear"})", R"({"type":"undo"})", R"({"type":"record","on":true})" }) {
+        bob.send(message);
+        bob.next("notice");
+    }
+    ann.send(R"({"type":"role","uid":"bob","role":"presenter"})");
+    EXPECT_EQ(bob.next("members").at("members").at(1).at("role").as_string(), "presenter");
+    bob.send(R"({"type":"begin","id":2,"color":"ink","width":3,"points":[0.25,0.5]})");
+    EXPECT_EQ(ann.next("begin").at("id").as_int64(), 2); // nothing of the first one came through
+}
+
+TEST_F(ConferenceTests, KeysOpenTheirRoomAgainButNoUnknownOneDoes)
+{
+    const auto client = start();
+    Socket unknown(client, "(null)");
+    const auto failed = unknown.next("failed");
+    EXPECT_EQ(failed.at("code").as_int64(), 4040);
+    EXPECT_FALSE(failed.at("msg").as_string().empty());
+    EXPECT_EQ(unknown.closeCode(), 4000U);
+    const auto joined = client.join("a%20room%2F1", "u");
+    Socket first(client, joined);
+    EXPECT_EQ(first.next("welcome").at("room").as_string(), "a room/1");
+    Socket again(client, joined); // as when the page is loaded anew
+    again.next("ready");
+    EXPECT_EQ(first.next("failed").at("code").as_int64(), 4091);
+    for (const auto* const file : { "index.html", "main.js", "style.css" })
+        EXPECT_EQ(client.send("GET", std::string("/conference/") + file, {}).status, 200U);
+}
+
+TEST_F(ConferenceTests, CertificateIsPrivateReusedAndRemadeWhenDamaged)
+{
+    start();
+    const auto permissionsOf = [](const fs::path& path) { return fs::status(path).permissions(); };
+    EXPECT_EQ(permissionsOf(state()), fs::perms::owner_all);
+    EXPECT_EQ(permissionsOf(state() / "server-key.pem"), fs::perms::owner_read | fs::perms::owner_write);
+    const auto first = content("ca.pem") + content("server.pem") + content("server-key.pem");
+    EXPECT_EQ(m_service->stop(SIGTERM), 0);
+    EXPECT_EQ(start().join("room", "u").code(), 0);
+    EXPECT_EQ(content("ca.pem") + content("server.pem") + content("server-key.pem"), first);
+    EXPECT_EQ(m_service->stop(SIGINT), 0);
+    for (const auto* const file : { "ca.pem", "server.pem", "server-key.pem" }) {
+        const auto before = content(file);
+        fs::resize_file(state() / file, 100);
+        EXPECT_EQ(start().join("room", "u").code(), 0) << file;
+        EXPECT_NE(content(file), before);
+    }
+}
+
+TEST_F(ConferenceTests, RecordingOutlivesTheService)
+{
+    std::string url;
+    {
+        const auto client = start();
+        Socket ann(client, client.join("room", "ann"));
+        ann.send(s_begin);
+        ann.send(R"({"type":"end","id":1})");
+        ann.send(R"({"type":"record","on":true})");
+        EXPECT_TRUE(ann.next("recording").at("on").as_bool());
+        ann.send(R"({"type":"begin","id":2,"color":"ink","width":3,"points":[0.1,0.2]})");
+        ann.send(R"({"type":"undo"})");
+        ann.send(R"({"type":"record","on":false})");
+        url = ann.next("recording").at("url").as_string();
+    }
+    EXPECT_EQ(m_service->stop(SIGTERM), 0);
+    const auto client = start(); // on another port
+    const auto played = client.play(url);
+    ASSERT_EQ(played.code(), 0) << played.text;
+    Socket player(client, played);
+    const auto welcome = player.next("welcome");
+    EXPECT_EQ(welcome.at("mode").as_string(), "replay");
+    const auto recording = client.send("GET", std::string(welcome.at("source").as_string()), {}).body();
+    EXPECT_EQ(recording.at("strokes").as_array().size(), 1U);
+    const auto events = recording.at("events").as_array();
+    ASSERT_EQ(events.size(), 2U);
+    EXPECT_EQ(events[0].at("event").at("type").as_string(), "begin");
+    EXPECT_EQ(events[1].at("event").at("type").as_string(), "remove");
+    EXPECT_LE(events[0].at("t").as_int64(), events[1].at("t").as_int64());
+    EXPECT_LE(events[1].at("t").as_int64(), recording.at("duration").as_int64());
+    for (const auto& other : { url + "x", "http" + url.substr(5), std::string(), url.substr(0, url.size() - 6) })
+        EXPECT_EQ(client.play(other).code(), 4004) << other;
+}
+
+TEST_F(ConferenceTests, BadCommandLinesAndStatesAreRefused)
+{
+    const auto client = start();
+    const auto port = client.host().substr(client.host().find(':') + 1);
+    std::ofstream(m_directory / "file") << "x";
+    const auto good = state().string();
+    const std::vector<std::pair<std::vector<std::string>, int>> cases{
+        { {}, 2 },
+        { { "--port", "0" }, 2 },
+        { { "--port", "65536", "--state", good }, 2 },
+        { { "--port", "0", "--state", good, "--room-size", "0" }, 2 },
+        { { "--port", "0", "--state", good, "--more" }, 2 },
+        { { "--port", "0", "--state" }, 2 },
+        { { "--port", port, "--state", good }, 1 },
+        { { "--port", "0", "--state", (m_directory / "file" / "state").string() }, 1 },
+    };
+    for (const auto& [arguments, status] : cases)
+        EXPECT_EQ(Service(arguments).stop(0), status) << testing::PrintToString(arguments);
+}
+
+} // namespace
