@@ -12,7 +12,7 @@ namespace tq {
 AsyncResult::AsyncResult(std::shared_ptr<DWKWebView> view, std::string callbackName)
     : m_view(std::move(view))
     , m_callbackName(std::move(callbackName))
-    , m_result(boost::json::object {{"code", -1}, {"data", ""}})
+    , m_result(boost::json::object{ { "code", -1 }, { "data", "" } })
 {
 }
 

@@ -38,7 +38,8 @@ OptionalValue takeArgument(OptionalValue& message)
 
 } // namespace
 
-std::shared_ptr<DWKWebView> DWKWebView::initWithFrame(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration)
+std::shared_ptr<DWKWebView> DWKWebView::initWithFrame(
+    CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration)
 {
     return make<DWKWebView>(frame, std::move(configuration));
 }
@@ -54,7 +55,7 @@ DWKWebView::~DWKWebView() = default;
 void DWKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration)
 {
     configuration->userContentController->addUserScript(
-        {"window._dswk=true;", WKUserScriptInjectionTime::AtDocumentStart, WKUserScriptFrames::MainFrameOnly});
+        { "window._dswk=true;", WKUserScriptInjectionTime::AtDocumentStart, WKUserScriptFrames::MainFrameOnly });
     WKWebView::initialize(frame, std::move(configuration));
     const auto self = std::static_pointer_cast<DWKWebView>(shared_from_this());
     setUIDelegate(self);
@@ -90,7 +91,7 @@ std::shared_ptr<NSObject> DWKWebView::objectForNamespace(std::string_view nameSp
     return found == m_javaScriptNamespaceInterfaces.end() ? nullptr : found->second;
 }
 
-void DWKWebView::loadUrl(std::string_view url) { loadRequest({.URL = NSURL::URLWithString(url)}); }
+void DWKWebView::loadUrl(std::string_view url) { loadRequest({ .URL = NSURL::URLWithString(url) }); }
 
 std::string DWKWebView::call(std::string_view methodName, std::optional<std::string_view> argumentMessage)
 {
@@ -105,11 +106,10 @@ std::string DWKWebView::call(std::string_view methodName, std::optional<std::str
     const auto* callbackName = memberOf(message, "_dscbstub");
     if (callbackName && !callbackName->is_null()) {
         if (candidates.async) {
-            auto result = std::make_shared<AsyncResult>(std::static_pointer_cast<DWKWebView>(shared_from_this()),
-                textValue(callbackName).value_or(""));
-            candidates.async->invoke(*object, takeArgument(message), [result](OptionalValue value, Complete complete) {
-                result->deliver(std::move(value), complete);
-            });
+            auto result = std::make_shared<AsyncResult>(
+                std::static_pointer_cast<DWKWebView>(shared_from_this()), textValue(callbackName).value_or(""));
+            candidates.async->invoke(*object, takeArgument(message),
+                [result](OptionalValue value, Complete complete) { result->deliver(std::move(value), complete); });
             return result->message();
         }
     } else if (candidates.sync) {
@@ -121,8 +121,8 @@ std::string DWKWebView::call(std::string_view methodName, std::optional<std::str
 
 void DWKWebView::reportMissingMethod(std::string_view methodName)
 {
-    const auto error = "Error! \n Method " + std::string(methodName)
-        + " is not invoked, since there is not a implementation for it";
+    const auto error
+        = "Error! \n Method " + std::string(methodName) + " is not invoked, since there is not a implementation for it";
     if (m_isDebug)
         evaluateJavaScript("window.alert(decodeURIComponent(\"" + percentEncoded(error) + "\"));");
     NSLog(error);

@@ -38,8 +38,7 @@ std::vector<std::string> JSBUtil::allMethodFromClass(const NSClass* objectClass)
     return names;
 }
 
-OptionalText JSBUtil::methodByNameArg(
-    std::int64_t argumentCount, std::string_view selName, const NSClass* objectClass)
+OptionalText JSBUtil::methodByNameArg(std::int64_t argumentCount, std::string_view selName, const NSClass* objectClass)
 {
     for (auto& name : allMethodFromClass(objectClass)) {
         const auto firstColon = name.find(':');
@@ -54,8 +53,8 @@ std::pair<std::string_view, std::string_view> JSBUtil::parseNamespace(std::strin
 {
     const auto dot = method.rfind('.');
     if (dot == std::string_view::npos)
-        return {{}, method};
-    return {method.substr(0, dot), method.substr(dot + 1)};
+        return { {}, method };
+    return { method.substr(0, dot), method.substr(dot + 1) };
 }
 
 std::string_view JSBUtil::trimmed(std::string_view text)

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::array<bool, 256> makeEscapedTable()
 {
-    std::array<bool, 256> escaped {};
+    std::array<bool, 256> escaped{};
     for (std::size_t byte = 0; byte < escaped.size(); ++byte)
         escaped[byte] = byte <= ' ' || byte >= 0x7F;
     for (const char character : std::string_view("\"#%<>[\\]^`{|}"))

@@ -8,8 +8,8 @@
 
 namespace tq {
 
-/// Collects the scripts that deliver asynchronous results, so that the page is asked to evaluate at most about once every
-/// 50 ms however many there are. Any thread.
+/// Collects the scripts that deliver asynchronous results, so that the page is asked to evaluate at most about once
+/// every 50 ms however many there are. Any thread.
 class ScriptBatch {
 public:
     /// Asks for a flush after so many milliseconds.

@@ -21,14 +21,14 @@ const NSClass& TQWBBridge::staticClass()
 {
     static const NSClass table("TQWBBridge", &NSObject::staticClass(),
         {
-            {"onRecordStart:", &TQWBBridge::onRecordStart},
-            {"onRecordEnd:", &TQWBBridge::onRecordEnd},
-            {"onStatusChange:", &TQWBBridge::onStatusChange},
-            {"onRoomQuited:", &TQWBBridge::onRoomQuited},
-            {"onRoomException:", &TQWBBridge::onRoomException},
-            {"onLoadStart:", &TQWBBridge::onLoadStart},
-            {"onLoadEnd:", &TQWBBridge::onLoadEnd},
-            {"onCaptureEnd:", &TQWBBridge::onCaptureEnd},
+            { "onRecordStart:", &TQWBBridge::onRecordStart },
+            { "onRecordEnd:", &TQWBBridge::onRecordEnd },
+            { "onStatusChange:", &TQWBBridge::onStatusChange },
+            { "onRoomQuited:", &TQWBBridge::onRoomQuited },
+            { "onRoomException:", &TQWBBridge::onRoomException },
+            { "onLoadStart:", &TQWBBridge::onLoadStart },
+            { "onLoadEnd:", &TQWBBridge::onLoadEnd },
+            { "onCaptureEnd:", &TQWBBridge::onCaptureEnd },
         });
     return table;
 }
@@ -36,9 +36,8 @@ const NSClass& TQWBBridge::staticClass()
 OptionalValue TQWBBridge::onRecordStart(OptionalValue)
 {
     NSLog("[TQ:Log] onRecordStart");
-    if (auto delegate = m_webView ? m_webView->m_recordDelegate.respondingTo(
-                            &TQWBRecordProtocol::Methods::onWBRecordStart)
-                                  : nullptr)
+    if (auto delegate
+        = m_webView ? m_webView->m_recordDelegate.respondingTo(&TQWBRecordProtocol::Methods::onWBRecordStart) : nullptr)
         delegate->onWBRecordStart();
     return "onRecordStart";
 }
@@ -55,9 +54,9 @@ OptionalValue TQWBBridge::onRecordEnd(OptionalValue argument)
 OptionalValue TQWBBridge::onStatusChange(OptionalValue argument)
 {
     NSLog("[TQ:Log] onStatusChange：" + describe(argument));
-    if (auto delegate = m_webView ? m_webView->m_permisssionDelegate.respondingTo(
-                            &TQWBPermissionProtocol::Methods::onWBPermissionChange)
-                                  : nullptr)
+    if (auto delegate = m_webView
+            ? m_webView->m_permisssionDelegate.respondingTo(&TQWBPermissionProtocol::Methods::onWBPermissionChange)
+            : nullptr)
         delegate->onWBPermissionChange(intValue(memberOf(argument, "status")));
     return "onStatusChange";
 }
@@ -65,9 +64,9 @@ OptionalValue TQWBBridge::onStatusChange(OptionalValue argument)
 OptionalValue TQWBBridge::onRoomQuited(OptionalValue)
 {
     NSLog("[TQ:Log] onRoomQuited");
-    if (auto delegate = m_webView ? m_webView->m_roomStatusDelegate.respondingTo(
-                            &TQWBRoomStatusProtocol::Methods::onWBRoomQuit)
-                                  : nullptr)
+    if (auto delegate = m_webView
+            ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomQuit)
+            : nullptr)
         delegate->onWBRoomQuit();
     m_webView.reset();
     return "onRoomQuited";
@@ -76,11 +75,11 @@ OptionalValue TQWBBridge::onRoomQuited(OptionalValue)
 OptionalValue TQWBBridge::onRoomException(OptionalValue argument)
 {
     NSLog("[TQ:Log] onRoomException：" + describe(argument));
-    if (auto delegate = m_webView && !isEmpty(argument) ? m_webView->m_roomStatusDelegate.respondingTo(
-                            &TQWBRoomStatusProtocol::Methods::onWBRoomException)
-                                                        : nullptr)
+    if (auto delegate = m_webView && !isEmpty(argument)
+            ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomException)
+            : nullptr)
         delegate->onWBRoomException(
-            {.code = integerValue(memberOf(argument, "code")), .msg = textValue(memberOf(argument, "msg"))});
+            { .code = integerValue(memberOf(argument, "code")), .msg = textValue(memberOf(argument, "msg")) });
     m_webView.reset();
     return "onRoomException";
 }

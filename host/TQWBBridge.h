@@ -11,8 +11,8 @@ class TQWBWebView;
 /// Answers the events that a room's page reports and hands them to the view's delegates. Main thread, but for its
 /// destruction.
 ///
-/// It holds its view, which holds it: the two keep each other alive until the page reports that the room was quit or has
-/// failed. Afterwards events are still logged and answered, and reach no delegate.
+/// It holds its view, which holds it: the two keep each other alive until the page reports that the room was quit or
+/// has failed. Afterwards events are still logged and answered, and reach no delegate.
 class TQWBBridge final : public NSObject {
 public:
     static const NSClass& staticClass();

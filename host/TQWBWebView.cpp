@@ -25,8 +25,8 @@ void prepare(WKWebViewConfiguration& configuration)
     configuration.suppressesIncrementalRendering = true;
     configuration.userContentController = std::make_shared<WKUserContentController>();
     configuration.userContentController->addUserScript(
-        {" $('meta[name=description]').remove(); $('head').append( '' );", WKUserScriptInjectionTime::AtDocumentEnd,
-            WKUserScriptFrames::All});
+        { " $('meta[name=description]').remove(); $('head').append( '' );", WKUserScriptInjectionTime::AtDocumentEnd,
+            WKUserScriptFrames::All });
 }
 
 UIScrollView unscrollable()
@@ -84,9 +84,9 @@ void TQWBWebView::addProgressView()
 {
     const auto screen = UIScreen::mainScreen();
     const auto width = screen ? std::max(screen->bounds.width, screen->bounds.height) : 0;
-    m_progressView = UIProgressView::initWithFrame({0, 20, width, 1});
+    m_progressView = UIProgressView::initWithFrame({ 0, 20, width, 1 });
     m_progressView->setTintColor(UIColor::systemBlueColor());
-    m_progressView->setTransform({.scaleX = 1, .scaleY = 1});
+    m_progressView->setTransform({ .scaleX = 1, .scaleY = 1 });
     addSubview(m_progressView);
 }
 
@@ -100,7 +100,8 @@ void TQWBWebView::observeValueForKeyPath(
     m_progressView->setProgress(static_cast<float>(estimatedProgress()));
     if (m_progressView->progress() != 1.0F)
         return;
-    UIView::animateWithDuration(kHideDuration, kHideDelay, UIViewAnimationOptions::CurveEaseOut, [] {},
+    UIView::animateWithDuration(
+        kHideDuration, kHideDelay, UIViewAnimationOptions::CurveEaseOut, [] {},
         [weak = weak_from_this()](bool) {
             if (auto view = std::static_pointer_cast<TQWBWebView>(weak.lock()))
                 view->m_progressView->setHidden(true);
@@ -118,7 +119,8 @@ void TQWBWebView::didReceiveAuthenticationChallenge(
 {
     const auto& space = challenge.protectionSpace;
     if (space.authenticationMethod == NSURLAuthenticationMethodServerTrust)
-        completion(NSURLSessionAuthChallengeDisposition::UseCredential, NSURLCredential::initWithTrust(space.serverTrust));
+        completion(
+            NSURLSessionAuthChallengeDisposition::UseCredential, NSURLCredential::initWithTrust(space.serverTrust));
 }
 
 } // namespace tq

@@ -51,7 +51,8 @@ std::optional<TextList> allNaviServers(const OptionalText& token, const std::opt
     if (!defaults)
         return std::nullopt;
     TextList servers;
-    if (const auto at = token ? token->rfind('@') : std::string::npos; at != std::string::npos && at + 1 < token->size()) {
+    if (const auto at = token ? token->rfind('@') : std::string::npos;
+        at != std::string::npos && at + 1 < token->size()) {
         for (const auto& piece : componentsSeparatedBy(std::string_view(*token).substr(at + 1), ';'))
             servers.push_back(withScheme(piece));
     }

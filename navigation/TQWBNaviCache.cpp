@@ -55,12 +55,12 @@ bool TQWBNaviManager::saveNavi(
 {
     if (!answer)
         return false;
-    for (const char* address : {"iwbLeaseUri", "iwbConferenceUri"}) {
+    for (const char* address : { "iwbLeaseUri", "iwbConferenceUri" }) {
         if (const auto* value = answer->if_contains(address); value && value->is_null())
             return false;
     }
     auto& defaults = NSUserDefaults::standardUserDefaults();
-    defaults.setObject({{kTimestamp, currentTimestamp()}, {kNaviData, *answer}}, entryKey(appKey, token));
+    defaults.setObject({ { kTimestamp, currentTimestamp() }, { kNaviData, *answer } }, entryKey(appKey, token));
     defaults.synchronize();
     return true;
 }

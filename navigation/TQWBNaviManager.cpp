@@ -26,22 +26,24 @@ std::string errorDescription(const std::optional<NSError>& error)
         + error->localizedDescription + "\"";
 }
 
-NSMutableURLRequest naviRequest(const std::optional<NSURL>& navi, const OptionalText& appKey,
-    const OptionalText& token, const OptionalText& version, double timeout)
+NSMutableURLRequest naviRequest(const std::optional<NSURL>& navi, const OptionalText& appKey, const OptionalText& token,
+    const OptionalText& version, double timeout)
 {
-    NSMutableURLRequest request {.URL = navi,
+    NSMutableURLRequest request{ .URL = navi,
         .HTTPMethod = "POST",
         .timeoutInterval = timeout,
-        .cachePolicy = NSURLRequestCachePolicy::ReloadIgnoringLocalCacheData};
+        .cachePolicy = NSURLRequestCachePolicy::ReloadIgnoringLocalCacheData };
     request.setValue("application/x-www-form-urlencoded", "Content-Type");
     request.setValue(appKey, "appId");
-    request.HTTPBody
-        = "token=" + std::string(describe(token)) + "&v=" + std::string(describe(version)) + "&p=iOS";
+    request.HTTPBody = "token=" + std::string(describe(token)) + "&v=" + std::string(describe(version)) + "&p=iOS";
     return request;
 }
 
 // The refusal is the crosswise pair; equal numbers are an ordinary failure.
-bool isRefusal(NSInteger status, NSInteger code) { return (status == 401 && code == 403) || (status == 403 && code == 401); }
+bool isRefusal(NSInteger status, NSInteger code)
+{
+    return (status == 401 && code == 403) || (status == 403 && code == 401);
+}
 
 } // namespace
 
@@ -94,7 +96,7 @@ void TQWBNaviManager::requestNavi(const std::optional<NSURL>& navi, const Option
 {
     {
         const std::lock_guard lock(m_mutex);
-        m_lastAttempt = {navi, appKey, token, version, timeout};
+        m_lastAttempt = { navi, appKey, token, version, timeout };
     }
     auto session = NSURLSession::sessionWithConfiguration(
         NSURLSessionConfiguration::defaultSessionConfiguration(), sharedInstance(), NSOperationQueue::mainQueue());
@@ -136,8 +138,7 @@ void TQWBNaviManager::completionWithAppKey(const OptionalText& appKey, const Opt
     else if (isRefusal(responseCode, code))
         failure(TQWBNaviCodeUnauthorized, decoded(*data), codeAndStatus(code, responseCode));
     else
-        failure(TQWBNaviCodeRequestFailed, decoded(*data),
-            "responseCode = " + std::to_string(responseCode) + ".");
+        failure(TQWBNaviCodeRequestFailed, decoded(*data), "responseCode = " + std::to_string(responseCode) + ".");
 }
 
 TQWBNaviManager::Attempt TQWBNaviManager::lastAttempt() const

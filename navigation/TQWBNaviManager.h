@@ -34,11 +34,11 @@ using NaviSuccess = std::function<void(bool isSaved)>;
 /// Told what went wrong: a code, the answer's body as text (absent when there is none), and a sentence for the log.
 using NaviFailure = std::function<void(NSUInteger code, const OptionalText& body, const std::string& description)>;
 
-/// Finds the conference service through navigation servers, and remembers the last good answer of every pair of application
-/// key and token.
+/// Finds the conference service through navigation servers, and remembers the last good answer of every pair of
+/// application key and token.
 ///
-/// Any thread. Callbacks run on the main thread, but for the failure of an empty list of addresses, which is told at once
-/// to the caller. Overlapping requests run side by side.
+/// Any thread. Callbacks run on the main thread, but for the failure of an empty list of addresses, which is told at
+/// once to the caller. Overlapping requests run side by side.
 class TQWBNaviManager final : public NSObject, public NSURLSessionDelegate {
 public:
     /// A list of addresses; an entry is absent where the text was no valid address.

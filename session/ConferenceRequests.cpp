@@ -24,9 +24,9 @@ struct RequestKind {
     NSUInteger urlMissingCode;
 };
 
-constexpr RequestKind kJoin {"joinWhiteBoard", TQWBCodeRequestFailed, TQWBCodeJoinUrlMissing};
-constexpr RequestKind kPlay {"play video", TQWBCodePlayRequestFailed, TQWBCodePlayUrlMissing};
-constexpr RequestKind kQuit {"QuitWhiteBoard", TQWBCodeRequestFailed, 0};
+constexpr RequestKind kJoin{ "joinWhiteBoard", TQWBCodeRequestFailed, TQWBCodeJoinUrlMissing };
+constexpr RequestKind kPlay{ "play video", TQWBCodePlayRequestFailed, TQWBCodePlayUrlMissing };
+constexpr RequestKind kQuit{ "QuitWhiteBoard", TQWBCodeRequestFailed, 0 };
 
 void setServiceHeaders(NSMutableURLRequest& request, const OptionalText& appKey, const OptionalText& token)
 {
@@ -44,7 +44,7 @@ std::string leaseAddress(const TQWhiteBoard& board, const std::string& path)
 
 boost::json::object userObject(const OptionalText& name, const char* role, const OptionalText& uid)
 {
-    return {{"name", name.value_or("")}, {"role", role}, {"uid", uid.value_or("")}};
+    return { { "name", name.value_or("") }, { "role", role }, { "uid", uid.value_or("") } };
 }
 
 void addPresent(boost::json::object& body, const char* member, const OptionalText& value)
@@ -114,12 +114,12 @@ bool openPage(TQWhiteBoard& board, const ServiceAnswer& answer, const RequestKin
 
 } // namespace
 
-NSMutableURLRequest TQWhiteBoard::getRequest(const std::string& url, const boost::json::object& body,
-    const OptionalText& appKey, const OptionalText& token)
+NSMutableURLRequest TQWhiteBoard::getRequest(
+    const std::string& url, const boost::json::object& body, const OptionalText& appKey, const OptionalText& token)
 {
-    NSMutableURLRequest request {.URL = NSURL::URLWithString(url),
+    NSMutableURLRequest request{ .URL = NSURL::URLWithString(url),
         .HTTPMethod = "POST",
-        .HTTPBody = NSJSONSerialization::prettyDataWithJSONObject(body)};
+        .HTTPBody = NSJSONSerialization::prettyDataWithJSONObject(body) };
     setServiceHeaders(request, appKey, token);
     return request;
 }
@@ -129,7 +129,7 @@ void TQWhiteBoard::joinWhiteBoard(std::shared_ptr<TQWBRoomConfig> config, TQWBSu
     if (!config)
         config = std::make_shared<TQWBRoomConfig>();
     boost::json::object body;
-    for (const char* member : {"outTradeNo", "ownerId", "name", "fileName"})
+    for (const char* member : { "outTradeNo", "ownerId", "name", "fileName" })
         body[member] = generateMixed(kRandomLength);
     body["minutes"] = config->minutes > 0 ? config->minutes : kDefaultMinutes;
     body["user"] = userObject(config->userName, config->roleType ? "viewer" : "presenter", config->userId);
@@ -147,12 +147,11 @@ void TQWhiteBoard::requestRecordUrl(std::shared_ptr<TQWBRecordConfig> config, TQ
 {
     if (!config)
         config = std::make_shared<TQWBRecordConfig>();
-    boost::json::object body {{"outTradeNo", generateMixed(kRandomLength)}};
+    boost::json::object body{ { "outTradeNo", generateMixed(kRandomLength) } };
     addPresent(body, "url", config->url);
     addPresent(body, "playHubId", config->roomId);
     body["user"] = userObject(config->userName, "record", config->userId);
-    auto request
-        = getRequest(leaseAddress(*this, "/api/v1/iwb/player"), body, config->appKey, config->token);
+    auto request = getRequest(leaseAddress(*this, "/api/v1/iwb/player"), body, config->appKey, config->token);
     send(shared_from_this(), std::move(request), kPlay, error,
         [success = std::move(success), error](TQWhiteBoard& self, const ServiceAnswer& answer) {
             if (openPage(self, answer, kPlay, error, [] {}) && success)
@@ -167,7 +166,7 @@ void TQWhiteBoard::requestQuitUrlWithConfig(
         config = std::make_shared<TQWBRoomConfig>();
     const auto path = "/api/v1/iwb/hubs/" + std::string(describe(config->roomId)) + "/users/"
         + std::string(describe(config->userId));
-    NSMutableURLRequest request {.URL = NSURL::URLWithString(leaseAddress(*this, path)), .HTTPMethod = "DELETE"};
+    NSMutableURLRequest request{ .URL = NSURL::URLWithString(leaseAddress(*this, path)), .HTTPMethod = "DELETE" };
     setServiceHeaders(request, config->appKey, config->token);
     send(shared_from_this(), std::move(request), kQuit, error,
         [success = std::move(success)](TQWhiteBoard& self, const ServiceAnswer&) {

@@ -58,9 +58,10 @@ void TQWhiteBoard::joinWithConfig(std::shared_ptr<TQWBRoomConfig> config, TQWBSu
         fail(error, TQWBCodeInvalidConfig, "config is invalid");
         return;
     }
-    withNavigation(config->appKey, config->token, error, [config, success = std::move(success), error](TQWhiteBoard& self) {
-        self.joinWhiteBoard(config, success, error);
-    });
+    withNavigation(
+        config->appKey, config->token, error, [config, success = std::move(success), error](TQWhiteBoard& self) {
+            self.joinWhiteBoard(config, success, error);
+        });
 }
 
 void TQWhiteBoard::playWithConfig(std::shared_ptr<TQWBRecordConfig> config, TQWBSuccess success, TQWBFailure error)
@@ -73,9 +74,10 @@ void TQWhiteBoard::playWithConfig(std::shared_ptr<TQWBRecordConfig> config, TQWB
         fail(error, TQWBCodeInvalidConfig, "config is invalid");
         return;
     }
-    withNavigation(config->appKey, config->token, error, [config, success = std::move(success), error](TQWhiteBoard& self) {
-        self.requestRecordUrl(config, success, error);
-    });
+    withNavigation(
+        config->appKey, config->token, error, [config, success = std::move(success), error](TQWhiteBoard& self) {
+            self.requestRecordUrl(config, success, error);
+        });
 }
 
 void TQWhiteBoard::quitWhiteBoard(TQWBSuccess success, TQWBFailure error)
@@ -99,8 +101,8 @@ void TQWhiteBoard::quitWhiteBoard(TQWBSuccess success, TQWBFailure error)
 }
 
 // Goes on at once with what is remembered, or later on the main thread with what a navigation server has answered.
-void TQWhiteBoard::withNavigation(const OptionalText& appKey, const OptionalText& token, TQWBFailure error,
-    std::function<void(TQWhiteBoard&)> next)
+void TQWhiteBoard::withNavigation(
+    const OptionalText& appKey, const OptionalText& token, TQWBFailure error, std::function<void(TQWhiteBoard&)> next)
 {
     if (TQWBNaviManager::sharedInstance()->needRequestNavi(appKey, token)) {
         auto proceed = [self = shared_from_this(), next = std::move(next)] { next(*self); };

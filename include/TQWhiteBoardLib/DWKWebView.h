@@ -21,19 +21,20 @@ enum class DebugMode : bool { Off, On };
 class TQWB_EXPORT DWKWebView : public WKWebView, public WKUIDelegate {
 public:
     /// @param configuration altered in place: it receives the bridge's start-up script. Absent: the default one.
-    static std::shared_ptr<DWKWebView> initWithFrame(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration);
+    static std::shared_ptr<DWKWebView> initWithFrame(
+        CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration);
     explicit DWKWebView(Token);
     ~DWKWebView() override;
 
-    /// Makes the object's methods callable as "namespace.method", replacing an earlier object of that namespace. The view
-    /// holds the object until it is removed. Any thread.
+    /// Makes the object's methods callable as "namespace.method", replacing an earlier object of that namespace. The
+    /// view holds the object until it is removed. Any thread.
     /// @param object absent: nothing happens. @param nameSpace absent: the empty namespace.
     void addJavascriptObject(std::shared_ptr<NSObject> object, const OptionalText& nameSpace);
     /// Takes a namespace out again; one that is not there is none to miss. Any thread.
     void removeJavascriptObject(const OptionalText& nameSpace);
 
-    /// In debug mode an exception that leaves a native method ends the program, and a call that finds no method is shown to
-    /// the page's user. Off at first.
+    /// In debug mode an exception that leaves a native method ends the program, and a call that finds no method is
+    /// shown to the page's user. Off at first.
     void setDebugMode(DebugMode mode) { m_isDebug = mode == DebugMode::On; }
     bool isDebug() const { return m_isDebug; }
 

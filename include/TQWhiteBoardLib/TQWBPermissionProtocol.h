@@ -6,7 +6,8 @@
 
 namespace tq {
 
-/// Told what the user may do in the room. Every method is optional; all run on the main thread, before the page goes on.
+/// Told what the user may do in the room. Every method is optional; all run on the main thread, before the page goes
+/// on.
 class TQWB_EXPORT TQWBPermissionProtocol {
 public:
     virtual ~TQWBPermissionProtocol() = default;
@@ -21,13 +22,13 @@ public:
     template <class Delegate> static constexpr Methods methodsOf()
     {
         using Protocol = TQWBPermissionProtocol;
-        return {
-            .onWBPermissionChange = !requires {
-                requires std::same_as<decltype(&Delegate::onWBPermissionChange),
-                    decltype(&Protocol::onWBPermissionChange)>;
-            },
-        };
+        return { .onWBPermissionChange = !requires { requires std::same_as<decltype(&Delegate::onWBPermissionChange),
+                     decltype(&Protocol::onWBPermissionChange)>;
     }
+    ,
 };
+}
+}
+;
 
 } // namespace tq

@@ -23,15 +23,17 @@ public:
     template <class Delegate> static constexpr Methods methodsOf()
     {
         using Protocol = TQWBRecordProtocol;
-        return {
-            .onWBRecordStart = !requires {
-                requires std::same_as<decltype(&Delegate::onWBRecordStart), decltype(&Protocol::onWBRecordStart)>;
-            },
-            .onWBRecordEnd = !requires {
-                requires std::same_as<decltype(&Delegate::onWBRecordEnd), decltype(&Protocol::onWBRecordEnd)>;
-            },
-        };
+        return { .onWBRecordStart = !requires {
+                     requires std::same_as<decltype(&Delegate::onWBRecordStart), decltype(&Protocol::onWBRecordStart)>;
     }
+    , .onWBRecordEnd = !requires
+    {
+        requires std::same_as<decltype(&Delegate::onWBRecordEnd), decltype(&Protocol::onWBRecordEnd)>;
+    }
+    ,
 };
+} // namespace tq
+}
+;
 
 } // namespace tq

@@ -31,17 +31,21 @@ public:
     template <class Delegate> static constexpr Methods methodsOf()
     {
         using Protocol = TQWBRoomStatusProtocol;
-        return {
-            .onWBRoomQuit
-            = !requires { requires std::same_as<decltype(&Delegate::onWBRoomQuit), decltype(&Protocol::onWBRoomQuit)>; },
-            .onWBRoomException = !requires {
-                requires std::same_as<decltype(&Delegate::onWBRoomException), decltype(&Protocol::onWBRoomException)>;
-            },
-            .onWBCaptureEnd = !requires {
-                requires std::same_as<decltype(&Delegate::onWBCaptureEnd), decltype(&Protocol::onWBCaptureEnd)>;
-            },
-        };
+        return { .onWBRoomQuit
+            = !requires { requires std::same_as<decltype(&Delegate::onWBRoomQuit), decltype(&Protocol::onWBRoomQuit)>;
     }
+    , .onWBRoomException = !requires
+    {
+        requires std::same_as<decltype(&Delegate::onWBRoomException), decltype(&Protocol::onWBRoomException)>;
+    }
+    , .onWBCaptureEnd = !requires
+    {
+        requires std::same_as<decltype(&Delegate::onWBCaptureEnd), decltype(&Protocol::onWBCaptureEnd)>;
+    }
+    ,
 };
+}
+}
+;
 
 } // namespace tq

@@ -10,11 +10,11 @@
 
 namespace tq {
 
-/// The view in which a room's page runs. Make it, put it in a window, set its delegates and hand it to a `TQWhiteBoard`.
-/// Main thread only.
+/// The view in which a room's page runs. Make it, put it in a window, set its delegates and hand it to a
+/// `TQWhiteBoard`. Main thread only.
 ///
-/// Once made, the view lives until its page reports that the room was quit or has failed, even when the application lets
-/// go of it.
+/// Once made, the view lives until its page reports that the room was quit or has failed, even when the application
+/// lets go of it.
 class TQWB_EXPORT TQWBWebView final : public DWKWebView, public WKNavigationDelegate {
 public:
     /// @param frame the view is always wider than tall: the sides are swapped when they are not.
@@ -46,8 +46,8 @@ public:
     /// The thin bar that shows how far the page has loaded.
     const std::shared_ptr<UIProgressView>& progressView() const { return m_progressView; }
 
-    // The view as its own navigation delegate, which it is only when the application makes it so: the bar comes back for
-    // every load, and every server certificate is accepted. Other challenges are left without an answer.
+    // The view as its own navigation delegate, which it is only when the application makes it so: the bar comes back
+    // for every load, and every server certificate is accepted. Other challenges are left without an answer.
     void didStartProvisionalNavigation(WKWebView& webView, const WKNavigation& navigation) override;
     void didReceiveAuthenticationChallenge(
         WKWebView& webView, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion) override;

@@ -20,15 +20,16 @@ class TQWBWebView;
 
 /// Called once when an operation has succeeded. Empty: nobody wants to know.
 using TQWBSuccess = std::function<void()>;
-/// Called once when an operation has failed, with a code and a text (absent when the service sent none). Empty: nobody wants
-/// to know.
+/// Called once when an operation has failed, with a code and a text (absent when the service sent none). Empty: nobody
+/// wants to know.
 using TQWBFailure = std::function<void(NSUInteger code, const OptionalText& text)>;
 
 /// A session with a whiteboard room: joins a live one, replays a recorded one, leaves the one that was joined.
 ///
-/// Operations may be started from any thread. A record that cannot be used is reported before the operation returns, on the
-/// caller's thread; navigation failures on the main thread; everything else on a thread of the request's own. The object
-/// lives until its last request has ended. One operation at a time: overlapping ones are not refused, the last one wins.
+/// Operations may be started from any thread. A record that cannot be used is reported before the operation returns, on
+/// the caller's thread; navigation failures on the main thread; everything else on a thread of the request's own. The
+/// object lives until its last request has ended. One operation at a time: overlapping ones are not refused, the last
+/// one wins.
 ///
 /// | code | text | from |
 /// |---|---|---|
@@ -81,8 +82,8 @@ public:
     void requestRecordUrl(std::shared_ptr<TQWBRecordConfig> config, TQWBSuccess success, TQWBFailure error);
     void requestQuitUrlWithConfig(std::shared_ptr<TQWBRoomConfig> config, TQWBSuccess success, TQWBFailure error);
     /// A POST request to the conference service.
-    static NSMutableURLRequest getRequest(const std::string& url, const boost::json::object& body,
-        const OptionalText& appKey, const OptionalText& token);
+    static NSMutableURLRequest getRequest(
+        const std::string& url, const boost::json::object& body, const OptionalText& appKey, const OptionalText& token);
     /// The address of a room's page; empty while it is not known where the service is.
     std::string getRoomUrl(const OptionalText& key) const;
     /// A random text of so many letters and digits; empty for 0 and less.

@@ -29,7 +29,7 @@ NSClass::NSClass(std::string name, const NSClass* superclass, std::vector<NSMeth
 NSClass::Candidates NSClass::candidates(std::string_view name) const
 {
     auto found = m_candidates.find(name);
-    return found == m_candidates.end() ? Candidates {} : found->second;
+    return found == m_candidates.end() ? Candidates{} : found->second;
 }
 
 } // namespace tq

@@ -21,8 +21,8 @@ class NSObject;
 /// Whether more results of the same call will follow.
 enum class Complete : bool { No, Yes };
 
-/// Hands a result of an asynchronous native method to the page. It may be called any number of times and from any thread
-/// (not from two threads at once); absent leaves the value of the previous result in place.
+/// Hands a result of an asynchronous native method to the page. It may be called any number of times and from any
+/// thread (not from two threads at once); absent leaves the value of the previous result in place.
 using NSCompletion = std::function<void(OptionalValue value, Complete complete)>;
 
 /// The name of a synchronous native method: "name:", one colon, at the end. Anything else does not compile.
@@ -56,8 +56,8 @@ private:
     std::string_view m_text;
 };
 
-/// One row of a class's method table: a method's full name, in which every argument is marked by a colon, and the member
-/// function behind it. Names must be string literals.
+/// One row of a class's method table: a method's full name, in which every argument is marked by a colon, and the
+/// member function behind it. Names must be string literals.
 class NSMethod {
 public:
     /// A synchronous method: takes the page's argument (absent when the page sent none or null) and returns its result
@@ -104,7 +104,7 @@ private:
     }
     template <class Pointer> Pointer load() const
     {
-        Pointer method {};
+        Pointer method{};
         std::memcpy(&method, m_member.data(), sizeof(method));
         return method;
     }
@@ -112,7 +112,7 @@ private:
     std::string_view m_name;
     Sync m_sync = nullptr;
     Async m_async = nullptr;
-    alignas(void*) std::array<std::byte, 2 * sizeof(void*)> m_member {};
+    alignas(void*) std::array<std::byte, 2 * sizeof(void*)> m_member{};
 };
 
 /// The methods that a class of native objects publishes, and its superclass. One object a class, made once; immutable

@@ -11,7 +11,7 @@ constexpr std::uint8_t kNone = 0xFF;
 
 constexpr std::array<std::uint8_t, 256> makeValues()
 {
-    std::array<std::uint8_t, 256> values {};
+    std::array<std::uint8_t, 256> values{};
     values.fill(kNone);
     std::uint8_t next = 0;
     for (const char character : std::string_view("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/"))
@@ -43,7 +43,7 @@ std::optional<std::string> bytesFromBase64(std::string_view text)
         group = group << 6U | value;
         if (++digits % 4 != 0)
             continue;
-        for (const unsigned shift : {16U, 8U, 0U})
+        for (const unsigned shift : { 16U, 8U, 0U })
             bytes += static_cast<char>(group >> shift & 0xFFU);
         group = 0;
     }

@@ -104,7 +104,7 @@ OptionalValue NSJSONSerialization::JSONObjectWithData(std::string_view text, std
     boost::json::parse_options options;
     options.max_depth = kMaxDepth;
     boost::json::error_code failure;
-    auto value = boost::json::parse({text.data(), text.size()}, failure, {}, options);
+    auto value = boost::json::parse({ text.data(), text.size() }, failure, {}, options);
     if (!failure)
         return value;
     if (error)

@@ -14,8 +14,8 @@ public:
     /// @returns the value, a top-level null included; absent after an error.
     static OptionalValue JSONObjectWithData(std::string_view text, std::string* error = nullptr);
 
-    /// Compact JSON text; absent when the value cannot be written: neither a map nor a list at the top, a number that is
-    /// not finite, a text that is not UTF-8.
+    /// Compact JSON text; absent when the value cannot be written: neither a map nor a list at the top, a number that
+    /// is not finite, a text that is not UTF-8.
     static OptionalText dataWithJSONObject(const boost::json::value& value);
 
     /// Indented JSON text, one member a line; absent like the compact one.

@@ -28,7 +28,7 @@ std::int64_t readText(std::string_view text)
     const auto outcome = std::from_chars(text.data(), text.data() + text.size(), number);
     if (outcome.ec == std::errc::result_out_of_range)
         return isNegative ? kSmallest : kLargest;
-    return outcome.ec == std::errc {} ? number : 0;
+    return outcome.ec == std::errc{} ? number : 0;
 }
 
 std::int64_t readDouble(double number)
@@ -46,7 +46,7 @@ template <class Integer> Integer clamped(std::int64_t number)
 {
     using Limits = std::numeric_limits<Integer>;
     return static_cast<Integer>(
-        std::clamp<std::int64_t>(number, std::int64_t { Limits::min() }, std::int64_t { Limits::max() }));
+        std::clamp<std::int64_t>(number, std::int64_t{ Limits::min() }, std::int64_t{ Limits::max() }));
 }
 
 } // namespace
@@ -54,7 +54,7 @@ template <class Integer> Integer clamped(std::int64_t number)
 const boost::json::value* memberOf(const boost::json::value& value, std::string_view key)
 {
     const auto* map = value.if_object();
-    return map ? map->if_contains({key.data(), key.size()}) : nullptr;
+    return map ? map->if_contains({ key.data(), key.size() }) : nullptr;
 }
 
 const boost::json::value* memberOf(const OptionalValue& value, std::string_view key)
@@ -76,8 +76,7 @@ std::int64_t longLongValue(const boost::json::value* value)
     case boost::json::kind::int64:
         return value->get_int64();
     case boost::json::kind::uint64:
-        return static_cast<std::int64_t>(
-            std::min(value->get_uint64(), static_cast<std::uint64_t>(kLargest)));
+        return static_cast<std::int64_t>(std::min(value->get_uint64(), static_cast<std::uint64_t>(kLargest)));
     case boost::json::kind::double_:
         return readDouble(value->get_double());
     case boost::json::kind::bool_:

@@ -15,9 +15,9 @@ const boost::json::value* memberOf(const OptionalValue& value, std::string_view 
 /// The text of a value; absent for anything that is not a text (null included).
 OptionalText textValue(const boost::json::value* value);
 
-// Loose readings of a value as a number: the integer part of a number, the leading decimal digits of a text (after blanks,
-// with a sign), 1 for true; 0 for everything else, absent included. What does not fit becomes the nearest that does, so
-// that a value other than zero never reads as zero.
+// Loose readings of a value as a number: the integer part of a number, the leading decimal digits of a text (after
+// blanks, with a sign), 1 for true; 0 for everything else, absent included. What does not fit becomes the nearest that
+// does, so that a value other than zero never reads as zero.
 std::int32_t intValue(const boost::json::value* value);
 std::int64_t longLongValue(const boost::json::value* value);
 NSInteger integerValue(const boost::json::value* value);

@@ -8,8 +8,8 @@ namespace tq {
 /// Runs operations one after another, in the order in which they were added.
 class NSOperationQueue {
 public:
-    /// A queue with a thread of its own, off the main thread. The thread ends when the last reference to the queue is gone
-    /// and everything added has run; nobody waits for it.
+    /// A queue with a thread of its own, off the main thread. The thread ends when the last reference to the queue is
+    /// gone and everything added has run; nobody waits for it.
     static std::shared_ptr<NSOperationQueue> create();
     /// The queue of the main thread.
     static const std::shared_ptr<NSOperationQueue>& mainQueue();

@@ -16,11 +16,11 @@ enum class NSURLRequestCachePolicy { UseProtocolCachePolicy, ReloadIgnoringLocal
 /// One HTTP request, before it is sent.
 struct NSMutableURLRequest {
     /// Absent: a request for nothing; loading it has no effect and sending it fails.
-    std::optional<NSURL> URL {};
+    std::optional<NSURL> URL{};
     std::string HTTPMethod = "GET";
     /// Sent in this order. A value with a line break or another control character makes the request fail unsent.
-    std::vector<std::pair<std::string, std::string>> headers {};
-    OptionalText HTTPBody {};
+    std::vector<std::pair<std::string, std::string>> headers{};
+    OptionalText HTTPBody{};
     /// Seconds from start to the end of the answer.
     double timeoutInterval = 60;
     NSURLRequestCachePolicy cachePolicy = NSURLRequestCachePolicy::UseProtocolCachePolicy;

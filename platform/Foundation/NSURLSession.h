@@ -25,8 +25,8 @@ public:
     /// The configuration that every session of the library uses.
     static NSURLSessionConfiguration& defaultSessionConfiguration();
 
-    /// Certificates (PEM, one or more) that are trusted beside the system's own, for every transfer that starts afterwards
-    /// and for every page. Absent: the system's alone. Any thread.
+    /// Certificates (PEM, one or more) that are trusted beside the system's own, for every transfer that starts
+    /// afterwards and for every page. Absent: the system's alone. Any thread.
     /// @returns false, with nothing changed, when the text holds no usable certificate.
     bool setExtraTrustAnchors(OptionalText pem);
     OptionalText extraTrustAnchors() const;
@@ -35,13 +35,13 @@ private:
     NSURLSessionConfiguration() = default;
 };
 
-/// The outcome of a transfer: the answer's body (absent after an error), its head (absent when none came), and the error
-/// (absent when none happened). A body longer than 16 MiB is an error.
+/// The outcome of a transfer: the answer's body (absent after an error), its head (absent when none came), and the
+/// error (absent when none happened). A body longer than 16 MiB is an error.
 using NSURLCompletion = std::function<void(
     OptionalText data, const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error)>;
 
-/// Makes transfers over HTTP and HTTPS. A redirection is followed within the same origin only; one that leads elsewhere is
-/// an error, so that headers and body never travel to another host.
+/// Makes transfers over HTTP and HTTPS. A redirection is followed within the same origin only; one that leads elsewhere
+/// is an error, so that headers and body never travel to another host.
 class NSURLSession {
 public:
     /// One transfer.

@@ -17,10 +17,11 @@ public:
 
     /// Absent when nothing is stored under the key, or nothing that reads as a dictionary.
     std::optional<boost::json::object> dictionaryForKey(std::string_view key) const;
-    /// Replaces what is stored under the key. A value that cannot be written to disk is kept for this run, and the log says
-    /// why.
+    /// Replaces what is stored under the key. A value that cannot be written to disk is kept for this run, and the log
+    /// says why.
     void setObject(const boost::json::object& value, std::string_view key);
-    /// Writes everything out. Saves are durable when `setObject` returns; this tries again what could not be written then.
+    /// Writes everything out. Saves are durable when `setObject` returns; this tries again what could not be written
+    /// then.
     bool synchronize();
 
     ~NSUserDefaults();

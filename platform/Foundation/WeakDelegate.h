@@ -10,8 +10,8 @@ namespace tq {
 template <class Delegate, class Protocol>
 concept DelegateOf = std::derived_from<Delegate, Protocol> && !std::same_as<std::remove_cv_t<Delegate>, Protocol>;
 
-/// Holds a delegate weakly, together with which of its protocol's methods its class has. The protocol tells the latter by
-/// `Protocol::methodsOf<Delegate>()`, from the class that the delegate was set by.
+/// Holds a delegate weakly, together with which of its protocol's methods its class has. The protocol tells the latter
+/// by `Protocol::methodsOf<Delegate>()`, from the class that the delegate was set by.
 template <class Protocol> class WeakDelegate {
 public:
     template <DelegateOf<Protocol> Delegate> void set(const std::shared_ptr<Delegate>& delegate)

@@ -17,7 +17,7 @@ std::optional<ImageSize> sizeOfPNG(std::string_view bytes)
 {
     if (bytes.size() < 24 || bytes.substr(12, 4) != "IHDR")
         return std::nullopt;
-    return ImageSize {bigEndian(bytes, 16, 4), bigEndian(bytes, 20, 4)};
+    return ImageSize{ bigEndian(bytes, 16, 4), bigEndian(bytes, 20, 4) };
 }
 
 // Frame headers are the markers C0 to CF, but for three that mean tables.
@@ -36,7 +36,7 @@ std::optional<ImageSize> sizeOfJPEG(std::string_view bytes)
             continue;
         }
         if (isFrameHeader(marker))
-            return ImageSize {bigEndian(bytes, offset + 7, 2), bigEndian(bytes, offset + 5, 2)};
+            return ImageSize{ bigEndian(bytes, offset + 7, 2), bigEndian(bytes, offset + 5, 2) };
         offset += 2 + bigEndian(bytes, offset + 2, 2);
     }
     return std::nullopt;

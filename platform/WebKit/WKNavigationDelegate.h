@@ -45,7 +45,7 @@ enum class NSURLSessionAuthChallengeDisposition {
 
 /// What answers a challenge.
 struct NSURLCredential {
-    static NSURLCredential initWithTrust(std::shared_ptr<SecTrust> trust) { return {std::move(trust)}; }
+    static NSURLCredential initWithTrust(std::shared_ptr<SecTrust> trust) { return { std::move(trust) }; }
 
     std::shared_ptr<SecTrust> trust;
 };
@@ -61,8 +61,8 @@ public:
     /// A load has begun.
     virtual void didStartProvisionalNavigation(WKWebView& webView, const WKNavigation& navigation);
 
-    /// The page's server asks for a decision: its certificate is not trusted, or it wants to know the user. A class without
-    /// this method gets the engine's own handling, which refuses untrusted certificates.
+    /// The page's server asks for a decision: its certificate is not trusted, or it wants to know the user. A class
+    /// without this method gets the engine's own handling, which refuses untrusted certificates.
     /// @param completion may be kept and called later, once.
     virtual void didReceiveAuthenticationChallenge(
         WKWebView& webView, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion);
@@ -76,11 +76,16 @@ public:
     {
         return { .didStartProvisionalNavigation
             = !requires { requires std::same_as<decltype(&Delegate::didStartProvisionalNavigation),
-                              decltype(&WKNavigationDelegate::didStartProvisionalNavigation)>; },
-            .didReceiveAuthenticationChallenge
-            = !requires { requires std::same_as<decltype(&Delegate::didReceiveAuthenticationChallenge),
-                              decltype(&WKNavigationDelegate::didReceiveAuthenticationChallenge)>; } };
+                decltype(&WKNavigationDelegate::didStartProvisionalNavigation)>;
+    }
+    , .didReceiveAuthenticationChallenge = !requires
+    {
+        requires std::same_as<decltype(&Delegate::didReceiveAuthenticationChallenge),
+            decltype(&WKNavigationDelegate::didReceiveAuthenticationChallenge)>;
     }
 };
+} // namespace tq
+}
+;
 
 } // namespace tq

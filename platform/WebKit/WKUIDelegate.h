@@ -18,16 +18,16 @@ struct WKFrameInfo {
     OptionalText URL;
 };
 
-/// Answers what a page asks of its user. Every method is optional: one that a class does not have leaves the question to
-/// the engine. All run on the main thread.
+/// Answers what a page asks of its user. Every method is optional: one that a class does not have leaves the question
+/// to the engine. All run on the main thread.
 class TQWB_EXPORT WKUIDelegate {
 public:
     virtual ~WKUIDelegate() = default;
 
     /// The page called `prompt(prompt, defaultText)` and waits.
     /// @param prompt @param defaultText valid during this call only.
-    /// @param completion answers the page, with absent as null. It may be kept and called later, once; dropping it unanswered
-    /// leaves the prompt to the engine.
+    /// @param completion answers the page, with absent as null. It may be kept and called later, once; dropping it
+    /// unanswered leaves the prompt to the engine.
     virtual void runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::string_view prompt,
         std::optional<std::string_view> defaultText, const WKFrameInfo& frame,
         std::function<void(OptionalText)> completion);
@@ -40,8 +40,11 @@ public:
     {
         return { .runJavaScriptTextInputPanelWithPrompt
             = !requires { requires std::same_as<decltype(&Delegate::runJavaScriptTextInputPanelWithPrompt),
-                              decltype(&WKUIDelegate::runJavaScriptTextInputPanelWithPrompt)>; } };
+                decltype(&WKUIDelegate::runJavaScriptTextInputPanelWithPrompt)>;
     }
 };
+} // namespace tq
+}
+;
 
 } // namespace tq

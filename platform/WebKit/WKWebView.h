@@ -17,8 +17,8 @@ namespace tq {
 
 class UIView;
 
-/// A view that shows a web page. Made and used on the main thread only; the last reference may be dropped on any thread,
-/// the view is then destroyed on the main thread.
+/// A view that shows a web page. Made and used on the main thread only; the last reference may be dropped on any
+/// thread, the view is then destroyed on the main thread.
 class TQWB_EXPORT WKWebView : public NSObject, public std::enable_shared_from_this<WKWebView> {
 public:
     ~WKWebView() override;
@@ -28,8 +28,8 @@ public:
 
     /// Loads a page. A request without an address has no effect.
     void loadRequest(const NSMutableURLRequest& request);
-    /// Runs a script in the page, at once and without an answer. Scripts run in the order of the calls; one that is sent
-    /// before the first page is lost.
+    /// Runs a script in the page, at once and without an answer. Scripts run in the order of the calls; one that is
+    /// sent before the first page is lost.
     void evaluateJavaScript(std::string_view script);
     /// The page's address; absent before the first page.
     OptionalText URL() const;

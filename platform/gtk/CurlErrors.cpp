@@ -39,7 +39,7 @@ NSURLErrorCode errorCode(CURLcode code)
 
 NSError transferError(NSURLErrorCode code, std::string description)
 {
-    return {.domain = "NSURLErrorDomain", .code = code, .localizedDescription = std::move(description)};
+    return { .domain = "NSURLErrorDomain", .code = code, .localizedDescription = std::move(description) };
 }
 
 NSError transferErrorFromCurl(CURLcode code, std::string detail)

@@ -32,8 +32,8 @@ using CurlList = std::unique_ptr<curl_slist, CurlRelease>;
 using CurlUrl = std::unique_ptr<CURLU, CurlRelease>;
 using CurlText = std::unique_ptr<char, CurlRelease>;
 
-// Counts the transfers under way. When the process ends, it stops them and waits for them a little, so that none of them
-// meets libraries that have been taken down already.
+// Counts the transfers under way. When the process ends, it stops them and waits for them a little, so that none of
+// them meets libraries that have been taken down already.
 class TransfersUnderWay {
 public:
     static TransfersUnderWay& shared()
@@ -102,7 +102,9 @@ CurlList headerList(const NSMutableURLRequest& request)
     CurlList list(curl_slist_append(nullptr, "Expect:"));
     for (const auto& [field, value] : request.headers) {
         // A trailing semicolon is how an empty value is sent at all.
-        const auto line = value.empty() ? field + ";" : field + ": " + value;
+        auto line = field;
+        line += value.empty() ? ";" : ": ";
+        line += value;
         if (auto* extended = curl_slist_append(list.get(), line.c_str())) {
             static_cast<void>(list.release());
             list.reset(extended);
@@ -152,12 +154,13 @@ bool haveSameOrigin(const char* first, const char* second)
     const CurlUrl other(curl_url());
     if (curl_url_set(one.get(), CURLUPART_URL, first, 0) || curl_url_set(other.get(), CURLUPART_URL, second, 0))
         return false;
-    return std::ranges::all_of(std::array {CURLUPART_SCHEME, CURLUPART_HOST, CURLUPART_PORT},
+    return std::ranges::all_of(std::array{ CURLUPART_SCHEME, CURLUPART_HOST, CURLUPART_PORT },
         [&](CURLUPart part) { return partOf(one.get(), part) == partOf(other.get(), part); });
 }
 
 // The request that a redirection asks for, or the error that it is.
-std::variant<NSMutableURLRequest, NSError> redirected(const NSMutableURLRequest& request, long status, const char* target)
+std::variant<NSMutableURLRequest, NSError> redirected(
+    const NSMutableURLRequest& request, long status, const char* target)
 {
     if (!haveSameOrigin(request.URL->absoluteString().c_str(), target))
         return transferError(NSURLErrorBadServerResponse, "The server redirects to another host, which is refused.");
@@ -184,7 +187,7 @@ Exchange exchange(const NSMutableURLRequest& request, const OptionalText& extraT
     const CurlHandle handle(curl_easy_init());
     const auto headers = headerList(request);
     Body body;
-    std::array<char, CURL_ERROR_SIZE> errorText {};
+    std::array<char, CURL_ERROR_SIZE> errorText{};
     curl_easy_setopt(handle.get(), CURLOPT_URL, request.URL->absoluteString().c_str());
     curl_easy_setopt(handle.get(), CURLOPT_HTTPHEADER, headers.get());
     curl_easy_setopt(handle.get(), CURLOPT_WRITEFUNCTION, receive);
@@ -193,7 +196,7 @@ Exchange exchange(const NSMutableURLRequest& request, const OptionalText& extraT
     setMethod(handle.get(), request);
     setLimits(handle.get(), deadline);
     if (extraTrustAnchors) {
-        curl_blob anchors {const_cast<char*>(extraTrustAnchors->data()), extraTrustAnchors->size(), CURL_BLOB_NOCOPY};
+        curl_blob anchors{ const_cast<char*>(extraTrustAnchors->data()), extraTrustAnchors->size(), CURL_BLOB_NOCOPY };
         curl_easy_setopt(handle.get(), CURLOPT_CAINFO_BLOB, &anchors);
     }
 
@@ -202,7 +205,7 @@ Exchange exchange(const NSMutableURLRequest& request, const OptionalText& extraT
     long status = 0;
     curl_easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &status);
     if (status)
-        result.outcome.response = NSHTTPURLResponse {request.URL->absoluteString(), static_cast<NSInteger>(status)};
+        result.outcome.response = NSHTTPURLResponse{ request.URL->absoluteString(), static_cast<NSInteger>(status) };
     if (code == CURLE_ABORTED_BY_CALLBACK)
         result.outcome.isAbandoned = true;
     if (body.isTooLong)
@@ -234,7 +237,7 @@ TransferOutcome follow(NSMutableURLRequest request, const OptionalText& extraTru
         }
         request = std::get<NSMutableURLRequest>(std::move(next));
     }
-    return {.error = transferError(NSURLErrorHTTPTooManyRedirects, "The server redirects too often.")};
+    return { .error = transferError(NSURLErrorHTTPTooManyRedirects, "The server redirects too often.") };
 }
 
 } // namespace
@@ -242,9 +245,10 @@ TransferOutcome follow(NSMutableURLRequest request, const OptionalText& extraTru
 TransferOutcome performTransfer(const NSMutableURLRequest& request, const OptionalText& extraTrustAnchors)
 {
     if (!request.URL)
-        return {.error = transferError(NSURLErrorUnsupportedURL, "unsupported URL")};
+        return { .error = transferError(NSURLErrorUnsupportedURL, "unsupported URL") };
     if (!std::ranges::all_of(request.headers, [](const auto& header) { return isHeaderText(header.second); }))
-        return {.error = transferError(NSURLErrorUnknown, "A header value holds a line break or a control character.")};
+        return { .error
+            = transferError(NSURLErrorUnknown, "A header value holds a line break or a control character.") };
     auto& transfers = TransfersUnderWay::shared();
     transfers.add(1);
     auto outcome = follow(request, extraTrustAnchors);

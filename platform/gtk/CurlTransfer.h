@@ -11,10 +11,10 @@ namespace tq {
 /// What became of a transfer.
 struct TransferOutcome {
     /// Absent after an error.
-    OptionalText data {};
+    OptionalText data{};
     /// Absent when no answer began.
-    std::optional<NSHTTPURLResponse> response {};
-    std::optional<NSError> error {};
+    std::optional<NSHTTPURLResponse> response{};
+    std::optional<NSError> error{};
     /// The process is ending: nobody is to be told.
     bool isAbandoned = false;
 };

@@ -48,7 +48,7 @@ void createPrivately(const std::string& path)
 
 ino_t inodeOf(const std::string& path)
 {
-    struct stat status {};
+    struct stat status { };
     return stat(path.c_str(), &status) == 0 ? status.st_ino : 0;
 }
 
@@ -165,7 +165,7 @@ bool DefaultsDatabase::setAsideIfDamaged(int code)
     if (failure)
         return false;
     // What belongs to the old file must not be taken for the new one's.
-    for (const char* suffix : {"-journal", "-wal", "-shm"})
+    for (const char* suffix : { "-journal", "-wal", "-shm" })
         std::filesystem::rename(m_path + suffix, aside + suffix, failure);
     NSLog("user defaults: the file was damaged and is now " + aside);
     return true;

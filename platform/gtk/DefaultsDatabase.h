@@ -11,12 +11,12 @@ struct sqlite3;
 
 namespace tq {
 
-/// A file of texts by key. Every write is atomic and on the disk when it returns. Not safe for several threads at once; any
-/// number of processes may share the file.
+/// A file of texts by key. Every write is atomic and on the disk when it returns. Not safe for several threads at once;
+/// any number of processes may share the file.
 class DefaultsDatabase {
 public:
-    /// Opens the file, or makes it (mode 0600, its folder 0700) when it is not there. A damaged file is set aside under a
-    /// new name and a new one is begun.
+    /// Opens the file, or makes it (mode 0600, its folder 0700) when it is not there. A damaged file is set aside under
+    /// a new name and a new one is begun.
     explicit DefaultsDatabase(std::string path);
     ~DefaultsDatabase();
     DefaultsDatabase(const DefaultsDatabase&) = delete;

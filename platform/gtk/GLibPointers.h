@@ -34,7 +34,7 @@ public:
     ~OutPointer() { m_pointer.reset(m_raw); }
     OutPointer(const OutPointer&) = delete;
     OutPointer& operator=(const OutPointer&) = delete;
-    operator typename Pointer::pointer*() { return &m_raw; }
+    operator typename Pointer::pointer *() { return &m_raw; }
 
 private:
     Pointer& m_pointer;

@@ -14,7 +14,7 @@ NSInteger secondsFromGMT()
 {
     tzset();
     const std::time_t now = std::time(nullptr);
-    std::tm local {};
+    std::tm local{};
     return localtime_r(&now, &local) ? static_cast<NSInteger>(local.tm_gmtoff) : 0;
 }
 

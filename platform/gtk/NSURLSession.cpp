@@ -22,6 +22,13 @@ TrustAnchors& trustAnchors()
     return anchors;
 }
 
+bool holdsCertificate(const std::string& pem)
+{
+    const GObjectPointer<GTlsCertificate> first(
+        g_tls_certificate_new_from_pem(pem.data(), static_cast<gssize>(pem.size()), nullptr));
+    return first != nullptr;
+}
+
 } // namespace
 
 std::string NSHTTPURLResponse::description() const
@@ -37,12 +44,8 @@ NSURLSessionConfiguration& NSURLSessionConfiguration::defaultSessionConfiguratio
 
 bool NSURLSessionConfiguration::setExtraTrustAnchors(OptionalText pem)
 {
-    if (pem) {
-        const GObjectPointer<GTlsCertificate> first(
-            g_tls_certificate_new_from_pem(pem->data(), static_cast<gssize>(pem->size()), nullptr));
-        if (!first)
-            return false;
-    }
+    if (pem && !holdsCertificate(*pem))
+        return false;
     const std::lock_guard lock(trustAnchors().mutex);
     trustAnchors().pem = std::move(pem);
     return true;
@@ -85,13 +88,13 @@ std::shared_ptr<NSURLSession> NSURLSession::sessionWithConfiguration(const NSURL
     std::shared_ptr<NSURLSessionDelegate> delegate, std::shared_ptr<NSOperationQueue> queue)
 {
     return std::shared_ptr<NSURLSession>(new NSURLSession(
-        std::make_shared<Impl>(Impl {std::move(delegate), std::move(queue), configuration.extraTrustAnchors()})));
+        std::make_shared<Impl>(Impl{ std::move(delegate), std::move(queue), configuration.extraTrustAnchors() })));
 }
 
 NSURLSession::DataTask NSURLSession::dataTaskWithRequest(NSMutableURLRequest request, NSURLCompletion completion)
 {
-    return DataTask(std::make_shared<DataTask::Impl>(DataTask::Impl {
-        m_impl->delegate, m_impl->queue, m_impl->extraTrustAnchors, std::move(request), std::move(completion)}));
+    return DataTask(std::make_shared<DataTask::Impl>(DataTask::Impl{
+        m_impl->delegate, m_impl->queue, m_impl->extraTrustAnchors, std::move(request), std::move(completion) }));
 }
 
 void NSURLSession::finishTasksAndInvalidate() { m_impl->delegate.reset(); }

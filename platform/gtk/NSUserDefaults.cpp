@@ -37,7 +37,7 @@ std::string databasePath()
 } // namespace
 
 struct NSUserDefaults::Impl {
-    DefaultsDatabase database {databasePath()};
+    DefaultsDatabase database{ databasePath() };
     std::mutex mutex;
     // What could not be written to disk yet.
     std::map<std::string, std::string, std::less<>> unsaved;

@@ -13,7 +13,7 @@ namespace {
 
 std::string cssNumber(double number)
 {
-    std::array<char, G_ASCII_DTOSTR_BUF_SIZE> buffer {};
+    std::array<char, G_ASCII_DTOSTR_BUF_SIZE> buffer{};
     return g_ascii_formatd(buffer.data(), int(buffer.size()), "%.4f", number);
 }
 
@@ -39,25 +39,25 @@ GtkWidget* createBar(CGRect frame)
 } // namespace
 
 struct UIProgressView::Style {
-    GObjectPointer<GtkCssProvider> provider {gtk_css_provider_new()};
+    GObjectPointer<GtkCssProvider> provider{ gtk_css_provider_new() };
 };
 
 UIProgressView::UIProgressView(CGRect frame)
-    : UIView(frame, std::make_unique<Native>(Native {GObjectPointer<GtkWidget>(createBar(frame))}))
+    : UIView(frame, std::make_unique<Native>(Native{ GObjectPointer<GtkWidget>(createBar(frame)) }))
     , m_style(std::make_unique<Style>())
 {
     auto* bar = static_cast<GtkWidget*>(nativeHandle());
     // The look is per bar, and GTK's style sheets are per display: the widget's own name ties them together.
     gtk_widget_set_name(bar, ("tq-progress-" + std::to_string(reinterpret_cast<std::uintptr_t>(this))).c_str());
-    gtk_style_context_add_provider_for_display(gtk_widget_get_display(bar),
-        GTK_STYLE_PROVIDER(m_style->provider.get()), GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+    gtk_style_context_add_provider_for_display(gtk_widget_get_display(bar), GTK_STYLE_PROVIDER(m_style->provider.get()),
+        GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
     updateStyle();
 }
 
 UIProgressView::~UIProgressView()
 {
-    gtk_style_context_remove_provider_for_display(gtk_widget_get_display(static_cast<GtkWidget*>(nativeHandle())),
-        GTK_STYLE_PROVIDER(m_style->provider.get()));
+    gtk_style_context_remove_provider_for_display(
+        gtk_widget_get_display(static_cast<GtkWidget*>(nativeHandle())), GTK_STYLE_PROVIDER(m_style->provider.get()));
 }
 
 std::shared_ptr<UIProgressView> UIProgressView::initWithFrame(CGRect frame)
@@ -94,8 +94,8 @@ void UIProgressView::updateStyle()
         + cssNumber(m_transform.scaleY) + "); min-width: 0; } " + selector + " > trough, " + selector
         + " > trough > progress { min-height: " + height
         + "px; min-width: 0; border: none; border-radius: 0; padding: 0; margin: 0; box-shadow: none; } " + selector
-        + " > trough { background: transparent; } " + selector + " > trough > progress { background: "
-        + cssColor(tintColor()) + "; }";
+        + " > trough { background: transparent; } " + selector
+        + " > trough > progress { background: " + cssColor(tintColor()) + "; }";
     gtk_css_provider_load_from_data(m_style->provider.get(), css.c_str(), gssize(css.size()));
 }
 

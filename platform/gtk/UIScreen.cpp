@@ -15,9 +15,9 @@ std::optional<UIScreen> UIScreen::mainScreen()
         static_cast<GdkMonitor*>(g_list_model_get_item(gdk_display_get_monitors(display), 0)));
     if (!monitor)
         return std::nullopt;
-    GdkRectangle area {};
+    GdkRectangle area{};
     gdk_monitor_get_geometry(monitor.get(), &area);
-    return UIScreen {.bounds = {double(area.x), double(area.y), double(area.width), double(area.height)}};
+    return UIScreen{ .bounds = { double(area.x), double(area.y), double(area.width), double(area.height) } };
 }
 
 } // namespace tq

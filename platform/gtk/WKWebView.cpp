@@ -104,8 +104,8 @@ void WKWebView::Impl::loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointe
     if (event != WEBKIT_LOAD_STARTED)
         return;
     self.challenges.clear();
-    if (auto delegate = self.view.m_navigationDelegate.respondingTo(
-            &WKNavigationDelegate::Methods::didStartProvisionalNavigation))
+    if (auto delegate
+        = self.view.m_navigationDelegate.respondingTo(&WKNavigationDelegate::Methods::didStartProvisionalNavigation))
         delegate->didStartProvisionalNavigation(self.view, {});
 }
 
@@ -113,7 +113,7 @@ void WKWebView::Impl::progressChanged(GObject*, GParamSpec*, gpointer impl)
 {
     auto& self = *static_cast<Impl*>(impl);
     const EngineCall call(self);
-    const boost::json::object change {{"new", self.view.estimatedProgress()}};
+    const boost::json::object change{ { "new", self.view.estimatedProgress() } };
     // An observer may remove itself, or another one, when it is told.
     for (const auto& observer : std::vector(self.observers)) {
         if (observer.keyPath == "estimatedProgress")
@@ -173,7 +173,7 @@ double WKWebView::estimatedProgress() const { return webkit_web_view_get_estimat
 
 void WKWebView::addObserver(NSObject* observer, std::string_view keyPath, void* context)
 {
-    m_impl->observers.push_back({observer, std::string(keyPath), context});
+    m_impl->observers.push_back({ observer, std::string(keyPath), context });
 }
 
 void WKWebView::removeObserver(NSObject* observer, std::string_view keyPath)
@@ -189,7 +189,7 @@ void WKWebView::setCustomUserAgent(const std::string& userAgent)
 
 void WKWebView::setBackgroundColor(UIColor color)
 {
-    const GdkRGBA native {color.red, color.green, color.blue, color.alpha};
+    const GdkRGBA native{ color.red, color.green, color.blue, color.alpha };
     webkit_web_view_set_background_color(m_impl->webView, &native);
 }
 

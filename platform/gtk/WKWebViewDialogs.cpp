@@ -58,7 +58,7 @@ gboolean WKWebView::Impl::scriptDialog(WebKitWebView*, WebKitScriptDialog* dialo
     const char* text = webkit_script_dialog_get_message(dialog);
     const char* defaultText = webkit_script_dialog_prompt_get_default_text(dialog);
     delegate->runJavaScriptTextInputPanelWithPrompt(view, text ? text : "",
-        defaultText ? std::optional<std::string_view>(defaultText) : std::nullopt, {view.URL()},
+        defaultText ? std::optional<std::string_view>(defaultText) : std::nullopt, { view.URL() },
         [prompt](const OptionalText& answer) { prompt->answer(answer); });
     if (prompt->isAnswered())
         return TRUE;

@@ -64,7 +64,7 @@ struct WKWebView::Impl {
 
     WKWebView& view;
     GObjectPointer<GtkWidget> overlay;
-    GObjectPointer<WebKitUserContentManager> userContentManager {webkit_user_content_manager_new()};
+    GObjectPointer<WebKitUserContentManager> userContentManager{ webkit_user_content_manager_new() };
     WebKitWebView* webView = nullptr;
     std::vector<SignalConnection> connections;
     std::vector<std::shared_ptr<UIView>> subviews;

@@ -78,7 +78,7 @@ gboolean WKWebView::Impl::loadFailedWithTlsErrors(
     if (!delegate)
         return FALSE;
     auto trust = std::make_shared<SecTrust>(certificate);
-    delegate->didReceiveAuthenticationChallenge(self.view, {{NSURLAuthenticationMethodServerTrust, host, trust}},
+    delegate->didReceiveAuthenticationChallenge(self.view, { { NSURLAuthenticationMethodServerTrust, host, trust } },
         [weak = self.view.weak_from_this(), uri = std::string(failingUri), host](
             NSURLSessionAuthChallengeDisposition disposition, const std::optional<NSURLCredential>& credential) {
             auto view = weak.lock();
@@ -99,8 +99,8 @@ gboolean WKWebView::Impl::authenticate(WebKitWebView*, WebKitAuthenticationReque
     self.challenges.push_back(retained(request));
     const std::shared_ptr<WebKitAuthenticationRequest> held(retained(request));
     delegate->didReceiveAuthenticationChallenge(self.view,
-        {{methodOf(webkit_authentication_request_get_scheme(request)), webkit_authentication_request_get_host(request),
-            nullptr}},
+        { { methodOf(webkit_authentication_request_get_scheme(request)),
+            webkit_authentication_request_get_host(request), nullptr } },
         [held](NSURLSessionAuthChallengeDisposition disposition, const std::optional<NSURLCredential>&) {
             if (disposition == NSURLSessionAuthChallengeDisposition::CancelAuthenticationChallenge)
                 webkit_authentication_request_cancel(held.get());

@@ -18,7 +18,7 @@ public:
     static const NSClass& staticClass()
     {
         static const NSClass table("Animal", &NSObject::staticClass(),
-            {{"name:", &Animal::name}, {"walk:done:", &Animal::walk}, {"walk::", &Animal::walk}});
+            { { "name:", &Animal::name }, { "walk:done:", &Animal::walk }, { "walk::", &Animal::walk } });
         return table;
     }
     OptionalValue name(OptionalValue) { return std::nullopt; }
@@ -29,8 +29,8 @@ class Dog final : public Animal {
 public:
     static const NSClass& staticClass()
     {
-        static const NSClass table(
-            "Dog", &Animal::staticClass(), {{"bark:", &Dog::bark}, {"name::", &Dog::rename}, {"name:", &Dog::bark}});
+        static const NSClass table("Dog", &Animal::staticClass(),
+            { { "bark:", &Dog::bark }, { "name::", &Dog::rename }, { "name:", &Dog::bark } });
         return table;
     }
     OptionalValue bark(OptionalValue) { return std::nullopt; }
@@ -40,14 +40,14 @@ public:
 TEST(MethodTable, ListsTheMostDerivedClassFirstAndFindsTheFirstMatch)
 {
     EXPECT_EQ(JSBUtil::allMethodFromClass(&Dog::staticClass()),
-        (std::vector<std::string> {"bark:", "name::", "name:", "name:", "walk:done:", "walk::"}));
+        (std::vector<std::string>{ "bark:", "name::", "name:", "name:", "walk:done:", "walk::" }));
     EXPECT_TRUE(JSBUtil::allMethodFromClass(nullptr).empty());
     EXPECT_EQ(JSBUtil::methodByNameArg(2, "walk", &Dog::staticClass()), OptionalText("walk:done:"));
     EXPECT_EQ(JSBUtil::methodByNameArg(1, "walk", &Dog::staticClass()), std::nullopt);
     EXPECT_EQ(JSBUtil::methodByNameArg(1, "name", nullptr), std::nullopt);
 
     // The fast look-up agrees with the list.
-    for (const char* name : {"bark", "name", "walk", "isEqual", "", "name:"}) {
+    for (const char* name : { "bark", "name", "walk", "isEqual", "", "name:" }) {
         const auto found = Dog::staticClass().candidates(name);
         EXPECT_EQ(found.sync ? OptionalText(found.sync->name()) : std::nullopt,
             JSBUtil::methodByNameArg(1, name, &Dog::staticClass()))
@@ -62,29 +62,29 @@ TEST(MethodTable, ListsTheMostDerivedClassFirstAndFindsTheFirstMatch)
 TEST(MethodNames, SplitAtTheLastDot)
 {
     using Pair = std::pair<std::string_view, std::string_view>;
-    EXPECT_EQ(JSBUtil::parseNamespace("a.b.c"), (Pair {"a.b", "c"}));
-    EXPECT_EQ(JSBUtil::parseNamespace("c"), (Pair {"", "c"}));
-    EXPECT_EQ(JSBUtil::parseNamespace("a."), (Pair {"a", ""}));
+    EXPECT_EQ(JSBUtil::parseNamespace("a.b.c"), (Pair{ "a.b", "c" }));
+    EXPECT_EQ(JSBUtil::parseNamespace("c"), (Pair{ "", "c" }));
+    EXPECT_EQ(JSBUtil::parseNamespace("a."), (Pair{ "a", "" }));
     EXPECT_EQ(JSBUtil::trimmed(" \t a b\n "), "a b\n");
     EXPECT_EQ(JSBUtil::trimmed(" \t "), "");
 }
 
 TEST(JsonTexts, WhatJsonCannotHoldBecomesAnEmptyObject)
 {
-    EXPECT_EQ(JSBUtil::objToJsonString({{"a", {1, nullptr, "x"}}}), R"({"a":[1,null,"x"]})");
-    for (const boost::json::value& value : {boost::json::value("text"), boost::json::value(5), boost::json::value(nullptr),
-             boost::json::value {{"n", std::numeric_limits<double>::quiet_NaN()}}, boost::json::value {"\xFF"},
-             boost::json::value {"\xED\xA0\x80"}})
+    EXPECT_EQ(JSBUtil::objToJsonString({ { "a", { 1, nullptr, "x" } } }), R"({"a":[1,null,"x"]})");
+    for (const boost::json::value& value : { boost::json::value("text"), boost::json::value(5),
+             boost::json::value(nullptr), boost::json::value{ { "n", std::numeric_limits<double>::quiet_NaN() } },
+             boost::json::value{ "\xFF" }, boost::json::value{ "\xED\xA0\x80" } })
         EXPECT_EQ(JSBUtil::objToJsonString(value), "{}");
 
-    boost::json::value deep = boost::json::array {};
+    boost::json::value deep = boost::json::array{};
     for (int level = 0; level < 600; ++level)
-        deep = boost::json::array {std::move(deep)};
+        deep = boost::json::array{ std::move(deep) };
     EXPECT_EQ(JSBUtil::objToJsonString(deep), "{}");
     EXPECT_FALSE(JSBUtil::jsonStringToObject(std::nullopt));
     EXPECT_FALSE(JSBUtil::jsonStringToObject("null"));
     EXPECT_FALSE(JSBUtil::jsonStringToObject("{\"a\":\"\xFF\"}"));
-    EXPECT_EQ(JSBUtil::jsonStringToObject("[1]"), OptionalValue(boost::json::array {1}));
+    EXPECT_EQ(JSBUtil::jsonStringToObject("[1]"), OptionalValue(boost::json::array{ 1 }));
 }
 
 TEST(JsonTexts, PrettyTextReadsBackAsTheSameValue)
@@ -110,14 +110,28 @@ TEST(LooseReadings, TakeWhatIsThere)
         std::int64_t number;
         bool truth;
     };
-    const std::vector<Row> rows {
-        {"3", 3, true}, {"2.9", 2, true}, {"-2.9", -2, true}, {"0.5", 0, true}, {"true", 1, true}, {"null", 0, false},
-        {"\"3\"", 3, true}, {"\"-12abc\"", -12, true}, {"\" +7\"", 7, true}, {"\"+-7\"", 0, false}, {"\"abc\"", 0, false},
-        {"\"\"", 0, false}, {"\"2.9\"", 2, true}, {"\"yes\"", 0, true}, {"\"00\"", 0, false}, {"{}", 0, false},
-        {"[1]", 0, false}, {"18446744073709551615", std::numeric_limits<std::int64_t>::max(), true},
-        {"1e300", std::numeric_limits<std::int64_t>::max(), true},
-        {"-1e300", std::numeric_limits<std::int64_t>::min(), true},
-        {"\"99999999999999999999\"", std::numeric_limits<std::int64_t>::max(), true},
+    const std::vector<Row> rows{
+        { "3", 3, true },
+        { "2.9", 2, true },
+        { "-2.9", -2, true },
+        { "0.5", 0, true },
+        { "true", 1, true },
+        { "null", 0, false },
+        { "\"3\"", 3, true },
+        { "\"-12abc\"", -12, true },
+        { "\" +7\"", 7, true },
+        { "\"+-7\"", 0, false },
+        { "\"abc\"", 0, false },
+        { "\"\"", 0, false },
+        { "\"2.9\"", 2, true },
+        { "\"yes\"", 0, true },
+        { "\"00\"", 0, false },
+        { "{}", 0, false },
+        { "[1]", 0, false },
+        { "18446744073709551615", std::numeric_limits<std::int64_t>::max(), true },
+        { "1e300", std::numeric_limits<std::int64_t>::max(), true },
+        { "-1e300", std::numeric_limits<std::int64_t>::min(), true },
+        { "\"99999999999999999999\"", std::numeric_limits<std::int64_t>::max(), true },
     };
     for (const auto& row : rows) {
         const auto value = boost::json::parse(row.json);
@@ -126,9 +140,9 @@ TEST(LooseReadings, TakeWhatIsThere)
     }
     EXPECT_EQ(longLongValue(nullptr), 0);
     // Nothing that is not zero reads as zero in fewer bits.
-    const boost::json::value wide = std::int64_t {1} << 32;
+    const boost::json::value wide = std::int64_t{ 1 } << 32;
     EXPECT_EQ(intValue(&wide), std::numeric_limits<std::int32_t>::max());
-    const boost::json::value low = -(std::int64_t {1} << 40);
+    const boost::json::value low = -(std::int64_t{ 1 } << 40);
     EXPECT_EQ(intValue(&low), std::numeric_limits<std::int32_t>::min());
 }
 
@@ -139,7 +153,7 @@ TEST(Base64, SkipsWhatIsNotOfItsAlphabet)
     EXPECT_EQ(bytesFromBase64("aGVsbG9v"), "helloo");
     EXPECT_EQ(bytesFromBase64("aGVsbA=="), "hell");
     EXPECT_EQ(bytesFromBase64(""), "");
-    for (const char* text : {"aGVsbG8", "a", "aGVs=bG8", "====", "aGVsbA==="})
+    for (const char* text : { "aGVsbG8", "a", "aGVs=bG8", "====", "aGVsbA===" })
         EXPECT_EQ(bytesFromBase64(text), std::nullopt) << text;
 }
 
@@ -164,16 +178,16 @@ TEST_F(BatchTest, FlushesAtOnceAfterAQuietSpellAndOncePerIntervalAfterwards)
 {
     append(10000, "a;");
     append(10000, "b;");
-    EXPECT_EQ(requested, (std::vector {0}));
+    EXPECT_EQ(requested, (std::vector{ 0 }));
     flush(10001);
-    EXPECT_EQ(evaluated, (std::vector<std::string> {"a;b;"}));
+    EXPECT_EQ(evaluated, (std::vector<std::string>{ "a;b;" }));
 
     for (int index = 0; index < 10; ++index)
         append(10010, "c;");
     append(10050, "d;");
-    EXPECT_EQ(requested, (std::vector {0, 50}));
+    EXPECT_EQ(requested, (std::vector{ 0, 50 }));
     append(10051, "e;");
-    EXPECT_EQ(requested, (std::vector {0, 50, 0}));
+    EXPECT_EQ(requested, (std::vector{ 0, 50, 0 }));
     flush(10060);
     EXPECT_EQ(evaluated.back(), "c;c;c;c;c;c;c;c;c;c;d;e;");
     flush(10061);
@@ -187,7 +201,7 @@ TEST_F(BatchTest, AClockThatWentBackFlushesAtOnce)
     append(10000, "a;");
     flush(10000);
     append(5000, "b;");
-    EXPECT_EQ(requested, (std::vector {0, 0}));
+    EXPECT_EQ(requested, (std::vector{ 0, 0 }));
 }
 
 } // namespace

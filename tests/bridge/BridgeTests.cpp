@@ -19,17 +19,17 @@ public:
     {
         static const NSClass table("Service", &NSObject::staticClass(),
             {
-                {"echo:", &Service::echo},
-                {"echo::", &Service::echoLater},
-                {"nothing:", &Service::nothing},
-                {"fail:", &Service::fail},
-                {"endless:", &Service::endless},
-                {"broken:", &Service::broken},
-                {"later:completion:", &Service::later},
-                {"thrice::", &Service::thrice},
-                {"keep::", &Service::keep},
-                {"name:", &Service::name},
-                {"isEqual::", &Service::echoLater},
+                { "echo:", &Service::echo },
+                { "echo::", &Service::echoLater },
+                { "nothing:", &Service::nothing },
+                { "fail:", &Service::fail },
+                { "endless:", &Service::endless },
+                { "broken:", &Service::broken },
+                { "later:completion:", &Service::later },
+                { "thrice::", &Service::thrice },
+                { "keep::", &Service::keep },
+                { "name:", &Service::name },
+                { "isEqual::", &Service::echoLater },
             });
         return table;
     }
@@ -42,7 +42,7 @@ public:
     }
     void echoLater(OptionalValue argument, NSCompletion completion)
     {
-        completion(boost::json::object {{"later", argument.value_or(nullptr)}}, Complete::Yes);
+        completion(boost::json::object{ { "later", argument.value_or(nullptr) } }, Complete::Yes);
     }
     OptionalValue nothing(OptionalValue) { return std::nullopt; }
     OptionalValue fail(OptionalValue) { throw std::runtime_error("out of order"); }
@@ -67,7 +67,7 @@ public:
     static const NSClass& staticClass()
     {
         static const NSClass table(
-            "DerivedService", &Service::staticClass(), {{"name:", &DerivedService::derivedName}});
+            "DerivedService", &Service::staticClass(), { { "name:", &DerivedService::derivedName } });
         return table;
     }
     const NSClass& objectClass() const override { return staticClass(); }
@@ -80,7 +80,7 @@ protected:
     void SetUp() override
     {
         PageTest::SetUp();
-        use(DWKWebView::initWithFrame({0, 0, 400, 300}, nullptr));
+        use(DWKWebView::initWithFrame({ 0, 0, 400, 300 }, nullptr));
         view->addJavascriptObject(service, "ns.a");
         view->addJavascriptObject(service, std::nullopt);
     }
@@ -110,31 +110,32 @@ TEST_F(BridgeTest, SynchronousCallsGetTheExactResultText)
     const std::string unknown
         = "Js bridge  called, but can't find a corresponded JavascriptObject , please check your code!";
     const std::string deep = R"({"data":)" + std::string(600, '[') + std::string(600, ']') + "}";
-    const std::vector<Row> rows {
-        {"ns.a.echo", R"({"data":5})", R"({"code":0,"data":5})", ""},
-        {"ns.a.echo", R"({"data":{"k":["é",null,true,1.5]}})", R"({"code":0,"data":{"k":["é",null,true,1.5E0]}})", ""},
-        {" \tns.a.echo ", R"({"data":"x"})", R"({"code":0,"data":"x"})", ""},
-        {"echo", R"({"data":1})", R"({"code":0,"data":1})", ""},
-        {"ns.a.echo", R"({"data":null})", empty, ""},
-        {"ns.a.echo", "{}", empty, ""},
-        {"ns.a.echo", "[1]", empty, ""},
-        {"ns.a.echo", "null", empty, ""},
-        {"ns.a.echo", "abc", empty, "json解析失败："},
-        {"ns.a.echo", "", empty, "json解析失败："},
-        {"ns.a.echo", deep, empty, "json解析失败："},
-        {"ns.a.nothing", R"({"data":1})", empty, ""},
-        {"ns.a.name", "{}", R"({"code":0,"data":"derived"})", ""},
-        {"ns.a.fail", "{}", std::nullopt, "out of order"},
-        {"ns.a.endless", "{}", "{}", ""},
-        {"ns.a.broken", "{}", "{}", ""},
-        {"ns.a.later", "{}", none, missing("ns.a.later")},
-        {" ns.a.absent ", "{}", none, missing(" ns.a.absent ")},
-        {"ns.a.isEqual", R"({"data":1})", none, missing("ns.a.isEqual")},
-        {"ns.a.echo:", R"({"data":1})", none, missing("ns.a.echo:")},
-        {"ns.b.echo", "{}", none, unknown},
-        {"a.echo", "{}", none, unknown},
-        {"", "{}", none, missing("")},
-        {"ns.a.", "{}", none, missing("ns.a.")},
+    const std::vector<Row> rows{
+        { "ns.a.echo", R"({"data":5})", R"({"code":0,"data":5})", "" },
+        { "ns.a.echo", R"({"data":{"k":["é",null,true,1.5]}})", R"({"code":0,"data":{"k":["é",null,true,1.5E0]}})",
+            "" },
+        { " \tns.a.echo ", R"({"data":"x"})", R"({"code":0,"data":"x"})", "" },
+        { "echo", R"({"data":1})", R"({"code":0,"data":1})", "" },
+        { "ns.a.echo", R"({"data":null})", empty, "" },
+        { "ns.a.echo", "{}", empty, "" },
+        { "ns.a.echo", "[1]", empty, "" },
+        { "ns.a.echo", "null", empty, "" },
+        { "ns.a.echo", "abc", empty, "json解析失败：" },
+        { "ns.a.echo", "", empty, "json解析失败：" },
+        { "ns.a.echo", deep, empty, "json解析失败：" },
+        { "ns.a.nothing", R"({"data":1})", empty, "" },
+        { "ns.a.name", "{}", R"({"code":0,"data":"derived"})", "" },
+        { "ns.a.fail", "{}", std::nullopt, "out of order" },
+        { "ns.a.endless", "{}", "{}", "" },
+        { "ns.a.broken", "{}", "{}", "" },
+        { "ns.a.later", "{}", none, missing("ns.a.later") },
+        { " ns.a.absent ", "{}", none, missing(" ns.a.absent ") },
+        { "ns.a.isEqual", R"({"data":1})", none, missing("ns.a.isEqual") },
+        { "ns.a.echo:", R"({"data":1})", none, missing("ns.a.echo:") },
+        { "ns.b.echo", "{}", none, unknown },
+        { "a.echo", "{}", none, unknown },
+        { "", "{}", none, missing("") },
+        { "ns.a.", "{}", none, missing("ns.a.") },
     };
     load();
     for (const auto& row : rows) {
@@ -167,9 +168,9 @@ TEST_F(BridgeTest, StreamedResultsArriveInOrderAndDeleteTheirFunction)
     const auto before = reports->values.size();
     waitForReports(before + 3);
     ASSERT_GE(reports->values.size(), before + 3);
-    EXPECT_EQ(reports->values[before], OptionalValue(boost::json::array {"cb", "one", "function"}));
-    EXPECT_EQ(reports->values[before + 1], OptionalValue(boost::json::array {"cb", "one", "function"}));
-    EXPECT_EQ(reports->values[before + 2], OptionalValue(boost::json::array {"cb", 3, "function"}));
+    EXPECT_EQ(reports->values[before], OptionalValue(boost::json::array{ "cb", "one", "function" }));
+    EXPECT_EQ(reports->values[before + 1], OptionalValue(boost::json::array{ "cb", "one", "function" }));
+    EXPECT_EQ(reports->values[before + 2], OptionalValue(boost::json::array{ "cb", 3, "function" }));
     EXPECT_EQ(ask("typeof window.cb"), OptionalValue("undefined"));
 }
 
@@ -183,13 +184,13 @@ TEST_F(BridgeTest, AsynchronousCallsNeedAnAsynchronousMethod)
     const auto before = reports->values.size();
     call("echo", R"({"data":7,"_dscbstub":"cb"})");
     waitForReports(before + 2);
-    EXPECT_EQ(reports->values.back(), OptionalValue(boost::json::object {{"later", 7}}));
+    EXPECT_EQ(reports->values.back(), OptionalValue(boost::json::object{ { "later", 7 } }));
 }
 
 TEST_F(BridgeTest, ResultsOfEveryKindReachThePageUnharmed)
 {
-    const boost::json::value values = {"\"'\\\n\r\t</script>%25%", "\u2028\u2029", "汉字 \xF0\x9F\x98\x80 é",
-        boost::json::string("a\0b", 3), "`${1}`", boost::json::array {nullptr, false, -0.5, boost::json::object {}}};
+    const boost::json::value values = { "\"'\\\n\r\t</script>%25%", "\u2028\u2029", "汉字 \xF0\x9F\x98\x80 é",
+        boost::json::string("a\0b", 3), "`${1}`", boost::json::array{ nullptr, false, -0.5, boost::json::object{} } };
     load("<script>window.cb = v => report(v);</script>");
     for (const auto& value : values.get_array()) {
         call("keep", R"({"_dscbstub":"cb"})");
@@ -215,14 +216,14 @@ TEST_F(BridgeTest, ErrorsOfThePagesFunctionSpoilNothing)
 
 TEST_F(BridgeTest, ACallbackNameThatIsNoIdentifierGetsNoScript)
 {
-    for (const char* name : {"cb", "$._a1.b"})
+    for (const char* name : { "cb", "$._a1.b" })
         EXPECT_TRUE(AsyncResult::isCallable(name)) << name;
-    for (const char* name : {"", ".", "a.", ".a", "1a", "a.1", "a b", "a(1)", "x};report('run');{", "a\n", "é"})
+    for (const char* name : { "", ".", "a.", ".a", "1a", "a.1", "a b", "a(1)", "x};report('run');{", "a\n", "é" })
         EXPECT_FALSE(AsyncResult::isCallable(name)) << name;
 
     load("<script>window.cb = v => report(v);</script>");
     const auto before = reports->values.size();
-    for (const char* name : {R"("x};report('run');{")", R"("")", "5", "[]"})
+    for (const char* name : { R"("x};report('run');{")", R"("")", "5", "[]" })
         call("thrice", std::string(R"({"_dscbstub":)") + name + "}");
     call("thrice", R"({"_dscbstub":"cb"})");
     waitForReports(before + 5 + 3);
@@ -301,7 +302,8 @@ TEST_F(BridgeTest, DebugModeShowsMissingMethodsInThePage)
 TEST_F(BridgeTest, DebugModeLetsExceptionsEndTheProgram)
 {
     view->setDebugMode(DebugMode::On);
-    EXPECT_DEATH(view->runJavaScriptTextInputPanelWithPrompt(*view, "_dsbridge=ns.a.fail", "{}", {}, [](const OptionalText&) {}),
+    EXPECT_DEATH(
+        view->runJavaScriptTextInputPanelWithPrompt(*view, "_dsbridge=ns.a.fail", "{}", {}, [](const OptionalText&) {}),
         "out of order");
 }
 
@@ -316,7 +318,7 @@ TEST_F(BridgeTest, EveryMainFrameIsMarkedAndSubframesAreNot)
 TEST_F(BridgeTest, TextsThatAreNoAddressLoadNothing)
 {
     load("<script>window.mark = 1;</script>");
-    for (const char* text : {"", "not an address", "https://a b/", "https://exa\nmple/", "https://[::1/"})
+    for (const char* text : { "", "not an address", "https://a b/", "https://exa\nmple/", "https://[::1/" })
         view->loadUrl(text);
     EXPECT_EQ(ask("window.mark"), OptionalValue(1));
 }

@@ -23,8 +23,8 @@ public:
     }
     void onWBCaptureEnd(const std::shared_ptr<UIImage>& image) override
     {
-        events.push_back(image ? "capture " + std::to_string(image->width()) + "x" + std::to_string(image->height())
-                               : "no capture");
+        events.push_back(
+            image ? "capture " + std::to_string(image->width()) + "x" + std::to_string(image->height()) : "no capture");
     }
     void onWBRecordStart() override { events.emplace_back("start"); }
     void onWBRecordEnd(const OptionalText& url) override { events.push_back("end " + url.value_or("(absent)")); }
@@ -47,7 +47,10 @@ class PrivateListener : public TQWBRecordProtocol {
 class InheritingListener final : public PrivateListener { };
 
 template <class Delegate>
-concept Settable = requires(TQWBWebView& view, std::shared_ptr<Delegate> delegate) { view.setRecordDelegate(delegate); };
+concept Settable = requires(TQWBWebView& view, std::shared_ptr<Delegate> delegate)
+{
+    view.setRecordDelegate(delegate);
+};
 static_assert(!Settable<TQWBRecordProtocol>, "a bare protocol says nothing of what its object has");
 static_assert(!Settable<QuitListener>);
 static_assert(TQWBRoomStatusProtocol::methodsOf<QuitListener>().onWBRoomQuit);
@@ -68,7 +71,7 @@ std::string inLinesOf(std::string text, std::size_t length)
 
 class WebViewTest : public PageTest {
 protected:
-    void make(CGRect frame = {3, 4, 320, 568}, const std::shared_ptr<WKWebViewConfiguration>& configuration = nullptr)
+    void make(CGRect frame = { 3, 4, 320, 568 }, const std::shared_ptr<WKWebViewConfiguration>& configuration = nullptr)
     {
         room = TQWBWebView::initWithFrame(frame, configuration);
         use(room);
@@ -97,16 +100,16 @@ TEST_F(WebViewTest, ConfigurationIsAlteredInPlaceAndTheCallersScriptsAreGone)
 {
     auto configuration = std::make_shared<WKWebViewConfiguration>();
     const auto earlier = configuration->userContentController;
-    earlier->addUserScript({"window.mine = 1;"});
-    make({3, 4, 320, 568}, configuration);
+    earlier->addUserScript({ "window.mine = 1;" });
+    make({ 3, 4, 320, 568 }, configuration);
     EXPECT_EQ(room->configuration(), configuration);
     EXPECT_TRUE(configuration->allowsInlineMediaPlayback && configuration->allowUniversalAccessFromFileURLs
         && configuration->suppressesIncrementalRendering && configuration->preferences->allowFileAccessFromFileURLs
         && configuration->preferences->javaScriptCanOpenWindowsAutomatically);
-    const std::vector<WKUserScript> expected {
-        {" $('meta[name=description]').remove(); $('head').append( '' );", WKUserScriptInjectionTime::AtDocumentEnd,
-            WKUserScriptFrames::All},
-        {"window._dswk=true;", WKUserScriptInjectionTime::AtDocumentStart, WKUserScriptFrames::MainFrameOnly},
+    const std::vector<WKUserScript> expected{
+        { " $('meta[name=description]').remove(); $('head').append( '' );", WKUserScriptInjectionTime::AtDocumentEnd,
+            WKUserScriptFrames::All },
+        { "window._dswk=true;", WKUserScriptInjectionTime::AtDocumentStart, WKUserScriptFrames::MainFrameOnly },
     };
     EXPECT_EQ(configuration->userContentController->userScripts(), expected);
     EXPECT_EQ(earlier->userScripts().size(), 1U);
@@ -114,15 +117,15 @@ TEST_F(WebViewTest, ConfigurationIsAlteredInPlaceAndTheCallersScriptsAreGone)
     load("<meta name=description><script>window.selected = [];"
          "window.$ = s => ({remove() { selected.push(s); }, append(x) { selected.push(s + '+' + x); }});</script>");
     EXPECT_EQ(ask("navigator.userAgent"), OptionalValue("i"));
-    EXPECT_EQ(ask("[typeof window.mine, window._dswk]"), OptionalValue(boost::json::array {"undefined", true}));
+    EXPECT_EQ(ask("[typeof window.mine, window._dswk]"), OptionalValue(boost::json::array{ "undefined", true }));
     runUntil([this] { return ask("selected.length") == OptionalValue(2); }, "the page's selector has been used");
-    EXPECT_EQ(ask("selected"), OptionalValue(boost::json::array {"meta[name=description]", "head+"}));
+    EXPECT_EQ(ask("selected"), OptionalValue(boost::json::array{ "meta[name=description]", "head+" }));
 }
 
 TEST_F(WebViewTest, FramesAreMadeWiderThanTall)
 {
-    const std::vector<std::pair<CGRect, CGRect>> rows {{{3, 4, 320, 568}, {3, 4, 568, 320}},
-        {{0, 0, 568, 320}, {0, 0, 568, 320}}, {{1, 1, 500, 500}, {1, 1, 500, 500}}};
+    const std::vector<std::pair<CGRect, CGRect>> rows{ { { 3, 4, 320, 568 }, { 3, 4, 568, 320 } },
+        { { 0, 0, 568, 320 }, { 0, 0, 568, 320 } }, { { 1, 1, 500, 500 }, { 1, 1, 500, 500 } } };
     for (const auto& [given, made] : rows) {
         auto one = TQWBWebView::initWithFrame(given, nullptr);
         EXPECT_EQ(one->frame(), made);
@@ -137,7 +140,7 @@ TEST_F(WebViewTest, ThePageCannotScrollAndInnerAreasCan)
     EXPECT_EQ(ask("getComputedStyle(document.documentElement).overflow"), OptionalValue("hidden"));
     EXPECT_EQ(ask("getComputedStyle(document.getElementById('in')).overflowY"), OptionalValue("auto"));
     EXPECT_EQ(room->scrollView(),
-        (UIScrollView {false, false, false, false, false, false, UIScrollViewContentInsetAdjustmentBehavior::Never}));
+        (UIScrollView{ false, false, false, false, false, false, UIScrollViewContentInsetAdjustmentBehavior::Never }));
     EXPECT_EQ(room->tintColor(), UIColor::clearColor());
 }
 
@@ -147,7 +150,7 @@ TEST_F(WebViewTest, TheBarFollowsTheLoadAndHidesAfterIt)
     const auto bar = room->progressView();
     const auto screen = UIScreen::mainScreen();
     ASSERT_TRUE(screen);
-    EXPECT_EQ(bar->frame(), (CGRect {0, 20, std::max(screen->bounds.width, screen->bounds.height), 1}));
+    EXPECT_EQ(bar->frame(), (CGRect{ 0, 20, std::max(screen->bounds.width, screen->bounds.height), 1 }));
     EXPECT_EQ(bar->tintColor(), UIColor::systemBlueColor());
     EXPECT_EQ(bar->progress(), 0.0F);
     EXPECT_FALSE(bar->hidden());
@@ -174,28 +177,28 @@ TEST_F(WebViewTest, EventsReachTheDelegatesUnderBothNames)
         const char* logLine;
     };
     const std::string image = std::string(R"({"data":")") + kImage + R"("})";
-    const std::vector<Row> rows {
-        {"onRecordStart", "1", {"start"}, "[TQ:Log] onRecordStart"},
-        {"onRecordEnd", R"({"url":"u"})", {"end u"}, R"([TQ:Log] onRecordEnd：{"url":"u"})"},
-        {"onRecordEnd", R"({"url":5})", {"end (absent)"}, R"([TQ:Log] onRecordEnd：{"url":5})"},
-        {"onRecordEnd", "null", {"end (absent)"}, "[TQ:Log] onRecordEnd：(null)"},
-        {"onRecordEnd", "[1]", {"end (absent)"}, "[TQ:Log] onRecordEnd：[1]"},
-        {"onStatusChange", R"({"status":2})", {"permission 2"}, R"([TQ:Log] onStatusChange：{"status":2})"},
-        {"onStatusChange", R"({"status":"3"})", {"permission 3"}, R"([TQ:Log] onStatusChange：{"status":"3"})"},
-        {"onStatusChange", R"({"status":-2.9})", {"permission -2"}, "[TQ:Log] onStatusChange："},
-        {"onStatusChange", "{}", {"permission 0"}, "[TQ:Log] onStatusChange：{}"},
-        {"onStatusChange", R"("text")", {"permission 0"}, "[TQ:Log] onStatusChange：text"},
-        {"onLoadStart", "{}", {}, "[TQ:Log] onLoadStart"},
-        {"onLoadEnd", "{}", {}, "[TQ:Log] onLoadEnd"},
-        {"onCaptureEnd", image, {"capture 2x1"}, "[TQ:Log] onCaptureEnd"},
-        {"onCaptureEnd", R"({"data":"bm8gcGljdHVyZQ=="})", {"no capture"}, "[TQ:Log] onCaptureEnd"},
-        {"onCaptureEnd", R"({"data":"a"})", {"no capture"}, "[TQ:Log] onCaptureEnd"},
-        {"onCaptureEnd", R"({"data":""})", {}, "[TQ:Log] onCaptureEnd Error, base64String is nil"},
-        {"onCaptureEnd", "null", {}, "[TQ:Log] onCaptureEnd Error, base64String is nil"},
-        {"onCaptureEnd", "[7]", {}, "[TQ:Log] onCaptureEnd Error, base64String is nil"},
+    const std::vector<Row> rows{
+        { "onRecordStart", "1", { "start" }, "[TQ:Log] onRecordStart" },
+        { "onRecordEnd", R"({"url":"u"})", { "end u" }, R"([TQ:Log] onRecordEnd：{"url":"u"})" },
+        { "onRecordEnd", R"({"url":5})", { "end (absent)" }, R"([TQ:Log] onRecordEnd：{"url":5})" },
+        { "onRecordEnd", "null", { "end (absent)" }, "[TQ:Log] onRecordEnd：(null)" },
+        { "onRecordEnd", "[1]", { "end (absent)" }, "[TQ:Log] onRecordEnd：[1]" },
+        { "onStatusChange", R"({"status":2})", { "permission 2" }, R"([TQ:Log] onStatusChange：{"status":2})" },
+        { "onStatusChange", R"({"status":"3"})", { "permission 3" }, R"([TQ:Log] onStatusChange：{"status":"3"})" },
+        { "onStatusChange", R"({"status":-2.9})", { "permission -2" }, "[TQ:Log] onStatusChange：" },
+        { "onStatusChange", "{}", { "permission 0" }, "[TQ:Log] onStatusChange：{}" },
+        { "onStatusChange", R"("text")", { "permission 0" }, "[TQ:Log] onStatusChange：text" },
+        { "onLoadStart", "{}", {}, "[TQ:Log] onLoadStart" },
+        { "onLoadEnd", "{}", {}, "[TQ:Log] onLoadEnd" },
+        { "onCaptureEnd", image, { "capture 2x1" }, "[TQ:Log] onCaptureEnd" },
+        { "onCaptureEnd", R"({"data":"bm8gcGljdHVyZQ=="})", { "no capture" }, "[TQ:Log] onCaptureEnd" },
+        { "onCaptureEnd", R"({"data":"a"})", { "no capture" }, "[TQ:Log] onCaptureEnd" },
+        { "onCaptureEnd", R"({"data":""})", {}, "[TQ:Log] onCaptureEnd Error, base64String is nil" },
+        { "onCaptureEnd", "null", {}, "[TQ:Log] onCaptureEnd Error, base64String is nil" },
+        { "onCaptureEnd", "[7]", {}, "[TQ:Log] onCaptureEnd Error, base64String is nil" },
     };
     make();
-    for (const char* nameSpace : {"TQJSBridge.", "TQNativeBridge."}) {
+    for (const char* nameSpace : { "TQJSBridge.", "TQNativeBridge." }) {
         for (const auto& row : rows) {
             SCOPED_TRACE(row.method + row.argument.substr(0, 40));
             clearLog();
@@ -211,9 +214,8 @@ TEST_F(WebViewTest, EventsReachTheDelegatesUnderBothNames)
 TEST_F(WebViewTest, CapturesWithLineBreaksArriveAndHugeOnesAreRefused)
 {
     make();
-    event("TQJSBridge.onCaptureEnd",
-        boost::json::serialize(boost::json::object {{"data", inLinesOf(kImage, 76)}}));
-    EXPECT_EQ(listener->events, (Events {"capture 2x1"}));
+    event("TQJSBridge.onCaptureEnd", boost::json::serialize(boost::json::object{ { "data", inLinesOf(kImage, 76) } }));
+    EXPECT_EQ(listener->events, (Events{ "capture 2x1" }));
     // The head claims 65535 x 65535 pixels.
     const std::string bomb = "iVBORw0KGgoAAAANSUhEUgAA//8AAP//CAIAAAB7QOjd";
     event("TQJSBridge.onCaptureEnd", R"({"data":")" + bomb + R"("})");
@@ -228,7 +230,7 @@ TEST_F(WebViewTest, MissingDelegatesAndMethodsOnlyLog)
     room->setRecordDelegate(std::shared_ptr<Listener>());
     clearLog();
     EXPECT_EQ(event("TQJSBridge.onCaptureEnd", R"({"data":""})"), R"({"code":0,"data":"onCaptureEnd"})");
-    EXPECT_EQ(logLines(), (Events {"[TQ:Log] onCaptureEnd"}));
+    EXPECT_EQ(logLines(), (Events{ "[TQ:Log] onCaptureEnd" }));
     event("TQJSBridge.onRecordStart", "{}");
     listener.reset();
     EXPECT_EQ(room->permisssionDelegate(), nullptr);
@@ -239,11 +241,12 @@ TEST_F(WebViewTest, MissingDelegatesAndMethodsOnlyLog)
 
 TEST_F(WebViewTest, RoomFailuresUnlinkTheBridgeEvenWhenTheyAreEmpty)
 {
-    for (const auto& [argument, expected] : std::vector<std::pair<std::string, Events>> {
-             {R"({"code":1001,"msg":"gone"})", {"exception 1001 gone"}}, {R"({"code":"7"})", {"exception 7 (absent)"}},
-             {R"({"code":-3,"msg":{}})", {"exception -3 (absent)"}}, {"{}", {}}, {"null", {}}, {"[1]", {}}}) {
+    for (const auto& [argument, expected] :
+        std::vector<std::pair<std::string, Events>>{ { R"({"code":1001,"msg":"gone"})", { "exception 1001 gone" } },
+            { R"({"code":"7"})", { "exception 7 (absent)" } },
+            { R"({"code":-3,"msg":{}})", { "exception -3 (absent)" } }, { "{}", {} }, { "null", {} }, { "[1]", {} } }) {
         SCOPED_TRACE(argument);
-        auto one = TQWBWebView::initWithFrame({0, 0, 100, 50}, nullptr);
+        auto one = TQWBWebView::initWithFrame({ 0, 0, 100, 50 }, nullptr);
         one->setRoomStatusDelegate(listener);
         one->setRecordDelegate(listener);
         listener->events.clear();
@@ -270,8 +273,8 @@ TEST_F(WebViewTest, TheViewOutlivesItsApplicationUntilThePageQuits)
     EXPECT_FALSE(watched.expired());
     clearLog();
     runUntil([&] { return countOfLine("[TQ:Log] -[TQWBWebView dealloc]") == 1; }, "the view is destroyed");
-    EXPECT_EQ(listener->events, (Events {"quit"}));
-    EXPECT_EQ(logLines(), (Events {"[TQ:Log] onRoomQuited", "[TQ:Log] -[TQWBWebView dealloc]"}));
+    EXPECT_EQ(listener->events, (Events{ "quit" }));
+    EXPECT_EQ(logLines(), (Events{ "[TQ:Log] onRoomQuited", "[TQ:Log] -[TQWBWebView dealloc]" }));
 }
 
 // Tells on which thread it was destroyed, which is that of the registry that held it.
@@ -290,7 +293,7 @@ private:
 TEST_F(WebViewTest, TheLastReferenceMayBeDroppedAnywhere)
 {
     std::thread::id destroyedOn;
-    auto one = TQWBWebView::initWithFrame({0, 0, 100, 50}, nullptr);
+    auto one = TQWBWebView::initWithFrame({ 0, 0, 100, 50 }, nullptr);
     one->addJavascriptObject(std::make_shared<Witness>(destroyedOn), "witness");
     one->call("TQJSBridge.onRoomQuited", "{}");
     std::thread([held = std::move(one)]() mutable { held.reset(); }).join();

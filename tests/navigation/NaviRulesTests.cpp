@@ -13,28 +13,29 @@ TEST(NaviAddresses, TokensAddressesComeBeforeTheDefaults)
         OptionalText token;
         TextList added;
     };
-    const std::vector<Row> rows {
-        {std::nullopt, {}},
-        {"abc", {}},
-        {"abc@", {}},
-        {"a@b@x.example;y.example", {"https://x.example/config.json", "https://y.example/config.json"}},
-        {"a@x.example;;y.example;",
-            {"https://x.example/config.json", "https://config.json", "https://y.example/config.json",
-                "https://config.json"}},
-        {"@http://x.example/", {"http://x.example/config.json"}},
-        {"@httpfoo.example", {"httpfoo.example/config.json"}},
-        {"@x.example/a/config.json;x.example", {"https://x.example/a/config.json", "https://x.example/config.json"}},
+    const std::vector<Row> rows{
+        { std::nullopt, {} },
+        { "abc", {} },
+        { "abc@", {} },
+        { "a@b@x.example;y.example", { "https://x.example/config.json", "https://y.example/config.json" } },
+        { "a@x.example;;y.example;",
+            { "https://x.example/config.json", "https://config.json", "https://y.example/config.json",
+                "https://config.json" } },
+        { "@http://x.example/", { "http://x.example/config.json" } },
+        { "@httpfoo.example", { "httpfoo.example/config.json" } },
+        { "@x.example/a/config.json;x.example",
+            { "https://x.example/a/config.json", "https://x.example/config.json" } },
     };
-    const TextList defaults {"https://d.example/whiteboard/config.json", "e.example/x/", ""};
-    const TextList normalised {"https://d.example/whiteboard/config.json", "https://e.example/x/config.json"};
+    const TextList defaults{ "https://d.example/whiteboard/config.json", "e.example/x/", "" };
+    const TextList normalised{ "https://d.example/whiteboard/config.json", "https://e.example/x/config.json" };
     for (const auto& row : rows) {
         auto expected = row.added;
         expected.insert(expected.end(), normalised.begin(), normalised.end());
         EXPECT_EQ(allNaviServers(row.token, defaults), expected) << row.token.value_or("(absent)");
         EXPECT_EQ(allNaviServers(row.token, std::nullopt), std::nullopt);
     }
-    EXPECT_EQ(allNaviServers(std::nullopt, TextList {}), std::nullopt);
-    EXPECT_EQ(allNaviServers("@x.example", TextList {}), (TextList {"https://x.example/config.json"}));
+    EXPECT_EQ(allNaviServers(std::nullopt, TextList{}), std::nullopt);
+    EXPECT_EQ(allNaviServers("@x.example", TextList{}), (TextList{ "https://x.example/config.json" }));
 }
 
 TEST(NaviAge, AnswersLastTwoHours)

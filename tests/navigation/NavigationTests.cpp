@@ -17,7 +17,8 @@
 namespace tq::test {
 namespace {
 
-constexpr const char* kGood = R"({"code":5,"iwbLeaseUri":"lease.example","iwbConferenceUri":"page.example","more":[1]})";
+constexpr const char* kGood
+    = R"({"code":5,"iwbLeaseUri":"lease.example","iwbConferenceUri":"page.example","more":[1]})";
 constexpr auto kAllBits = std::numeric_limits<NSUInteger>::max();
 
 // How a walk ended, and how often it did.
@@ -81,7 +82,7 @@ TEST_F(NavigationTest, TheRequestIsExactlyThis)
     HttpsServer server([](const auto&) { return HttpsServer::answerWith(200, kGood); });
     Outcome outcome;
     const std::string token = "t&=+/%é@" + server.host();
-    const auto urls = manager->getAllNaviURLS(token, std::vector<std::string> {"unused.example"});
+    const auto urls = manager->getAllNaviURLS(token, std::vector<std::string>{ "unused.example" });
     ASSERT_TRUE(urls);
     std::thread([&] {
         manager->requestNavis(
@@ -120,25 +121,25 @@ TEST_F(NavigationTest, EveryAnswerHasItsCodeAndTexts)
         NSUInteger code;
         std::string description;
     };
-    const std::vector<Row> rows {
-        {401, R"({"code":403})", 100010, "code = 403, responseCode = 401."},
-        {403, R"({"code":"401"})", 100010, "code = 401, responseCode = 403."},
-        {401, R"({"code":401})", 300003, "responseCode = 401."},
-        {403, R"({"code":403})", 300003, "responseCode = 403."},
-        {500, "", 300003, "responseCode = 500."},
-        {201, kGood, 300003, "responseCode = 201."},
-        {200, "", 300004, "code = 0, responseCode = 200."},
-        {200, "not json", 300004, "code = 0, responseCode = 200."},
-        {200, "[1]", 300004, "code = 0, responseCode = 200."},
-        {200, R"({"code":-7,"iwbLeaseUri":"x"})", 300004, "code = -7, responseCode = 200."},
-        {200, R"({"code":9,"iwbConferenceUri":"x"})", 300004, "code = 9, responseCode = 200."},
+    const std::vector<Row> rows{
+        { 401, R"({"code":403})", 100010, "code = 403, responseCode = 401." },
+        { 403, R"({"code":"401"})", 100010, "code = 401, responseCode = 403." },
+        { 401, R"({"code":401})", 300003, "responseCode = 401." },
+        { 403, R"({"code":403})", 300003, "responseCode = 403." },
+        { 500, "", 300003, "responseCode = 500." },
+        { 201, kGood, 300003, "responseCode = 201." },
+        { 200, "", 300004, "code = 0, responseCode = 200." },
+        { 200, "not json", 300004, "code = 0, responseCode = 200." },
+        { 200, "[1]", 300004, "code = 0, responseCode = 200." },
+        { 200, R"({"code":-7,"iwbLeaseUri":"x"})", 300004, "code = -7, responseCode = 200." },
+        { 200, R"({"code":9,"iwbConferenceUri":"x"})", 300004, "code = 9, responseCode = 200." },
     };
     std::size_t current = 0;
     HttpsServer server([&](const auto&) { return HttpsServer::answerWith(rows[current].status, rows[current].body); });
     for (; current < rows.size(); ++current) {
         const auto& row = rows[current];
         SCOPED_TRACE(row.description + row.body);
-        const auto outcome = walk(TQWBNaviManager::URLList {at(server)});
+        const auto outcome = walk(TQWBNaviManager::URLList{ at(server) });
         EXPECT_FALSE(outcome.isSaved);
         EXPECT_EQ(outcome.code, row.code);
         EXPECT_EQ(outcome.body, row.body);
@@ -152,18 +153,17 @@ TEST_F(NavigationTest, EveryAnswerHasItsCodeAndTexts)
 TEST_F(NavigationTest, BodiesThatAreNotTextAreAbsent)
 {
     HttpsServer server([](const auto&) { return HttpsServer::answerWith(500, "\xFF\xFE"); });
-    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(server)}).body, std::nullopt);
+    EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(server) }).body, std::nullopt);
 }
 
 TEST_F(NavigationTest, NoAddressesFailAtOnceOnTheCallersThread)
 {
-    for (const auto& urls : {std::optional<TQWBNaviManager::URLList>(), std::optional(TQWBNaviManager::URLList {})}) {
+    for (const auto& urls : { std::optional<TQWBNaviManager::URLList>(), std::optional(TQWBNaviManager::URLList{}) }) {
         std::jthread([&] {
             Outcome outcome;
-            manager->requestNavis(
-                urls, "a", "t", "v", 10, nullptr,
+            manager->requestNavis(urls, "a", "t", "v", 10, nullptr,
                 [&](NSUInteger code, const OptionalText& body, const std::string& description) {
-                    outcome = {1, {}, code, body, description, isMainThread()};
+                    outcome = { 1, {}, code, body, description, isMainThread() };
                 });
             EXPECT_EQ(outcome.code, kAllBits);
             EXPECT_EQ(outcome.body, "");
@@ -188,18 +188,18 @@ TEST_F(NavigationTest, AddressesAreAskedInOrderUntilOneAnswers)
     const auto refuses = at(server, "/refuses/config.json");
 
     // One address twice is asked twice; an invalid one and a dead one count as failures.
-    EXPECT_EQ(walk(TQWBNaviManager::URLList {first, first, std::nullopt, refusing(), good, refuses}).isSaved, true);
+    EXPECT_EQ(walk(TQWBNaviManager::URLList{ first, first, std::nullopt, refusing(), good, refuses }).isSaved, true);
     ASSERT_EQ(server.requests().size(), 3U);
     EXPECT_EQ(server.requests()[1].line(), "POST /first/config.json HTTP/1.1");
     EXPECT_EQ(server.requests()[2].line(), "POST /good/config.json HTTP/1.1");
     EXPECT_EQ(attemptsLogged(), 4);
 
-    EXPECT_EQ(walk(TQWBNaviManager::URLList {first, refuses, good}).code, 100010U);
+    EXPECT_EQ(walk(TQWBNaviManager::URLList{ first, refuses, good }).code, 100010U);
     EXPECT_EQ(server.requests().size(), 5U);
 
-    const auto last = walk(TQWBNaviManager::URLList {good, first}).isSaved;
+    const auto last = walk(TQWBNaviManager::URLList{ good, first }).isSaved;
     EXPECT_EQ(last, true);
-    const auto failed = walk(TQWBNaviManager::URLList {refusing(), refusing(), first});
+    const auto failed = walk(TQWBNaviManager::URLList{ refusing(), refusing(), first });
     EXPECT_EQ(failed.code, 300003U);
     EXPECT_EQ(failed.description, "responseCode = 500.");
 }
@@ -207,21 +207,20 @@ TEST_F(NavigationTest, AddressesAreAskedInOrderUntilOneAnswers)
 TEST_F(NavigationTest, TransfersThatFailHaveAnErrorsTextAndNoBody)
 {
     HttpsServer silent([](const auto&) { return std::string(); });
-    HttpsServer elsewhere([](const auto&) {
-        return HttpsServer::answerWith(307, "", "Location: https://127.0.0.1:1/config.json\r\n");
-    });
+    HttpsServer elsewhere(
+        [](const auto&) { return HttpsServer::answerWith(307, "", "Location: https://127.0.0.1:1/config.json\r\n"); });
     HttpsServer endless([](const auto&) {
         return "HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + std::string((16U << 20U) + 1, ' ');
     });
-    for (const auto& url : {at(silent), at(elsewhere), at(endless), refusing(), std::optional<NSURL>()}) {
-        const auto outcome = walk(TQWBNaviManager::URLList {url});
+    for (const auto& url : { at(silent), at(elsewhere), at(endless), refusing(), std::optional<NSURL>() }) {
+        const auto outcome = walk(TQWBNaviManager::URLList{ url });
         EXPECT_EQ(outcome.code, 300003U);
         EXPECT_EQ(outcome.body, std::nullopt);
         EXPECT_FALSE(outcome.description.empty());
     }
     NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(std::nullopt);
     HttpsServer untrusted([](const auto&) { return HttpsServer::answerWith(200, kGood); });
-    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(untrusted)}).code, 300003U);
+    EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(untrusted) }).code, 300003U);
     EXPECT_TRUE(untrusted.requests().empty());
 }
 
@@ -232,11 +231,11 @@ TEST_F(NavigationTest, RedirectionsStayWithinTheServer)
             return HttpsServer::answerWith(200, kGood);
         return HttpsServer::answerWith(308, "", "Location: /moved\r\n");
     });
-    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(server)}).isSaved, true);
+    EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(server) }).isSaved, true);
     EXPECT_EQ(server.requests().back().body, "token=token&v=1.0.0&p=iOS");
 
     HttpsServer loop([](const auto&) { return HttpsServer::answerWith(302, "", "Location: /again\r\n"); });
-    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(loop)}).code, 300003U);
+    EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(loop) }).code, 300003U);
     EXPECT_EQ(loop.requests().size(), 6U);
 }
 
@@ -249,7 +248,7 @@ TEST_F(NavigationTest, ASilentServerIsGivenUpWhenTheTimeIsUp)
         return std::string();
     });
     const auto begin = std::chrono::steady_clock::now();
-    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(server)}, 0.3).code, 300003U);
+    EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(server) }, 0.3).code, 300003U);
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
     isOver = true;
 }
@@ -257,10 +256,12 @@ TEST_F(NavigationTest, ASilentServerIsGivenUpWhenTheTimeIsUp)
 TEST_F(NavigationTest, HeaderValuesWithLineBreaksAreNeverSent)
 {
     HttpsServer server([](const auto&) { return HttpsServer::answerWith(200, kGood); });
-    for (const char* appKey : {"a\r\nX-Evil: 1", "a\nb", "\x01"}) {
+    for (const char* appKey : { "a\r\nX-Evil: 1", "a\nb", "\x01" }) {
         Outcome outcome;
-        manager->requestNavi(at(server), appKey, "t", "v", 10, nullptr,
-            [&](NSUInteger code, const OptionalText&, const std::string&) { outcome = {1, {}, code, {}, {}, {}}; });
+        manager->requestNavi(
+            at(server), appKey, "t", "v", 10, nullptr, [&](NSUInteger code, const OptionalText&, const std::string&) {
+                outcome = { 1, {}, code, {}, {}, {} };
+            });
         runUntil([&] { return outcome.ends == 1; }, "the request is refused");
         EXPECT_EQ(outcome.code, 300003U);
     }
@@ -272,20 +273,23 @@ TEST_F(NavigationTest, NullAddressesAreASuccessThatIsNotStored)
     auto& manager = *TQWBNaviManager::sharedInstance();
     std::string body = R"({"iwbLeaseUri":"kept","iwbConferenceUri":"kept"})";
     HttpsServer server([&](const auto&) { return HttpsServer::answerWith(200, body); });
-    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(server)}).isSaved, true);
-    for (const char* next : {R"({"iwbLeaseUri":null,"iwbConferenceUri":"x"})", R"({"iwbLeaseUri":"x","iwbConferenceUri":null})"}) {
+    EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(server) }).isSaved, true);
+    for (const char* next :
+        { R"({"iwbLeaseUri":null,"iwbConferenceUri":"x"})", R"({"iwbLeaseUri":"x","iwbConferenceUri":null})" }) {
         body = next;
-        EXPECT_EQ(walk(TQWBNaviManager::URLList {at(server)}).isSaved, false);
+        EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(server) }).isSaved, false);
         EXPECT_EQ(manager.getNaviData("app", "token")->iwbLeaseUri, "kept");
     }
     body = R"({"iwbLeaseUri":5,"iwbConferenceUri":{}})";
-    EXPECT_EQ(walk(TQWBNaviManager::URLList {at(server)}).isSaved, true);
+    EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(server) }).isSaved, true);
     EXPECT_EQ(manager.getNaviData("app", "token")->iwbLeaseUri, std::nullopt);
 }
 
 TEST_F(NavigationTest, EntriesAreKeptForEveryPairOnItsOwn)
 {
-    auto answer = [](const char* lease) { return boost::json::object {{"iwbLeaseUri", lease}, {"iwbConferenceUri", "c"}}; };
+    auto answer = [](const char* lease) {
+        return boost::json::object{ { "iwbLeaseUri", lease }, { "iwbConferenceUri", "c" } };
+    };
     EXPECT_TRUE(manager->needRequestNavi("k1", "t1"));
     EXPECT_EQ(manager->getNaviData("k1", "t1"), nullptr);
     EXPECT_TRUE(manager->saveNavi(answer("1"), "k1", "t1"));
@@ -309,13 +313,13 @@ TEST_F(NavigationTest, StoredEntriesOfAnyShapeAreRead)
         bool isThere;
         OptionalText lease;
     };
-    const std::vector<Row> rows {
-        {"{}", true, false, {}},
-        {R"({"TQWB-timestamp":9e99})", false, true, {}},
-        {R"({"TQWB-timestamp":"9999999999"})", false, true, {}},
-        {R"({"TQWB-navi-data":{"iwbLeaseUri":"old"}})", true, true, "old"},
-        {R"({"TQWB-timestamp":[],"TQWB-navi-data":[]})", true, true, {}},
-        {R"({"TQWB-timestamp":-9223372036854775808,"TQWB-navi-data":7})", true, true, {}},
+    const std::vector<Row> rows{
+        { "{}", true, false, {} },
+        { R"({"TQWB-timestamp":9e99})", false, true, {} },
+        { R"({"TQWB-timestamp":"9999999999"})", false, true, {} },
+        { R"({"TQWB-navi-data":{"iwbLeaseUri":"old"}})", true, true, "old" },
+        { R"({"TQWB-timestamp":[],"TQWB-navi-data":[]})", true, true, {} },
+        { R"({"TQWB-timestamp":-9223372036854775808,"TQWB-navi-data":7})", true, true, {} },
     };
     for (const auto& row : rows) {
         defaults.setObject(boost::json::parse(row.entry).as_object(), "k+t");
@@ -332,7 +336,7 @@ TEST_F(NavigationTest, AChangeOfTheTimeZoneMovesTheAge)
     auto saveAged = [&](std::int64_t seconds) {
         setenv("TZ", "UTC0", 1);
         const auto now = static_cast<std::int64_t>(timeIntervalSince1970());
-        defaults.setObject({{"TQWB-timestamp", now - seconds}, {"TQWB-navi-data", boost::json::object {}}}, "k+t");
+        defaults.setObject({ { "TQWB-timestamp", now - seconds }, { "TQWB-navi-data", boost::json::object{} } }, "k+t");
     };
     struct Row {
         std::int64_t age;
@@ -340,14 +344,14 @@ TEST_F(NavigationTest, AChangeOfTheTimeZoneMovesTheAge)
         bool isNeeded;
     };
     // East of Greenwich makes an answer younger, west of it older. A minute's room for the clock that goes on.
-    for (const auto& row : {Row {7140, "UTC0", false}, Row {7201, "UTC0", true}, Row {7201 + 3540, "EAST-1", false},
-             Row {7201 + 3600, "EAST-1", true}, Row {3540, "WEST1", false}, Row {3601, "WEST1", true}}) {
+    for (const auto& row : { Row{ 7140, "UTC0", false }, Row{ 7201, "UTC0", true }, Row{ 7201 + 3540, "EAST-1", false },
+             Row{ 7201 + 3600, "EAST-1", true }, Row{ 3540, "WEST1", false }, Row{ 3601, "WEST1", true } }) {
         saveAged(row.age);
         setenv("TZ", row.zone, 1);
         EXPECT_EQ(manager->needRequestNavi("k", "t"), row.isNeeded) << row.age << " in " << row.zone;
     }
     // What is saved in a zone is fresh in it.
-    manager->saveNavi(boost::json::object {{"iwbLeaseUri", "a"}, {"iwbConferenceUri", "b"}}, "k", "t");
+    manager->saveNavi(boost::json::object{ { "iwbLeaseUri", "a" }, { "iwbConferenceUri", "b" } }, "k", "t");
     EXPECT_FALSE(manager->needRequestNavi("k", "t"));
     unsetenv("TZ");
 }

@@ -12,19 +12,15 @@ namespace {
 
 class UserDefaultsTest : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        std::filesystem::remove_all(folder);
-    }
+    void SetUp() override { std::filesystem::remove_all(folder); }
     long asideFiles() const
     {
-        return std::ranges::count_if(std::filesystem::directory_iterator(folder), [](const auto& entry) {
-            return entry.path().filename().string().find(".damaged-") != std::string::npos;
-        });
+        return std::ranges::count_if(std::filesystem::directory_iterator(folder),
+            [](const auto& entry) { return entry.path().filename().string().find(".damaged-") != std::string::npos; });
     }
     static unsigned modeOf(const std::filesystem::path& path)
     {
-        struct stat status {};
+        struct stat status { };
         stat(path.c_str(), &status);
         return status.st_mode & 0777U;
     }

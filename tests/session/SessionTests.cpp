@@ -61,12 +61,12 @@ protected:
     {
         clearLog();
         NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(HttpsServer::authority());
-        view = TQWBWebView::initWithFrame({0, 0, 200, 100}, nullptr);
+        view = TQWBWebView::initWithFrame({ 0, 0, 200, 100 }, nullptr);
         ASSERT_TRUE(view);
         board = TQWhiteBoard::initWithWebView(view);
-        config = std::make_shared<TQWBRoomConfig>(TQWBRoomConfig {"key", "token", "room", "user", "Ann", 0, 30});
+        config = std::make_shared<TQWBRoomConfig>(TQWBRoomConfig{ "key", "token", "room", "user", "Ann", 0, 30 });
         record = std::make_shared<TQWBRecordConfig>(
-            TQWBRecordConfig {"key", "token", "room", "user", "Ann", "https://r.example/1"});
+            TQWBRecordConfig{ "key", "token", "room", "user", "Ann", "https://r.example/1" });
         knowService(json(server.host()), json(server.host()));
     }
     void TearDown() override
@@ -80,7 +80,7 @@ protected:
     // As if a navigation server had told.
     static void knowService(const boost::json::value& lease, const boost::json::value& conference)
     {
-        boost::json::object answer {{"iwbLeaseUri", lease}, {"iwbConferenceUri", conference}};
+        boost::json::object answer{ { "iwbLeaseUri", lease }, { "iwbConferenceUri", conference } };
         TQWBNaviManager::sharedInstance()->saveNavi(std::move(answer), "key", "token");
     }
     std::unique_ptr<Ending> join()
@@ -112,7 +112,7 @@ protected:
     }
 
     std::string answer = HttpsServer::answerWith(200, R"({"code":0,"key":"k1"})");
-    HttpsServer server {[this](const ReceivedRequest& request) { return answerTo(request); }};
+    HttpsServer server{ [this](const ReceivedRequest& request) { return answerTo(request); } };
     std::shared_ptr<TQWBWebView> view;
     std::shared_ptr<TQWhiteBoard> board;
     std::shared_ptr<TQWBRoomConfig> config;
@@ -128,25 +128,25 @@ bool isRandomText(const boost::json::value& value)
 
 TEST(SessionRules, RecordsAreCheckedForPresenceAndMinutesForTheirRange)
 {
-    const TQWBRoomConfig empty {"", "", "", "", "", std::numeric_limits<NSUInteger>::max(), 0};
+    const TQWBRoomConfig empty{ "", "", "", "", "", std::numeric_limits<NSUInteger>::max(), 0 };
     EXPECT_TRUE(TQWhiteBoard::invaliedRoomConfig(&empty));
     EXPECT_FALSE(TQWhiteBoard::invaliedRoomConfig(nullptr));
-    for (const auto& [minutes, isUsable] : {std::pair {10000, true}, {10001, false}, {-1, false}, {0, true}}) {
+    for (const auto& [minutes, isUsable] : { std::pair{ 10000, true }, { 10001, false }, { -1, false }, { 0, true } }) {
         auto room = empty;
         room.minutes = minutes;
         EXPECT_EQ(TQWhiteBoard::invaliedRoomConfig(&room), isUsable) << minutes;
     }
-    for (auto field : {&TQWBRoomConfig::appKey, &TQWBRoomConfig::token, &TQWBRoomConfig::roomId, &TQWBRoomConfig::userId,
-             &TQWBRoomConfig::userName}) {
+    for (auto field : { &TQWBRoomConfig::appKey, &TQWBRoomConfig::token, &TQWBRoomConfig::roomId,
+             &TQWBRoomConfig::userId, &TQWBRoomConfig::userName }) {
         auto room = empty;
         (room.*field).reset();
         EXPECT_FALSE(TQWhiteBoard::invaliedRoomConfig(&room));
     }
-    const TQWBRecordConfig emptyRecord {"", "", "", "", "", ""};
+    const TQWBRecordConfig emptyRecord{ "", "", "", "", "", "" };
     EXPECT_TRUE(TQWhiteBoard::invaliedRecordConfig(&emptyRecord));
     EXPECT_FALSE(TQWhiteBoard::invaliedRecordConfig(nullptr));
-    for (auto field : {&TQWBRecordConfig::appKey, &TQWBRecordConfig::token, &TQWBRecordConfig::roomId,
-             &TQWBRecordConfig::userId, &TQWBRecordConfig::userName, &TQWBRecordConfig::url}) {
+    for (auto field : { &TQWBRecordConfig::appKey, &TQWBRecordConfig::token, &TQWBRecordConfig::roomId,
+             &TQWBRecordConfig::userId, &TQWBRecordConfig::userName, &TQWBRecordConfig::url }) {
         auto broken = emptyRecord;
         (broken.*field).reset();
         EXPECT_FALSE(TQWhiteBoard::invaliedRecordConfig(&broken));
@@ -175,19 +175,19 @@ TEST_F(SessionTest, ChecksFailBeforeTheOperationReturnsAndLogAfterTheCallback)
         std::string text;
     };
     auto spent = TQWhiteBoard::initWithWebView(nullptr);
-    const std::vector<Row> rows {
-        {"join without view", [&](auto e) { spent->joinWithConfig(config, {}, e); }, 300001, "SDK not init"},
-        {"play without view", [&](auto e) { spent->playWithConfig(record, {}, e); }, 300001, "SDK not init"},
-        {"quit without view", [&](auto e) { spent->quitWhiteBoard({}, e); }, 300001, "SDK not init"},
-        {"join with nothing", [&](auto e) { board->joinWithConfig(nullptr, {}, e); }, 300002, "config is invalid"},
-        {"play with nothing", [&](auto e) { board->playWithConfig(nullptr, {}, e); }, 300002, "config is invalid"},
-        {"join for too long",
+    const std::vector<Row> rows{
+        { "join without view", [&](auto e) { spent->joinWithConfig(config, {}, e); }, 300001, "SDK not init" },
+        { "play without view", [&](auto e) { spent->playWithConfig(record, {}, e); }, 300001, "SDK not init" },
+        { "quit without view", [&](auto e) { spent->quitWhiteBoard({}, e); }, 300001, "SDK not init" },
+        { "join with nothing", [&](auto e) { board->joinWithConfig(nullptr, {}, e); }, 300002, "config is invalid" },
+        { "play with nothing", [&](auto e) { board->playWithConfig(nullptr, {}, e); }, 300002, "config is invalid" },
+        { "join for too long",
             [&](auto e) {
                 config->minutes = 20000;
                 board->joinWithConfig(config, {}, e);
             },
-            300002, "config is invalid"},
-        {"quit without join", [&](auto e) { board->quitWhiteBoard({}, e); }, 300010, "not in WhiteBoard"},
+            300002, "config is invalid" },
+        { "quit without join", [&](auto e) { board->quitWhiteBoard({}, e); }, 300010, "not in WhiteBoard" },
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -200,7 +200,7 @@ TEST_F(SessionTest, ChecksFailBeforeTheOperationReturnsAndLogAfterTheCallback)
             EXPECT_TRUE(logLines().empty());
         });
         EXPECT_EQ(calls, 1);
-        EXPECT_EQ(logLines(), (Lines {"[TQ:Log] " + row.text}));
+        EXPECT_EQ(logLines(), (Lines{ "[TQ:Log] " + row.text }));
         row.start(nullptr);
     }
     EXPECT_TRUE(server.requests().empty());
@@ -222,12 +222,12 @@ TEST_F(SessionTest, JoinSendsItsRequestAndLoadsTheRoom)
 
     const auto request = server.requests()[0];
     EXPECT_EQ(request.line(), "POST /api/v1/iwb/join/room HTTP/1.1");
-    for (const char* header : {"Content-Type: application/json", "TQ-AppKey: key", "TQ-Token: token"})
+    for (const char* header : { "Content-Type: application/json", "TQ-AppKey: key", "TQ-Token: token" })
         EXPECT_TRUE(request.hasHeader(header)) << request.head;
     EXPECT_NE(request.body.find("\n"), std::string::npos);
     const auto body = boost::json::parse(request.body).as_object();
     EXPECT_EQ(body.size(), 6U);
-    for (const char* member : {"outTradeNo", "ownerId", "name", "fileName"})
+    for (const char* member : { "outTradeNo", "ownerId", "name", "fileName" })
         EXPECT_TRUE(isRandomText(body.at(member))) << member;
     EXPECT_NE(body.at("name"), body.at("ownerId"));
     EXPECT_EQ(body.at("minutes"), 1440);
@@ -256,8 +256,9 @@ TEST_F(SessionTest, ReplaySendsItsRequestAndLeavesTheRoomAlone)
     auto body = boost::json::parse(request.body).as_object();
     EXPECT_TRUE(isRandomText(body.at("outTradeNo")));
     body.erase("outTradeNo");
-    EXPECT_EQ(boost::json::value(body), boost::json::parse(R"({"url":"https://r.example/1","playHubId":"room",)"
-                                                           R"("user":{"name":"Ann","role":"record","uid":"user"}})"));
+    EXPECT_EQ(boost::json::value(body),
+        boost::json::parse(R"({"url":"https://r.example/1","playHubId":"room",)"
+                           R"("user":{"name":"Ann","role":"record","uid":"user"}})"));
     runUntil([&] { return server.requests().size() >= 2; }, "the page is asked for");
     EXPECT_EQ(quit()->code, 300010U);
 }
@@ -273,7 +274,7 @@ TEST_F(SessionTest, QuitSendsItsRequestAndSpendsTheSession)
     EXPECT_EQ(countOfLine("[TQ:Log] QuitWhiteBoard success"), 1);
     const auto request = server.requests().back();
     EXPECT_EQ(request.line(), "DELETE /api/v1/iwb/hubs/room/users/user HTTP/1.1");
-    for (const char* header : {"Content-Type: application/json", "TQ-AppKey: key", "TQ-Token: token"})
+    for (const char* header : { "Content-Type: application/json", "TQ-AppKey: key", "TQ-Token: token" })
         EXPECT_TRUE(request.hasHeader(header)) << request.head;
     EXPECT_EQ(request.body, "");
     EXPECT_EQ(board->webView(), nullptr);
@@ -287,7 +288,8 @@ TEST_F(SessionTest, QuitSendsItsRequestAndSpendsTheSession)
 TEST_F(SessionTest, QuitChecksTheFieldsOfTheJoinedRecordAsTheyAreNow)
 {
     join();
-    for (auto field : {&TQWBRoomConfig::appKey, &TQWBRoomConfig::token, &TQWBRoomConfig::roomId, &TQWBRoomConfig::userId}) {
+    for (auto field :
+        { &TQWBRoomConfig::appKey, &TQWBRoomConfig::token, &TQWBRoomConfig::roomId, &TQWBRoomConfig::userId }) {
         const auto kept = (*config).*field;
         ((*config).*field).reset();
         const auto ending = quit();
@@ -308,18 +310,19 @@ TEST_F(SessionTest, TheServicesRefusalsPassThrough)
         OptionalText text;
         std::string logged;
     };
-    const std::vector<Row> rows {
-        {R"({"code":4001,"desc":"room full"})", 4001, "room full", "room full"},
-        {R"({"code":-2,"desc":"x"})", kAllBits - 1, "x", "x"},
-        {R"({"code":"403"})", 403, std::nullopt, "(null)"},
-        {R"({"code":7.9,"desc":null,"key":"k"})", 7, std::nullopt, "null"},
-        {R"({"code":1,"desc":{"a":1}})", 1, std::nullopt, R"({"a":1})"},
+    const std::vector<Row> rows{
+        { R"({"code":4001,"desc":"room full"})", 4001, "room full", "room full" },
+        { R"({"code":-2,"desc":"x"})", kAllBits - 1, "x", "x" },
+        { R"({"code":"403"})", 403, std::nullopt, "(null)" },
+        { R"({"code":7.9,"desc":null,"key":"k"})", 7, std::nullopt, "null" },
+        { R"({"code":1,"desc":{"a":1}})", 1, std::nullopt, R"({"a":1})" },
     };
     join();
     for (const auto& row : rows) {
         SCOPED_TRACE(row.body);
         answer = HttpsServer::answerWith(418, row.body);
-        for (const auto& [ending, name] : {std::pair {join(), "joinWhiteBoard"}, {play(), "play video"}, {quit(), "QuitWhiteBoard"}}) {
+        for (const auto& [ending, name] :
+            { std::pair{ join(), "joinWhiteBoard" }, { play(), "play video" }, { quit(), "QuitWhiteBoard" } }) {
             EXPECT_EQ(ending->code, row.code) << name;
             EXPECT_EQ(ending->text, row.text) << name;
             EXPECT_FALSE(ending->onMainThread);
@@ -332,7 +335,7 @@ TEST_F(SessionTest, TheServicesRefusalsPassThrough)
 
 TEST_F(SessionTest, AnswersThatCannotBeReadCountAsSuccess)
 {
-    for (const char* body : {"oops", "", "[1]", R"({"key":5})", "\xFF"}) {
+    for (const char* body : { "oops", "", "[1]", R"({"key":5})", "\xFF" }) {
         SCOPED_TRACE(body);
         answer = HttpsServer::answerWith(500, body);
         const auto before = server.requests().size();
@@ -345,8 +348,8 @@ TEST_F(SessionTest, AnswersThatCannotBeReadCountAsSuccess)
 
 TEST_F(SessionTest, WithoutThePagesHostThereIsNoRoomAddress)
 {
-    for (const auto& [lease, conference] : std::vector<std::pair<boost::json::value, boost::json::value>> {
-             {json(server.host()), ""}, {json(server.host()), 5}}) {
+    for (const auto& [lease, conference] : std::vector<std::pair<boost::json::value, boost::json::value>>{
+             { json(server.host()), "" }, { json(server.host()), 5 } }) {
         knowService(lease, conference);
         const auto joined = join();
         EXPECT_EQ(joined->code, 300006U);
@@ -368,7 +371,7 @@ TEST_F(SessionTest, FailedTransfersHaveTheirCodesAndChangeNothing)
     HttpsServer silent([](const auto&) { return std::string(); });
     auto expectFailures = [&](const char* what) {
         SCOPED_TRACE(what);
-        for (const auto& [ending, code] : {std::pair {join(), 300005U}, {play(), 300007U}, {quit(), 300005U}}) {
+        for (const auto& [ending, code] : { std::pair{ join(), 300005U }, { play(), 300007U }, { quit(), 300005U } }) {
             EXPECT_EQ(ending->code, code);
             EXPECT_FALSE(ending->text.value_or("").empty());
         }
@@ -386,7 +389,7 @@ TEST_F(SessionTest, FailedTransfersHaveTheirCodesAndChangeNothing)
     knowService(json(server.host()), json(server.host()));
     config->roomId = record->token = "a\r\nb";
     TQWBNaviManager::sharedInstance()->saveNavi(
-        boost::json::object {{"iwbLeaseUri", json(server.host())}, {"iwbConferenceUri", "c"}}, "key", "a\r\nb");
+        boost::json::object{ { "iwbLeaseUri", json(server.host()) }, { "iwbConferenceUri", "c" } }, "key", "a\r\nb");
     config->userId = "a b";
     expectFailures("fields that cannot be sent");
     config->roomId = config->userId = record->token = "token";
@@ -417,12 +420,15 @@ TEST_F(SessionTest, NavigationFailuresPassThroughOnTheMainThread)
 {
     HttpsServer navigation([](const auto&) { return HttpsServer::answerWith(403, R"({"code":401})"); });
     config->token = record->token = "refused@" + navigation.host();
-    for (const auto& ending : {join(), play()}) {
+    for (const auto& ending : { join(), play() }) {
         EXPECT_EQ(ending->code, 100010U);
         EXPECT_EQ(ending->text, "code = 401, responseCode = 403.");
         EXPECT_TRUE(ending->onMainThread);
     }
-    EXPECT_EQ(countOfLine("[TQ:Log] requestNavis failure, errorCode: 100010, errorDescription: code = 401, responseCode = 403."), 2);
+    EXPECT_EQ(
+        countOfLine(
+            "[TQ:Log] requestNavis failure, errorCode: 100010, errorDescription: code = 401, responseCode = 403."),
+        2);
     EXPECT_EQ(board->naviData(), nullptr);
 }
 

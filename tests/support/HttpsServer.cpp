@@ -40,7 +40,7 @@ std::size_t bodyLength(const std::string& head)
 
 bool readMore(GInputStream* input, GCancellable* cancellable, std::string& bytes)
 {
-    std::array<char, 4096> buffer {};
+    std::array<char, 4096> buffer{};
     const auto count = g_input_stream_read(input, buffer.data(), buffer.size(), cancellable, nullptr);
     if (count > 0)
         bytes.append(buffer.data(), static_cast<std::size_t>(count));
@@ -75,8 +75,8 @@ HttpsServer::HttpsServer(Answer answer)
     const GObjectPointer<GInetAddress> loopback(g_inet_address_new_loopback(G_SOCKET_FAMILY_IPV4));
     const GObjectPointer<GSocketAddress> address(g_inet_socket_address_new(loopback.get(), 0));
     GSocketAddress* bound = nullptr;
-    if (!g_socket_listener_add_address(m_listener, address.get(), G_SOCKET_TYPE_STREAM, G_SOCKET_PROTOCOL_TCP, nullptr,
-            &bound, nullptr))
+    if (!g_socket_listener_add_address(
+            m_listener, address.get(), G_SOCKET_TYPE_STREAM, G_SOCKET_PROTOCOL_TCP, nullptr, &bound, nullptr))
         throw std::runtime_error("the test's server cannot listen");
     m_host = "localhost:" + std::to_string(g_inet_socket_address_get_port(G_INET_SOCKET_ADDRESS(bound)));
     g_object_unref(bound);

@@ -23,7 +23,10 @@ struct ReceivedRequest {
     std::string body;
 
     std::string line() const { return head.substr(0, head.find("\r\n")); }
-    bool hasHeader(const std::string& wholeLine) const { return head.find("\r\n" + wholeLine + "\r\n") != std::string::npos; }
+    bool hasHeader(const std::string& wholeLine) const
+    {
+        return head.find("\r\n" + wholeLine + "\r\n") != std::string::npos;
+    }
 };
 
 /// Answers every request on 127.0.0.1 with bytes that the test chooses, over real TLS, one connection a request.

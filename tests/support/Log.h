@@ -6,7 +6,8 @@
 
 namespace tq::test {
 
-/// Sends the system log to the test from now on; called once. A critical message of the toolkit fails the test under way.
+/// Sends the system log to the test from now on; called once. A critical message of the toolkit fails the test under
+/// way.
 void captureLog();
 
 /// The library's lines since the last `clearLog`, on all threads.

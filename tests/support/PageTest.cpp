@@ -8,7 +8,7 @@ namespace tq::test {
 
 const NSClass& Reports::staticClass()
 {
-    static const NSClass table("Reports", &NSObject::staticClass(), {{"report:", &Reports::report}});
+    static const NSClass table("Reports", &NSObject::staticClass(), { { "report:", &Reports::report } });
     return table;
 }
 
@@ -48,7 +48,8 @@ void PageTest::load(const std::string& html)
 
 void PageTest::waitForReports(std::size_t count)
 {
-    runUntil([&] { return reports->values.size() >= count; }, "the page has reported " + std::to_string(count) + " times");
+    runUntil(
+        [&] { return reports->values.size() >= count; }, "the page has reported " + std::to_string(count) + " times");
 }
 
 OptionalValue PageTest::ask(const std::string& expression)

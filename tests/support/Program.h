@@ -1,0 +1,45 @@
+#pragma once
+
+#include <boost/json/object.hpp>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace tq::test {
+
+/// A program of ours under test: its standard input is written line by line, its standard output read as one JSON object a
+/// line. Killed when this goes. Every wait is bounded.
+class Program {
+public:
+    using Environment = std::map<std::string, std::string>;
+
+    /// @param errorFile receives the standard error. @param environment is added to the test's own.
+    Program(std::vector<std::string> words, const std::string& errorFile, const Environment& environment = {});
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    void write(const std::string& line);
+    /// Reads on until a line with that event and, where one is given, that operation. Fails the test and returns an empty
+    /// object when the output ends, is no JSON, or the bound is reached first.
+    boost::json::object waitFor(const std::string& event, const std::string& operation = "");
+    /// Waits until what is written on standard error holds the text.
+    void waitForLog(const std::string& text);
+    std::string log() const;
+    /// Waits for the end, after the signal if one is given; the exit status, or -1 when a signal ended it.
+    int end(int signal = 0);
+
+private:
+    std::optional<std::string> readLine();
+
+    std::string m_errorFile;
+    pid_t m_pid = 0;
+    int m_input = -1;
+    int m_output = -1;
+    std::string m_unread;
+};
+
+} // namespace tq::test
