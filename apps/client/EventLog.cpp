@@ -1,0 +1,152 @@
+#include "EventLog.h"
+
+#include "Text.h"
+
+namespace tqclient {
+
+namespace {
+
+constexpr int kMostLines = 1000;
+constexpr std::size_t kLongestDetail = 2000;
+
+// Readable on light and on dark ground.
+constexpr GdkRGBA kQuiet{ 0.47F, 0.47F, 0.47F, 1 };
+constexpr GdkRGBA kAlarming{ 0.85F, 0.2F, 0.2F, 1 };
+
+std::string timeOfDay()
+{
+    UniqueDateTime now(g_date_time_new_now_local());
+    UniqueChars text(g_date_time_format(now.get(), "%H:%M:%S"));
+    return text.get();
+}
+
+} // namespace
+
+EventLog::EventLog()
+    : m_box(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0))
+    , m_placeholder(gtk_label_new("Nothing has happened yet."))
+    , m_scroller(gtk_scrolled_window_new())
+    , m_view(GTK_TEXT_VIEW(gtk_text_view_new()))
+    , m_buffer(gtk_text_view_get_buffer(m_view))
+    , m_timeTag(gtk_text_buffer_create_tag(m_buffer, nullptr, "foreground-rgba", &kQuiet, nullptr))
+    , m_eventTag(gtk_text_buffer_create_tag(m_buffer, nullptr, "weight", PANGO_WEIGHT_BOLD, nullptr))
+    , m_failureTag(gtk_text_buffer_create_tag(
+          m_buffer, nullptr, "weight", PANGO_WEIGHT_BOLD, "foreground-rgba", &kAlarming, nullptr))
+{
+    gtk_text_view_set_editable(m_view, FALSE);
+    gtk_text_view_set_cursor_visible(m_view, FALSE);
+    gtk_text_view_set_accepts_tab(m_view, FALSE);
+    gtk_text_view_set_wrap_mode(m_view, GTK_WRAP_WORD_CHAR);
+    gtk_text_view_set_left_margin(m_view, 12);
+    gtk_text_view_set_right_margin(m_view, 12);
+    gtk_text_view_set_indent(m_view, -16);
+    gtk_text_view_set_pixels_below_lines(m_view, 3);
+    GtkTextIter end;
+    gtk_text_buffer_get_end_iter(m_buffer, &end);
+    m_end = gtk_text_buffer_create_mark(m_buffer, nullptr, &end, FALSE);
+
+    addBar();
+    gtk_widget_add_css_class(m_placeholder, "dim-label");
+    gtk_widget_set_vexpand(m_placeholder, TRUE);
+    gtk_box_append(GTK_BOX(m_box), m_placeholder);
+    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(m_scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
+    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(m_scroller), GTK_WIDGET(m_view));
+    gtk_widget_set_vexpand(m_scroller, TRUE);
+    gtk_box_append(GTK_BOX(m_box), m_scroller);
+    gtk_box_append(GTK_BOX(m_box), m_preview.widget());
+    setOrientation(GTK_ORIENTATION_HORIZONTAL);
+    clear();
+}
+
+void EventLog::addBar()
+{
+    GtkWidget* bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 4);
+    gtk_widget_add_css_class(bar, "event-log-bar");
+    GtkWidget* title = gtk_label_new("Events");
+    gtk_widget_add_css_class(title, "heading");
+    gtk_label_set_xalign(GTK_LABEL(title), 0);
+    gtk_widget_set_hexpand(title, TRUE);
+    GtkWidget* copyButton = gtk_button_new_with_mnemonic("_Copy all");
+    GtkWidget* clearButton = gtk_button_new_with_label("Clear");
+    gtk_box_append(GTK_BOX(bar), title);
+    for (GtkWidget* button : { copyButton, clearButton }) {
+        gtk_widget_add_css_class(button, "flat");
+        gtk_box_append(GTK_BOX(bar), button);
+    }
+    m_signals.connect(copyButton, "clicked",
+        G_CALLBACK(+[](GtkButton*, gpointer self) { static_cast<EventLog*>(self)->copyAll(); }), this);
+    m_signals.connect(clearButton, "clicked",
+        G_CALLBACK(+[](GtkButton*, gpointer self) { static_cast<EventLog*>(self)->clear(); }), this);
+    gtk_box_append(GTK_BOX(m_box), bar);
+}
+
+void EventLog::setOrientation(GtkOrientation orientation)
+{
+    bool isAtSide = orientation == GTK_ORIENTATION_HORIZONTAL;
+    const char* classes[] = { "event-log", "view", isAtSide ? "side" : "bottom", nullptr };
+    gtk_widget_set_css_classes(m_box, classes);
+    gtk_widget_set_size_request(m_box, isAtSide ? 300 : -1, isAtSide ? -1 : 200);
+}
+
+void EventLog::insert(std::string_view text, GtkTextTag* tag)
+{
+    GtkTextIter end;
+    gtk_text_buffer_get_end_iter(m_buffer, &end);
+    int offset = gtk_text_iter_get_offset(&end);
+    gtk_text_buffer_insert(m_buffer, &end, text.data(), static_cast<int>(text.size()));
+    if (!tag)
+        return;
+    GtkTextIter start;
+    gtk_text_buffer_get_iter_at_offset(m_buffer, &start, offset);
+    gtk_text_buffer_apply_tag(m_buffer, tag, &start, &end);
+}
+
+void EventLog::add(std::string_view event, std::string_view detail, Severity severity)
+{
+    if (gtk_text_buffer_get_char_count(m_buffer))
+        insert("\n", nullptr);
+    insert(timeOfDay() + "  ", m_timeTag);
+    insert(displayText(event, kLongestDetail), severity == Severity::Failure ? m_failureTag : m_eventTag);
+    if (!detail.empty())
+        insert("  " + displayText(detail, kLongestDetail), nullptr);
+    dropOldest();
+    gtk_widget_set_visible(m_placeholder, FALSE);
+    gtk_widget_set_visible(m_scroller, TRUE);
+    gtk_text_view_scroll_mark_onscreen(m_view, m_end);
+}
+
+void EventLog::showCapture(const tq::UIImage& image)
+{
+    m_preview.show(image);
+    gtk_text_view_scroll_to_mark(m_view, m_end, 0, FALSE, 0, 0);
+}
+
+void EventLog::dropOldest()
+{
+    int excess = gtk_text_buffer_get_line_count(m_buffer) - kMostLines;
+    if (excess <= 0)
+        return;
+    GtkTextIter start;
+    GtkTextIter end;
+    gtk_text_buffer_get_start_iter(m_buffer, &start);
+    gtk_text_buffer_get_iter_at_line(m_buffer, &end, excess);
+    gtk_text_buffer_delete(m_buffer, &start, &end);
+}
+
+void EventLog::copyAll()
+{
+    GtkTextIter start;
+    GtkTextIter end;
+    gtk_text_buffer_get_bounds(m_buffer, &start, &end);
+    UniqueChars text(gtk_text_buffer_get_text(m_buffer, &start, &end, FALSE));
+    gdk_clipboard_set_text(gtk_widget_get_clipboard(m_box), text.get());
+}
+
+void EventLog::clear()
+{
+    gtk_text_buffer_set_text(m_buffer, "", 0);
+    gtk_widget_set_visible(m_placeholder, TRUE);
+    gtk_widget_set_visible(m_scroller, FALSE);
+}
+
+} // namespace tqclient

@@ -1,0 +1,251 @@
+#include "MainWindow.h"
+
+#include "MainThread.h"
+#include "Options.h"
+#include "TQWhiteBoardLib/TQWBWebView.h"
+#include "TQWhiteBoardLib/gtk/NativeView.h"
+
+#include <string_view>
+#include <utility>
+
+namespace tqclient {
+
+namespace {
+
+constexpr const char* kStartPage = "start";
+constexpr const char* kBoardPage = "board";
+constexpr const char* kProgramTitle = "Whiteboard";
+
+/// Below this width the log goes under the board, and the room's state under the header bar.
+constexpr int kNarrowBelow = 600;
+/// From this width on there is room for the log without asking for it.
+constexpr int kWideFrom = 1000;
+
+} // namespace
+
+MainWindow::MainWindow(const Options& options, Actions actions)
+    : m_window(GTK_WINDOW(gtk_window_new()))
+    , m_capture(GTK_WIDGET(m_window))
+    , m_actions(std::move(actions))
+    , m_start(options, m_actions.join, m_actions.replay)
+    , m_self(std::make_shared<MainWindow*>(this))
+{
+    gtk_window_set_title(m_window, kProgramTitle);
+    gtk_window_set_default_size(m_window, options.size.width, options.size.height);
+    buildHeader();
+    buildBody();
+    addShortcuts();
+    followSize();
+    m_signals.connect(m_window, "close-request", G_CALLBACK(+[](GtkWindow*, gpointer self) -> gboolean {
+        static_cast<MainWindow*>(self)->m_actions.closed();
+        return TRUE;
+    }),
+        this);
+    sessionStateChanged({});
+    applyLayout(options.size.width >= kWideFrom  ? Layout::Wide
+            : options.size.width >= kNarrowBelow ? Layout::Medium
+                                                 : Layout::Narrow);
+}
+
+MainWindow::~MainWindow()
+{
+    sessionViewChanged(nullptr);
+    gtk_window_destroy(m_window);
+}
+
+void MainWindow::present()
+{
+    gtk_window_present(m_window);
+    m_start.focus();
+}
+
+void MainWindow::buildHeader()
+{
+    m_title = GTK_LABEL(gtk_label_new(kProgramTitle));
+    gtk_widget_add_css_class(GTK_WIDGET(m_title), "title");
+    gtk_label_set_ellipsize(m_title, PANGO_ELLIPSIZE_END);
+    m_headerPlace = GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 2));
+    gtk_widget_set_valign(GTK_WIDGET(m_headerPlace), GTK_ALIGN_CENTER);
+    gtk_box_append(m_headerPlace, GTK_WIDGET(m_title));
+
+    m_leaveButton = gtk_button_new_with_mnemonic("_Leave");
+    gtk_widget_set_tooltip_text(m_leaveButton, "Leave the room");
+    m_signals.connect(m_leaveButton, "clicked", G_CALLBACK(+[](GtkButton*, gpointer data) {
+        auto* self = static_cast<MainWindow*>(data);
+        self->m_message.dismiss();
+        self->m_actions.leave();
+    }),
+        this);
+
+    m_logButton = GTK_TOGGLE_BUTTON(gtk_toggle_button_new_with_mnemonic("E_vents"));
+    gtk_widget_set_tooltip_text(GTK_WIDGET(m_logButton), "Show what has happened in the room (F9)");
+    m_signals.connect(m_logButton, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer data) {
+        auto* self = static_cast<MainWindow*>(data);
+        gtk_widget_set_visible(self->m_log.widget(), gtk_toggle_button_get_active(button));
+    }),
+        this);
+
+    auto* header = GTK_HEADER_BAR(gtk_header_bar_new());
+    gtk_header_bar_set_title_widget(header, GTK_WIDGET(m_headerPlace));
+    gtk_header_bar_pack_start(header, m_leaveButton);
+    gtk_header_bar_pack_end(header, GTK_WIDGET(m_logButton));
+    gtk_window_set_titlebar(m_window, GTK_WIDGET(header));
+}
+
+void MainWindow::buildBody()
+{
+    m_board = GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
+    m_pages = GTK_STACK(gtk_stack_new());
+    gtk_stack_add_named(m_pages, m_start.widget(), kStartPage);
+    gtk_stack_add_named(m_pages, GTK_WIDGET(m_board), kBoardPage);
+
+    m_paned = GTK_PANED(gtk_paned_new(GTK_ORIENTATION_HORIZONTAL));
+    gtk_paned_set_start_child(m_paned, GTK_WIDGET(m_pages));
+    gtk_paned_set_end_child(m_paned, m_log.widget());
+    gtk_paned_set_resize_end_child(m_paned, FALSE);
+    gtk_paned_set_shrink_start_child(m_paned, FALSE);
+    gtk_paned_set_shrink_end_child(m_paned, FALSE);
+    gtk_widget_set_vexpand(GTK_WIDGET(m_paned), TRUE);
+
+    m_stripPlace = GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
+    gtk_widget_add_css_class(GTK_WIDGET(m_stripPlace), "status-strip");
+    GtkWidget* body = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    gtk_box_append(GTK_BOX(body), GTK_WIDGET(m_stripPlace));
+    gtk_box_append(GTK_BOX(body), m_message.widget());
+    gtk_box_append(GTK_BOX(body), GTK_WIDGET(m_paned));
+    gtk_window_set_child(m_window, body);
+}
+
+void MainWindow::addShortcuts()
+{
+    addShortcut("F9", [](GtkWidget*, GVariant*, gpointer data) -> gboolean {
+        GtkToggleButton* button = static_cast<MainWindow*>(data)->m_logButton;
+        gtk_toggle_button_set_active(button, !gtk_toggle_button_get_active(button));
+        return TRUE;
+    });
+    addShortcut("<Control>q|<Control>w", [](GtkWidget*, GVariant*, gpointer data) -> gboolean {
+        gtk_window_close(static_cast<MainWindow*>(data)->m_window);
+        return TRUE;
+    });
+}
+
+void MainWindow::addShortcut(const char* trigger, GtkShortcutFunc function)
+{
+    GtkEventController* controller = gtk_shortcut_controller_new();
+    gtk_shortcut_controller_add_shortcut(GTK_SHORTCUT_CONTROLLER(controller),
+        gtk_shortcut_new(gtk_shortcut_trigger_parse_string(trigger), gtk_callback_action_new(function, this, nullptr)));
+    gtk_widget_add_controller(GTK_WIDGET(m_window), controller);
+}
+
+void MainWindow::followSize()
+{
+    m_signals.connect(m_window, "realize", G_CALLBACK(+[](GtkWidget* window, gpointer data) {
+        auto* self = static_cast<MainWindow*>(data);
+        self->m_signals.connect(gtk_native_get_surface(GTK_NATIVE(window)), "layout",
+            G_CALLBACK(
+                +[](GdkSurface*, int width, int, gpointer owner) { static_cast<MainWindow*>(owner)->resized(width); }),
+            self);
+    }),
+        this);
+}
+
+void MainWindow::resized(int width)
+{
+    Layout layout = width >= kWideFrom ? Layout::Wide : width >= kNarrowBelow ? Layout::Medium : Layout::Narrow;
+    if (layout == m_layout)
+        return;
+    // Not in the middle of the layout that told us.
+    postToMain([layout, weakThis = std::weak_ptr(m_self)] {
+        if (auto self = weakThis.lock())
+            (*self)->applyLayout(layout);
+    });
+}
+
+void MainWindow::applyLayout(Layout layout)
+{
+    if (layout == m_layout)
+        return;
+    m_layout = layout;
+    bool isNarrow = layout == Layout::Narrow;
+    GtkOrientation orientation = isNarrow ? GTK_ORIENTATION_VERTICAL : GTK_ORIENTATION_HORIZONTAL;
+    gtk_orientable_set_orientation(GTK_ORIENTABLE(m_paned), orientation);
+    m_log.setOrientation(orientation);
+    gtk_toggle_button_set_active(m_logButton, layout == Layout::Wide);
+    gtk_widget_set_visible(m_log.widget(), layout == Layout::Wide);
+
+    if (GtkWidget* place = gtk_widget_get_parent(m_pill.widget()))
+        gtk_box_remove(GTK_BOX(place), m_pill.widget());
+    gtk_box_append(isNarrow ? m_stripPlace : m_headerPlace, m_pill.widget());
+    gtk_widget_set_visible(GTK_WIDGET(m_stripPlace), isNarrow);
+    showTitle();
+}
+
+void MainWindow::sessionStateChanged(const SessionState& state)
+{
+    m_pill.show(state);
+    m_start.show(state);
+    const std::string& title = state.showsBoard && !state.room.empty() ? state.room : kProgramTitle;
+    gtk_label_set_text(m_title, title.c_str());
+    gtk_window_set_title(m_window, (title == kProgramTitle ? title : title + " – " + kProgramTitle).c_str());
+    gtk_widget_set_visible(m_leaveButton, state.showsBoard);
+    gtk_widget_set_sensitive(m_leaveButton, !state.isBusy());
+    if (state.isBusy())
+        m_message.dismiss();
+    setBoardVisible(state.showsBoard);
+    showTitle();
+    // The button that was pressed could not keep the focus meanwhile.
+    if (std::exchange(m_wasBusy, state.isBusy()) && !state.isBusy() && !state.showsBoard)
+        m_start.focus();
+}
+
+void MainWindow::showTitle()
+{
+    // Beside the buttons of a narrow header bar a title would be nothing but an ellipsis.
+    bool isCrowded = m_layout == Layout::Narrow && gtk_widget_get_visible(m_leaveButton);
+    gtk_widget_set_visible(GTK_WIDGET(m_title), !isCrowded);
+}
+
+void MainWindow::setBoardVisible(bool isVisible)
+{
+    const char* page = isVisible ? kBoardPage : kStartPage;
+    if (std::string_view(gtk_stack_get_visible_child_name(m_pages)) == page)
+        return;
+    gtk_stack_set_visible_child_name(m_pages, page);
+    if (!isVisible)
+        m_start.focus();
+    else if (m_view)
+        gtk_widget_grab_focus(tq::nativeView(*m_view));
+}
+
+void MainWindow::sessionViewChanged(const std::shared_ptr<tq::TQWBWebView>& view)
+{
+    if (m_view)
+        gtk_box_remove(m_board, tq::nativeView(*m_view));
+    m_view = view;
+    if (!m_view)
+        return;
+    GtkWidget* widget = tq::nativeView(*m_view);
+    gtk_widget_set_hexpand(widget, TRUE);
+    gtk_widget_set_vexpand(widget, TRUE);
+    gtk_box_append(m_board, widget);
+}
+
+void MainWindow::sessionEvent(std::string_view name, std::string_view detail, Severity severity)
+{
+    m_log.add(name, detail, severity);
+}
+
+void MainWindow::sessionFailed(std::string_view title, std::string_view detail)
+{
+    m_message.show(std::string(title), std::string(detail));
+}
+
+void MainWindow::sessionRecorded(const tq::OptionalText& url)
+{
+    if (url)
+        m_start.setReplayUrl(*url);
+}
+
+void MainWindow::sessionCaptured(const tq::UIImage& image) { m_log.showCapture(image); }
+
+} // namespace tqclient

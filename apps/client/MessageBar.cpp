@@ -1,0 +1,43 @@
+#include "MessageBar.h"
+
+namespace tqclient {
+
+MessageBar::MessageBar()
+    : m_revealer(GTK_REVEALER(gtk_revealer_new()))
+    , m_title(GTK_LABEL(gtk_label_new(nullptr)))
+    , m_detail(GTK_LABEL(gtk_label_new(nullptr)))
+{
+    GtkWidget* texts = gtk_box_new(GTK_ORIENTATION_VERTICAL, 2);
+    gtk_widget_set_hexpand(texts, TRUE);
+    gtk_widget_add_css_class(GTK_WIDGET(m_title), "title");
+    for (GtkLabel* label : { m_title, m_detail }) {
+        gtk_label_set_xalign(label, 0);
+        gtk_label_set_wrap(label, TRUE);
+        gtk_label_set_wrap_mode(label, PANGO_WRAP_WORD_CHAR);
+        gtk_label_set_selectable(label, TRUE);
+        // Selectable, but not the place where the keyboard's focus lands first.
+        gtk_widget_set_focusable(GTK_WIDGET(label), FALSE);
+        gtk_box_append(GTK_BOX(texts), GTK_WIDGET(label));
+    }
+    GtkWidget* close = gtk_button_new_with_mnemonic("Dismi_ss");
+    gtk_widget_set_valign(close, GTK_ALIGN_CENTER);
+    m_signals.connect(close, "clicked",
+        G_CALLBACK(+[](GtkButton*, gpointer self) { static_cast<MessageBar*>(self)->dismiss(); }), this);
+
+    GtkWidget* bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 12);
+    gtk_widget_add_css_class(bar, "message-bar");
+    gtk_box_append(GTK_BOX(bar), texts);
+    gtk_box_append(GTK_BOX(bar), close);
+    gtk_revealer_set_child(m_revealer, bar);
+}
+
+void MessageBar::show(const std::string& title, const std::string& detail)
+{
+    gtk_label_set_text(m_title, title.c_str());
+    gtk_label_set_text(m_detail, detail.c_str());
+    gtk_revealer_set_reveal_child(m_revealer, TRUE);
+}
+
+void MessageBar::dismiss() { gtk_revealer_set_reveal_child(m_revealer, FALSE); }
+
+} // namespace tqclient

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "TQWhiteBoardLib/TQWBRecordConfig.h"
+#include "TQWhiteBoardLib/TQWBRoomConfig.h"
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <variant>
+
+namespace tqclient {
+
+/// What the program was started to do.
+enum class StartCommand { None, Join, Play, Help, Version };
+
+/// A window's size in points.
+struct Size {
+    int width = 1280;
+    int height = 800;
+
+    bool operator==(const Size&) const = default;
+};
+
+/// Why a command line cannot be used: one sentence for a person.
+struct UsageError {
+    std::string message;
+};
+
+/// The command line. A text whose option was left out is absent.
+struct Options {
+    StartCommand command = StartCommand::None;
+    tq::OptionalText appKey;
+    tq::OptionalText token;
+    tq::OptionalText room;
+    tq::OptionalText user;
+    tq::OptionalText name;
+    tq::OptionalText url;
+    tq::NSUInteger role = 0;
+    std::int32_t minutes = 0;
+    tq::OptionalText caFile;
+    bool trustsAnyPage = false;
+    bool isDebug = false;
+    Size size;
+
+    /// @param arguments without the program's own name.
+    static std::variant<Options, UsageError> parse(std::span<const std::string_view> arguments);
+    static std::string_view usage();
+    static std::string_view help();
+
+    /// New records with these fields.
+    std::shared_ptr<tq::TQWBRoomConfig> roomConfig() const;
+    std::shared_ptr<tq::TQWBRecordConfig> recordConfig() const;
+};
+
+/// The whole text as a decimal number of the type; absent when it is anything else or out of the type's range.
+template <class Number> std::optional<Number> parseNumber(std::string_view text);
+
+} // namespace tqclient

@@ -1,0 +1,93 @@
+#include "StartPage.h"
+
+#include <string_view>
+
+namespace tqclient {
+
+namespace {
+
+constexpr const char* kJoinPage = "join";
+constexpr const char* kReplayPage = "replay";
+
+GtkWidget* centeredLabel(const char* text, const char* style)
+{
+    GtkWidget* label = gtk_label_new(text);
+    gtk_widget_add_css_class(label, style);
+    gtk_label_set_wrap(GTK_LABEL(label), TRUE);
+    gtk_label_set_justify(GTK_LABEL(label), GTK_JUSTIFY_CENTER);
+    return label;
+}
+
+} // namespace
+
+StartPage::StartPage(const Options& options, JoinForm::Submit join, ReplayForm::Submit replay)
+    : m_join(options, std::move(join))
+    , m_replay(options, std::move(replay))
+    , m_scroller(gtk_scrolled_window_new())
+    , m_forms(GTK_STACK(gtk_stack_new()))
+    , m_spinner(GTK_SPINNER(gtk_spinner_new()))
+{
+    GtkStackPage* joinPage = gtk_stack_add_titled(m_forms, m_join.grid().widget(), kJoinPage, "_Join a room");
+    GtkStackPage* replayPage
+        = gtk_stack_add_titled(m_forms, m_replay.grid().widget(), kReplayPage, "_Replay a recording");
+    gtk_stack_page_set_use_underline(joinPage, TRUE);
+    gtk_stack_page_set_use_underline(replayPage, TRUE);
+    gtk_stack_set_vhomogeneous(m_forms, FALSE);
+    if (options.command == StartCommand::Play)
+        gtk_stack_set_visible_child_name(m_forms, kReplayPage);
+
+    GtkWidget* switcher = gtk_stack_switcher_new();
+    gtk_stack_switcher_set_stack(GTK_STACK_SWITCHER(switcher), m_forms);
+    gtk_widget_set_halign(switcher, GTK_ALIGN_CENTER);
+
+    GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 10);
+    gtk_widget_add_css_class(column, "start-page");
+    gtk_widget_set_halign(column, GTK_ALIGN_CENTER);
+    gtk_widget_set_valign(column, GTK_ALIGN_CENTER);
+    gtk_box_append(GTK_BOX(column), centeredLabel("Whiteboard", "headline"));
+    gtk_box_append(
+        GTK_BOX(column), centeredLabel("Draw together in a live room, or watch a recorded one.", "dim-label"));
+    gtk_box_append(GTK_BOX(column), switcher);
+    gtk_box_append(GTK_BOX(column), GTK_WIDGET(m_forms));
+    gtk_box_append(GTK_BOX(column), GTK_WIDGET(m_spinner));
+    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(m_scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
+    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(m_scroller), column);
+
+    m_signals.connect(m_forms, "notify::visible-child",
+        G_CALLBACK(+[](GObject*, GParamSpec*, gpointer self) { static_cast<StartPage*>(self)->formSwitched(); }), this);
+}
+
+bool StartPage::showsReplay() const
+{
+    const char* name = gtk_stack_get_visible_child_name(m_forms);
+    return name && std::string_view(name) == kReplayPage;
+}
+
+void StartPage::formSwitched()
+{
+    // What was typed in the one form need not be typed again in the other.
+    if (showsReplay())
+        m_replay.identity().setValues(m_join.identity().values());
+    else
+        m_join.identity().setValues(m_replay.identity().values());
+}
+
+void StartPage::show(const SessionState& state)
+{
+    bool isBusy = state.isBusy();
+    auto busy = isBusy ? FormGrid::Busy::Yes : FormGrid::Busy::No;
+    m_join.grid().setBusy(busy);
+    m_replay.grid().setBusy(busy);
+    gtk_spinner_set_spinning(m_spinner, isBusy);
+    gtk_widget_set_visible(GTK_WIDGET(m_spinner), isBusy);
+}
+
+void StartPage::focus()
+{
+    if (showsReplay())
+        m_replay.grid().focusFirstGap();
+    else
+        m_join.grid().focusFirstGap();
+}
+
+} // namespace tqclient

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "JoinForm.h"
+#include "ReplayForm.h"
+#include "SessionState.h"
+#include "Signals.h"
+
+namespace tqclient {
+
+/// What the window shows while there is no board: the forms for joining and replaying.
+class StartPage {
+public:
+    StartPage(const Options& options, JoinForm::Submit join, ReplayForm::Submit replay);
+
+    GtkWidget* widget() const { return m_scroller; }
+    /// Keeps the forms from being sent while an operation is under way.
+    void show(const SessionState& state);
+    void setReplayUrl(const std::string& url) { m_replay.setUrl(url); }
+    void focus();
+
+private:
+    bool showsReplay() const;
+    void formSwitched();
+
+    JoinForm m_join;
+    ReplayForm m_replay;
+    GtkWidget* m_scroller;
+    GtkStack* m_forms;
+    GtkSpinner* m_spinner;
+    Signals m_signals;
+};
+
+} // namespace tqclient

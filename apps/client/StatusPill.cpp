@@ -1,0 +1,53 @@
+#include "StatusPill.h"
+
+namespace tqclient {
+
+namespace {
+
+const char* styleOf(Phase phase)
+{
+    switch (phase) {
+    case Phase::Joining:
+    case Phase::OpeningReplay:
+    case Phase::Leaving:
+        return "busy";
+    case Phase::InRoom:
+    case Phase::Replaying:
+        return "live";
+    case Phase::Failed:
+        return "failed";
+    case Phase::NotJoined:
+    case Phase::Left:
+        break;
+    }
+    return "idle";
+}
+
+} // namespace
+
+StatusPill::StatusPill()
+    : m_box(sinkRef(GTK_BOX(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6))))
+    , m_dot(gtk_label_new("●"))
+    , m_label(GTK_LABEL(gtk_label_new(nullptr)))
+{
+    gtk_widget_set_halign(widget(), GTK_ALIGN_CENTER);
+    gtk_widget_set_valign(widget(), GTK_ALIGN_CENTER);
+    gtk_widget_add_css_class(m_dot, "recording-dot");
+    gtk_widget_set_tooltip_text(m_dot, "The room is being recorded");
+    gtk_label_set_ellipsize(m_label, PANGO_ELLIPSIZE_END);
+    gtk_box_append(m_box.get(), m_dot);
+    gtk_box_append(m_box.get(), GTK_WIDGET(m_label));
+    show({});
+}
+
+void StatusPill::show(const SessionState& state)
+{
+    const char* classes[] = { "status-pill", styleOf(state.phase), nullptr };
+    gtk_widget_set_css_classes(widget(), classes);
+    auto summary = state.summary();
+    gtk_label_set_text(m_label, summary.c_str());
+    gtk_widget_set_tooltip_text(widget(), summary.c_str());
+    gtk_widget_set_visible(m_dot, state.isRecording);
+}
+
+} // namespace tqclient

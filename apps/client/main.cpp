@@ -1,0 +1,84 @@
+#include "Client.h"
+#include "JsonLines.h"
+#include "Options.h"
+#include "Style.h"
+#include "TQWhiteBoardLib/TQWhiteBoard.h"
+#include "platform/Foundation/NSURLSession.h"
+
+#include <clocale>
+#include <csignal>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+using namespace tqclient;
+
+constexpr int kSuccess = 0;
+constexpr int kFailure = 1;
+constexpr int kUsage = 2;
+
+int refuse(const std::string& message)
+{
+    g_printerr("tqwhiteboard: %s\n%s\n", message.c_str(), std::string(Options::usage()).c_str());
+    return kUsage;
+}
+
+int answer(const std::string& text)
+{
+    g_print("%s", text.c_str());
+    return kSuccess;
+}
+
+/// Trusts the certificates of the file; answers what is wrong with it, empty for nothing.
+std::string trustCertificates(const std::string& path)
+{
+    char* text = nullptr;
+    gsize size = 0;
+    GError* failure = nullptr;
+    if (!g_file_get_contents(path.c_str(), &text, &size, &failure))
+        return UniqueError(failure)->message;
+    UniqueChars owned(text);
+    auto& configuration = tq::NSURLSessionConfiguration::defaultSessionConfiguration();
+    if (!configuration.setExtraTrustAnchors(std::string(text, size)))
+        return "\"" + path + "\" holds no usable certificate (PEM)";
+    return {};
+}
+
+int runClient(const Options& options)
+{
+    // A reader that goes away, or a terminal that belongs to another job, must not end or stop the program.
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGTTIN, SIG_IGN);
+    auto lines = std::make_shared<JsonLines>();
+    g_set_prgname("tqwhiteboard");
+    g_set_application_name("Whiteboard");
+    if (!gtk_init_check()) {
+        g_printerr("tqwhiteboard: no display to show a window on\n");
+        return kFailure;
+    }
+    installStyle();
+    Client(options, lines).run();
+    return kSuccess;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    std::setlocale(LC_ALL, "");
+    std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+    auto parsed = Options::parse(arguments);
+    if (const auto* error = std::get_if<UsageError>(&parsed))
+        return refuse(error->message);
+    const auto& options = std::get<Options>(parsed);
+    if (options.command == StartCommand::Help)
+        return answer(std::string(Options::help()));
+    if (options.command == StartCommand::Version)
+        return answer("tqwhiteboard " + tq::TQWhiteBoard::getVersion() + "\n");
+    if (options.caFile) {
+        if (auto failure = trustCertificates(*options.caFile); !failure.empty())
+            return refuse("--ca: " + failure);
+    }
+    return runClient(options);
+}
