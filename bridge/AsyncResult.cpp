@@ -5,9 +5,21 @@
 #include "TQWhiteBoardLib/DWKWebView.h"
 #include "platform/Foundation/NSLog.h"
 
+#include <algorithm>
+#include <array>
 #include <boost/json/object.hpp>
 
 namespace tq {
+
+namespace {
+
+// No function can have these names, and a script that calls one is no script: it would spoil all others of its batch.
+constexpr std::array<std::string_view, 36> kReservedWords{ "break", "case", "catch", "class", "const", "continue",
+    "debugger", "default", "delete", "do", "else", "enum", "export", "extends", "false", "finally", "for", "function",
+    "if", "import", "in", "instanceof", "new", "null", "return", "super", "switch", "this", "throw", "true", "try",
+    "typeof", "var", "void", "while", "with" };
+
+} // namespace
 
 AsyncResult::AsyncResult(std::shared_ptr<DWKWebView> view, std::string callbackName)
     : m_view(std::move(view))
@@ -46,6 +58,8 @@ std::string AsyncResult::message() const
 
 bool AsyncResult::isCallable(std::string_view callbackName)
 {
+    if (std::ranges::find(kReservedWords, callbackName.substr(0, callbackName.find('.'))) != kReservedWords.end())
+        return false;
     bool atStart = true;
     for (const char character : callbackName) {
         if (character == '.' && !atStart) {

@@ -24,8 +24,8 @@ public:
     /// The result message as it stands.
     std::string message() const;
 
-    /// Whether a script may safely call a function of this name: identifiers of letters, digits, "_" and "$", joined by
-    /// dots.
+    /// Whether a script may safely call a function of this name: identifiers of ASCII letters, digits, "_" and "$",
+    /// joined by dots, the first of them no reserved word.
     static bool isCallable(std::string_view callbackName);
 
 private:

@@ -9,8 +9,6 @@
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSNumberReading.h"
 
-#include <exception>
-
 namespace tq {
 
 namespace {
@@ -54,6 +52,8 @@ DWKWebView::~DWKWebView() = default;
 
 void DWKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration)
 {
+    if (!configuration->userContentController)
+        configuration->userContentController = std::make_shared<WKUserContentController>();
     configuration->userContentController->addUserScript(
         { "window._dswk=true;", WKUserScriptInjectionTime::AtDocumentStart, WKUserScriptFrames::MainFrameOnly });
     WKWebView::initialize(frame, std::move(configuration));
@@ -130,14 +130,17 @@ void DWKWebView::reportMissingMethod(std::string_view methodName)
 
 void DWKWebView::queueScript(std::string_view script)
 {
-    m_batch->append(script, ScriptBatch::milliseconds(), [this](std::int32_t delay) { evalJavascript(delay); });
+    m_batch->append(script, ScriptBatch::milliseconds(),
+        [this](std::int32_t delay, ScriptBatch::Ticket ticket) { scheduleFlush(delay, ticket); });
 }
 
-void DWKWebView::evalJavascript(std::int32_t delay)
+void DWKWebView::evalJavascript(std::int32_t delay) { scheduleFlush(delay, std::nullopt); }
+
+void DWKWebView::scheduleFlush(std::int32_t delay, std::optional<std::uint64_t> ticket)
 {
-    auto flush = [self = std::static_pointer_cast<DWKWebView>(shared_from_this())] {
+    auto flush = [self = std::static_pointer_cast<DWKWebView>(shared_from_this()), ticket] {
         self->m_batch->flush(
-            ScriptBatch::milliseconds(), [&](std::string_view script) { self->evaluateJavaScript(script); });
+            ScriptBatch::milliseconds(), ticket, [&](std::string_view script) { self->evaluateJavaScript(script); });
     };
     if (delay > 0)
         dispatchToMainAfter(std::chrono::milliseconds(delay), std::move(flush));
@@ -152,10 +155,8 @@ OptionalText DWKWebView::answer(std::string_view methodName, std::optional<std::
         return [&]() noexcept { return call(methodName, argumentMessage); }();
     try {
         return call(methodName, argumentMessage);
-    } catch (const std::exception& exception) {
-        NSLog(exception.what());
     } catch (...) {
-        NSLog("a native method raised an exception of unknown type");
+        logCurrentException();
     }
     return std::nullopt;
 }

@@ -19,10 +19,12 @@ OptionalValue JSBUtil::jsonStringToObject(std::optional<std::string_view> text)
         return std::nullopt;
     std::string error;
     auto value = NSJSONSerialization::JSONObjectWithData(*text, &error);
+    if (value && !value->is_structured()) {
+        error = "neither a map nor a list";
+        value.reset();
+    }
     if (!value)
         NSLog("json解析失败：" + error);
-    else if (value->is_null())
-        return std::nullopt;
     return value;
 }
 

@@ -18,7 +18,7 @@ public:
     /// a text that is not UTF-8.
     static std::string objToJsonString(const boost::json::value& object);
 
-    /// The value of a JSON text. Absent for an absent text, for null, and, with a log line, for a text that is no JSON.
+    /// The map or list of a JSON text. Absent for an absent text and, with a log line, for a text that is neither.
     static OptionalValue jsonStringToObject(std::optional<std::string_view> text);
 
     /// The full names of all methods of a class, the most derived class first, the root's left out.

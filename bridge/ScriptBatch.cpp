@@ -15,24 +15,25 @@ void ScriptBatch::append(std::string_view script, std::uint64_t now, const Reque
     // Unsigned: a clock that was set back makes the difference huge, and the flush due at once.
     if (now - m_lastCallTime >= kInterval) {
         if (!m_isDue)
-            requestFlush(0);
+            requestFlush(0, m_flushes);
         m_isDue = true;
     } else if (!m_isPending) {
-        requestFlush(kInterval);
+        requestFlush(kInterval, m_flushes);
         m_isPending = true;
     }
 }
 
-void ScriptBatch::flush(std::uint64_t now, const Evaluate& evaluate)
+void ScriptBatch::flush(std::uint64_t now, std::optional<Ticket> ticket, const Evaluate& evaluate)
 {
     const std::lock_guard lock(m_mutex);
-    m_isDue = false;
-    if (m_jsCache.empty())
+    if (m_jsCache.empty() || (ticket && *ticket != m_flushes))
         return;
     evaluate(m_jsCache);
     m_isPending = false;
+    m_isDue = false;
     m_jsCache.clear();
     m_lastCallTime = now;
+    ++m_flushes;
 }
 
 std::uint64_t ScriptBatch::milliseconds() { return static_cast<std::uint64_t>(timeIntervalSince1970() * 1000.0); }

@@ -31,6 +31,7 @@ add_library(tqwb_objects OBJECT
     platform/gtk/NSURL.cpp
     platform/gtk/NSURLSession.cpp
     platform/gtk/NSUserDefaults.cpp
+    platform/gtk/Random.cpp
     platform/gtk/UIImage.cpp
     platform/gtk/UIProgressView.cpp
     platform/gtk/UIScreen.cpp

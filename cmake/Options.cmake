@@ -18,6 +18,7 @@ set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}")
 
 # What all of our own code is compiled with; nothing of it reaches the users of the library.
 add_library(tqwb_options INTERFACE)
+target_compile_definitions(tqwb_options INTERFACE _FILE_OFFSET_BITS=64)
 target_compile_options(tqwb_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion)
 if(TQWB_WARNINGS_AS_ERRORS)
     target_compile_options(tqwb_options INTERFACE -Werror)

@@ -15,6 +15,21 @@ bool isEmpty(const OptionalValue& argument)
     return !map || map->empty();
 }
 
+// Lets go of the view at the end of an event, even when the delegate throws.
+class Unlinking {
+public:
+    explicit Unlinking(TQWBBridge& bridge)
+        : m_bridge(bridge)
+    {
+    }
+    ~Unlinking() { m_bridge.setWebView(nullptr); }
+    Unlinking(const Unlinking&) = delete;
+    Unlinking& operator=(const Unlinking&) = delete;
+
+private:
+    TQWBBridge& m_bridge;
+};
+
 } // namespace
 
 const NSClass& TQWBBridge::staticClass()
@@ -64,23 +79,23 @@ OptionalValue TQWBBridge::onStatusChange(OptionalValue argument)
 OptionalValue TQWBBridge::onRoomQuited(OptionalValue)
 {
     NSLog("[TQ:Log] onRoomQuited");
+    const Unlinking unlinking(*this);
     if (auto delegate = m_webView
             ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomQuit)
             : nullptr)
         delegate->onWBRoomQuit();
-    m_webView.reset();
     return "onRoomQuited";
 }
 
 OptionalValue TQWBBridge::onRoomException(OptionalValue argument)
 {
     NSLog("[TQ:Log] onRoomException：" + describe(argument));
+    const Unlinking unlinking(*this);
     if (auto delegate = m_webView && !isEmpty(argument)
             ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomException)
             : nullptr)
         delegate->onWBRoomException(
             { .code = integerValue(memberOf(argument, "code")), .msg = textValue(memberOf(argument, "msg")) });
-    m_webView.reset();
     return "onRoomException";
 }
 

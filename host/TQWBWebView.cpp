@@ -17,6 +17,8 @@ constexpr double kHideDuration = 0.25;
 
 void prepare(WKWebViewConfiguration& configuration)
 {
+    if (!configuration.preferences)
+        configuration.preferences = std::make_shared<WKPreferences>();
     configuration.allowsInlineMediaPlayback = true;
     configuration.allowUniversalAccessFromFileURLs = true;
     configuration.preferences->allowFileAccessFromFileURLs = true;
@@ -97,19 +99,24 @@ void TQWBWebView::observeValueForKeyPath(
         DWKWebView::observeValueForKeyPath(keyPath, object, change, context);
         return;
     }
+    if (!m_progressView)
+        return;
     m_progressView->setProgress(static_cast<float>(estimatedProgress()));
     if (m_progressView->progress() != 1.0F)
         return;
     UIView::animateWithDuration(
         kHideDuration, kHideDelay, UIViewAnimationOptions::CurveEaseOut, [] {},
         [weak = weak_from_this()](bool) {
-            if (auto view = std::static_pointer_cast<TQWBWebView>(weak.lock()))
+            auto view = std::static_pointer_cast<TQWBWebView>(weak.lock());
+            if (view && view->m_progressView)
                 view->m_progressView->setHidden(true);
         });
 }
 
 void TQWBWebView::didStartProvisionalNavigation(WKWebView&, const WKNavigation&)
 {
+    if (!m_progressView)
+        return;
     m_progressView->setHidden(false);
     bringSubviewToFront(m_progressView);
 }

@@ -60,7 +60,8 @@ bool TQWBNaviManager::saveNavi(
             return false;
     }
     auto& defaults = NSUserDefaults::standardUserDefaults();
-    defaults.setObject({ { kTimestamp, currentTimestamp() }, { kNaviData, *answer } }, entryKey(appKey, token));
+    if (!defaults.setObject({ { kTimestamp, currentTimestamp() }, { kNaviData, *answer } }, entryKey(appKey, token)))
+        return false;
     defaults.synchronize();
     return true;
 }

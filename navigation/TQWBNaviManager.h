@@ -1,6 +1,6 @@
 #pragma once
 
-#include "TQWBNaviDataInfo.h"
+#include "TQWhiteBoardLib/TQWBNaviDataInfo.h"
 #include "platform/Foundation/NSError.h"
 #include "platform/Foundation/NSObject.h"
 #include "platform/Foundation/NSTypes.h"
@@ -69,7 +69,8 @@ public:
     /// What is stored for the pair, however old; absent when nothing is.
     std::shared_ptr<TQWBNaviDataInfo> getNaviData(const OptionalText& appKey, const OptionalText& token) const;
     /// Stores an answer for the pair, in the place of an older one.
-    /// @returns false, with nothing changed, for an absent answer and one whose addresses are null.
+    /// @returns false, with nothing changed, for an absent answer, one whose addresses are null, and one that is nested
+    /// too deeply to be stored.
     bool saveNavi(
         const std::optional<boost::json::object>& answer, const OptionalText& appKey, const OptionalText& token);
 

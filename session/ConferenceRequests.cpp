@@ -1,6 +1,5 @@
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "TQWhiteBoardLib/TQWhiteBoard.h"
-#include "navigation/TQWBNaviDataInfo.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSLog.h"

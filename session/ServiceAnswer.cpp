@@ -1,6 +1,7 @@
 #include "ServiceAnswer.h"
 
 #include "platform/Foundation/NSJSONSerialization.h"
+#include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSNumberReading.h"
 
 namespace tq {
@@ -11,7 +12,9 @@ ServiceAnswer::ServiceAnswer(const OptionalText& data)
     code = intValue(memberOf(answer, "code"));
     if (const auto* member = memberOf(answer, "desc"))
         desc = *member;
-    key = textValue(memberOf(answer, "key"));
+    // A key that is no text is taken as it would be written.
+    if (const auto* member = memberOf(answer, "key"); member && !member->is_null())
+        key = describe(OptionalValue(*member));
 }
 
 } // namespace tq

@@ -5,10 +5,8 @@
 #include "navigation/NaviAddresses.h"
 #include "navigation/TQWBNaviManager.h"
 #include "platform/Foundation/NSLog.h"
+#include "platform/Foundation/Random.h"
 #include "session/SessionCodes.h"
-
-#include <cerrno>
-#include <sys/random.h>
 
 namespace tq {
 
@@ -24,14 +22,6 @@ void fail(const TQWBFailure& error, NSUInteger code, const char* text)
     if (error)
         error(code, text);
     NSLog(std::string("[TQ:Log] ") + text);
-}
-
-std::uint32_t randomNumber()
-{
-    std::uint32_t number = 0;
-    // Four bytes come whole or not at all; only a signal before the system's source is ready makes it fail.
-    while (getrandom(&number, sizeof(number), 0) < 0 && errno == EINTR) { }
-    return number;
 }
 
 } // namespace
@@ -200,7 +190,7 @@ std::string TQWhiteBoard::generateMixed(std::int32_t length)
     constexpr std::string_view kAlphabet = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789";
     std::string text;
     for (std::int32_t index = 0; index < length; ++index)
-        text += kAlphabet[randomNumber() % kAlphabet.size()];
+        text += kAlphabet[arc4random() % kAlphabet.size()];
     return text;
 }
 

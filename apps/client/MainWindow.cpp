@@ -25,7 +25,6 @@ constexpr int kWideFrom = 1000;
 
 MainWindow::MainWindow(const Options& options, Actions actions)
     : m_window(GTK_WINDOW(gtk_window_new()))
-    , m_capture(GTK_WIDGET(m_window))
     , m_actions(std::move(actions))
     , m_start(options, m_actions.join, m_actions.replay)
     , m_self(std::make_shared<MainWindow*>(this))
@@ -98,6 +97,7 @@ void MainWindow::buildBody()
     m_pages = GTK_STACK(gtk_stack_new());
     gtk_stack_add_named(m_pages, m_start.widget(), kStartPage);
     gtk_stack_add_named(m_pages, GTK_WIDGET(m_board), kBoardPage);
+    m_capture.emplace(GTK_WIDGET(m_pages));
 
     m_paned = GTK_PANED(gtk_paned_new(GTK_ORIENTATION_HORIZONTAL));
     gtk_paned_set_start_child(m_paned, GTK_WIDGET(m_pages));

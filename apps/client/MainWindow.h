@@ -7,10 +7,11 @@
 #include "Signals.h"
 #include "StartPage.h"
 #include "StatusPill.h"
-#include "WindowCapture.h"
+#include "ViewCapture.h"
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace tqclient {
@@ -33,7 +34,7 @@ public:
     ~MainWindow() override;
 
     void present();
-    void capture(std::string path, WindowCapture::Done done) { m_capture.capture(std::move(path), std::move(done)); }
+    void capture(std::string path, ViewCapture::Done done) { m_capture->capture(std::move(path), std::move(done)); }
 
     void sessionStateChanged(const SessionState& state) override;
     void sessionViewChanged(const std::shared_ptr<tq::TQWBWebView>& view) override;
@@ -56,7 +57,6 @@ private:
     void setBoardVisible(bool isVisible);
 
     GtkWindow* m_window;
-    WindowCapture m_capture;
     Actions m_actions;
     GtkLabel* m_title = nullptr;
     GtkWidget* m_leaveButton = nullptr;
@@ -66,6 +66,7 @@ private:
     GtkPaned* m_paned = nullptr;
     GtkStack* m_pages = nullptr;
     GtkBox* m_board = nullptr;
+    std::optional<ViewCapture> m_capture;
     StatusPill m_pill;
     MessageBar m_message;
     EventLog m_log;

@@ -244,7 +244,7 @@ An option that is left out leaves its field absent; --option=VALUE takes any val
 
 Standard output is one JSON object a line. Standard input takes one command a line:
   join, play, quit   run the operation (again), after those that are under way
-  screenshot PATH    write a picture of the window as a PNG file
+  screenshot PATH    write a picture of the board as a PNG file
   exit               end the program at once
 )";
 }

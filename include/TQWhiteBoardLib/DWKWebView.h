@@ -72,6 +72,7 @@ private:
     OptionalText answer(std::string_view methodName, std::optional<std::string_view> argumentMessage);
     void reportMissingMethod(std::string_view methodName);
     void queueScript(std::string_view script);
+    void scheduleFlush(std::int32_t delay, std::optional<std::uint64_t> ticket);
 
     mutable std::mutex m_registryMutex;
     std::map<std::string, std::shared_ptr<NSObject>, std::less<>> m_javaScriptNamespaceInterfaces;

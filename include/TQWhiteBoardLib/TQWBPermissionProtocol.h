@@ -19,6 +19,7 @@ public:
     struct Methods {
         bool onWBPermissionChange = false;
     };
+    // clang-format off: it takes what follows "requires" for statements.
     template <class Delegate> static constexpr Methods methodsOf()
     {
         using Protocol = TQWBPermissionProtocol;

@@ -20,6 +20,7 @@ public:
         bool onWBRecordStart = false;
         bool onWBRecordEnd = false;
     };
+    // clang-format off: it takes what follows "requires" for statements.
     template <class Delegate> static constexpr Methods methodsOf()
     {
         using Protocol = TQWBRecordProtocol;

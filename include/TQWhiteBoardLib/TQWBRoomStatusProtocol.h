@@ -28,6 +28,7 @@ public:
         bool onWBRoomException = false;
         bool onWBCaptureEnd = false;
     };
+    // clang-format off: it takes what follows "requires" for statements.
     template <class Delegate> static constexpr Methods methodsOf()
     {
         using Protocol = TQWBRoomStatusProtocol;

@@ -17,7 +17,8 @@ namespace tq {
 /// lets go of it.
 class TQWB_EXPORT TQWBWebView final : public DWKWebView, public WKNavigationDelegate {
 public:
-    /// @param frame the view is always wider than tall: the sides are swapped when they are not.
+    /// @param frame the view is always wider than tall: the sides are swapped when they are not. On GTK it is a wish
+    /// only: the window that the view is placed in gives it its size.
     /// @param configuration altered in place; scripts that it held are dropped. Absent: the default one.
     static std::shared_ptr<TQWBWebView> initWithFrame(
         CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration);
@@ -45,6 +46,8 @@ public:
 
     /// The thin bar that shows how far the page has loaded.
     const std::shared_ptr<UIProgressView>& progressView() const { return m_progressView; }
+    /// Moves another bar from now on; it does not become part of the view by that. Absent: none.
+    void setProgressView(std::shared_ptr<UIProgressView> progressView) { m_progressView = std::move(progressView); }
 
     // The view as its own navigation delegate, which it is only when the application makes it so: the bar comes back
     // for every load, and every server certificate is accepted. Other challenges are left without an answer.

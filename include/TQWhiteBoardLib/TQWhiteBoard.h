@@ -1,5 +1,6 @@
 #pragma once
 
+#include "TQWBNaviDataInfo.h"
 #include "TQWBRecordConfig.h"
 #include "TQWBRoomConfig.h"
 #include "platform/Foundation/Export.h"
@@ -15,7 +16,6 @@
 
 namespace tq {
 
-class TQWBNaviDataInfo;
 class TQWBWebView;
 
 /// Called once when an operation has succeeded. Empty: nobody wants to know.

@@ -2,6 +2,7 @@
 
 #include "DWKWebView.h"
 #include "TQWBException.h"
+#include "TQWBNaviDataInfo.h"
 #include "TQWBPermissionProtocol.h"
 #include "TQWBRecordConfig.h"
 #include "TQWBRecordProtocol.h"

@@ -15,7 +15,17 @@ void dispatchToMainAfter(std::chrono::milliseconds delay, std::function<void()> 
 /// Whether the caller is on the thread that runs the main loop.
 bool isMainThread();
 
+/// Writes the exception that is being handled to the log.
+void logCurrentException();
+
 /// Runs the task; an exception that leaves it is logged and goes no further.
-void runGuarded(const std::function<void()>& task);
+template <class Task> void runGuarded(const Task& task)
+{
+    try {
+        task();
+    } catch (...) {
+        logCurrentException();
+    }
+}
 
 } // namespace tq

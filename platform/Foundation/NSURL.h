@@ -9,7 +9,7 @@ namespace tq {
 /// An address that is known to be well formed.
 class NSURL {
 public:
-    /// Absent when the text is no valid absolute or relative address (a blank, a control character or a byte outside
+    /// Absent when the text is no valid absolute address (a blank, a control character or a byte outside
     /// ASCII in it, a broken host or port). Nothing is escaped.
     static std::optional<NSURL> URLWithString(std::string_view text);
 

@@ -19,7 +19,8 @@ public:
     std::optional<boost::json::object> dictionaryForKey(std::string_view key) const;
     /// Replaces what is stored under the key. A value that cannot be written to disk is kept for this run, and the log
     /// says why.
-    void setObject(const boost::json::object& value, std::string_view key);
+    /// @returns false, with nothing changed, for a value that is nested too deeply or holds what JSON cannot.
+    bool setObject(const boost::json::object& value, std::string_view key);
     /// Writes everything out. Saves are durable when `setObject` returns; this tries again what could not be written
     /// then.
     bool synchronize();

@@ -37,7 +37,11 @@ std::optional<ImageSize> sizeOfJPEG(std::string_view bytes)
         }
         if (isFrameHeader(marker))
             return ImageSize{ bigEndian(bytes, offset + 7, 2), bigEndian(bytes, offset + 5, 2) };
-        offset += 2 + bigEndian(bytes, offset + 2, 2);
+        // Markers without a length do not stand before the frame in any usual file.
+        const auto length = bigEndian(bytes, offset + 2, 2);
+        if (marker < 0xC0 || (marker >= 0xD0 && marker <= 0xD9) || length < 2)
+            return std::nullopt;
+        offset += 2 + length;
     }
     return std::nullopt;
 }

@@ -72,17 +72,20 @@ public:
         bool didStartProvisionalNavigation = false;
         bool didReceiveAuthenticationChallenge = false;
     };
+    // clang-format off: it takes what follows "requires" for statements.
     template <class Delegate> static constexpr Methods methodsOf()
     {
+        using Protocol = WKNavigationDelegate;
         return { .didStartProvisionalNavigation
             = !requires { requires std::same_as<decltype(&Delegate::didStartProvisionalNavigation),
-                decltype(&WKNavigationDelegate::didStartProvisionalNavigation)>;
+                decltype(&Protocol::didStartProvisionalNavigation)>;
     }
     , .didReceiveAuthenticationChallenge = !requires
     {
         requires std::same_as<decltype(&Delegate::didReceiveAuthenticationChallenge),
-            decltype(&WKNavigationDelegate::didReceiveAuthenticationChallenge)>;
+            decltype(&Protocol::didReceiveAuthenticationChallenge)>;
     }
+    ,
 };
 } // namespace tq
 }

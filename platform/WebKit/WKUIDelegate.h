@@ -36,12 +36,15 @@ public:
     struct Methods {
         bool runJavaScriptTextInputPanelWithPrompt = false;
     };
+    // clang-format off: it takes what follows "requires" for statements.
     template <class Delegate> static constexpr Methods methodsOf()
     {
+        using Protocol = WKUIDelegate;
         return { .runJavaScriptTextInputPanelWithPrompt
             = !requires { requires std::same_as<decltype(&Delegate::runJavaScriptTextInputPanelWithPrompt),
-                decltype(&WKUIDelegate::runJavaScriptTextInputPanelWithPrompt)>;
+                decltype(&Protocol::runJavaScriptTextInputPanelWithPrompt)>;
     }
+    ,
 };
 } // namespace tq
 }

@@ -1,5 +1,6 @@
 #include "CurlTransfer.h"
 
+#include "../Foundation/Dispatch.h"
 #include "CurlErrors.h"
 
 #include <algorithm>
@@ -8,8 +9,10 @@
 #include <chrono>
 #include <condition_variable>
 #include <curl/curl.h>
+#include <fstream>
 #include <memory>
 #include <mutex>
+#include <sstream>
 #include <variant>
 
 namespace tq {
@@ -54,15 +57,24 @@ public:
     TransfersUnderWay& operator=(const TransfersUnderWay&) = delete;
 
     bool isEnding() const { return m_isEnding; }
+
+    /// Counts while it exists.
+    class Entry {
+    public:
+        Entry() { shared().add(1); }
+        ~Entry() { shared().add(-1); }
+        Entry(const Entry&) = delete;
+        Entry& operator=(const Entry&) = delete;
+    };
+
+private:
+    TransfersUnderWay() = default;
     void add(int change)
     {
         const std::lock_guard lock(m_mutex);
         m_count += change;
         m_changed.notify_all();
     }
-
-private:
-    TransfersUnderWay() = default;
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
@@ -82,8 +94,12 @@ std::size_t receive(char* data, std::size_t, std::size_t size, void* target)
         body.isTooLong = true;
         return 0;
     }
-    body.bytes.append(data, size);
-    return size;
+    std::size_t taken = 0;
+    runGuarded([&] {
+        body.bytes.append(data, size);
+        taken = size;
+    });
+    return taken;
 }
 
 int stopWhenEnding(void*, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
@@ -103,8 +119,10 @@ CurlList headerList(const NSMutableURLRequest& request)
     for (const auto& [field, value] : request.headers) {
         // A trailing semicolon is how an empty value is sent at all.
         auto line = field;
-        line += value.empty() ? ";" : ": ";
-        line += value;
+        if (value.find_first_not_of(" \t") == std::string::npos)
+            line += ";";
+        else
+            line += ": " + value;
         if (auto* extended = curl_slist_append(list.get(), line.c_str())) {
             static_cast<void>(list.release());
             list.reset(extended);
@@ -175,6 +193,21 @@ std::variant<NSMutableURLRequest, NSError> redirected(
     return next;
 }
 
+// Certificates given by hand take the place of the system's bundle, though not of its folder. Where there is no folder,
+// the bundle has to be given by hand too.
+std::string systemAnchorsLostBy(CURL* handle)
+{
+    char* bundle = nullptr;
+    char* folder = nullptr;
+    curl_easy_getinfo(handle, CURLINFO_CAINFO, &bundle);
+    curl_easy_getinfo(handle, CURLINFO_CAPATH, &folder);
+    if (folder || !bundle)
+        return {};
+    std::ostringstream content;
+    content << '\n' << std::ifstream(bundle).rdbuf();
+    return content.str();
+}
+
 // One request and its answer.
 struct Exchange {
     TransferOutcome outcome;
@@ -195,9 +228,11 @@ Exchange exchange(const NSMutableURLRequest& request, const OptionalText& extraT
     curl_easy_setopt(handle.get(), CURLOPT_ERRORBUFFER, errorText.data());
     setMethod(handle.get(), request);
     setLimits(handle.get(), deadline);
+    std::string anchors;
     if (extraTrustAnchors) {
-        curl_blob anchors{ const_cast<char*>(extraTrustAnchors->data()), extraTrustAnchors->size(), CURL_BLOB_NOCOPY };
-        curl_easy_setopt(handle.get(), CURLOPT_CAINFO_BLOB, &anchors);
+        anchors = *extraTrustAnchors + systemAnchorsLostBy(handle.get());
+        curl_blob blob{ anchors.data(), anchors.size(), CURL_BLOB_NOCOPY };
+        curl_easy_setopt(handle.get(), CURLOPT_CAINFO_BLOB, &blob);
     }
 
     const auto code = curl_easy_perform(handle.get());
@@ -249,11 +284,8 @@ TransferOutcome performTransfer(const NSMutableURLRequest& request, const Option
     if (!std::ranges::all_of(request.headers, [](const auto& header) { return isHeaderText(header.second); }))
         return { .error
             = transferError(NSURLErrorUnknown, "A header value holds a line break or a control character.") };
-    auto& transfers = TransfersUnderWay::shared();
-    transfers.add(1);
-    auto outcome = follow(request, extraTrustAnchors);
-    transfers.add(-1);
-    return outcome;
+    const TransfersUnderWay::Entry entry;
+    return follow(request, extraTrustAnchors);
 }
 
 } // namespace tq

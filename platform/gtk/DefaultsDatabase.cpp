@@ -155,8 +155,11 @@ bool DefaultsDatabase::setAsideIfDamaged(int code)
         return false;
     m_database.reset();
     // Another process may have been here first: then there is a new file already.
-    if (inodeOf(m_path) != m_inode)
+    const auto inode = inodeOf(m_path);
+    if (inode != m_inode)
         return true;
+    if (!inode)
+        return false;
     std::error_code failure;
     auto aside = m_path + ".damaged-" + std::to_string(std::time(nullptr));
     for (int number = 2; std::filesystem::exists(aside, failure); ++number)

@@ -17,8 +17,8 @@ namespace {
 
 using Task = std::function<void()>;
 
-// A task on its way to the main thread. GLib hands it over safely, but by means that ThreadSanitizer cannot see: the flag
-// says the same in a way that it can.
+// A task on its way to the main thread. GLib hands it over safely, but by means that ThreadSanitizer cannot see: the
+// flag says the same in a way that it can.
 struct PostedTask {
     explicit PostedTask(Task&& task)
         : task(std::move(task))
@@ -66,14 +66,14 @@ bool isMainThread()
     return g_main_context_is_owner(nullptr) || syscall(SYS_gettid) == getpid();
 }
 
-void runGuarded(const Task& task)
+void logCurrentException()
 {
     try {
-        task();
+        throw;
     } catch (const std::exception& exception) {
         NSLog(exception.what());
     } catch (...) {
-        NSLog("a callback raised an exception of unknown type");
+        NSLog("an exception of unknown type");
     }
 }
 

@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <deque>
 #include <mutex>
+#include <system_error>
 #include <thread>
 
 namespace tq {
@@ -41,7 +42,12 @@ std::shared_ptr<NSOperationQueue> NSOperationQueue::create()
 {
     auto impl = std::make_shared<Impl>();
     // The thread shares the state and not the queue, so that the queue's last reference may be dropped on it.
-    std::thread([impl] { impl->run(); }).detach();
+    try {
+        std::thread([impl] { impl->run(); }).detach();
+    } catch (const std::system_error&) {
+        // No thread is to be had: better late, on the main thread, than never.
+        impl = nullptr;
+    }
     return std::shared_ptr<NSOperationQueue>(new NSOperationQueue(std::move(impl)));
 }
 

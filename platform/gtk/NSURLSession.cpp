@@ -1,9 +1,12 @@
 #include "../Foundation/NSURLSession.h"
 
+#include "../Foundation/Dispatch.h"
+#include "CurlErrors.h"
 #include "CurlTransfer.h"
 #include "GLibPointers.h"
 
 #include <mutex>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -70,8 +73,14 @@ struct NSURLSession::DataTask::Impl {
     NSMutableURLRequest request;
     NSURLCompletion completion;
 
-    TransferOutcome transfer() const { return performTransfer(request, extraTrustAnchors); }
-    void complete(TransferOutcome outcome)
+    // Whatever happens, there is an outcome.
+    TransferOutcome transfer() const
+    {
+        TransferOutcome outcome{ .error = transferError(NSURLErrorUnknown, "The transfer could not be made.") };
+        runGuarded([&] { outcome = performTransfer(request, extraTrustAnchors); });
+        return outcome;
+    }
+    void complete(TransferOutcome&& outcome)
     {
         if (auto done = std::exchange(completion, nullptr); done && !outcome.isAbandoned)
             done(std::move(outcome.data), outcome.response, outcome.error);
@@ -111,11 +120,19 @@ void NSURLSession::DataTask::resume()
         m_impl->queue->addOperation([impl = m_impl] { impl->complete(impl->transfer()); });
         return;
     }
-    std::thread([impl = m_impl]() mutable {
-        auto outcome = impl->transfer();
+    auto deliver = [](std::shared_ptr<Impl> impl, TransferOutcome&& outcome) {
         auto& queue = *impl->queue;
-        queue.addOperation([impl = std::move(impl), outcome = std::move(outcome)] { impl->complete(outcome); });
-    }).detach();
+        auto held = std::make_shared<TransferOutcome>(std::move(outcome));
+        queue.addOperation([impl = std::move(impl), held] { impl->complete(std::move(*held)); });
+    };
+    try {
+        std::thread([impl = m_impl, deliver]() mutable {
+            auto outcome = impl->transfer();
+            deliver(std::move(impl), std::move(outcome));
+        }).detach();
+    } catch (const std::system_error& error) {
+        deliver(m_impl, { .error = transferError(NSURLErrorUnknown, error.what()) });
+    }
 }
 
 } // namespace tq

@@ -18,9 +18,9 @@ std::string applicationName()
 {
     auto* application = g_application_get_default();
     const char* name = application ? g_application_get_application_id(application) : nullptr;
-    if (!name)
-        name = g_get_prgname();
-    std::string folder(name && *name ? name : "application");
+    const GCharPointer program(g_file_read_link("/proc/self/exe", nullptr));
+    const GCharPointer programName(g_path_get_basename(program ? program.get() : "application"));
+    std::string folder(name && *name ? name : programName.get());
     for (char& character : folder) {
         if (character == '/')
             character = '_';
@@ -87,14 +87,15 @@ std::optional<boost::json::object> NSUserDefaults::dictionaryForKey(std::string_
     return std::move(value->get_object());
 }
 
-void NSUserDefaults::setObject(const boost::json::object& value, std::string_view key)
+bool NSUserDefaults::setObject(const boost::json::object& value, std::string_view key)
 {
     auto text = NSJSONSerialization::dataWithJSONObject(value);
     if (!text) {
         NSLog("user defaults: a value that JSON cannot hold is not stored");
-        return;
+        return false;
     }
     m_impl->write(std::string(key), std::move(*text));
+    return true;
 }
 
 bool NSUserDefaults::synchronize() { return m_impl->writeUnsaved(); }

@@ -18,7 +18,7 @@ gboolean gboolean_(bool value) { return value ? TRUE : FALSE; }
 GObjectPointer<WebKitSettings> settingsFor(const WKWebViewConfiguration& configuration)
 {
     GObjectPointer<WebKitSettings> settings(webkit_settings_new());
-    const auto& preferences = *configuration.preferences;
+    const auto preferences = configuration.preferences ? *configuration.preferences : WKPreferences{};
     webkit_settings_set_media_playback_allows_inline(
         settings.get(), gboolean_(configuration.allowsInlineMediaPlayback));
     webkit_settings_set_allow_universal_access_from_file_urls(
@@ -99,25 +99,29 @@ void WKWebView::Impl::apply(const UIScrollView& scrollView)
 
 void WKWebView::Impl::loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer impl)
 {
-    auto& self = *static_cast<Impl*>(impl);
-    const EngineCall call(self);
-    if (event != WEBKIT_LOAD_STARTED)
+    const EngineCall call(impl);
+    if (call.isTooLate() || event != WEBKIT_LOAD_STARTED)
         return;
+    auto& self = call.impl();
     self.challenges.clear();
     if (auto delegate
         = self.view.m_navigationDelegate.respondingTo(&WKNavigationDelegate::Methods::didStartProvisionalNavigation))
-        delegate->didStartProvisionalNavigation(self.view, {});
+        runGuarded([&] { delegate->didStartProvisionalNavigation(self.view, {}); });
 }
 
 void WKWebView::Impl::progressChanged(GObject*, GParamSpec*, gpointer impl)
 {
-    auto& self = *static_cast<Impl*>(impl);
-    const EngineCall call(self);
+    const EngineCall call(impl);
+    if (call.isTooLate())
+        return;
+    auto& self = call.impl();
     const boost::json::object change{ { "new", self.view.estimatedProgress() } };
     // An observer may remove itself, or another one, when it is told.
     for (const auto& observer : std::vector(self.observers)) {
         if (observer.keyPath == "estimatedProgress")
-            observer.object->observeValueForKeyPath(observer.keyPath, &self.view, change, observer.context);
+            runGuarded([&] {
+                observer.object->observeValueForKeyPath(observer.keyPath, &self.view, change, observer.context);
+            });
     }
 }
 
@@ -135,7 +139,7 @@ bool WKWebView::isDisplayAvailable()
 
 void WKWebView::destroyOnMainThread(WKWebView* view)
 {
-    if (isMainThread() && !Impl::EngineCall::s_depth)
+    if (isMainThread() && !Impl::EngineCall::isUnderWay())
         delete view;
     else
         dispatchToMain([view] { delete view; });
@@ -152,8 +156,10 @@ void WKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration>
 void WKWebView::loadRequest(const NSMutableURLRequest& request)
 {
     assert(isMainThread());
-    if (request.URL)
-        webkit_web_view_load_uri(m_impl->webView, request.URL->absoluteString().c_str());
+    if (!request.URL)
+        return;
+    ++m_impl->loads;
+    webkit_web_view_load_uri(m_impl->webView, request.URL->absoluteString().c_str());
 }
 
 void WKWebView::evaluateJavaScript(std::string_view script)
@@ -207,7 +213,9 @@ void WKWebView::addSubview(const std::shared_ptr<UIView>& view)
 
 void WKWebView::bringSubviewToFront(const std::shared_ptr<UIView>& view)
 {
-    gtk_widget_insert_before(static_cast<GtkWidget*>(view->nativeHandle()), m_impl->overlay.get(), nullptr);
+    auto* widget = static_cast<GtkWidget*>(view->nativeHandle());
+    if (gtk_widget_get_parent(widget) == m_impl->overlay.get())
+        gtk_widget_insert_before(widget, m_impl->overlay.get(), nullptr);
 }
 
 void* WKWebView::nativeHandle() const { return m_impl->overlay.get(); }

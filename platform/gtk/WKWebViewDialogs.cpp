@@ -1,3 +1,4 @@
+#include "../Foundation/Dispatch.h"
 #include "WKWebViewImpl.h"
 
 namespace tq {
@@ -47,19 +48,24 @@ private:
 
 gboolean WKWebView::Impl::scriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, gpointer impl)
 {
-    auto& view = static_cast<Impl*>(impl)->view;
     if (webkit_script_dialog_get_dialog_type(dialog) != WEBKIT_SCRIPT_DIALOG_PROMPT)
         return FALSE;
-    auto delegate = view.m_uiDelegate.respondingTo(&WKUIDelegate::Methods::runJavaScriptTextInputPanelWithPrompt);
+    const EngineCall call(impl);
+    // A page whose view is about to go gets null, and its user no question.
+    if (call.isTooLate())
+        return TRUE;
+    auto& view = call.impl().view;
+    const auto delegate = view.m_uiDelegate.respondingTo(&WKUIDelegate::Methods::runJavaScriptTextInputPanelWithPrompt);
     if (!delegate)
         return FALSE;
-    const EngineCall call(*static_cast<Impl*>(impl));
     auto prompt = std::make_shared<PendingPrompt>(dialog);
     const char* text = webkit_script_dialog_get_message(dialog);
     const char* defaultText = webkit_script_dialog_prompt_get_default_text(dialog);
-    delegate->runJavaScriptTextInputPanelWithPrompt(view, text ? text : "",
-        defaultText ? std::optional<std::string_view>(defaultText) : std::nullopt, { view.URL() },
-        [prompt](const OptionalText& answer) { prompt->answer(answer); });
+    runGuarded([&] {
+        delegate->runJavaScriptTextInputPanelWithPrompt(view, text ? text : "",
+            defaultText ? std::optional<std::string_view>(defaultText) : std::nullopt, { view.URL() },
+            [prompt](const OptionalText& answer) { prompt->answer(answer); });
+    });
     if (prompt->isAnswered())
         return TRUE;
     // Nobody kept the question: it is the engine's.

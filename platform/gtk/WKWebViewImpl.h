@@ -30,20 +30,40 @@ struct WKWebView::Impl {
         void* context;
     };
 
-    /// While one exists, the engine is in the middle of a call to us: no view is destroyed.
+    /// While one exists, the engine is in the middle of a call to us: no view is destroyed. Declare it before anything
+    /// else that may hold the view.
     class EngineCall {
     public:
-        explicit EngineCall(Impl& impl)
-            : self(impl.view.shared_from_this())
+        explicit EngineCall(gpointer impl)
+            : m_impl(*static_cast<Impl*>(impl))
+            , m_view(m_impl.view.weak_from_this().lock())
         {
             ++s_depth;
         }
-        ~EngineCall() { --s_depth; }
+        ~EngineCall()
+        {
+            // If this was the last reference, the view's destruction is queued.
+            m_view.reset();
+            --s_depth;
+        }
         EngineCall(const EngineCall&) = delete;
         EngineCall& operator=(const EngineCall&) = delete;
 
-        const std::shared_ptr<WKWebView> self;
+        /// The view's last reference is gone, and its destruction is on its way.
+        bool isTooLate() const { return !m_view; }
+        Impl& impl() const { return m_impl; }
+        static bool isUnderWay() { return s_depth > 0; }
+
+    private:
+        Impl& m_impl;
+        std::shared_ptr<WKWebView> m_view;
         static inline int s_depth = 0;
+    };
+
+    /// A certificate that was accepted for a host.
+    struct Exception {
+        std::string host;
+        GObjectPointer<GTlsCertificate> certificate;
     };
 
     Impl(WKWebView& view, const WKWebViewConfiguration& configuration);
@@ -72,7 +92,9 @@ struct WKWebView::Impl {
     GObjectPointer<GtkGesture> pinchBlocker;
     // Challenges that nobody has answered: dropping one would answer it.
     std::vector<GObjectPointer<WebKitAuthenticationRequest>> challenges;
-    GObjectPointer<GTlsCertificate> lastAllowedCertificate;
+    std::vector<Exception> exceptions;
+    // How often the application has asked for a page.
+    std::uint64_t loads = 0;
 };
 
 } // namespace tq

@@ -1,5 +1,9 @@
+#include "../Foundation/Dispatch.h"
 #include "../Foundation/NSURLSession.h"
 #include "WKWebViewImpl.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace tq {
 
@@ -52,24 +56,33 @@ constexpr auto kChallengeMethod = &WKNavigationDelegate::Methods::didReceiveAuth
 
 } // namespace
 
-// Trusts the certificate for the host from now on, and loads again.
+// Trusts the certificate for the host from now on, and loads again: at a later turn of the main loop, since the engine
+// has not done with the failed load while it tells of it, and only if nothing else has been loaded by then.
 void WKWebView::Impl::allow(const std::string& failingUri, const std::string& host, GTlsCertificate* certificate)
 {
-    lastAllowedCertificate = retained(certificate);
+    exceptions.push_back({ host, retained(certificate) });
     webkit_network_session_allow_tls_certificate_for_host(
         webkit_web_view_get_network_session(webView), certificate, host.c_str());
-    webkit_web_view_load_uri(webView, failingUri.c_str());
+    dispatchToMain([weak = view.weak_from_this(), failingUri, load = loads] {
+        auto self = weak.lock();
+        if (self && self->m_impl->loads == load)
+            webkit_web_view_load_uri(self->m_impl->webView, failingUri.c_str());
+    });
 }
 
 gboolean WKWebView::Impl::loadFailedWithTlsErrors(
     WebKitWebView*, const char* failingUri, GTlsCertificate* certificate, GTlsCertificateFlags, gpointer impl)
 {
-    auto& self = *static_cast<Impl*>(impl);
-    const EngineCall call(self);
-    // A certificate that was allowed and still fails would be loaded for ever.
-    if (self.lastAllowedCertificate && g_tls_certificate_is_same(self.lastAllowedCertificate.get(), certificate))
+    const EngineCall call(impl);
+    if (call.isTooLate())
         return FALSE;
+    auto& self = call.impl();
     const auto host = hostOf(failingUri);
+    // What was allowed and still fails would be loaded for ever.
+    if (std::ranges::any_of(self.exceptions, [&](const Exception& exception) {
+            return exception.host == host && g_tls_certificate_is_same(exception.certificate.get(), certificate);
+        }))
+        return FALSE;
     if (isTrustedByExtraAnchors(certificate, host)) {
         self.allow(failingUri, host, certificate);
         return TRUE;
@@ -78,35 +91,40 @@ gboolean WKWebView::Impl::loadFailedWithTlsErrors(
     if (!delegate)
         return FALSE;
     auto trust = std::make_shared<SecTrust>(certificate);
-    delegate->didReceiveAuthenticationChallenge(self.view, { { NSURLAuthenticationMethodServerTrust, host, trust } },
-        [weak = self.view.weak_from_this(), uri = std::string(failingUri), host](
-            NSURLSessionAuthChallengeDisposition disposition, const std::optional<NSURLCredential>& credential) {
-            auto view = weak.lock();
-            if (view && disposition == NSURLSessionAuthChallengeDisposition::UseCredential && credential
-                && credential->trust)
-                view->m_impl->allow(uri, host, credential->trust->certificate.get());
-        });
+    const NSURLAuthenticationChallenge challenge{ { NSURLAuthenticationMethodServerTrust, host, trust } };
+    auto completion = [weak = self.view.weak_from_this(), uri = std::string(failingUri), host,
+                          isAnswered = std::make_shared<bool>(false)](NSURLSessionAuthChallengeDisposition disposition,
+                          const std::optional<NSURLCredential>& credential) {
+        // The first answer counts.
+        const auto view = std::exchange(*isAnswered, true) ? nullptr : weak.lock();
+        if (view && disposition == NSURLSessionAuthChallengeDisposition::UseCredential && credential
+            && credential->trust)
+            view->m_impl->allow(uri, host, credential->trust->certificate.get());
+    };
+    runGuarded([&] { delegate->didReceiveAuthenticationChallenge(self.view, challenge, completion); });
     return TRUE;
 }
 
 gboolean WKWebView::Impl::authenticate(WebKitWebView*, WebKitAuthenticationRequest* request, gpointer impl)
 {
-    auto& self = *static_cast<Impl*>(impl);
-    const EngineCall call(self);
+    const EngineCall call(impl);
+    if (call.isTooLate())
+        return FALSE;
+    auto& self = call.impl();
     auto delegate = self.view.m_navigationDelegate.respondingTo(kChallengeMethod);
     if (!delegate)
         return FALSE;
     self.challenges.push_back(retained(request));
     const std::shared_ptr<WebKitAuthenticationRequest> held(retained(request));
-    delegate->didReceiveAuthenticationChallenge(self.view,
-        { { methodOf(webkit_authentication_request_get_scheme(request)),
-            webkit_authentication_request_get_host(request), nullptr } },
-        [held](NSURLSessionAuthChallengeDisposition disposition, const std::optional<NSURLCredential>&) {
-            if (disposition == NSURLSessionAuthChallengeDisposition::CancelAuthenticationChallenge)
-                webkit_authentication_request_cancel(held.get());
-            else
-                webkit_authentication_request_authenticate(held.get(), nullptr);
-        });
+    const NSURLAuthenticationChallenge challenge{ { methodOf(webkit_authentication_request_get_scheme(request)),
+        webkit_authentication_request_get_host(request), nullptr } };
+    auto completion = [held](NSURLSessionAuthChallengeDisposition disposition, const std::optional<NSURLCredential>&) {
+        if (disposition == NSURLSessionAuthChallengeDisposition::CancelAuthenticationChallenge)
+            webkit_authentication_request_cancel(held.get());
+        else
+            webkit_authentication_request_authenticate(held.get(), nullptr);
+    };
+    runGuarded([&] { delegate->didReceiveAuthenticationChallenge(self.view, challenge, completion); });
     return TRUE;
 }
 

@@ -17,8 +17,8 @@ protected:
         std::filesystem::create_directories(folder / "conference" / "recordings");
         std::ofstream(folder / "conference" / "recordings" / "aRecording.json")
             << R"({"version":1,"room":"hall","duration":200,"strokes":[],"events":[]})";
-        service = std::make_unique<Program>(std::vector<std::string> {TQWB_CONFERENCE_BINARY, "--port", "0", "--state",
-                                                folder / "conference", "--room-size", "1"},
+        service = std::make_unique<Program>(std::vector<std::string>{ TQWB_CONFERENCE_BINARY, "--port", "0", "--state",
+                                                folder / "conference", "--room-size", "1" },
             folder / "service.log");
         const auto ready = service->waitFor("ready");
         ASSERT_TRUE(ready.contains("host"));
@@ -31,12 +31,12 @@ protected:
     {
         words.insert(words.begin(), TQWB_CLIENT_BINARY);
         return std::make_unique<Program>(std::move(words), folder / ("client" + std::to_string(++clients) + ".log"),
-            Program::Environment {{"XDG_DATA_HOME", folder / "data"}});
+            Program::Environment{ { "XDG_DATA_HOME", folder / "data" } });
     }
     std::vector<std::string> joinWords(const std::string& user, const std::string& token = "good") const
     {
-        return {"join", "--app-key", "key", "--token", token + "@" + host, "--room", "hall", "--user", user, "--name",
-            "Ann Λ", "--ca", authority};
+        return { "join", "--app-key", "key", "--token", token + "@" + host, "--room", "hall", "--user", user, "--name",
+            "Ann Λ", "--ca", authority };
     }
     long navigationsServed() const
     {
@@ -93,7 +93,7 @@ TEST_F(ClientTest, ReplaysARecording)
 {
     auto words = joinWords("ann");
     words[0] = "play";
-    words.insert(words.end(), {"--url", "https://" + host + "/recordings/aRecording.json"});
+    words.insert(words.end(), { "--url", "https://" + host + "/recordings/aRecording.json" });
     auto client = start(words);
     client->waitFor("success", "play");
     client->waitForLog("[TQ:Log] onLoadEnd");
@@ -111,7 +111,7 @@ TEST_F(ClientTest, FailuresAreReportedWithCodeAndText)
     EXPECT_EQ(refused.at("code"), 100010);
     EXPECT_EQ(refused.at("text"), "code = 403, responseCode = 401.");
 
-    auto incomplete = start({"join", "--app-key", "key"})->waitFor("error", "join");
+    auto incomplete = start({ "join", "--app-key", "key" })->waitFor("error", "join");
     EXPECT_EQ(boost::json::serialize(incomplete),
         R"({"event":"error","operation":"join","code":300002,"text":"config is invalid"})");
 
@@ -123,8 +123,8 @@ TEST_F(ClientTest, FailuresAreReportedWithCodeAndText)
 
 TEST_F(ClientTest, WrongOptionsEndTheProgramWithAMessage)
 {
-    for (const auto& words : std::vector<std::vector<std::string>> {{"dance"}, {"join", "--minutes", "many"},
-             {"join", "--ca", "/nowhere"}, {"play", "--token"}, {"join", "--size", "0x0"}}) {
+    for (const auto& words : std::vector<std::vector<std::string>>{ { "dance" }, { "join", "--minutes", "many" },
+             { "join", "--ca", "/nowhere" }, { "play", "--token" }, { "join", "--size", "0x0" } }) {
         auto client = start(words);
         EXPECT_EQ(client->end(), 2);
         EXPECT_NE(client->log().find(words.size() > 1 ? words[1] : words[0]), std::string::npos) << client->log();
@@ -133,7 +133,7 @@ TEST_F(ClientTest, WrongOptionsEndTheProgramWithAMessage)
 
 TEST_F(ClientTest, TheFirstProgramJoins)
 {
-    Program first({TQWB_FIRST_PROGRAM_BINARY, "good@" + host, authority}, folder / "first.log");
+    Program first({ TQWB_FIRST_PROGRAM_BINARY, "good@" + host, authority }, folder / "first.log");
     first.waitForLog("[TQ:Log] onLoadEnd");
 }
 

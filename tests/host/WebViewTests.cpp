@@ -1,11 +1,15 @@
+#include "tests/support/HttpsServer.h"
 #include "tests/support/PageTest.h"
 
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "host/TQWBBridge.h"
+#include "platform/Foundation/NSURLSession.h"
 #include "platform/UIKit/UIScreen.h"
 
 #include <algorithm>
 #include <boost/json/serialize.hpp>
+#include <gtk/gtk.h>
+#include <stdexcept>
 #include <thread>
 
 namespace tq::test {
@@ -162,6 +166,15 @@ TEST_F(WebViewTest, TheBarFollowsTheLoadAndHidesAfterIt)
     runUntil([&] { return !bar->hidden(); }, "the bar is back");
     runUntil([&] { return bar->hidden(); }, "the bar is hidden again");
 
+    // Whoever waits to hide the bar does not hold the view for it.
+    auto one = TQWBWebView::initWithFrame({ 0, 0, 100, 50 }, nullptr);
+    one->call("TQJSBridge.onRoomQuited", "{}");
+    const std::weak_ptr<TQWBWebView> watched = one;
+    one->loadUrl("about:blank");
+    runUntil([&] { return one->estimatedProgress() == 1.0; }, "the blank page is there");
+    one.reset();
+    EXPECT_TRUE(watched.expired());
+
     // Other observations are the base's, which ignores them.
     bar->setHidden(false);
     room->observeValueForKeyPath("title", room.get(), {}, nullptr);
@@ -262,6 +275,22 @@ TEST_F(WebViewTest, RoomFailuresUnlinkTheBridgeEvenWhenTheyAreEmpty)
     }
 }
 
+TEST_F(WebViewTest, ADelegateThatThrowsDoesNotKeepTheView)
+{
+    struct Thrower final : TQWBRoomStatusProtocol {
+        void onWBRoomQuit() override { throw std::runtime_error("thrown by the delegate"); }
+    };
+    const auto thrower = std::make_shared<Thrower>();
+    make();
+    room->setRoomStatusDelegate(thrower);
+    load();
+    EXPECT_EQ(PageTest::call("TQJSBridge.onRoomQuited", "{}"), std::nullopt);
+    EXPECT_EQ(countOfLine("thrown by the delegate"), 1);
+    const std::weak_ptr<TQWBWebView> watched = std::exchange(room, nullptr);
+    view.reset();
+    runUntil([&] { return watched.expired(); }, "the view is destroyed");
+}
+
 TEST_F(WebViewTest, TheViewOutlivesItsApplicationUntilThePageQuits)
 {
     make();
@@ -277,19 +306,6 @@ TEST_F(WebViewTest, TheViewOutlivesItsApplicationUntilThePageQuits)
     EXPECT_EQ(logLines(), (Events{ "[TQ:Log] onRoomQuited", "[TQ:Log] -[TQWBWebView dealloc]" }));
 }
 
-// Tells on which thread it was destroyed, which is that of the registry that held it.
-class Witness final : public NSObject {
-public:
-    explicit Witness(std::thread::id& destroyedOn)
-        : m_destroyedOn(destroyedOn)
-    {
-    }
-    ~Witness() override { m_destroyedOn = std::this_thread::get_id(); }
-
-private:
-    std::thread::id& m_destroyedOn;
-};
-
 TEST_F(WebViewTest, TheLastReferenceMayBeDroppedAnywhere)
 {
     std::thread::id destroyedOn;
@@ -300,6 +316,171 @@ TEST_F(WebViewTest, TheLastReferenceMayBeDroppedAnywhere)
     EXPECT_EQ(destroyedOn, std::thread::id());
     runUntil([&] { return destroyedOn != std::thread::id(); }, "the view is destroyed");
     EXPECT_EQ(destroyedOn, std::this_thread::get_id());
+}
+
+// A successful quit drops the view on the request's thread while the page may be loading.
+TEST_F(WebViewTest, TheLastReferenceMayBeDroppedAnywhereWhileThePageLoads)
+{
+    for (int round = 0; round < 5; ++round) {
+        std::thread::id destroyedOn;
+        auto one = TQWBWebView::initWithFrame({ 0, 0, 100, 50 }, nullptr);
+        one->setNavigationDelegate(one);
+        one->addJavascriptObject(std::make_shared<Witness>(destroyedOn), "witness");
+        one->call("TQJSBridge.onRoomQuited", "{}");
+        one->loadUrl(pageWith("<p>loading"));
+        // Nothing of the load has been heard of yet: all of it comes after the drop and before the destruction.
+        std::thread([held = std::move(one)]() mutable { held.reset(); }).join();
+        runUntil([&] { return destroyedOn != std::thread::id(); }, "the view is destroyed");
+    }
+    auto one = TQWBWebView::initWithFrame({ 0, 0, 100, 50 }, nullptr);
+    auto* engineView = gtk_overlay_get_child(static_cast<GtkOverlay*>(one->nativeHandle()));
+    one->call("TQJSBridge.onRoomQuited", "{}");
+    std::thread([held = std::move(one)]() mutable { held.reset(); }).join();
+    g_object_notify(G_OBJECT(engineView), "estimated-load-progress");
+    runPending();
+}
+
+TEST_F(WebViewTest, NoViewIsDestroyedInTheMiddleOfAnEnginesCall)
+{
+    bool wasDestroyedInside = false;
+    std::thread::id destroyedOn;
+    auto one = TQWBWebView::initWithFrame({ 0, 0, 100, 50 }, nullptr);
+    one->addJavascriptObject(std::make_shared<Witness>(destroyedOn), "witness");
+    auto* engineView = gtk_overlay_get_child(static_cast<GtkOverlay*>(one->nativeHandle()));
+    // Runs after the view's own handler, in the same emission.
+    struct After {
+        std::thread::id& destroyedOn;
+        bool& wasDestroyedInside;
+    } after{ destroyedOn, wasDestroyedInside };
+    g_signal_connect_after(engineView, "notify::estimated-load-progress",
+        G_CALLBACK(+[](GObject*, GParamSpec*, gpointer data) {
+            auto& seen = *static_cast<After*>(data);
+            seen.wasDestroyedInside = seen.wasDestroyedInside || seen.destroyedOn != std::thread::id();
+        }),
+        &after);
+    // The application's observer drops the last reference when it is told.
+    struct Dropper final : NSObject {
+        void observeValueForKeyPath(std::string_view, NSObject*, const boost::json::object&, void*) override
+        {
+            held->call("TQJSBridge.onRoomQuited", "{}");
+            held.reset();
+            ++calls;
+        }
+        std::shared_ptr<TQWBWebView> held;
+        int calls = 0;
+    } dropper;
+    one->addObserver(&dropper, "estimatedProgress", nullptr);
+    dropper.held = std::move(one);
+    g_object_notify(G_OBJECT(engineView), "estimated-load-progress");
+    EXPECT_EQ(dropper.calls, 1);
+    EXPECT_FALSE(wasDestroyedInside);
+    EXPECT_EQ(destroyedOn, std::thread::id());
+    runUntil([&] { return destroyedOn != std::thread::id(); }, "the view is destroyed");
+}
+
+// A navigation delegate of the application's own, with a decision of its own about certificates.
+class Guard final : public WKNavigationDelegate {
+public:
+    void didReceiveAuthenticationChallenge(
+        WKWebView&, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion) override
+    {
+        methods.emplace_back(challenge.protectionSpace.authenticationMethod);
+        hosts.push_back(challenge.protectionSpace.host);
+        kept = std::move(completion);
+        trust = challenge.protectionSpace.serverTrust;
+    }
+    std::vector<std::string> methods;
+    std::vector<std::string> hosts;
+    ChallengeCompletion kept;
+    std::shared_ptr<SecTrust> trust;
+};
+
+// Knows of loads and nothing of certificates; and fails.
+class Faulty final : public WKNavigationDelegate {
+public:
+    void didStartProvisionalNavigation(WKWebView&, const WKNavigation&) override
+    {
+        ++loads;
+        throw std::runtime_error("a faulty delegate");
+    }
+    int loads = 0;
+};
+
+class TrustTest : public WebViewTest {
+protected:
+    void SetUp() override
+    {
+        WebViewTest::SetUp();
+        NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(std::nullopt);
+        make();
+    }
+    std::string at(const std::string& path) const { return "https://" + server.host() + path; }
+    std::string port() const { return server.host().substr(server.host().find(':')); }
+    void waitForRequests(std::size_t count)
+    {
+        runUntil([&] { return server.requests().size() >= count; }, "the server is asked");
+    }
+
+    HttpsServer server{ [](const ReceivedRequest& request) {
+        if (request.line().find("/secret") != std::string::npos)
+            return HttpsServer::answerWith(401, "who?", "WWW-Authenticate: Basic realm=\"x\"\r\n");
+        return HttpsServer::answerWith(200, "<p>page", "Content-Type: text/html\r\n");
+    } };
+};
+
+TEST_F(TrustTest, AViewThatIsItsOwnDelegateAcceptsEveryCertificateForEveryHost)
+{
+    room->setNavigationDelegate(room);
+    room->loadUrl(at("/one"));
+    waitForRequests(1);
+    room->loadUrl("https://127.0.0.1" + port() + "/two");
+    waitForRequests(2);
+    EXPECT_TRUE(server.requests().back().line().starts_with("GET /two "));
+    // Who the user is, is never answered; the next load is not held up by that.
+    room->loadUrl(at("/secret"));
+    waitForRequests(3);
+    load();
+}
+
+TEST_F(TrustTest, TheDelegateMayDecideLater)
+{
+    const auto guard = std::make_shared<Guard>();
+    room->setNavigationDelegate(guard);
+    // What is accepted for a host stays accepted in this process: every test has a host of its own.
+    room->loadUrl("https://later.localhost" + port() + "/one");
+    runUntil([&] { return guard->kept != nullptr; }, "the delegate is asked");
+    runPending();
+    EXPECT_TRUE(server.requests().empty());
+    EXPECT_EQ(guard->methods, (Events{ "NSURLAuthenticationMethodServerTrust" }));
+    EXPECT_EQ(guard->hosts, (Events{ "later.localhost" }));
+    auto accept = [&] {
+        guard->kept(NSURLSessionAuthChallengeDisposition::UseCredential, NSURLCredential::initWithTrust(guard->trust));
+    };
+    // The first answer counts.
+    guard->kept(NSURLSessionAuthChallengeDisposition::CancelAuthenticationChallenge, std::nullopt);
+    accept();
+    load();
+    EXPECT_TRUE(server.requests().empty());
+    room->loadUrl("https://later.localhost" + port() + "/one");
+    runUntil([&] { return guard->hosts.size() == 2; }, "the delegate is asked again");
+    accept();
+    waitForRequests(1);
+}
+
+TEST_F(TrustTest, OtherDelegatesLeaveTheRefusalToTheEngineAndMayThrow)
+{
+    const auto faulty = std::make_shared<Faulty>();
+    room->setNavigationDelegate(faulty);
+    HttpsServer other([](const auto&) { return HttpsServer::answerWith(200, "page"); });
+    room->loadUrl("https://refused." + other.host() + "/one");
+    runUntil([&] { return faulty->loads > 0; }, "a load has begun");
+    load();
+    EXPECT_GE(countOfLine("a faulty delegate"), 2);
+    // With the authority known the same page loads.
+    NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(HttpsServer::authority());
+    room->loadUrl("https://" + other.host() + "/two");
+    runUntil([&] { return !other.requests().empty(); }, "the server is asked");
+    EXPECT_TRUE(other.requests()[0].line().starts_with("GET /two "));
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include "platform/Foundation/NSUserDefaults.h"
 
 #include <algorithm>
+#include <atomic>
 #include <boost/json/parse.hpp>
 #include <cstdlib>
 #include <gtest/gtest.h>
@@ -134,7 +135,7 @@ TEST_F(NavigationTest, EveryAnswerHasItsCodeAndTexts)
         { 200, R"({"code":-7,"iwbLeaseUri":"x"})", 300004, "code = -7, responseCode = 200." },
         { 200, R"({"code":9,"iwbConferenceUri":"x"})", 300004, "code = 9, responseCode = 200." },
     };
-    std::size_t current = 0;
+    std::atomic<std::size_t> current = 0;
     HttpsServer server([&](const auto&) { return HttpsServer::answerWith(rows[current].status, rows[current].body); });
     for (; current < rows.size(); ++current) {
         const auto& row = rows[current];
@@ -271,16 +272,16 @@ TEST_F(NavigationTest, HeaderValuesWithLineBreaksAreNeverSent)
 TEST_F(NavigationTest, NullAddressesAreASuccessThatIsNotStored)
 {
     auto& manager = *TQWBNaviManager::sharedInstance();
-    std::string body = R"({"iwbLeaseUri":"kept","iwbConferenceUri":"kept"})";
-    HttpsServer server([&](const auto&) { return HttpsServer::answerWith(200, body); });
+    Shared<std::string> body{ R"({"iwbLeaseUri":"kept","iwbConferenceUri":"kept"})" };
+    HttpsServer server([&](const auto&) { return HttpsServer::answerWith(200, body.get()); });
     EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(server) }).isSaved, true);
     for (const char* next :
         { R"({"iwbLeaseUri":null,"iwbConferenceUri":"x"})", R"({"iwbLeaseUri":"x","iwbConferenceUri":null})" }) {
-        body = next;
+        body.set(next);
         EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(server) }).isSaved, false);
         EXPECT_EQ(manager.getNaviData("app", "token")->iwbLeaseUri, "kept");
     }
-    body = R"({"iwbLeaseUri":5,"iwbConferenceUri":{}})";
+    body.set(R"({"iwbLeaseUri":5,"iwbConferenceUri":{}})");
     EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(server) }).isSaved, true);
     EXPECT_EQ(manager.getNaviData("app", "token")->iwbLeaseUri, std::nullopt);
 }

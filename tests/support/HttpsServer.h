@@ -29,6 +29,29 @@ struct ReceivedRequest {
     }
 };
 
+/// A value that a test changes while a server reads it.
+template <class T> class Shared {
+public:
+    explicit Shared(T value)
+        : m_value(std::move(value))
+    {
+    }
+    void set(T value)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_value = std::move(value);
+    }
+    T get() const
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_value;
+    }
+
+private:
+    mutable std::mutex m_mutex;
+    T m_value;
+};
+
 /// Answers every request on 127.0.0.1 with bytes that the test chooses, over real TLS, one connection a request.
 class HttpsServer {
 public:

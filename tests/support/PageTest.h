@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace tq::test {
@@ -22,6 +23,19 @@ public:
     std::vector<OptionalValue> values;
 };
 
+/// Tells on which thread it was destroyed, which is that of the registry that held it.
+class Witness final : public NSObject {
+public:
+    explicit Witness(std::thread::id& destroyedOn)
+        : m_destroyedOn(destroyedOn)
+    {
+    }
+    ~Witness() override { m_destroyedOn = std::this_thread::get_id(); }
+
+private:
+    std::thread::id& m_destroyedOn;
+};
+
 /// An address of a page with that content.
 std::string pageWith(const std::string& html);
 
@@ -32,6 +46,7 @@ protected:
     void TearDown() override;
 
     /// Puts the view to the test: registers the reports and remembers to see it destroyed.
+    /// A program without a display has nothing to test: it ends.
     void use(std::shared_ptr<DWKWebView> newView);
     /// Loads the page and waits until its script has run.
     void load(const std::string& html = "");

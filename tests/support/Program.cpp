@@ -24,7 +24,7 @@ constexpr int kBoundMilliseconds = 60000;
 
 bool isReadable(int descriptor)
 {
-    pollfd one {descriptor, POLLIN, 0};
+    pollfd one{ descriptor, POLLIN, 0 };
     return poll(&one, 1, kBoundMilliseconds) == 1;
 }
 
@@ -51,8 +51,8 @@ bool isReadable(int descriptor)
 Program::Program(std::vector<std::string> words, const std::string& errorFile, const Environment& environment)
     : m_errorFile(errorFile)
 {
-    std::array<int, 2> input {};
-    std::array<int, 2> output {};
+    std::array<int, 2> input{};
+    std::array<int, 2> output{};
     if (pipe2(input.data(), O_CLOEXEC) || pipe2(output.data(), O_CLOEXEC))
         throw std::runtime_error("no pipes");
     m_pid = fork();
@@ -82,7 +82,7 @@ void Program::write(const std::string& line)
 
 std::optional<std::string> Program::readLine()
 {
-    std::array<char, 4096> buffer {};
+    std::array<char, 4096> buffer{};
     auto end = m_unread.find('\n');
     while (end == std::string::npos) {
         const auto count = isReadable(m_output) ? read(m_output, buffer.data(), buffer.size()) : 0;

@@ -10,8 +10,8 @@
 
 namespace tq::test {
 
-/// A program of ours under test: its standard input is written line by line, its standard output read as one JSON object a
-/// line. Killed when this goes. Every wait is bounded.
+/// A program of ours under test: its standard input is written line by line, its standard output read as one JSON
+/// object a line. Killed when this goes. Every wait is bounded.
 class Program {
 public:
     using Environment = std::map<std::string, std::string>;
@@ -23,8 +23,8 @@ public:
     Program& operator=(const Program&) = delete;
 
     void write(const std::string& line);
-    /// Reads on until a line with that event and, where one is given, that operation. Fails the test and returns an empty
-    /// object when the output ends, is no JSON, or the bound is reached first.
+    /// Reads on until a line with that event and, where one is given, that operation. Fails the test and returns an
+    /// empty object when the output ends, is no JSON, or the bound is reached first.
     boost::json::object waitFor(const std::string& event, const std::string& operation = "");
     /// Waits until what is written on standard error holds the text.
     void waitForLog(const std::string& text);

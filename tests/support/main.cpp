@@ -23,7 +23,10 @@ int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto folder = makeTemporaryFolder();
+    // A test that dies on purpose does so in a child: it lives in its parent's folder.
+    const bool isChild = getenv("TQWB_TEST_FOLDER") != nullptr;
+    const std::filesystem::path folder = isChild ? getenv("TQWB_TEST_FOLDER") : makeTemporaryFolder();
+    setenv("TQWB_TEST_FOLDER", folder.c_str(), 1);
     setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1);
     setenv("XDG_CACHE_HOME", (folder / "cache").c_str(), 1);
     setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
@@ -33,6 +36,7 @@ int main(int argc, char** argv)
     tq::test::captureLog();
     const int result = RUN_ALL_TESTS();
     std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
+    if (!isChild)
+        std::filesystem::remove_all(folder, ignored);
     return result;
 }

@@ -8,18 +8,19 @@
 
 namespace tqclient {
 
-/// Takes pictures of a window as it is on the screen: the board with its surroundings. Main thread.
-class WindowCapture {
+/// Takes pictures of what a widget shows on the screen. Main thread.
+class ViewCapture {
 public:
     /// Called once: with an empty text when the picture is written, else with what went wrong.
     using Done = std::function<void(const std::string& failure)>;
 
-    explicit WindowCapture(GtkWidget* window);
-    WindowCapture(const WindowCapture&) = delete;
-    WindowCapture& operator=(const WindowCapture&) = delete;
-    ~WindowCapture();
+    /// The widget must outlive this object.
+    explicit ViewCapture(GtkWidget* widget);
+    ViewCapture(const ViewCapture&) = delete;
+    ViewCapture& operator=(const ViewCapture&) = delete;
+    ~ViewCapture();
 
-    /// Writes a PNG file once the window has drawn what it knows by now; the file appears whole.
+    /// Writes a PNG file once the widget has drawn what it knows by now; the file appears whole.
     void capture(std::string path, Done done);
 
 private:
@@ -27,10 +28,10 @@ private:
 
     std::string write(const std::string& path) const;
 
-    GtkWidget* m_window;
+    GtkWidget* m_widget;
     UniqueObject<GdkPaintable> m_paintable;
     // What requests that are still waiting look at; gone with this object.
-    std::shared_ptr<WindowCapture*> m_self;
+    std::shared_ptr<ViewCapture*> m_self;
 };
 
 } // namespace tqclient

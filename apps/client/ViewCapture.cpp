@@ -1,4 +1,4 @@
-#include "WindowCapture.h"
+#include "ViewCapture.h"
 
 #include <utility>
 
@@ -8,14 +8,14 @@ namespace {
 
 /// Two frames from now what was known at the call has been drawn.
 constexpr int kFrames = 2;
-/// A window that is not being drawn at all is taken as it was.
+/// A widget that is not being drawn at all is taken as it was.
 constexpr guint kLongestWaitMilliseconds = 2000;
 
 } // namespace
 
 /// One picture that waits for its frames; owned by the tick callback and the time-out together, whichever comes first.
-struct WindowCapture::Request : std::enable_shared_from_this<Request> {
-    std::weak_ptr<WindowCapture*> capture;
+struct ViewCapture::Request : std::enable_shared_from_this<Request> {
+    std::weak_ptr<ViewCapture*> capture;
     std::string path;
     Done done;
     int frames = 0;
@@ -26,7 +26,7 @@ struct WindowCapture::Request : std::enable_shared_from_this<Request> {
     static void release(gpointer data) { std::unique_ptr<Shared>(static_cast<Shared*>(data)).reset(); }
     gpointer retain() { return std::make_unique<Shared>(shared_from_this()).release(); }
 
-    void wait(GtkWidget* window)
+    void wait(GtkWidget* waiting)
     {
         auto onTick = [](GtkWidget* widget, GdkFrameClock*, gpointer data) -> gboolean {
             const Shared self = *static_cast<Shared*>(data);
@@ -37,7 +37,7 @@ struct WindowCapture::Request : std::enable_shared_from_this<Request> {
             const Shared self = *static_cast<Shared*>(data);
             return self->finishTimeout();
         };
-        tick = gtk_widget_add_tick_callback(window, onTick, retain(), release);
+        tick = gtk_widget_add_tick_callback(waiting, onTick, retain(), release);
         timeout = g_timeout_add_full(G_PRIORITY_DEFAULT, kLongestWaitMilliseconds, onTimeout, retain(), release);
     }
 
@@ -53,7 +53,7 @@ struct WindowCapture::Request : std::enable_shared_from_this<Request> {
     {
         timeout = 0;
         if (auto owner = capture.lock()) {
-            gtk_widget_remove_tick_callback((*owner)->m_window, std::exchange(tick, 0));
+            gtk_widget_remove_tick_callback((*owner)->m_widget, std::exchange(tick, 0));
             answer();
         }
         return G_SOURCE_REMOVE;
@@ -66,34 +66,35 @@ struct WindowCapture::Request : std::enable_shared_from_this<Request> {
     }
 };
 
-WindowCapture::WindowCapture(GtkWidget* window)
-    : m_window(window)
-    , m_paintable(gtk_widget_paintable_new(window))
-    , m_self(std::make_shared<WindowCapture*>(this))
+ViewCapture::ViewCapture(GtkWidget* widget)
+    : m_widget(widget)
+    , m_paintable(gtk_widget_paintable_new(widget))
+    , m_self(std::make_shared<ViewCapture*>(this))
 {
 }
 
-WindowCapture::~WindowCapture() = default;
+ViewCapture::~ViewCapture() = default;
 
-void WindowCapture::capture(std::string path, Done done)
+void ViewCapture::capture(std::string path, Done done)
 {
     auto request = std::make_shared<Request>();
     request->capture = m_self;
     request->path = std::move(path);
     request->done = std::move(done);
-    request->wait(m_window);
+    request->wait(m_widget);
 }
 
-std::string WindowCapture::write(const std::string& path) const
+std::string ViewCapture::write(const std::string& path) const
 {
-    GskRenderer* renderer = gtk_native_get_renderer(GTK_NATIVE(m_window));
+    GtkNative* window = gtk_widget_get_native(m_widget);
+    GskRenderer* renderer = window ? gtk_native_get_renderer(window) : nullptr;
     auto width = gdk_paintable_get_intrinsic_width(m_paintable.get());
     auto height = gdk_paintable_get_intrinsic_height(m_paintable.get());
     GtkSnapshot* snapshot = gtk_snapshot_new();
     gdk_paintable_snapshot(m_paintable.get(), snapshot, width, height);
     UniqueRenderNode node(gtk_snapshot_free_to_node(snapshot));
     if (!node || !renderer)
-        return "the window is not on the screen";
+        return "there is nothing on the screen";
     graphene_rect_t area;
     graphene_rect_init(&area, 0, 0, static_cast<float>(width), static_cast<float>(height));
     UniqueObject<GdkTexture> texture(gsk_renderer_render_texture(renderer, node.get(), &area));
