@@ -63,7 +63,8 @@ public:
 
     /// The page's server asks for a decision: its certificate is not trusted, or it wants to know the user. A class
     /// without this method gets the engine's own handling, which refuses untrusted certificates.
-    /// @param completion may be kept and called later, once.
+    /// @param completion may be kept and called later; the first answer counts. A certificate that is accepted stays so
+    /// for its host, in every view, while the process runs.
     virtual void didReceiveAuthenticationChallenge(
         WKWebView& webView, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion);
 
