@@ -174,7 +174,8 @@ protected:
     {
         std::ranges::stable_sort(due, {}, &std::pair<std::uint64_t, ScriptBatch::Ticket>::first);
         while (!due.empty() && due.front().first <= time) {
-            const auto [at, ticket] = due.front();
+            const auto at = due.front().first;
+            const auto ticket = due.front().second;
             due.pop_front();
             batch.flush(at, ticket, [&](std::string_view script) {
                 evaluated.emplace_back(script);
