@@ -61,6 +61,7 @@ WKWebView::Impl::Impl(WKWebView& view, const WKWebViewConfiguration& configurati
     connections.emplace_back(webView, "script-dialog", G_CALLBACK(scriptDialog), this);
     connections.emplace_back(webView, "load-changed", G_CALLBACK(loadChanged), this);
     connections.emplace_back(webView, "notify::estimated-load-progress", G_CALLBACK(progressChanged), this);
+    connections.emplace_back(webView, "load-failed", G_CALLBACK(loadFailed), this);
     connections.emplace_back(webView, "load-failed-with-tls-errors", G_CALLBACK(loadFailedWithTlsErrors), this);
     connections.emplace_back(webView, "authenticate", G_CALLBACK(authenticate), this);
 }
@@ -159,6 +160,7 @@ void WKWebView::loadRequest(const NSMutableURLRequest& request)
     if (!request.URL)
         return;
     ++m_impl->loads;
+    m_impl->cancelled = 0;
     webkit_web_view_load_uri(m_impl->webView, request.URL->absoluteString().c_str());
 }
 

@@ -73,11 +73,14 @@ struct WKWebView::Impl {
 
     WebKitSettings* settings() const { return webkit_web_view_get_settings(webView); }
     void apply(const UIScrollView& scrollView);
+    void loadAgain(const std::string& uri);
     void allow(const std::string& failingUri, const std::string& host, GTlsCertificate* certificate);
 
     static gboolean scriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, gpointer impl);
     static void loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer impl);
     static void progressChanged(GObject*, GParamSpec*, gpointer impl);
+    static gboolean loadFailed(
+        WebKitWebView*, WebKitLoadEvent event, const char* failingUri, const GError* error, gpointer impl);
     static gboolean loadFailedWithTlsErrors(WebKitWebView*, const char* failingUri, GTlsCertificate* certificate,
         GTlsCertificateFlags errors, gpointer impl);
     static gboolean authenticate(WebKitWebView*, WebKitAuthenticationRequest* request, gpointer impl);
@@ -95,6 +98,8 @@ struct WKWebView::Impl {
     std::vector<Exception> exceptions;
     // How often the application has asked for a page.
     std::uint64_t loads = 0;
+    // How often the load under way has failed as cancelled.
+    int cancelled = 0;
 };
 
 } // namespace tq

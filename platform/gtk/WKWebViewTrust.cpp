@@ -56,18 +56,40 @@ constexpr auto kChallengeMethod = &WKNavigationDelegate::Methods::didReceiveAuth
 
 } // namespace
 
-// Trusts the certificate for the host from now on, and loads again: at a later turn of the main loop, since the engine
-// has not done with the failed load while it tells of it, and only if nothing else has been loaded by then.
+// At a later turn of the main loop, since the engine has not done with the failed load while it tells of it, and only
+// if nothing else has been loaded by then.
+void WKWebView::Impl::loadAgain(const std::string& uri)
+{
+    dispatchToMain([weak = view.weak_from_this(), uri, load = loads] {
+        auto self = weak.lock();
+        if (self && self->m_impl->loads == load)
+            webkit_web_view_load_uri(self->m_impl->webView, uri.c_str());
+    });
+}
+
+// Trusts the certificate for the host from now on, and loads again.
 void WKWebView::Impl::allow(const std::string& failingUri, const std::string& host, GTlsCertificate* certificate)
 {
     exceptions.push_back({ host, retained(certificate) });
     webkit_network_session_allow_tls_certificate_for_host(
         webkit_web_view_get_network_session(webView), certificate, host.c_str());
-    dispatchToMain([weak = view.weak_from_this(), failingUri, load = loads] {
-        auto self = weak.lock();
-        if (self && self->m_impl->loads == load)
-            webkit_web_view_load_uri(self->m_impl->webView, failingUri.c_str());
-    });
+    loadAgain(failingUri);
+}
+
+// The engine now and then takes its own refusal of a certificate for a connection that somebody cancelled, and then
+// asks nobody about the certificate. (A load that really is cancelled fails with an error of the engine's own.)
+gboolean WKWebView::Impl::loadFailed(
+    WebKitWebView*, WebKitLoadEvent, const char* failingUri, const GError* error, gpointer impl)
+{
+    constexpr int kMostCancelled = 5;
+    const EngineCall call(impl);
+    auto& self = call.impl();
+    if (call.isTooLate() || !g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED)
+        || self.cancelled == kMostCancelled)
+        return FALSE;
+    ++self.cancelled;
+    self.loadAgain(failingUri);
+    return TRUE;
 }
 
 gboolean WKWebView::Impl::loadFailedWithTlsErrors(
