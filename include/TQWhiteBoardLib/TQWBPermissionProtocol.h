@@ -19,17 +19,16 @@ public:
     struct Methods {
         bool onWBPermissionChange = false;
     };
-    // clang-format off: it takes what follows "requires" for statements.
     template <class Delegate> static constexpr Methods methodsOf()
     {
         using Protocol = TQWBPermissionProtocol;
-        return { .onWBPermissionChange = !requires { requires std::same_as<decltype(&Delegate::onWBPermissionChange),
-                     decltype(&Protocol::onWBPermissionChange)>;
+        return {
+            .onWBPermissionChange = implements<OnWBPermissionChange, Delegate, Protocol>(),
+        };
     }
-    ,
+
+private:
+    template <class T> using OnWBPermissionChange = decltype(&T::onWBPermissionChange);
 };
-}
-}
-;
 
 } // namespace tq

@@ -20,21 +20,18 @@ public:
         bool onWBRecordStart = false;
         bool onWBRecordEnd = false;
     };
-    // clang-format off: it takes what follows "requires" for statements.
     template <class Delegate> static constexpr Methods methodsOf()
     {
         using Protocol = TQWBRecordProtocol;
-        return { .onWBRecordStart = !requires {
-                     requires std::same_as<decltype(&Delegate::onWBRecordStart), decltype(&Protocol::onWBRecordStart)>;
+        return {
+            .onWBRecordStart = implements<OnWBRecordStart, Delegate, Protocol>(),
+            .onWBRecordEnd = implements<OnWBRecordEnd, Delegate, Protocol>(),
+        };
     }
-    , .onWBRecordEnd = !requires
-    {
-        requires std::same_as<decltype(&Delegate::onWBRecordEnd), decltype(&Protocol::onWBRecordEnd)>;
-    }
-    ,
+
+private:
+    template <class T> using OnWBRecordStart = decltype(&T::onWBRecordStart);
+    template <class T> using OnWBRecordEnd = decltype(&T::onWBRecordEnd);
 };
-} // namespace tq
-}
-;
 
 } // namespace tq

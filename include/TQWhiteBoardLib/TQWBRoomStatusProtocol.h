@@ -28,25 +28,20 @@ public:
         bool onWBRoomException = false;
         bool onWBCaptureEnd = false;
     };
-    // clang-format off: it takes what follows "requires" for statements.
     template <class Delegate> static constexpr Methods methodsOf()
     {
         using Protocol = TQWBRoomStatusProtocol;
-        return { .onWBRoomQuit
-            = !requires { requires std::same_as<decltype(&Delegate::onWBRoomQuit), decltype(&Protocol::onWBRoomQuit)>;
+        return {
+            .onWBRoomQuit = implements<OnWBRoomQuit, Delegate, Protocol>(),
+            .onWBRoomException = implements<OnWBRoomException, Delegate, Protocol>(),
+            .onWBCaptureEnd = implements<OnWBCaptureEnd, Delegate, Protocol>(),
+        };
     }
-    , .onWBRoomException = !requires
-    {
-        requires std::same_as<decltype(&Delegate::onWBRoomException), decltype(&Protocol::onWBRoomException)>;
-    }
-    , .onWBCaptureEnd = !requires
-    {
-        requires std::same_as<decltype(&Delegate::onWBCaptureEnd), decltype(&Protocol::onWBCaptureEnd)>;
-    }
-    ,
+
+private:
+    template <class T> using OnWBRoomQuit = decltype(&T::onWBRoomQuit);
+    template <class T> using OnWBRoomException = decltype(&T::onWBRoomException);
+    template <class T> using OnWBCaptureEnd = decltype(&T::onWBCaptureEnd);
 };
-}
-}
-;
 
 } // namespace tq

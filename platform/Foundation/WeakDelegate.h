@@ -10,6 +10,23 @@ namespace tq {
 template <class Delegate, class Protocol>
 concept DelegateOf = std::derived_from<Delegate, Protocol> && !std::same_as<std::remove_cv_t<Delegate>, Protocol>;
 
+template <template <class> class Method, class T>
+concept HasMethod = requires
+{
+    typename Method<T>;
+};
+
+/// Whether a class has one of a protocol's optional methods, known from the class alone: the type of a pointer to an
+/// inherited method names the protocol. A name that the class overloads or keeps private is its own, too.
+/// @tparam Method says which: `template <class T> using Started = decltype(&T::started);`
+template <template <class> class Method, class Delegate, class Protocol> consteval bool implements()
+{
+    if constexpr (HasMethod<Method, Delegate>)
+        return !std::same_as<Method<Delegate>, Method<Protocol>>;
+    else
+        return true;
+}
+
 /// Holds a delegate weakly, together with which of its protocol's methods its class has. The protocol tells the latter
 /// by `Protocol::methodsOf<Delegate>()`, from the class that the delegate was set by.
 template <class Protocol> class WeakDelegate {

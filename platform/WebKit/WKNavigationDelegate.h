@@ -73,23 +73,18 @@ public:
         bool didStartProvisionalNavigation = false;
         bool didReceiveAuthenticationChallenge = false;
     };
-    // clang-format off: it takes what follows "requires" for statements.
     template <class Delegate> static constexpr Methods methodsOf()
     {
         using Protocol = WKNavigationDelegate;
-        return { .didStartProvisionalNavigation
-            = !requires { requires std::same_as<decltype(&Delegate::didStartProvisionalNavigation),
-                decltype(&Protocol::didStartProvisionalNavigation)>;
+        return {
+            .didStartProvisionalNavigation = implements<DidStartProvisionalNavigation, Delegate, Protocol>(),
+            .didReceiveAuthenticationChallenge = implements<DidReceiveAuthenticationChallenge, Delegate, Protocol>(),
+        };
     }
-    , .didReceiveAuthenticationChallenge = !requires
-    {
-        requires std::same_as<decltype(&Delegate::didReceiveAuthenticationChallenge),
-            decltype(&Protocol::didReceiveAuthenticationChallenge)>;
-    }
-    ,
+
+private:
+    template <class T> using DidStartProvisionalNavigation = decltype(&T::didStartProvisionalNavigation);
+    template <class T> using DidReceiveAuthenticationChallenge = decltype(&T::didReceiveAuthenticationChallenge);
 };
-} // namespace tq
-}
-;
 
 } // namespace tq
