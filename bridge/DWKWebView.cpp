@@ -24,16 +24,6 @@ std::string resultMessage(std::int32_t code, OptionalValue data)
     return JSBUtil::objToJsonString(result);
 }
 
-// The page's argument: null counts as absent. It is moved out of the message, which may be large.
-OptionalValue takeArgument(OptionalValue& message)
-{
-    auto* members = message ? message->if_object() : nullptr;
-    auto* data = members ? members->if_contains("data") : nullptr;
-    if (!data || data->is_null())
-        return std::nullopt;
-    return std::move(*data);
-}
-
 } // namespace
 
 std::shared_ptr<DWKWebView> DWKWebView::initWithFrame(
@@ -108,12 +98,12 @@ std::string DWKWebView::call(std::string_view methodName, std::optional<std::str
         if (candidates.async) {
             auto result = std::make_shared<AsyncResult>(
                 std::static_pointer_cast<DWKWebView>(shared_from_this()), textValue(callbackName).value_or(""));
-            candidates.async->invoke(*object, takeArgument(message),
+            candidates.async->invoke(*object, JSBUtil::takeData(message),
                 [result](OptionalValue value, Complete complete) { result->deliver(std::move(value), complete); });
             return result->message();
         }
     } else if (candidates.sync) {
-        return resultMessage(0, candidates.sync->invoke(*object, takeArgument(message)));
+        return resultMessage(0, candidates.sync->invoke(*object, JSBUtil::takeData(message)));
     }
     reportMissingMethod(methodName);
     return resultMessage(-1, std::nullopt);

@@ -28,6 +28,15 @@ OptionalValue JSBUtil::jsonStringToObject(std::optional<std::string_view> text)
     return value;
 }
 
+OptionalValue JSBUtil::takeData(OptionalValue& message)
+{
+    auto* members = message ? message->if_object() : nullptr;
+    auto* data = members ? members->if_contains("data") : nullptr;
+    if (!data || data->is_null())
+        return std::nullopt;
+    return std::move(*data);
+}
+
 std::vector<std::string> JSBUtil::allMethodFromClass(const NSClass* objectClass)
 {
     std::vector<std::string> names;

@@ -21,6 +21,9 @@ public:
     /// The map or list of a JSON text. Absent for an absent text and, with a log line, for a text that is neither.
     static OptionalValue jsonStringToObject(std::optional<std::string_view> text);
 
+    /// Moves the "data" member out of a message, since it may be large; absent when it is missing or null.
+    static OptionalValue takeData(OptionalValue& message);
+
     /// The full names of all methods of a class, the most derived class first, the root's left out.
     static std::vector<std::string> allMethodFromClass(const NSClass* objectClass);
 

@@ -3,6 +3,8 @@
 add_library(tqwb_objects OBJECT
     bridge/AsyncResult.cpp
     bridge/DWKWebView.cpp
+    bridge/DWKWebViewApi.cpp
+    bridge/DWKWebViewCalls.cpp
     bridge/InternalApis.cpp
     bridge/JSBUtil.cpp
     bridge/PercentEncoding.cpp

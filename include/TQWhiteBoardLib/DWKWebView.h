@@ -1,17 +1,24 @@
 #pragma once
 
+#include "DSCallInfo.h"
 #include "platform/WebKit/WKWebView.h"
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 
 namespace tq {
 
 class ScriptBatch;
+
+/// Receives one value that a page function has answered; absent when the answer carried none.
+using JSCallback = std::function<void(OptionalValue value)>;
 
 /// Whether faults in native methods end the program where they happen, and show in the page.
 enum class DebugMode : bool { Off, On };
@@ -41,6 +48,27 @@ public:
     /// Loads the page at the address. A text that is no address has no effect.
     void loadUrl(std::string_view url);
 
+    /// Calls a function of the page. Calls that are made before the page has said that it is ready are kept, and sent
+    /// in order when it does so; it says so once in the view's life, later pages are called at once. Main thread.
+    /// @param handlerName the name under which the page has registered the function. A page that has no such function
+    /// may answer nothing at all.
+    /// @param arguments what cannot be written as JSON (a text that is not UTF-8, a number that is not finite) reaches
+    /// the page as no arguments.
+    /// @param completionHandler called on the main thread for every answer of the page until the one that it marks as
+    /// the last; may be empty. An exception that leaves it is logged, and ends the program in debug mode. It is held
+    /// until the last answer, or until the view goes when none comes.
+    void callHandler(std::string_view handlerName, boost::json::array arguments, JSCallback completionHandler);
+    void callHandler(std::string_view handlerName, boost::json::array arguments);
+    void callHandler(std::string_view handlerName, JSCallback completionHandler);
+    /// Asks the page whether it has the function. Main thread; the callback is called there, and never by a page that
+    /// answers nothing.
+    void hasJavascriptMethod(std::string_view handlerName, std::function<void(bool exists)> methodExistCallback);
+    /// Called when the page asks to be closed, which is all that happens then. Replaces the one before; may be empty.
+    void setJavascriptCloseWindowListener(std::function<void()> listener)
+    {
+        m_javascriptCloseWindowListener = std::move(listener);
+    }
+
     /// The application's delegate for what the page asks of its user, held weakly. (The view is its own UI delegate.)
     template <DelegateOf<WKUIDelegate> Delegate> void setDSUIDelegate(const std::shared_ptr<Delegate>& delegate)
     {
@@ -58,6 +86,23 @@ public:
     /// Asks for the collected scripts to be run, after the delay in milliseconds. Any thread.
     void evalJavascript(std::int32_t delay);
 
+    // What the page's requests to the view itself come to. Not for applications. Main thread.
+
+    /// Runs the request of that number, see `InternalMessage`; other numbers do nothing.
+    OptionalValue onMessage(OptionalValue args, std::int32_t type);
+    /// Whether there is a native method of the "name" and the "type" ("all", "asyn" or "syn").
+    bool hasNativeMethod(const OptionalValue& args) const;
+    OptionalValue closePage(OptionalValue args);
+    /// Hands an answer of the page to the call that it is for. @param result "id", "data" and "complete".
+    OptionalValue returnValue(OptionalValue result);
+    OptionalValue dsinit(OptionalValue args);
+    /// Sends the calls that were kept for a page that was not ready, and keeps no more.
+    void dispatchStartupQueue();
+    /// Sends one call to the page now.
+    void dispatchJavascriptCall(const DSCallInfo& info);
+    /// Whether the page's dialogs let its script run on at once, unanswered.
+    void disableJavascriptDialogBlock(bool disable);
+
     void runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::string_view prompt,
         std::optional<std::string_view> defaultText, const WKFrameInfo& frame,
         std::function<void(OptionalText)> completion) override;
@@ -74,8 +119,14 @@ private:
     void queueScript(std::string_view script);
     void scheduleFlush(std::int32_t delay, std::optional<std::uint64_t> ticket);
 
+    std::function<void()> m_javascriptCloseWindowListener;
+    std::int32_t m_callId = 0;
+    bool m_jsDialogBlock = true;
     mutable std::mutex m_registryMutex;
     std::map<std::string, std::shared_ptr<NSObject>, std::less<>> m_javaScriptNamespaceInterfaces;
+    std::unordered_map<std::int32_t, JSCallback> m_handerMap;
+    // Calls that wait for the page; absent once it is ready.
+    std::optional<std::vector<DSCallInfo>> m_callInfoList{ std::in_place };
     std::unique_ptr<ScriptBatch> m_batch;
     bool m_isDebug = false;
     WeakDelegate<WKUIDelegate> m_dsUIDelegate;

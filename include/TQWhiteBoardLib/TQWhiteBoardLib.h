@@ -1,5 +1,6 @@
 #pragma once
 
+#include "DSCallInfo.h"
 #include "DWKWebView.h"
 #include "TQWBException.h"
 #include "TQWBNaviDataInfo.h"

@@ -88,6 +88,15 @@ std::int64_t longLongValue(const boost::json::value* value)
     }
 }
 
+std::optional<std::int64_t> wholeNumber(const boost::json::value* value)
+{
+    if (!value || !value->is_number())
+        return std::nullopt;
+    boost::json::error_code error;
+    const auto number = value->to_number<std::int64_t>(error);
+    return error ? std::nullopt : std::optional(number);
+}
+
 std::int32_t intValue(const boost::json::value* value) { return clamped<std::int32_t>(longLongValue(value)); }
 
 NSInteger integerValue(const boost::json::value* value) { return clamped<NSInteger>(longLongValue(value)); }

@@ -22,6 +22,10 @@ std::int32_t intValue(const boost::json::value* value);
 std::int64_t longLongValue(const boost::json::value* value);
 NSInteger integerValue(const boost::json::value* value);
 
+/// The strict reading: the value of a number without a fraction, which 1.0 is as well; absent for everything else and
+/// for what does not fit.
+std::optional<std::int64_t> wholeNumber(const boost::json::value* value);
+
 /// The loose reading as a truth: any number but 0, true, and a text that begins with Y, y, T, t or a digit from 1 to 9
 /// (after blanks, a sign and zeros).
 bool boolValue(const boost::json::value* value);

@@ -1,0 +1,86 @@
+// Native code calls the page.
+
+#include "JSBUtil.h"
+#include "TQWhiteBoardLib/DWKWebView.h"
+#include "platform/Foundation/Dispatch.h"
+#include "platform/Foundation/NSNumberReading.h"
+
+#include <cassert>
+#include <utility>
+
+namespace tq {
+
+void DWKWebView::callHandler(std::string_view handlerName, boost::json::array arguments, JSCallback completionHandler)
+{
+    assert(isMainThread());
+    DSCallInfo info{ std::string(handlerName), m_callId, std::move(arguments) };
+    // After the last number there is the least one.
+    m_callId = static_cast<std::int32_t>(static_cast<std::uint32_t>(m_callId) + 1U);
+    if (completionHandler)
+        m_handerMap[info.id] = std::move(completionHandler);
+    if (m_callInfoList)
+        m_callInfoList->push_back(std::move(info));
+    else
+        dispatchJavascriptCall(info);
+}
+
+void DWKWebView::callHandler(std::string_view handlerName, boost::json::array arguments)
+{
+    callHandler(handlerName, std::move(arguments), nullptr);
+}
+
+void DWKWebView::callHandler(std::string_view handlerName, JSCallback completionHandler)
+{
+    callHandler(handlerName, {}, std::move(completionHandler));
+}
+
+void DWKWebView::dispatchJavascriptCall(const DSCallInfo& info)
+{
+    assert(isMainThread());
+    const boost::json::value message = {
+        { "method", info.method },
+        { "callbackId", info.id },
+        { "data", JSBUtil::objToJsonString(info.args) },
+    };
+    evaluateJavaScript("window._handleMessageFromNative(" + JSBUtil::objToJsonString(message) + ")");
+}
+
+void DWKWebView::dispatchStartupQueue()
+{
+    assert(isMainThread());
+    if (!m_callInfoList)
+        return;
+    const auto queued = std::exchange(m_callInfoList, std::nullopt);
+    for (const auto& info : *queued)
+        dispatchJavascriptCall(info);
+}
+
+OptionalValue DWKWebView::returnValue(OptionalValue result)
+{
+    assert(isMainThread());
+    const auto id = wholeNumber(memberOf(result, "id"));
+    const auto pending
+        = id && std::in_range<std::int32_t>(*id) ? m_handerMap.find(static_cast<std::int32_t>(*id)) : m_handerMap.end();
+    if (pending == m_handerMap.end())
+        return std::nullopt;
+    const bool isLast = boolValue(memberOf(result, "complete"));
+    // The callback may call the page, and so move the map's entries.
+    const auto callback = isLast ? std::move(pending->second) : pending->second;
+    if (isLast)
+        m_handerMap.erase(pending);
+    if (m_isDebug)
+        callback(JSBUtil::takeData(result));
+    else
+        runGuarded([&] { callback(JSBUtil::takeData(result)); });
+    return std::nullopt;
+}
+
+void DWKWebView::hasJavascriptMethod(std::string_view handlerName, std::function<void(bool)> methodExistCallback)
+{
+    callHandler("_hasJavascriptMethod", { handlerName }, [callback = std::move(methodExistCallback)](auto value) {
+        if (callback)
+            callback(boolValue(value ? &*value : nullptr));
+    });
+}
+
+} // namespace tq
