@@ -13,8 +13,6 @@ namespace tq {
 
 namespace {
 
-constexpr std::string_view kCallPrefix = "_dsbridge=";
-
 std::string resultMessage(std::int32_t code, OptionalValue data)
 {
     boost::json::value result(boost::json::object_kind);
@@ -38,7 +36,7 @@ DWKWebView::DWKWebView(Token token)
 {
 }
 
-DWKWebView::~DWKWebView() = default;
+DWKWebView::~DWKWebView() { DWKWebView::pageDialogsAreVoid(); }
 
 void DWKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration)
 {
@@ -149,13 +147,6 @@ OptionalText DWKWebView::answer(std::string_view methodName, std::optional<std::
         logCurrentException();
     }
     return std::nullopt;
-}
-
-void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView&, std::string_view prompt,
-    std::optional<std::string_view> defaultText, const WKFrameInfo&, std::function<void(OptionalText)> completion)
-{
-    if (prompt.starts_with(kCallPrefix))
-        completion(answer(prompt.substr(kCallPrefix.size()), defaultText));
 }
 
 } // namespace tq

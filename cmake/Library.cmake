@@ -5,6 +5,7 @@ add_library(tqwb_objects OBJECT
     bridge/DWKWebView.cpp
     bridge/DWKWebViewApi.cpp
     bridge/DWKWebViewCalls.cpp
+    bridge/DWKWebViewDialogs.cpp
     bridge/InternalApis.cpp
     bridge/JSBUtil.cpp
     bridge/PercentEncoding.cpp
@@ -34,9 +35,11 @@ add_library(tqwb_objects OBJECT
     platform/gtk/NSURLSession.cpp
     platform/gtk/NSUserDefaults.cpp
     platform/gtk/Random.cpp
+    platform/gtk/UIAlertView.cpp
     platform/gtk/UIImage.cpp
     platform/gtk/UIProgressView.cpp
     platform/gtk/UIScreen.cpp
+    platform/gtk/UITextField.cpp
     platform/gtk/UIView.cpp
     platform/gtk/WKWebView.cpp
     platform/gtk/WKWebViewDialogs.cpp

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DSCallInfo.h"
+#include "platform/UIKit/UIAlertView.h"
 #include "platform/WebKit/WKWebView.h"
 
 #include <cstdint>
@@ -25,7 +26,7 @@ enum class DebugMode : bool { Off, On };
 
 /// A web view whose page calls native objects, and is called by them. Made and used on the main thread; the registry of
 /// native objects may be changed from any thread.
-class TQWB_EXPORT DWKWebView : public WKWebView, public WKUIDelegate {
+class TQWB_EXPORT DWKWebView : public WKWebView, public WKUIDelegate, public UIAlertViewDelegate {
 public:
     /// @param configuration altered in place: it receives the bridge's start-up script. Absent: the default one.
     static std::shared_ptr<DWKWebView> initWithFrame(
@@ -69,7 +70,15 @@ public:
         m_javascriptCloseWindowListener = std::move(listener);
     }
 
+    /// The texts of the view's own dialogs: "alertTitle", "alertBtn", "confirmTitle", "confirmCancelBtn",
+    /// "confirmOkBtn", "promptCancelBtn" and "promptOkBtn". Replaces all texts given before; what the map lacks takes
+    /// its default. Main thread.
+    /// @param titles absent: nothing changes.
+    void customJavascriptDialogLabelTitles(std::optional<std::map<std::string, std::string>> titles);
+
     /// The application's delegate for what the page asks of its user, held weakly. (The view is its own UI delegate.)
+    /// What the delegate's class implements is its own affair; for the rest the view shows dialogs of its own, and
+    /// opens no windows. A page that has switched blocking off has been answered before the delegate is asked.
     template <DelegateOf<WKUIDelegate> Delegate> void setDSUIDelegate(const std::shared_ptr<Delegate>& delegate)
     {
         m_dsUIDelegate.set(delegate);
@@ -103,23 +112,50 @@ public:
     /// Whether the page's dialogs let its script run on at once, unanswered.
     void disableJavascriptDialogBlock(bool disable);
 
+    // The view as its own UI delegate.
+    void runJavaScriptAlertPanelWithMessage(WKWebView& webView, std::string_view message, const WKFrameInfo& frame,
+        std::function<void()> completion) override;
+    void runJavaScriptConfirmPanelWithMessage(WKWebView& webView, std::string_view message, const WKFrameInfo& frame,
+        std::function<void(bool)> completion) override;
     void runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::string_view prompt,
         std::optional<std::string_view> defaultText, const WKFrameInfo& frame,
         std::function<void(OptionalText)> completion) override;
+    std::shared_ptr<WKWebView> createWebViewWithConfiguration(WKWebView& webView,
+        const std::shared_ptr<WKWebViewConfiguration>& configuration, const WKNavigationAction& navigationAction,
+        const WKWindowFeatures& windowFeatures) override;
+    void webViewDidClose(WKWebView& webView) override;
+    bool shouldPreviewElement(WKWebView& webView, const WKPreviewElementInfo& elementInfo) override;
+    std::shared_ptr<UIViewController> previewingViewControllerForElement(WKWebView& webView,
+        const WKPreviewElementInfo& elementInfo, const std::vector<WKPreviewActionItem>& previewActions) override;
+    void commitPreviewingViewController(
+        WKWebView& webView, const std::shared_ptr<UIViewController>& previewingViewController) override;
+
+    // The answer of the view's own dialogs.
+    void alertView(UIAlertView& alertView, std::int64_t clickedButtonAtIndex) override;
 
 protected:
     void initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration) override;
+    void pageDialogsAreVoid() override;
 
 private:
     friend class AsyncResult;
 
+    enum class DialogType : std::int32_t { None = 0, Alert = 1, Confirm = 2, Prompt = 3 };
+
     std::shared_ptr<NSObject> objectForNamespace(std::string_view nameSpace) const;
     OptionalText answer(std::string_view methodName, std::optional<std::string_view> argumentMessage);
     void reportMissingMethod(std::string_view methodName);
+    std::string dialogText(const char* key, const char* defaultText) const;
+    void showDialog(const std::shared_ptr<UIAlertView>& dialog);
     void queueScript(std::string_view script);
     void scheduleFlush(std::int32_t delay, std::optional<std::uint64_t> ticket);
 
+    // At most one pending answer of each kind.
+    std::function<void()> m_alertHandler;
+    std::function<void(bool)> m_confirmHandler;
+    std::function<void(OptionalText)> m_promptHandler;
     std::function<void()> m_javascriptCloseWindowListener;
+    DialogType m_dialogType = DialogType::None;
     std::int32_t m_callId = 0;
     bool m_jsDialogBlock = true;
     mutable std::mutex m_registryMutex;
@@ -127,6 +163,9 @@ private:
     std::unordered_map<std::int32_t, JSCallback> m_handerMap;
     // Calls that wait for the page; absent once it is ready.
     std::optional<std::vector<DSCallInfo>> m_callInfoList{ std::in_place };
+    std::map<std::string, std::string> m_dialogTextDic;
+    std::shared_ptr<UITextField> m_txtName;
+    std::vector<std::weak_ptr<UIAlertView>> m_dialogs;
     std::unique_ptr<ScriptBatch> m_batch;
     bool m_isDebug = false;
     WeakDelegate<WKUIDelegate> m_dsUIDelegate;

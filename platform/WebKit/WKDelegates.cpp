@@ -5,10 +5,38 @@ namespace tq {
 
 // The methods that a delegate may lack: nobody calls these.
 
+void WKUIDelegate::runJavaScriptAlertPanelWithMessage(
+    WKWebView&, std::string_view, const WKFrameInfo&, std::function<void()>)
+{
+}
+
+void WKUIDelegate::runJavaScriptConfirmPanelWithMessage(
+    WKWebView&, std::string_view, const WKFrameInfo&, std::function<void(bool)>)
+{
+}
+
 void WKUIDelegate::runJavaScriptTextInputPanelWithPrompt(WKWebView&, std::string_view, std::optional<std::string_view>,
     const WKFrameInfo&, std::function<void(OptionalText)>)
 {
 }
+
+std::shared_ptr<WKWebView> WKUIDelegate::createWebViewWithConfiguration(
+    WKWebView&, const std::shared_ptr<WKWebViewConfiguration>&, const WKNavigationAction&, const WKWindowFeatures&)
+{
+    return nullptr;
+}
+
+void WKUIDelegate::webViewDidClose(WKWebView&) { }
+
+bool WKUIDelegate::shouldPreviewElement(WKWebView&, const WKPreviewElementInfo&) { return false; }
+
+std::shared_ptr<UIViewController> WKUIDelegate::previewingViewControllerForElement(
+    WKWebView&, const WKPreviewElementInfo&, const std::vector<WKPreviewActionItem>&)
+{
+    return nullptr;
+}
+
+void WKUIDelegate::commitPreviewingViewController(WKWebView&, const std::shared_ptr<UIViewController>&) { }
 
 void WKNavigationDelegate::didStartProvisionalNavigation(WKWebView&, const WKNavigation&) { }
 

@@ -2,15 +2,21 @@
 
 #include "../Foundation/Export.h"
 #include "../Foundation/NSTypes.h"
+#include "../Foundation/NSURLRequest.h"
 #include "../Foundation/WeakDelegate.h"
 
 #include <functional>
+#include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace tq {
 
+class UIViewController;
 class WKWebView;
+struct WKWebViewConfiguration;
 
 /// The frame that asked. The engine does not tell frames apart, so this is the view's own page.
 struct WKFrameInfo {
@@ -18,36 +24,101 @@ struct WKFrameInfo {
     OptionalText URL;
 };
 
-/// Answers what a page asks of its user. Every method is optional: one that a class does not have leaves the question
-/// to the engine. All run on the main thread.
+/// What the page wants to load.
+struct WKNavigationAction {
+    NSMutableURLRequest request;
+};
+
+/// The window that the page asks for; a mere token, since the engine tells its wishes only after the view is made.
+struct WKWindowFeatures { };
+
+/// A link that the user presses on, in ports whose engine offers a preview of what is behind it.
+struct WKPreviewElementInfo {
+    OptionalText linkURL;
+};
+
+/// Something that a preview offers to do.
+struct WKPreviewActionItem {
+    std::string identifier;
+    std::string title;
+};
+
+/// Answers what a page asks of its user. Every method is optional; all run on the main thread.
+///
+/// The page waits until the completion of a dialog is called. It may be kept and called later; the first answer counts,
+/// and one that comes when the page has gone does nothing. Dropping it unanswered cancels the dialog.
 class TQWB_EXPORT WKUIDelegate {
 public:
     virtual ~WKUIDelegate() = default;
 
-    /// The page called `prompt(prompt, defaultText)` and waits.
+    /// The page called `alert(message)`. @param message valid during this call only.
+    virtual void runJavaScriptAlertPanelWithMessage(
+        WKWebView& webView, std::string_view message, const WKFrameInfo& frame, std::function<void()> completion);
+
+    /// The page called `confirm(message)`, which returns what the completion is given.
+    /// @param message valid during this call only.
+    virtual void runJavaScriptConfirmPanelWithMessage(
+        WKWebView& webView, std::string_view message, const WKFrameInfo& frame, std::function<void(bool)> completion);
+
+    /// The page called `prompt(prompt, defaultText)`, which returns what the completion is given, absent as null.
     /// @param prompt @param defaultText valid during this call only.
-    /// @param completion answers the page, with absent as null. It may be kept and called later, once; dropping it
-    /// unanswered leaves the prompt to the engine.
     virtual void runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::string_view prompt,
         std::optional<std::string_view> defaultText, const WKFrameInfo& frame,
         std::function<void(OptionalText)> completion);
 
+    /// The page wants a new window.
+    /// @param configuration what the new view must be made with, which ties it to this one.
+    /// @returns the view for it, which the application keeps and shows; absent: no window is opened.
+    virtual std::shared_ptr<WKWebView> createWebViewWithConfiguration(WKWebView& webView,
+        const std::shared_ptr<WKWebViewConfiguration>& configuration, const WKNavigationAction& navigationAction,
+        const WKWindowFeatures& windowFeatures);
+
+    /// The page closed its window.
+    virtual void webViewDidClose(WKWebView& webView);
+
+    // Previews of links, in ports whose engine has them. GTK's has none: there nothing calls these.
+
+    virtual bool shouldPreviewElement(WKWebView& webView, const WKPreviewElementInfo& elementInfo);
+    virtual std::shared_ptr<UIViewController> previewingViewControllerForElement(WKWebView& webView,
+        const WKPreviewElementInfo& elementInfo, const std::vector<WKPreviewActionItem>& previewActions);
+    virtual void commitPreviewingViewController(
+        WKWebView& webView, const std::shared_ptr<UIViewController>& previewingViewController);
+
     /// Which of the methods a class has.
     struct Methods {
+        bool runJavaScriptAlertPanelWithMessage = false;
+        bool runJavaScriptConfirmPanelWithMessage = false;
         bool runJavaScriptTextInputPanelWithPrompt = false;
+        bool createWebViewWithConfiguration = false;
+        bool webViewDidClose = false;
+        bool shouldPreviewElement = false;
+        bool previewingViewControllerForElement = false;
+        bool commitPreviewingViewController = false;
     };
-    // clang-format off: it takes what follows "requires" for statements.
     template <class Delegate> static constexpr Methods methodsOf()
     {
         using Protocol = WKUIDelegate;
-        return { .runJavaScriptTextInputPanelWithPrompt
-            = !requires { requires std::same_as<decltype(&Delegate::runJavaScriptTextInputPanelWithPrompt),
-                decltype(&Protocol::runJavaScriptTextInputPanelWithPrompt)>;
+        return {
+            .runJavaScriptAlertPanelWithMessage = implements<Alert, Delegate, Protocol>(),
+            .runJavaScriptConfirmPanelWithMessage = implements<Confirm, Delegate, Protocol>(),
+            .runJavaScriptTextInputPanelWithPrompt = implements<Prompt, Delegate, Protocol>(),
+            .createWebViewWithConfiguration = implements<Create, Delegate, Protocol>(),
+            .webViewDidClose = implements<Close, Delegate, Protocol>(),
+            .shouldPreviewElement = implements<ShouldPreview, Delegate, Protocol>(),
+            .previewingViewControllerForElement = implements<Preview, Delegate, Protocol>(),
+            .commitPreviewingViewController = implements<CommitPreview, Delegate, Protocol>(),
+        };
     }
-    ,
+
+private:
+    template <class T> using Alert = decltype(&T::runJavaScriptAlertPanelWithMessage);
+    template <class T> using Confirm = decltype(&T::runJavaScriptConfirmPanelWithMessage);
+    template <class T> using Prompt = decltype(&T::runJavaScriptTextInputPanelWithPrompt);
+    template <class T> using Create = decltype(&T::createWebViewWithConfiguration);
+    template <class T> using Close = decltype(&T::webViewDidClose);
+    template <class T> using ShouldPreview = decltype(&T::shouldPreviewElement);
+    template <class T> using Preview = decltype(&T::previewingViewControllerForElement);
+    template <class T> using CommitPreview = decltype(&T::commitPreviewingViewController);
 };
-} // namespace tq
-}
-;
 
 } // namespace tq

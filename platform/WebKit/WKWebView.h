@@ -81,6 +81,10 @@ protected:
     /// Makes the platform's view. A class that overrides it calls its base's.
     virtual void initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration);
 
+    /// Told that nobody waits for the answers of the page's dialogs any more: another page is coming, or the page's
+    /// process has ended.
+    virtual void pageDialogsAreVoid() { }
+
     /// Makes a view of the class and initialises it; every view comes from here.
     /// @param configuration absent: the default one.
     /// @returns absent, with a log line, when there is no display to show a view on.

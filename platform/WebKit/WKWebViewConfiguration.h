@@ -6,6 +6,8 @@
 
 namespace tq {
 
+class WKWebView;
+
 /// What scripts and files may do in a view's pages.
 struct WKPreferences {
     bool javaScriptEnabled = true;
@@ -21,6 +23,8 @@ struct WKWebViewConfiguration {
     bool suppressesIncrementalRendering = false;
     std::shared_ptr<WKPreferences> preferences = std::make_shared<WKPreferences>();
     std::shared_ptr<WKUserContentController> userContentController = std::make_shared<WKUserContentController>();
+    /// The view whose page asked for the new one; absent in a configuration of the application's own.
+    std::weak_ptr<WKWebView> opener;
 };
 
 } // namespace tq

@@ -54,11 +54,16 @@ WKWebView::Impl::Impl(WKWebView& view, const WKWebViewConfiguration& configurati
 {
     addScripts(userContentManager.get(), *configuration.userContentController);
     const auto settings = settingsFor(configuration);
+    const auto opener = configuration.opener.lock();
     webView = static_cast<WebKitWebView*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager",
-        userContentManager.get(), "settings", settings.get(), "hexpand", TRUE, "vexpand", TRUE, nullptr));
+        userContentManager.get(), "settings", settings.get(), "hexpand", TRUE, "vexpand", TRUE,
+        opener ? "related-view" : nullptr, opener ? opener->m_impl->webView : nullptr, nullptr));
     gtk_overlay_set_child(GTK_OVERLAY(overlay.get()), GTK_WIDGET(webView));
     gtk_widget_set_overflow(overlay.get(), GTK_OVERFLOW_HIDDEN);
     connections.emplace_back(webView, "script-dialog", G_CALLBACK(scriptDialog), this);
+    connections.emplace_back(webView, "create", G_CALLBACK(create), this);
+    connections.emplace_back(webView, "close", G_CALLBACK(close), this);
+    connections.emplace_back(webView, "web-process-terminated", G_CALLBACK(webProcessTerminated), this);
     connections.emplace_back(webView, "load-changed", G_CALLBACK(loadChanged), this);
     connections.emplace_back(webView, "notify::estimated-load-progress", G_CALLBACK(progressChanged), this);
     connections.emplace_back(webView, "load-failed", G_CALLBACK(loadFailed), this);
@@ -101,9 +106,13 @@ void WKWebView::Impl::apply(const UIScrollView& scrollView)
 void WKWebView::Impl::loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer impl)
 {
     const EngineCall call(impl);
-    if (call.isTooLate() || event != WEBKIT_LOAD_STARTED)
+    if (call.isTooLate())
         return;
     auto& self = call.impl();
+    if (event == WEBKIT_LOAD_COMMITTED)
+        self.cancelDialogs();
+    if (event != WEBKIT_LOAD_STARTED)
+        return;
     self.challenges.clear();
     if (auto delegate
         = self.view.m_navigationDelegate.respondingTo(&WKNavigationDelegate::Methods::didStartProvisionalNavigation))
@@ -159,6 +168,7 @@ void WKWebView::loadRequest(const NSMutableURLRequest& request)
     assert(isMainThread());
     if (!request.URL)
         return;
+    m_impl->cancelDialogs();
     ++m_impl->loads;
     m_impl->cancelled = 0;
     webkit_web_view_load_uri(m_impl->webView, request.URL->absoluteString().c_str());

@@ -1,35 +1,40 @@
 #include "../Foundation/Dispatch.h"
+#include "../Foundation/NSLog.h"
 #include "WKWebViewImpl.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace tq {
 
-namespace {
-
-// A prompt that waits for its answer. The engine's rules: inside the signal handler the answer is set and nothing is
+// A dialog that waits for its answer. The engine's rules: inside the signal handler the answer is set and nothing is
 // closed; an answer that comes later is set, then the dialog is closed; the last reference closes an unanswered one.
-class PendingPrompt {
+class WKWebView::Impl::PendingDialog {
 public:
-    explicit PendingPrompt(WebKitScriptDialog* dialog)
+    explicit PendingDialog(WebKitScriptDialog* dialog)
         : m_dialog(dialog)
     {
     }
-    ~PendingPrompt()
+    ~PendingDialog()
     {
         if (m_isKept)
             webkit_script_dialog_unref(m_dialog);
     }
-    PendingPrompt(const PendingPrompt&) = delete;
-    PendingPrompt& operator=(const PendingPrompt&) = delete;
+    PendingDialog(const PendingDialog&) = delete;
+    PendingDialog& operator=(const PendingDialog&) = delete;
 
-    void answer(const OptionalText& text)
+    /// @param setAnswer is given the dialog; the first answer counts.
+    template <class SetAnswer> void answer(const SetAnswer& setAnswer)
     {
-        if (m_isAnswered)
+        if (std::exchange(m_isAnswered, true))
             return;
-        m_isAnswered = true;
-        if (text)
-            webkit_script_dialog_prompt_set_text(m_dialog, text->c_str());
+        setAnswer(m_dialog);
         if (m_isKept)
             webkit_script_dialog_close(m_dialog);
+    }
+    void cancel()
+    {
+        answer([](WebKitScriptDialog*) {});
     }
     bool isAnswered() const { return m_isAnswered; }
     void keep()
@@ -44,35 +49,121 @@ private:
     bool m_isKept = false;
 };
 
-} // namespace
-
-gboolean WKWebView::Impl::scriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, gpointer impl)
+// Asks the delegate, if it has a method for this kind of dialog.
+bool WKWebView::Impl::ask(WebKitScriptDialog* native, const std::shared_ptr<PendingDialog>& dialog)
 {
-    if (webkit_script_dialog_get_dialog_type(dialog) != WEBKIT_SCRIPT_DIALOG_PROMPT)
-        return FALSE;
+    using Methods = WKUIDelegate::Methods;
+    const char* characters = webkit_script_dialog_get_message(native);
+    const std::string_view message = characters ? characters : "";
+    const auto& delegates = view.m_uiDelegate;
+    switch (webkit_script_dialog_get_dialog_type(native)) {
+    case WEBKIT_SCRIPT_DIALOG_ALERT:
+        if (const auto delegate = delegates.respondingTo(&Methods::runJavaScriptAlertPanelWithMessage)) {
+            delegate->runJavaScriptAlertPanelWithMessage(view, message, { view.URL() }, [dialog] { dialog->cancel(); });
+            return true;
+        }
+        return false;
+    case WEBKIT_SCRIPT_DIALOG_CONFIRM:
+        if (const auto delegate = delegates.respondingTo(&Methods::runJavaScriptConfirmPanelWithMessage)) {
+            delegate->runJavaScriptConfirmPanelWithMessage(view, message, { view.URL() }, [dialog](bool isConfirmed) {
+                dialog->answer([isConfirmed](WebKitScriptDialog* native) {
+                    webkit_script_dialog_confirm_set_confirmed(native, isConfirmed ? TRUE : FALSE);
+                });
+            });
+            return true;
+        }
+        return false;
+    case WEBKIT_SCRIPT_DIALOG_PROMPT:
+        if (const auto delegate = delegates.respondingTo(&Methods::runJavaScriptTextInputPanelWithPrompt)) {
+            const char* text = webkit_script_dialog_prompt_get_default_text(native);
+            delegate->runJavaScriptTextInputPanelWithPrompt(view, message,
+                text ? std::optional<std::string_view>(text) : std::nullopt, { view.URL() },
+                [dialog](const OptionalText& entered) {
+                    dialog->answer([&entered](WebKitScriptDialog* native) {
+                        if (entered)
+                            webkit_script_dialog_prompt_set_text(native, entered->c_str());
+                    });
+                });
+            return true;
+        }
+        return false;
+    default:
+        return false;
+    }
+}
+
+gboolean WKWebView::Impl::scriptDialog(WebKitWebView*, WebKitScriptDialog* native, gpointer impl)
+{
     const EngineCall call(impl);
-    // A page whose view is about to go gets null, and its user no question.
+    // The page of a view that is about to go is not answered, and its user not asked.
     if (call.isTooLate())
         return TRUE;
-    auto& view = call.impl().view;
-    const auto delegate = view.m_uiDelegate.respondingTo(&WKUIDelegate::Methods::runJavaScriptTextInputPanelWithPrompt);
-    if (!delegate)
+    auto& self = call.impl();
+    auto dialog = std::make_shared<PendingDialog>(native);
+    bool isAsked = true;
+    runGuarded([&] { isAsked = self.ask(native, dialog); });
+    if (!isAsked)
         return FALSE;
-    auto prompt = std::make_shared<PendingPrompt>(dialog);
-    const char* text = webkit_script_dialog_get_message(dialog);
-    const char* defaultText = webkit_script_dialog_prompt_get_default_text(dialog);
-    runGuarded([&] {
-        delegate->runJavaScriptTextInputPanelWithPrompt(view, text ? text : "",
-            defaultText ? std::optional<std::string_view>(defaultText) : std::nullopt, { view.URL() },
-            [prompt](const OptionalText& answer) { prompt->answer(answer); });
-    });
-    if (prompt->isAnswered())
-        return TRUE;
-    // Nobody kept the question: it is the engine's.
-    if (prompt.use_count() == 1)
-        return FALSE;
-    prompt->keep();
+    // One that nobody has kept is cancelled by the engine, which has its last reference.
+    if (!dialog->isAnswered() && dialog.use_count() > 1) {
+        dialog->keep();
+        std::erase_if(self.pendingDialogs, [](const auto& pending) { return pending.expired(); });
+        self.pendingDialogs.push_back(dialog);
+    }
     return TRUE;
+}
+
+// A page that waits for an answer cannot be left.
+void WKWebView::Impl::cancelDialogs()
+{
+    for (const auto& weak : std::exchange(pendingDialogs, {})) {
+        if (const auto dialog = weak.lock())
+            dialog->cancel();
+    }
+    view.pageDialogsAreVoid();
+}
+
+void WKWebView::Impl::webProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason, gpointer impl)
+{
+    const EngineCall call(impl);
+    if (!call.isTooLate())
+        call.impl().cancelDialogs();
+}
+
+GtkWidget* WKWebView::Impl::create(WebKitWebView*, WebKitNavigationAction* action, gpointer impl)
+{
+    const EngineCall call(impl);
+    if (call.isTooLate())
+        return nullptr;
+    auto& view = call.impl().view;
+    const auto delegate = view.m_uiDelegate.respondingTo(&WKUIDelegate::Methods::createWebViewWithConfiguration);
+    if (!delegate)
+        return nullptr;
+    const auto configuration = std::make_shared<WKWebViewConfiguration>(*view.m_configuration);
+    configuration->userContentController
+        = std::make_shared<WKUserContentController>(*view.m_configuration->userContentController);
+    configuration->opener = view.weak_from_this();
+    const char* uri = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+    const WKNavigationAction navigation{ { .URL = NSURL::URLWithString(uri ? uri : "") } };
+    std::shared_ptr<WKWebView> created;
+    runGuarded([&] {
+        created = delegate->createWebViewWithConfiguration(view, configuration, navigation, WKWindowFeatures{});
+    });
+    if (created && created->m_configuration != configuration) {
+        NSLog("a view for a new window is not made with the configuration given for it, and no window is opened");
+        return nullptr;
+    }
+    return created ? GTK_WIDGET(created->m_impl->webView) : nullptr;
+}
+
+void WKWebView::Impl::close(WebKitWebView*, gpointer impl)
+{
+    const EngineCall call(impl);
+    if (call.isTooLate())
+        return;
+    auto& view = call.impl().view;
+    if (const auto delegate = view.m_uiDelegate.respondingTo(&WKUIDelegate::Methods::webViewDidClose))
+        runGuarded([&] { delegate->webViewDidClose(view); });
 }
 
 } // namespace tq

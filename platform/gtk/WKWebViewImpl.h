@@ -76,6 +76,13 @@ struct WKWebView::Impl {
     void loadAgain(const std::string& uri);
     void allow(const std::string& failingUri, const std::string& host, GTlsCertificate* certificate);
 
+    class PendingDialog;
+    bool ask(WebKitScriptDialog* native, const std::shared_ptr<PendingDialog>& dialog);
+    void cancelDialogs();
+
+    static void webProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason reason, gpointer impl);
+    static GtkWidget* create(WebKitWebView*, WebKitNavigationAction* action, gpointer impl);
+    static void close(WebKitWebView*, gpointer impl);
     static gboolean scriptDialog(WebKitWebView*, WebKitScriptDialog* dialog, gpointer impl);
     static void loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer impl);
     static void progressChanged(GObject*, GParamSpec*, gpointer impl);
@@ -93,6 +100,8 @@ struct WKWebView::Impl {
     std::vector<std::shared_ptr<UIView>> subviews;
     std::vector<Observer> observers;
     GObjectPointer<GtkGesture> pinchBlocker;
+    // Dialogs of the page that wait for the application's answer.
+    std::vector<std::weak_ptr<PendingDialog>> pendingDialogs;
     // Challenges that nobody has answered: dropping one would answer it.
     std::vector<GObjectPointer<WebKitAuthenticationRequest>> challenges;
     std::vector<Exception> exceptions;

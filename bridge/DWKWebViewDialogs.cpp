@@ -1,0 +1,173 @@
+// What the page asks of its user: the application's delegate answers if it can, the view itself if not.
+
+#include "TQWhiteBoardLib/DWKWebView.h"
+#include "platform/UIKit/UITextField.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tq {
+
+namespace {
+
+using Methods = WKUIDelegate::Methods;
+
+constexpr std::string_view kCallPrefix = "_dsbridge=";
+constexpr const char* kDefaultTitle = "提示";
+constexpr const char* kDefaultOk = "确定";
+constexpr const char* kDefaultCancel = "取消";
+constexpr std::int64_t kOkButton = 1;
+
+} // namespace
+
+void DWKWebView::customJavascriptDialogLabelTitles(std::optional<std::map<std::string, std::string>> titles)
+{
+    if (titles)
+        m_dialogTextDic = std::move(*titles);
+}
+
+std::string DWKWebView::dialogText(const char* key, const char* defaultText) const
+{
+    const auto found = m_dialogTextDic.find(key);
+    return found == m_dialogTextDic.end() ? defaultText : found->second;
+}
+
+void DWKWebView::showDialog(const std::shared_ptr<UIAlertView>& dialog)
+{
+    std::erase_if(m_dialogs, [](const auto& shown) { return shown.expired(); });
+    m_dialogs.push_back(dialog);
+    dialog->show(nativeHandle());
+}
+
+void DWKWebView::runJavaScriptAlertPanelWithMessage(
+    WKWebView& webView, std::string_view message, const WKFrameInfo& frame, std::function<void()> completion)
+{
+    if (!m_jsDialogBlock)
+        completion();
+    if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::runJavaScriptAlertPanelWithMessage)) {
+        delegate->runJavaScriptAlertPanelWithMessage(webView, message, frame, std::move(completion));
+        return;
+    }
+    m_dialogType = DialogType::Alert;
+    if (m_jsDialogBlock)
+        m_alertHandler = std::move(completion);
+    showDialog(UIAlertView::initWithTitle(dialogText("alertTitle", kDefaultTitle), std::string(message),
+        std::static_pointer_cast<DWKWebView>(shared_from_this()), dialogText("alertBtn", kDefaultOk), std::nullopt));
+}
+
+void DWKWebView::runJavaScriptConfirmPanelWithMessage(
+    WKWebView& webView, std::string_view message, const WKFrameInfo& frame, std::function<void(bool)> completion)
+{
+    if (!m_jsDialogBlock)
+        completion(true);
+    if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::runJavaScriptConfirmPanelWithMessage)) {
+        delegate->runJavaScriptConfirmPanelWithMessage(webView, message, frame, std::move(completion));
+        return;
+    }
+    m_dialogType = DialogType::Confirm;
+    if (m_jsDialogBlock)
+        m_confirmHandler = std::move(completion);
+    showDialog(UIAlertView::initWithTitle(dialogText("confirmTitle", kDefaultTitle), std::string(message),
+        std::static_pointer_cast<DWKWebView>(shared_from_this()), dialogText("confirmCancelBtn", kDefaultCancel),
+        dialogText("confirmOkBtn", kDefaultOk)));
+}
+
+void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::string_view prompt,
+    std::optional<std::string_view> defaultText, const WKFrameInfo& frame, std::function<void(OptionalText)> completion)
+{
+    if (prompt.starts_with(kCallPrefix)) {
+        completion(answer(prompt.substr(kCallPrefix.size()), defaultText));
+        return;
+    }
+    if (!m_jsDialogBlock)
+        completion(std::nullopt);
+    if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::runJavaScriptTextInputPanelWithPrompt)) {
+        delegate->runJavaScriptTextInputPanelWithPrompt(webView, prompt, defaultText, frame, std::move(completion));
+        return;
+    }
+    m_dialogType = DialogType::Prompt;
+    if (m_jsDialogBlock)
+        m_promptHandler = std::move(completion);
+    const auto dialog
+        = UIAlertView::initWithTitle(std::string(prompt), {}, std::static_pointer_cast<DWKWebView>(shared_from_this()),
+            dialogText("promptCancelBtn", kDefaultCancel), dialogText("promptOkBtn", kDefaultOk));
+    dialog->setAlertViewStyle(UIAlertViewStyle::PlainTextInput);
+    m_txtName = dialog->textFieldAtIndex(0);
+    m_txtName->setText(std::string(defaultText.value_or("")));
+    showDialog(dialog);
+}
+
+// Whatever dialog is answered: the answer is for the one that was shown last.
+void DWKWebView::alertView(UIAlertView&, std::int64_t clickedButtonAtIndex)
+{
+    const bool isOk = clickedButtonAtIndex == kOkButton;
+    switch (m_dialogType) {
+    case DialogType::Prompt: {
+        const auto field = std::exchange(m_txtName, nullptr);
+        if (const auto handler = std::exchange(m_promptHandler, nullptr); handler && field)
+            handler(isOk ? field->text() : "");
+        break;
+    }
+    case DialogType::Confirm:
+        if (const auto handler = std::exchange(m_confirmHandler, nullptr))
+            handler(isOk);
+        break;
+    case DialogType::Alert:
+        if (const auto handler = std::exchange(m_alertHandler, nullptr))
+            handler();
+        break;
+    case DialogType::None:
+        break;
+    }
+}
+
+void DWKWebView::pageDialogsAreVoid()
+{
+    // The last first: one that waits would come on the screen when the one before it goes.
+    const auto dialogs = std::exchange(m_dialogs, {});
+    std::for_each(dialogs.rbegin(), dialogs.rend(), [](const auto& weak) {
+        if (const auto dialog = weak.lock())
+            dialog->dismiss();
+    });
+    m_alertHandler = nullptr;
+    m_confirmHandler = nullptr;
+    m_promptHandler = nullptr;
+    m_txtName = nullptr;
+}
+
+std::shared_ptr<WKWebView> DWKWebView::createWebViewWithConfiguration(WKWebView& webView,
+    const std::shared_ptr<WKWebViewConfiguration>& configuration, const WKNavigationAction& navigationAction,
+    const WKWindowFeatures& windowFeatures)
+{
+    const auto delegate = m_dsUIDelegate.respondingTo(&Methods::createWebViewWithConfiguration);
+    return delegate ? delegate->createWebViewWithConfiguration(webView, configuration, navigationAction, windowFeatures)
+                    : nullptr;
+}
+
+void DWKWebView::webViewDidClose(WKWebView& webView)
+{
+    if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::webViewDidClose))
+        delegate->webViewDidClose(webView);
+}
+
+bool DWKWebView::shouldPreviewElement(WKWebView& webView, const WKPreviewElementInfo& elementInfo)
+{
+    const auto delegate = m_dsUIDelegate.respondingTo(&Methods::shouldPreviewElement);
+    return delegate && delegate->shouldPreviewElement(webView, elementInfo);
+}
+
+std::shared_ptr<UIViewController> DWKWebView::previewingViewControllerForElement(
+    WKWebView& webView, const WKPreviewElementInfo& elementInfo, const std::vector<WKPreviewActionItem>& previewActions)
+{
+    const auto delegate = m_dsUIDelegate.respondingTo(&Methods::previewingViewControllerForElement);
+    return delegate ? delegate->previewingViewControllerForElement(webView, elementInfo, previewActions) : nullptr;
+}
+
+void DWKWebView::commitPreviewingViewController(
+    WKWebView& webView, const std::shared_ptr<UIViewController>& previewingViewController)
+{
+    if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::commitPreviewingViewController))
+        delegate->commitPreviewingViewController(webView, previewingViewController);
+}
+
+} // namespace tq
