@@ -19,17 +19,30 @@ constexpr std::int64_t kCancelButton = 0;
 constexpr std::int64_t kOtherButton = 1;
 // Alerts that wait over one window; a page that asks for more without end gets them refused.
 constexpr long kMostWaiting = 20;
-// Characters of a text; laying out more keeps the user waiting.
-constexpr glong kMostShown = 20000;
+// Characters of a text that are shown; laying out more keeps the user waiting.
+constexpr std::size_t kMostShown = 10000;
+constexpr std::size_t kMostInTitle = 200;
+// The layout of a text without blanks takes a time that grows with its square.
+constexpr std::size_t kLongestWord = 50;
 constexpr int kTextWidth = 48;
 constexpr int kSpacing = 12;
 
-std::string shown(const std::string& text)
+// What can be shown of a text: its beginning, with invisible places to break a line in overlong words.
+std::string shown(const std::string& text, std::size_t most = kMostShown)
 {
-    const GCharPointer valid(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
-    if (g_utf8_strlen(valid.get(), -1) <= kMostShown)
-        return valid.get();
-    return std::string(valid.get(), g_utf8_offset_to_pointer(valid.get(), kMostShown)) + "…";
+    const GCharPointer valid(g_utf8_make_valid(text.data(), static_cast<gssize>(std::min(text.size(), 4 * most))));
+    std::string result;
+    std::size_t count = 0;
+    std::size_t wordLength = 0;
+    for (const char* at = valid.get(); *at; at = g_utf8_next_char(at)) {
+        if (count++ == most)
+            return result + "…";
+        wordLength = g_unichar_isspace(g_utf8_get_char(at)) ? 0 : wordLength + 1;
+        if (wordLength % kLongestWord == kLongestWord - 1)
+            result += "\u200B";
+        result.append(at, static_cast<std::size_t>(g_utf8_next_char(at) - at));
+    }
+    return result;
 }
 
 GtkWidget* createLabel(const std::string& text, const char* cssClass)
@@ -80,7 +93,7 @@ struct UIAlertView::Impl {
     }
     static auto ofParent(const GtkWindow* parent)
     {
-        return [parent](const std::shared_ptr<UIAlertView>& alert) { return alert->m_impl->parent.get() == parent; };
+        return [parent](const std::shared_ptr<UIAlertView>& alert) { return alert->m_impl->parent == parent; };
     }
 
     UIAlertView& alert;
@@ -90,7 +103,8 @@ struct UIAlertView::Impl {
     std::string cancelTitle;
     std::optional<std::string> otherTitle;
     std::shared_ptr<UITextField> field;
-    GObjectPointer<GtkWindow> parent;
+    // Not held, so that it can go; the alert goes with it.
+    GtkWindow* parent = nullptr;
     SignalConnection parentGoes;
     GtkWindow* window = nullptr;
     GtkWidget* defaultButton = nullptr;
@@ -105,7 +119,7 @@ GtkWidget* UIAlertView::Impl::createTexts() const
     gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
     gtk_scrolled_window_set_propagate_natural_width(GTK_SCROLLED_WINDOW(scroller), TRUE);
     gtk_scrolled_window_set_propagate_natural_height(GTK_SCROLLED_WINDOW(scroller), TRUE);
-    const int height = parent ? gtk_widget_get_height(GTK_WIDGET(parent.get())) : 0;
+    const int height = parent ? gtk_widget_get_height(GTK_WIDGET(parent)) : 0;
     gtk_scrolled_window_set_max_content_height(GTK_SCROLLED_WINDOW(scroller), std::clamp(height / 2, 160, 600));
     // The keyboard scrolls a long text.
     gtk_widget_set_focusable(scroller, TRUE);
@@ -115,7 +129,7 @@ GtkWidget* UIAlertView::Impl::createTexts() const
 
 GtkWidget* UIAlertView::Impl::createButton(const std::string& label, GCallback clicked)
 {
-    auto* button = gtk_button_new_with_label(shown(label).c_str());
+    auto* button = gtk_button_new_with_label(shown(label, kMostInTitle).c_str());
     gtk_widget_set_hexpand(button, TRUE);
     if (auto* text = gtk_button_get_child(GTK_BUTTON(button)); GTK_IS_LABEL(text)) {
         gtk_label_set_ellipsize(GTK_LABEL(text), PANGO_ELLIPSIZE_END);
@@ -166,8 +180,8 @@ void UIAlertView::Impl::present()
 {
     window = static_cast<GtkWindow*>(g_object_new(GTK_TYPE_WINDOW, "modal", TRUE, "resizable", FALSE, "accessible-role",
         GTK_ACCESSIBLE_ROLE_ALERT_DIALOG, nullptr));
-    gtk_window_set_title(window, shown(title).c_str());
-    gtk_window_set_transient_for(window, parent.get());
+    gtk_window_set_title(window, shown(title, kMostInTitle).c_str());
+    gtk_window_set_transient_for(window, parent);
     gtk_widget_add_css_class(GTK_WIDGET(window), "dialog");
     gtk_widget_add_css_class(GTK_WIDGET(window), "message");
     // The alert says its title itself; it has no bar.
@@ -201,9 +215,9 @@ void UIAlertView::Impl::finish(std::optional<std::int64_t> button)
     close();
     if (const auto listener = button ? delegate.lock() : nullptr)
         runGuarded([&] { listener->alertView(alert, *button); });
-    if (parent && gtk_widget_in_destruction(GTK_WIDGET(parent.get())))
+    if (parent && gtk_widget_in_destruction(GTK_WIDGET(parent)))
         return;
-    const auto next = std::ranges::find_if(alerts, ofParent(parent.get()));
+    const auto next = std::ranges::find_if(alerts, ofParent(parent));
     if (next != alerts.end() && !(*next)->m_impl->window)
         (*next)->m_impl->present();
 }
@@ -242,9 +256,9 @@ std::shared_ptr<UITextField> UIAlertView::textFieldAtIndex(std::int64_t index) c
 void UIAlertView::show(void* over)
 {
     auto* root = over ? gtk_widget_get_root(static_cast<GtkWidget*>(over)) : nullptr;
-    m_impl->parent = retained(GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr);
+    m_impl->parent = GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr;
     auto& alerts = Impl::shownAlerts();
-    const auto waiting = std::ranges::count_if(alerts, Impl::ofParent(m_impl->parent.get()));
+    const auto waiting = std::ranges::count_if(alerts, Impl::ofParent(m_impl->parent));
     if (waiting > kMostWaiting) {
         NSLog("an alert is cancelled unseen, since too many are waiting already");
         dispatchToMain([self = shared_from_this()] {
@@ -255,7 +269,7 @@ void UIAlertView::show(void* over)
     }
     alerts.push_back(shared_from_this());
     if (m_impl->parent)
-        m_impl->parentGoes = SignalConnection(m_impl->parent.get(), "destroy", G_CALLBACK(Impl::cancel), m_impl.get());
+        m_impl->parentGoes = SignalConnection(m_impl->parent, "destroy", G_CALLBACK(Impl::cancel), m_impl.get());
     if (waiting == 0)
         m_impl->present();
 }

@@ -10,7 +10,7 @@ namespace tq {
 namespace {
 
 // What the toolkit lays out in one line without the user having to wait.
-constexpr glong kMostShown = 5000;
+constexpr glong kMostShown = 1000;
 
 std::string shortened(const std::string& text)
 {

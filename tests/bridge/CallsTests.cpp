@@ -1,0 +1,224 @@
+#include "tests/support/PageTest.h"
+
+#include <boost/json/serialize.hpp>
+#include <limits>
+#include <stdexcept>
+
+namespace tq::test {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+class Service final : public NSObject {
+public:
+    static const NSClass& staticClass()
+    {
+        static const NSClass table("Service", &NSObject::staticClass(),
+            { { "both:", &Service::sync }, { "both::", &Service::async }, { "one:", &Service::sync },
+                { "later:done:", &Service::async } });
+        return table;
+    }
+    const NSClass& objectClass() const override { return staticClass(); }
+
+    OptionalValue sync(OptionalValue) { return std::nullopt; }
+    void async(OptionalValue, NSCompletion) { }
+};
+
+// The barest page half there can be: it reports every message as it came.
+constexpr const char* kPage = "<script>window._handleMessageFromNative = m => report(m)</script>";
+
+class CallsTest : public PageTest {
+protected:
+    void SetUp() override
+    {
+        PageTest::SetUp();
+        use(DWKWebView::initWithFrame({}, nullptr));
+    }
+
+    void ready() { call("_dsb.dsinit", "{}"); }
+    std::string answer(const std::string& message)
+    {
+        return std::string(call("_dsb.returnValue", "{\"data\":" + message + "}").value_or("null").as_string());
+    }
+    std::string hasMethod(const std::string& arguments)
+    {
+        return std::string(call("_dsb.hasNativeMethod", "{\"data\":" + arguments + "}").value_or("null").as_string());
+    }
+    // The messages that the page was sent since, as JSON with the members in this order.
+    Texts messages(std::size_t from)
+    {
+        Texts texts;
+        for (; from < reports->values.size(); ++from) {
+            const auto& message = reports->values[from]->as_object();
+            texts.push_back(boost::json::serialize(
+                boost::json::array{ message.at("method"), message.at("callbackId"), message.at("data") }));
+        }
+        return texts;
+    }
+};
+
+TEST_F(CallsTest, CallsWaitForThePageAndGoAtOnceAfterwards)
+{
+    load(kPage);
+    const std::vector<std::string> noTexts;
+    view->callHandler("first", { 1, "zwei", nullptr, { { "k", "\"\\\n</script>\xE2\x80\xA8" } } }, nullptr);
+    view->callHandler("second", boost::json::array{});
+    view->callHandler("third", [](const OptionalValue&) {});
+    runPending();
+    EXPECT_EQ(reports->values.size(), 1U) << "nothing is sent before the page is ready";
+    const auto loaded = reports->values.size();
+    view->evaluateJavaScript("prompt('_dsbridge=_dsb.dsinit', '{}')");
+    waitForReports(loaded + 3);
+    const Texts expected{ R"(["first",0,"[1,\"zwei\",null,{\"k\":\"\\\"\\\\\\n</script>)"
+                          "\xE2\x80\xA8"
+                          R"(\"}]"])",
+        R"(["second",1,"[]"])", R"(["third",2,"[]"])" };
+    EXPECT_EQ(messages(loaded), expected);
+
+    ready();
+    const auto again = reports->values.size();
+    view->callHandler("fourth", { std::numeric_limits<double>::infinity() });
+    waitForReports(again + 1);
+    EXPECT_EQ(messages(again), (Texts{ R"(["fourth",3,"{}"])" })) << "a second readiness sends nothing";
+
+    load(kPage);
+    const auto reloaded = reports->values.size();
+    view->callHandler("fifth", boost::json::array{});
+    waitForReports(reloaded + 1);
+    EXPECT_EQ(messages(reloaded), (Texts{ R"(["fifth",4,"[]"])" })) << "a later page need not say that it is ready";
+}
+
+TEST_F(CallsTest, AnswersReachTheirCallUntilTheLast)
+{
+    load(kPage);
+    Texts answers;
+    auto take = [&](const std::string& name) {
+        return [&answers, name](const OptionalValue& value) {
+            answers.push_back(name + (value ? boost::json::serialize(*value) : "absent"));
+        };
+    };
+    view->callHandler("a", take("a:"));
+    view->callHandler("b", take("b:"));
+    view->callHandler("nobody listens", boost::json::array{});
+    struct {
+        const char* message;
+        Texts expected;
+    } const cases[] = {
+        { R"({"id":0,"data":1,"complete":false})", { "a:1" } },
+        { R"({"id":0,"data":{"deep":[1]}})", { "a:{\"deep\":[1]}" } },
+        { R"({"id":1.0,"data":null,"complete":"no"})", { "b:absent" } },
+        { R"({"id":0,"data":2,"complete":true})", { "a:2" } },
+        { R"({"id":0,"data":3,"complete":true})", {} },
+        { R"({"id":"1","data":"a text is no number","complete":true})", {} },
+        { R"({"id":1.5,"complete":true})", {} },
+        { R"({"id":4294967297,"complete":true})", {} },
+        { R"({"id":2,"complete":true})", {} },
+        { R"({"complete":true})", {} },
+        { R"([0])", {} },
+        { R"(null)", {} },
+        { R"({"id":1,"complete":1})", { "b:absent" } },
+        { R"({"id":1,"data":"gone"})", {} },
+    };
+    for (const auto& [message, expected] : cases) {
+        answers.clear();
+        EXPECT_EQ(answer(message), R"({"code":0,"data":""})") << message;
+        EXPECT_EQ(answers, expected) << message;
+    }
+}
+
+TEST_F(CallsTest, AnswersMayCallThePageAgainAndMayFail)
+{
+    load("<script>window._handleMessageFromNative = m => {}</script>");
+    ready();
+    int calls = 0;
+    view->callHandler("loop", [&](const OptionalValue&) {
+        // Enough to move every entry of the table.
+        for (int i = 0; i < 100; ++i)
+            view->callHandler("more", [&](const OptionalValue&) { ++calls; });
+        throw std::runtime_error("a faulty callback");
+    });
+    answer(R"({"id":0})");
+    EXPECT_EQ(countOfLine("a faulty callback"), 1);
+    answer(R"({"id":0,"complete":true})");
+    answer(R"({"id":0,"complete":true})");
+    EXPECT_EQ(countOfLine("a faulty callback"), 2) << "the last answer takes the call away, fault or not";
+    answer(R"({"id":100,"complete":true})");
+    EXPECT_EQ(calls, 1);
+}
+
+TEST_F(CallsTest, ExceptionsOfCallbacksEndTheProgramInDebugMode)
+{
+    load(kPage);
+    view->setDebugMode(DebugMode::On);
+    view->callHandler("loop", [](const OptionalValue&) { throw std::runtime_error("a faulty callback"); });
+    EXPECT_DEATH(answer(R"({"id":0})"), "");
+}
+
+TEST_F(CallsTest, ThePageIsAskedForItsFunctions)
+{
+    load("<script>window._handleMessageFromNative = m => prompt('_dsbridge=_dsb.returnValue', JSON.stringify({data: {"
+         "id: m.callbackId, complete: true, data: m.method === '_hasJavascriptMethod' && JSON.parse(m.data)[0] === "
+         "'there' ? true : undefined}}))</script>");
+    ready();
+    std::vector<bool> found;
+    for (const char* name : { "there", "nowhere" })
+        view->hasJavascriptMethod(name, [&](bool exists) { found.push_back(exists); });
+    runUntil([&] { return found.size() == 2; }, "the page has answered");
+    EXPECT_EQ(found, (std::vector<bool>{ true, false }));
+}
+
+TEST_F(CallsTest, ThePageAsksForNativeMethods)
+{
+    view->addJavascriptObject(std::make_shared<Service>(), "a.b");
+    view->addJavascriptObject(std::make_shared<Service>(), std::nullopt);
+    load();
+    struct {
+        const char* arguments;
+        const char* data;
+    } const cases[] = {
+        { R"({"name":"a.b.both","type":"all"})", "1" },
+        { R"({"name":"a.b.both","type":"asyn"})", "1" },
+        { R"({"name":"a.b.both","type":"syn"})", "1" },
+        { R"({"name":" \ta.b.one ","type":" syn\t"})", "1" },
+        { R"({"name":"a.b.one","type":"asyn"})", "0" },
+        { R"({"name":"a.b.one","type":"all"})", "1" },
+        { R"({"name":"later","type":"asyn"})", "1" },
+        { R"({"name":"later","type":"syn"})", "0" },
+        { R"({"name":"_dsb.dsinit","type":"syn"})", "1" },
+        { R"({"name":"_dsb.dsinit","type":"asyn"})", "0" },
+        { R"({"name":"_dsb.dsinit","type":"ALL"})", "0" },
+        { R"({"name":"a.b.one:","type":"all"})", "0" },
+        { R"({"name":"a.b.none","type":"all"})", "0" },
+        { R"({"name":"c.one","type":"all"})", "0" },
+        { R"({"name":"a.b.isEqual","type":"all"})", "0" },
+        { R"({"name":7,"type":"all"})", "0" },
+        { R"({"type":"all"})", "0" },
+        { R"({"name":"a.b.one"})", "0" },
+        { R"("a.b.one")", "0" },
+        { R"(null)", "0" },
+    };
+    for (const auto& [arguments, data] : cases)
+        EXPECT_EQ(hasMethod(arguments), std::string(R"({"code":0,"data":)") + data + "}") << arguments;
+    const std::string refused = R"({"code":-1,"data":""})";
+    EXPECT_EQ(call("_dsb.dsinit", R"({"_dscbstub":"f"})"), OptionalValue(refused)) << "none of them is asynchronous";
+    view->removeJavascriptObject("_dsb");
+    EXPECT_EQ(call("_dsb.dsinit", "{}"), OptionalValue(refused)) << "an application may take them away";
+}
+
+TEST_F(CallsTest, ClosingIsTheListenersBusiness)
+{
+    load();
+    const std::string nothing = R"({"code":0,"data":""})";
+    EXPECT_EQ(call("_dsb.closePage", "{}"), OptionalValue(nothing));
+    int closings = 0;
+    view->setJavascriptCloseWindowListener([&] {
+        ++closings;
+        view->setJavascriptCloseWindowListener(nullptr);
+    });
+    EXPECT_EQ(call("_dsb.closePage", "{}"), OptionalValue(nothing));
+    EXPECT_EQ(call("_dsb.closePage", "{}"), OptionalValue(nothing));
+    EXPECT_EQ(closings, 1);
+}
+
+} // namespace
+} // namespace tq::test

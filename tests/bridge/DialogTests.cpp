@@ -1,0 +1,458 @@
+#include "TQWhiteBoardLib/gtk/NativeView.h"
+#include "tests/support/PageTest.h"
+
+#include <algorithm>
+#include <array>
+#include <boost/json/serialize.hpp>
+#include <gtk/gtk.h>
+#include <stdexcept>
+#include <webkit/webkit.h>
+
+namespace tq::test {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+void collect(GtkWidget* widget, GType type, std::vector<GtkWidget*>& found)
+{
+    if (G_TYPE_CHECK_INSTANCE_TYPE(widget, type) && gtk_widget_get_visible(widget))
+        found.push_back(widget);
+    for (auto* child = gtk_widget_get_first_child(widget); child; child = gtk_widget_get_next_sibling(child))
+        collect(child, type, found);
+}
+
+std::vector<GtkWidget*> widgetsIn(GtkWindow* window, GType type)
+{
+    std::vector<GtkWidget*> found;
+    collect(GTK_WIDGET(window), type, found);
+    return found;
+}
+
+// The dialogs on the screen.
+std::vector<GtkWindow*> dialogs()
+{
+    std::vector<GtkWindow*> found;
+    auto* windows = gtk_window_get_toplevels();
+    for (guint i = 0; i < g_list_model_get_n_items(windows); ++i) {
+        auto* window = static_cast<GtkWindow*>(g_list_model_get_item(windows, i));
+        g_object_unref(window);
+        if (gtk_widget_has_css_class(GTK_WIDGET(window), "message") && gtk_widget_get_visible(GTK_WIDGET(window)))
+            found.push_back(window);
+    }
+    return found;
+}
+
+GtkWindow* dialog()
+{
+    runUntil([] { return dialogs().size() == 1; }, "a dialog is on the screen");
+    return dialogs().empty() ? nullptr : dialogs().front();
+}
+
+// Everything that the window says, from the top: title, message, buttons.
+Texts textsOf(GtkWindow* window)
+{
+    Texts texts;
+    for (auto* label : widgetsIn(window, GTK_TYPE_LABEL))
+        texts.emplace_back(gtk_label_get_text(GTK_LABEL(label)));
+    return texts;
+}
+
+enum class Answer { Cancel = 0, Ok = 1 };
+
+void press(GtkWindow* window, Answer answer)
+{
+    const auto buttons = widgetsIn(window, GTK_TYPE_BUTTON);
+    ASSERT_FALSE(buttons.empty());
+    g_signal_emit_by_name(answer == Answer::Ok ? buttons.back() : buttons.front(), "clicked");
+}
+
+GtkEditable* fieldOf(GtkWindow* window)
+{
+    const auto fields = widgetsIn(window, GTK_TYPE_ENTRY);
+    return fields.empty() ? nullptr : GTK_EDITABLE(fields.front());
+}
+
+// Answers every kind, as the test says.
+class AllDialogs final : public WKUIDelegate {
+public:
+    void runJavaScriptAlertPanelWithMessage(
+        WKWebView&, std::string_view message, const WKFrameInfo&, std::function<void()> completion) override
+    {
+        asked = "alert " + std::string(message);
+        pending = [completion = std::move(completion)](Answer) { completion(); };
+    }
+    void runJavaScriptConfirmPanelWithMessage(
+        WKWebView&, std::string_view message, const WKFrameInfo&, std::function<void(bool)> completion) override
+    {
+        asked = "confirm " + std::string(message);
+        pending = [completion = std::move(completion)](Answer answer) { completion(answer == Answer::Ok); };
+    }
+    void runJavaScriptTextInputPanelWithPrompt(WKWebView&, std::string_view prompt,
+        std::optional<std::string_view> defaultText, const WKFrameInfo&,
+        std::function<void(OptionalText)> completion) override
+    {
+        asked = "prompt " + std::string(prompt);
+        pending = [completion = std::move(completion), text = std::string(defaultText.value_or("none"))](
+                      Answer answer) { completion(answer == Answer::Ok ? text : ""); };
+    }
+
+    std::string asked;
+    std::function<void(Answer)> pending;
+};
+
+class AlertsOnly final : public WKUIDelegate {
+public:
+    void runJavaScriptAlertPanelWithMessage(
+        WKWebView&, std::string_view, const WKFrameInfo&, std::function<void()> completion) override
+    {
+        ++alerts;
+        completion();
+    }
+    int alerts = 0;
+};
+
+// Drops every question.
+class Absentminded final : public WKUIDelegate {
+public:
+    void runJavaScriptAlertPanelWithMessage(
+        WKWebView&, std::string_view, const WKFrameInfo&, std::function<void()>) override
+    {
+    }
+    void runJavaScriptConfirmPanelWithMessage(
+        WKWebView&, std::string_view, const WKFrameInfo&, std::function<void(bool)>) override
+    {
+        throw std::runtime_error("a faulty delegate");
+    }
+};
+
+class DialogTest : public PageTest {
+protected:
+    void SetUp() override
+    {
+        PageTest::SetUp();
+        use(DWKWebView::initWithFrame({ 0, 0, 400, 300 }, nullptr));
+        m_window = GTK_WINDOW(gtk_window_new());
+        gtk_window_set_default_size(m_window, 500, 400);
+        gtk_window_set_child(m_window, nativeView(*view));
+        gtk_window_present(m_window);
+    }
+    void TearDown() override
+    {
+        PageTest::TearDown();
+        if (m_window)
+            gtk_window_destroy(m_window);
+        EXPECT_TRUE(dialogs().empty()) << "a dialog outlives its view";
+    }
+    // Lets the page ask; the answer arrives as a report.
+    void begin(const std::string& expression) { view->evaluateJavaScript("report([" + expression + "])"); }
+    std::string answerFrom(std::size_t report)
+    {
+        waitForReports(report + 1);
+        return reports->values.size() > report && reports->values[report]
+            ? boost::json::serialize(*reports->values[report])
+            : "nothing";
+    }
+    void blockScript(bool isBlocking)
+    {
+        call("_dsb.disableJavascriptDialogBlock", isBlocking ? R"({"data":{}})" : R"({"data":{"disable":true}})");
+    }
+
+    GtkWindow* m_window = nullptr;
+};
+
+struct Kind {
+    const char* expression;
+    const char* asked;
+    Texts texts; // of the view's own dialog
+    const char* ok; // what the page gets
+    const char* cancel;
+    const char* unblocked;
+};
+
+const std::array<Kind, 3> kKinds{ {
+    { "alert('Ünter\\n<b>&_') === undefined", "alert Ünter\n<b>&_", { "提示", "Ünter\n<b>&_", "确定" }, "[true]",
+        "[true]", "[true]" },
+    { "confirm('sure?')", "confirm sure?", { "提示", "sure?", "取消", "确定" }, "[true]", "[false]", "[true]" },
+    { "prompt('name?', 'nöbody')", "prompt name?", { "name?", "取消", "确定" }, R"(["nöbody"])", R"([""])", "[null]" },
+} };
+
+TEST_F(DialogTest, EveryKindIsAnsweredByItsWindowOrByTheDelegate)
+{
+    load();
+    const auto delegate = std::make_shared<AllDialogs>();
+    for (const auto& kind : kKinds) {
+        for (const bool hasDelegate : { false, true }) {
+            view->setDSUIDelegate(hasDelegate ? delegate : nullptr);
+            for (const bool isBlocking : { true, false }) {
+                blockScript(isBlocking);
+                for (const auto answer : { Answer::Ok, Answer::Cancel }) {
+                    SCOPED_TRACE(std::string(kind.asked) + (hasDelegate ? " by delegate" : " by window")
+                        + (isBlocking ? " blocking" : "") + (answer == Answer::Ok ? " ok" : " cancel"));
+                    const auto report = reports->values.size();
+                    begin(kind.expression);
+                    if (hasDelegate) {
+                        runUntil([&] { return delegate->pending != nullptr; }, "the delegate is asked");
+                        EXPECT_EQ(delegate->asked, kind.asked);
+                        EXPECT_TRUE(dialogs().empty());
+                        std::exchange(delegate->pending, nullptr)(answer);
+                    } else {
+                        auto* window = dialog();
+                        ASSERT_NE(window, nullptr);
+                        EXPECT_EQ(textsOf(window), kind.texts);
+                        EXPECT_EQ(gtk_window_get_transient_for(window), m_window);
+                        EXPECT_TRUE(gtk_window_get_modal(window));
+                        if (isBlocking) {
+                            EXPECT_EQ(reports->values.size(), report) << "the script waits";
+                        }
+                        press(window, answer);
+                    }
+                    EXPECT_EQ(answerFrom(report),
+                        !isBlocking                ? kind.unblocked
+                            : answer == Answer::Ok ? kind.ok
+                                                   : kind.cancel);
+                    EXPECT_TRUE(dialogs().empty());
+                }
+            }
+        }
+    }
+    EXPECT_EQ(ask("'still alive'"), OptionalValue("still alive"));
+}
+
+TEST_F(DialogTest, LabelsAreReplacedAsAWhole)
+{
+    load();
+    const auto shown = [&](const std::string& expression) {
+        const auto report = reports->values.size();
+        begin(expression);
+        const auto texts = textsOf(dialog());
+        press(dialog(), Answer::Cancel);
+        answerFrom(report);
+        return texts;
+    };
+    view->customJavascriptDialogLabelTitles(
+        { { { "alertBtn", "Fine" }, { "confirmTitle", "Well" }, { "promptOkBtn", "_Go" } } });
+    EXPECT_EQ(shown("alert('a')"), (Texts{ "提示", "a", "Fine" }));
+    EXPECT_EQ(shown("confirm('a')"), (Texts{ "Well", "a", "取消", "确定" }));
+    EXPECT_EQ(shown("prompt('a')"), (Texts{ "a", "取消", "_Go" }));
+    view->customJavascriptDialogLabelTitles(std::nullopt);
+    EXPECT_EQ(shown("alert('a')"), (Texts{ "提示", "a", "Fine" })) << "an absent map changes nothing";
+    view->customJavascriptDialogLabelTitles({ { { "alertTitle", "\xFF" }, { "confirmCancelBtn", "No" },
+        { "confirmOkBtn", "Yes" }, { "promptCancelBtn", "" } } });
+    EXPECT_EQ(shown("alert('a')"), (Texts{ "\xEF\xBF\xBD", "a", "确定" }));
+    EXPECT_EQ(shown("confirm('a')"), (Texts{ "提示", "a", "No", "Yes" }));
+    view->customJavascriptDialogLabelTitles({ std::map<std::string, std::string>{} });
+    EXPECT_EQ(shown("alert('a')"), (Texts{ "提示", "a", "确定" }));
+}
+
+TEST_F(DialogTest, PromptsGiveBackWhatTheirFieldHolds)
+{
+    load();
+    auto report = reports->values.size();
+    begin("prompt('name?')");
+    EXPECT_STREQ(gtk_editable_get_text(fieldOf(dialog())), "");
+    gtk_editable_set_text(fieldOf(dialog()), "漢字 \"quoted\"");
+    press(dialog(), Answer::Ok);
+    EXPECT_EQ(answerFrom(report), R"(["漢字 \"quoted\""])");
+
+    report = reports->values.size();
+    begin("prompt('x'.repeat(300000), 'y'.repeat(300000)).length");
+    EXPECT_LT(std::string(gtk_editable_get_text(fieldOf(dialog()))).size(), 10000U) << "only a part is laid out";
+    press(dialog(), Answer::Ok);
+    EXPECT_EQ(answerFrom(report), "[300000]") << "what was not shown is not lost";
+}
+
+TEST_F(DialogTest, KeyboardAloneAnswers)
+{
+    load();
+    view->customJavascriptDialogLabelTitles({ { { "confirmTitle", "keyboard" } } });
+    const auto type = [](const char* window, const char* keys) {
+        const std::string command
+            = std::string("xdotool search --sync --onlyvisible --name '^") + window + "$' windowfocus --sync " + keys;
+        GError* error = nullptr;
+        ASSERT_TRUE(g_spawn_command_line_async(command.c_str(), &error)) << error->message;
+    };
+    const struct {
+        const char* expression;
+        const char* window;
+        const char* keys;
+        const char* answer;
+    } cases[] = {
+        { "confirm('long\\n'.repeat(2000))", "keyboard", "key Return", "[true]" },
+        { "confirm('sure?')", "keyboard", "key Escape", "[false]" },
+        { "prompt('typed', 'before ')", "typed", "key End key a key b key Return", R"(["before ab"])" },
+        { "prompt('typed', 'x')", "typed", "key Escape", R"([""])" },
+    };
+    for (const auto& row : cases) {
+        const auto report = reports->values.size();
+        begin(row.expression);
+        ASSERT_NE(dialog(), nullptr);
+        EXPECT_LE(gtk_widget_get_height(GTK_WIDGET(dialog())), 600);
+        type(row.window, row.keys);
+        EXPECT_EQ(answerFrom(report), row.answer) << row.expression << row.keys;
+    }
+}
+
+TEST_F(DialogTest, OneDialogIsShownAtATimeAndTheLastKindTakesTheAnswer)
+{
+    load();
+    blockScript(false);
+    auto report = reports->values.size();
+    begin("alert('first')");
+    answerFrom(report);
+    blockScript(true);
+    report = reports->values.size();
+    int questions = 0;
+    const auto signal = g_signal_lookup("script-dialog", WEBKIT_TYPE_WEB_VIEW);
+    const auto hook = g_signal_add_emission_hook(
+        signal, 0,
+        [](GSignalInvocationHint*, guint, const GValue*, gpointer count) -> gboolean {
+            ++*static_cast<int*>(count);
+            return TRUE;
+        },
+        &questions, nullptr);
+    begin("confirm('second')");
+    runUntil([&] { return questions > 0; }, "the page asks its second question");
+    g_signal_remove_emission_hook(signal, hook);
+    EXPECT_EQ(textsOf(dialog())[1], "first");
+    press(dialog(), Answer::Cancel);
+    EXPECT_EQ(answerFrom(report), "[false]");
+    EXPECT_EQ(textsOf(dialog())[1], "second") << "it is still shown, and its answer is nobody's";
+    press(dialog(), Answer::Ok);
+    EXPECT_EQ(ask("'alive'"), OptionalValue("alive"));
+}
+
+TEST_F(DialogTest, AFloodOfDialogsIsCutOff)
+{
+    load();
+    blockScript(false);
+    const auto report = reports->values.size();
+    begin("Array.from({length: 100}, (_, i) => confirm('question ' + i)).every(answer => answer)");
+    EXPECT_EQ(answerFrom(report), "[true]");
+    EXPECT_GT(countOfLine("an alert is cancelled unseen, since too many are waiting already"), 50);
+    int shown = 0;
+    for (; !dialogs().empty() && shown < 100; ++shown) {
+        ASSERT_EQ(dialogs().size(), 1U);
+        press(dialogs().front(), Answer::Ok);
+    }
+    EXPECT_GT(shown, 10);
+    EXPECT_LT(shown, 50);
+}
+
+TEST_F(DialogTest, AnotherPageOrTheEndOfTheViewTakesTheDialogAway)
+{
+    const auto delegate = std::make_shared<AllDialogs>();
+    for (const bool hasDelegate : { false, true }) {
+        view->setDSUIDelegate(hasDelegate ? delegate : nullptr);
+        load();
+        begin("prompt('blocked')");
+        if (hasDelegate)
+            runUntil([&] { return delegate->pending != nullptr; }, "the delegate is asked");
+        else
+            dialog();
+        // The page waits for its user, and is left all the same.
+        load();
+        EXPECT_TRUE(dialogs().empty());
+        EXPECT_EQ(ask("'alive'"), OptionalValue("alive"));
+        if (hasDelegate)
+            std::exchange(delegate->pending, nullptr)(Answer::Ok); // too late, and harmless
+    }
+    view->setDSUIDelegate(std::shared_ptr<AllDialogs>());
+    blockScript(false);
+    const auto report = reports->values.size();
+    begin("alert('one'), alert('two')");
+    answerFrom(report);
+    dialog();
+    view->evaluateJavaScript("location.reload()");
+    waitForReports(report + 2);
+    EXPECT_TRUE(dialogs().empty()) << "a page that reloads itself leaves no dialog behind";
+
+    blockScript(true);
+    begin("confirm('the last')");
+    dialog();
+    view.reset();
+    runUntil([] { return dialogs().empty(); }, "the dialog goes with its view");
+}
+
+TEST_F(DialogTest, ADialogGoesWithItsWindow)
+{
+    load();
+    const auto report = reports->values.size();
+    begin("confirm('sure?')");
+    dialog();
+    gtk_window_set_child(m_window, nullptr);
+    gtk_window_destroy(std::exchange(m_window, nullptr));
+    EXPECT_EQ(answerFrom(report), "[false]");
+    EXPECT_TRUE(dialogs().empty());
+}
+
+TEST_F(DialogTest, DelegatesAnswerWhatTheyImplementAndMayForget)
+{
+    load();
+    const auto alerts = std::make_shared<AlertsOnly>();
+    view->setDSUIDelegate(alerts);
+    EXPECT_EQ(ask("alert('x') === undefined"), OptionalValue(true));
+    EXPECT_EQ(alerts->alerts, 1);
+    const auto report = reports->values.size();
+    begin("confirm('sure?')");
+    press(dialog(), Answer::Ok);
+    EXPECT_EQ(answerFrom(report), "[true]");
+
+    const auto absentminded = std::make_shared<Absentminded>();
+    view->setDSUIDelegate(absentminded);
+    EXPECT_EQ(ask("[alert('x') === undefined, confirm('y')]"), OptionalValue(boost::json::array{ true, false }));
+    EXPECT_EQ(countOfLine("a faulty delegate"), 1);
+}
+
+// Opens windows.
+class Opener final : public WKUIDelegate {
+public:
+    std::shared_ptr<WKWebView> createWebViewWithConfiguration(WKWebView&,
+        const std::shared_ptr<WKWebViewConfiguration>& configuration, const WKNavigationAction& action,
+        const WKWindowFeatures&) override
+    {
+        urls.push_back(action.request.URL ? action.request.URL->absoluteString() : "none");
+        if (urls.size() == 1)
+            opened = DWKWebView::initWithFrame({}, configuration);
+        return urls.size() == 1 ? opened : DWKWebView::initWithFrame({}, nullptr);
+    }
+    void webViewDidClose(WKWebView& webView) override { hasClosed = &webView == opened.get(); }
+
+    std::vector<std::string> urls;
+    std::shared_ptr<DWKWebView> opened;
+    bool hasClosed = false;
+};
+
+TEST_F(DialogTest, NewWindowsAreTheDelegatesToMake)
+{
+    auto configuration = std::make_shared<WKWebViewConfiguration>();
+    configuration->preferences->javaScriptCanOpenWindowsAutomatically = true;
+    gtk_window_set_child(m_window, nullptr);
+    view.reset();
+    use(DWKWebView::initWithFrame({}, configuration));
+    load();
+    EXPECT_EQ(ask("window.open('data:text/html,x') === null"), OptionalValue(true)) << "nobody opens it";
+    const auto opener = std::make_shared<Opener>();
+    view->setDSUIDelegate(opener);
+    EXPECT_EQ(ask("!!(window.opened = window.open('about:blank#first'))"), OptionalValue(true));
+    ASSERT_NE(opener->opened, nullptr);
+    opener->opened->setDSUIDelegate(opener);
+    EXPECT_EQ(ask("opened._dswk"), OptionalValue(true)) << "the new page is in a bridge view as well";
+    EXPECT_EQ(ask("window.open('about:blank#second') === null"), OptionalValue(true)) << "a view of no relation";
+    EXPECT_EQ(opener->urls, (Texts{ "about:blank#first", "about:blank#second" }));
+    EXPECT_EQ(countOfLine("a view for a new window is not made with the configuration given for it, and no window is "
+                          "opened"),
+        1);
+    view->evaluateJavaScript("opened.close()");
+    runUntil([&] { return opener->hasClosed; }, "the window is closed");
+    const std::weak_ptr<WKWebView> watched = opener->opened;
+    auto* widget = gtk_overlay_get_child(GTK_OVERLAY(nativeView(*opener->opened)));
+    bool isGone = false;
+    g_object_weak_ref(
+        G_OBJECT(widget), [](gpointer gone, GObject*) { *static_cast<bool*>(gone) = true; }, &isGone);
+    opener->opened.reset();
+    EXPECT_TRUE(watched.expired());
+    runUntil([&] { return isGone; }, "the engine lets go of the closed window's view");
+}
+
+} // namespace
+} // namespace tq::test
