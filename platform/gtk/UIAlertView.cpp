@@ -24,6 +24,8 @@ constexpr std::size_t kMostShown = 10000;
 constexpr std::size_t kMostInTitle = 200;
 // The layout of a text without blanks takes a time that grows with its square.
 constexpr std::size_t kLongestWord = 50;
+// Bytes; an area to scroll has a height of its own, which few words do not fill.
+constexpr std::size_t kMostUnscrolled = 200;
 constexpr int kTextWidth = 48;
 constexpr int kSpacing = 12;
 
@@ -47,11 +49,19 @@ std::string shown(const std::string& text, std::size_t most = kMostShown)
 
 GtkWidget* createLabel(const std::string& text, const char* cssClass)
 {
-    auto* label = gtk_label_new(shown(text).c_str());
+    const auto characters = shown(text);
+    const auto length = g_utf8_strlen(characters.c_str(), -1);
+    auto* label = gtk_label_new(characters.c_str());
+    // A width to rely on: the height is measured before the width is known.
+    gtk_label_set_width_chars(GTK_LABEL(label), int(std::min<glong>(length, kTextWidth * 2 / 3)));
     gtk_label_set_wrap(GTK_LABEL(label), TRUE);
     gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
     gtk_label_set_max_width_chars(GTK_LABEL(label), kTextWidth);
-    gtk_label_set_justify(GTK_LABEL(label), GTK_JUSTIFY_CENTER);
+    // Several lines are read from the side, a few words are looked at.
+    if (length > 3L * kTextWidth)
+        gtk_label_set_xalign(GTK_LABEL(label), 0);
+    else
+        gtk_label_set_justify(GTK_LABEL(label), GTK_JUSTIFY_CENTER);
     gtk_widget_add_css_class(label, cssClass);
     gtk_widget_set_visible(label, text.empty() ? FALSE : TRUE);
     return label;
@@ -115,6 +125,8 @@ GtkWidget* UIAlertView::Impl::createTexts() const
     auto* texts = gtk_box_new(GTK_ORIENTATION_VERTICAL, kSpacing);
     gtk_box_append(GTK_BOX(texts), createLabel(title, message.empty() ? "body" : "title-4"));
     gtk_box_append(GTK_BOX(texts), createLabel(message, "body"));
+    if (title.size() + message.size() < kMostUnscrolled)
+        return texts;
     auto* scroller = gtk_scrolled_window_new();
     gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
     gtk_scrolled_window_set_propagate_natural_width(GTK_SCROLLED_WINDOW(scroller), TRUE);
