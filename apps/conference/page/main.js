@@ -1,7 +1,8 @@
 // The room page: puts the board, the tools, the room's connection (or a recording) and the application together.
 
+import { report } from "./application.js";
 import { Board } from "./board.js";
-import { isInApplication, report } from "./bridge.js";
+import { isInApplication } from "./bridge.js";
 import { Player } from "./player.js";
 import { RoomConnection } from "./room.js";
 

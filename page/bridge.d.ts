@@ -1,0 +1,113 @@
+// Declarations for bridge.js. README.md beside this file has examples.
+
+/** Why a call has no value. */
+export type NativeCallFailure =
+    /** The page is not shown by an application; nothing was asked. */
+    | "no-application"
+    /** The application has no method of that name and kind. */
+    | "no-method"
+    /** The method was called and has failed. */
+    | "failed"
+    /** The method was called, and what it returned cannot be written or read. */
+    | "unreadable"
+    /** No result came within the time that the page allowed. */
+    | "timeout";
+
+/** The error of every call of the application that has no value. */
+export class NativeCallError extends Error {
+    constructor(method: string, reason: NativeCallFailure);
+    /** The full name of the method that was called. */
+    readonly method: string;
+    readonly reason: NativeCallFailure;
+}
+
+/** Whether the page is the main frame of an application's view. If not, every call throws at once and asks nobody. */
+export function isInApplication(): boolean;
+
+/**
+ * Calls a synchronous native method and returns its value, "" when it returned nothing. The page stands still
+ * meanwhile.
+ *
+ * @param method "namespace.method", or "method" of the empty namespace; plain ASCII.
+ * @param argument whatever JSON can express; `undefined` is no argument.
+ * @throws NativeCallError, and TypeError for another argument.
+ */
+export function callSync<Value = unknown>(method: string, argument?: unknown): Value;
+
+export interface CallOptions {
+    /** Milliseconds until the call is given up with the reason "timeout"; without limit if left out. */
+    timeout?: number;
+}
+
+/** Calls an asynchronous native method. Fulfilled with its first result; rejected with what callSync would throw. */
+export function callAsync<Value = unknown>(method: string, argument?: unknown, options?: CallOptions): Promise<Value>;
+
+/**
+ * Calls an asynchronous native method; `callback` gets every result. `isLast` is true with the last one, and with no
+ * other.
+ *
+ * @returns a function that abandons the call: `callback` is not called any more.
+ * @throws what callSync throws.
+ */
+export function callWithCallback<Value = unknown>(
+    method: string,
+    argument: unknown,
+    callback: (value: Value, isLast: boolean) => void,
+): () => void;
+
+/** The results of an asynchronous native method, one after the other. */
+export interface ResultStream<Value> extends AsyncIterableIterator<Value> {
+    /** Abandons the call and ends the loops over it. Leaving a `for await` loop early does so too. */
+    return(value?: unknown): Promise<IteratorResult<Value, any>>;
+}
+
+/**
+ * Calls an asynchronous native method at once. What comes before it is read is kept.
+ *
+ * @throws what callSync throws.
+ */
+export function stream<Value = unknown>(method: string, argument?: unknown): ResultStream<Value>;
+
+/**
+ * Whether the application has a native method of that full name and kind; false without an application.
+ *
+ * @param type "syn" (answers at once), "asyn" (answers later), or either.
+ */
+export function hasNativeMethod(name: string, type?: "all" | "asyn" | "syn"): boolean;
+
+/** Asks the application to close the page. */
+export function closePage(): void;
+
+/** After true, alert, confirm and prompt do not hold the page up until the user has answered; after false they do. */
+export function disableDialogBlock(disable?: boolean): void;
+
+/**
+ * Lets the application call a function of the page, in place of an earlier one of the name.
+ *
+ * What `fn` returns, or what the Promise that it returns is fulfilled with, is the one answer. If it throws, the error
+ * is shown in the console and the application gets an answer without a value.
+ */
+export function register(name: string, fn: (...args: any[]) => unknown): void;
+
+/** Sends the application one answer; without effect after the end. Throws TypeError for what JSON cannot express. */
+export interface Answer {
+    (value?: unknown): void;
+    /** Sends the last answer. */
+    end(value?: unknown): void;
+}
+
+/**
+ * Lets the application call a function of the page that answers as often as it wants, until `answer.end`.
+ *
+ * If `fn` throws, or the Promise that it returns is rejected, the error is shown in the console and the answers end.
+ */
+export function registerStream(name: string, fn: (answer: Answer, ...args: any[]) => unknown): void;
+
+/** Takes a function of the page away from the application. */
+export function unregister(name: string): void;
+
+/**
+ * Tells the application that all functions are registered. It sends the calls that it has kept until now, in order;
+ * later ones come at once, also to the pages that follow in the same view. Does nothing without an application.
+ */
+export function ready(): void;

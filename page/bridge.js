@@ -1,0 +1,297 @@
+// The page's half of the calls between a page and the application that shows it. README.md beside this file tells how
+// to use it and what the messages are; bridge.d.ts declares what is exported.
+
+const explanations = {
+    "no-application": "the page is not shown by an application",
+    "no-method": "the application has no such method",
+    failed: "the method has failed",
+    unreadable: "the answer cannot be read",
+    timeout: "no result came in time",
+};
+const probe = "_hasJavascriptMethod";
+const longestTimer = 2 ** 31 - 1; // milliseconds; a longer one would fire at once
+
+// Results of calls that an earlier page of the view has made may still arrive: no name is used by two pages.
+const callbackPrefix = "_tq" + Math.random().toString(36).slice(2) + "_";
+let lastCallback = 0;
+const asyncMethods = new Set(); // those that are known to exist
+
+// Common to all copies of this script in the page, since native code finds only one of them:
+// name -> function(answer, list of arguments), which returns a Promise of its end.
+const functions = (window[Symbol.for("TQWhiteBoardLib.pageFunctions")] ??= new Map());
+
+export class NativeCallError extends Error {
+    constructor(method, reason) {
+        super(`${method}: ${explanations[reason]}`);
+        this.name = "NativeCallError";
+        this.method = method;
+        this.reason = reason;
+    }
+}
+
+export function isInApplication() {
+    return window._dswk === true;
+}
+
+// Page calls native
+
+function ask(method, message) {
+    if (!isInApplication())
+        throw new NativeCallError(method, "no-application");
+    const text = window.prompt("_dsbridge=" + method, JSON.stringify(message));
+    if (text === null)
+        throw new NativeCallError(method, "failed");
+    let answer = null;
+    try {
+        answer = JSON.parse(text);
+    } catch {
+        // Reported below.
+    }
+    if (typeof answer?.code !== "number")
+        throw new NativeCallError(method, "unreadable");
+    return answer;
+}
+
+export function callSync(method, argument) {
+    const answer = ask(method, { data: argument });
+    if (answer.code !== 0)
+        throw new NativeCallError(method, "no-method");
+    return answer.data;
+}
+
+/** Starts an asynchronous call; `take` gets every result. Returns the name of the global function that `take` becomes. */
+function start(method, argument, take) {
+    const callback = callbackPrefix + ++lastCallback;
+    window[callback] = take;
+    try {
+        const { code } = ask(method, { data: argument, _dscbstub: callback });
+        // Any other code is that of a missing method, and that of a method whose first result is still to come.
+        if (code !== 0 && !asyncMethods.has(method) && !hasNativeMethod(method, "asyn"))
+            throw new NativeCallError(method, "no-method");
+    } catch (error) {
+        delete window[callback];
+        throw error;
+    }
+    asyncMethods.add(method);
+    return callback;
+}
+
+export function callAsync(method, argument, { timeout = Infinity } = {}) {
+    return new Promise((resolve, reject) => {
+        if (!(timeout >= 0))
+            throw new RangeError("timeout must be a number of milliseconds");
+        const callback = start(method, argument, (value) => {
+            delete window[callback];
+            forget(callback);
+            resolve(value);
+        });
+        if (timeout < Infinity) {
+            expect(callback, timeout, () => {
+                delete window[callback];
+                reject(new NativeCallError(method, "timeout"));
+            });
+        }
+    });
+}
+
+// The deadlines of all calls share one timer: every timer that is pending in a page slows all of its calls.
+
+const deadlines = new Map(); // callback -> {due, expire}
+let timer = 0;
+let timerDue = Infinity;
+
+function expect(callback, timeout, expire) {
+    const due = performance.now() + timeout;
+    deadlines.set(callback, { due, expire });
+    if (due < timerDue)
+        setTimer(due);
+}
+
+function forget(callback) {
+    if (deadlines.delete(callback) && deadlines.size === 0)
+        setTimer(Infinity);
+}
+
+function setTimer(due) {
+    clearTimeout(timer);
+    timerDue = due;
+    if (due < Infinity)
+        timer = setTimeout(expireDue, Math.min(Math.ceil(due - performance.now()), longestTimer));
+}
+
+function expireDue() {
+    const now = performance.now();
+    let next = Infinity;
+    for (const [callback, { due, expire }] of deadlines) {
+        if (due <= now) {
+            deadlines.delete(callback);
+            expire();
+        } else {
+            next = Math.min(next, due);
+        }
+    }
+    setTimer(next);
+}
+
+// Which result is the last shows when the script that brought it has ended: its function is deleted then. So results
+// are held until the microtask that follows.
+
+let held = [];
+
+function hold(call, value) {
+    if (held.length === 0)
+        queueMicrotask(deliverHeld);
+    ++call.held;
+    held.push({ call, value });
+}
+
+function deliverHeld() {
+    const results = held;
+    held = [];
+    for (const { call, value } of results) {
+        const isLast = --call.held === 0 && !(call.name in window);
+        if (call.isAbandoned)
+            continue;
+        try {
+            call.callback(value, isLast);
+        } catch (error) {
+            console.error(error);
+        }
+    }
+}
+
+export function callWithCallback(method, argument, callback) {
+    const call = { name: "", callback, held: 0, isAbandoned: false };
+    call.name = start(method, argument, (value) => hold(call, value));
+    return () => {
+        call.isAbandoned = true;
+        delete window[call.name];
+    };
+}
+
+class ResultStream {
+    #results = [];
+    #waiting = []; // those who have asked for a result that is not there yet
+    #isOver = false;
+    #abandon;
+
+    constructor(method, argument) {
+        this.#abandon = callWithCallback(method, argument, (value, isLast) => {
+            if (this.#waiting.length)
+                this.#waiting.shift()({ value, done: false });
+            else
+                this.#results.push(value);
+            if (isLast)
+                this.#finish();
+        });
+    }
+
+    async next() {
+        if (this.#results.length)
+            return { value: this.#results.shift(), done: false };
+        if (this.#isOver)
+            return { value: undefined, done: true };
+        return new Promise((resolve) => this.#waiting.push(resolve));
+    }
+
+    async return(value) {
+        this.#abandon();
+        this.#results = [];
+        this.#finish();
+        return { value, done: true };
+    }
+
+    [Symbol.asyncIterator]() {
+        return this;
+    }
+
+    #finish() {
+        this.#isOver = true;
+        for (const resolve of this.#waiting.splice(0))
+            resolve({ value: undefined, done: true });
+    }
+}
+
+export function stream(method, argument) {
+    return new ResultStream(method, argument);
+}
+
+export function hasNativeMethod(name, type = "all") {
+    return isInApplication() && callSync("_dsb.hasNativeMethod", { name, type }) === 1;
+}
+
+export function closePage() {
+    callSync("_dsb.closePage", {});
+}
+
+export function disableDialogBlock(disable = true) {
+    callSync("_dsb.disableJavascriptDialogBlock", { disable });
+}
+
+// Native calls page
+
+function add(name, fn, run) {
+    if (typeof name !== "string" || typeof fn !== "function")
+        throw new TypeError("a page function has a text for a name, and is a function");
+    functions.set(name, run);
+}
+
+export function register(name, fn) {
+    add(name, fn, async (answer, list) => answer.end(await fn(...list)));
+}
+
+export function registerStream(name, fn) {
+    add(name, fn, async (answer, list) => fn(answer, ...list));
+}
+
+export function unregister(name) {
+    functions.delete(name);
+}
+
+export function ready() {
+    if (isInApplication())
+        callSync("_dsb.dsinit", {});
+}
+
+function answerTo(id) {
+    let isOver = false;
+    const send = (data, complete) => {
+        if (isOver)
+            return;
+        callSync("_dsb.returnValue", { id, data, complete });
+        isOver = complete;
+    };
+    return Object.assign((value) => send(value, false), { end: (value) => send(value, true) });
+}
+
+function argumentsOf(text) {
+    try {
+        const list = JSON.parse(text);
+        return Array.isArray(list) ? list : [];
+    } catch {
+        return [];
+    }
+}
+
+function runOf(method) {
+    if (method === probe)
+        return async (answer, [name]) => answer.end(functions.has(name));
+    return functions.get(method) ?? (async (answer) => {
+        console.warn(`The application calls ${method}, which is not registered.`);
+        answer.end();
+    });
+}
+
+window._handleMessageFromNative = (message) => {
+    if (typeof message?.method !== "string" || !Number.isInteger(message.callbackId)) {
+        console.warn("A call from the application cannot be read.");
+        return;
+    }
+    const answer = answerTo(message.callbackId);
+    runOf(message.method)(answer, argumentsOf(message.data))
+        .catch((error) => {
+            console.error(`The page function ${message.method} has failed.`, error);
+            answer.end(); // the application is not left waiting
+        })
+        .catch(console.error);
+};
