@@ -376,7 +376,8 @@ function clockText(milliseconds) {
 }
 
 function showPlayer(player) {
-    element("position").value = player.position;
+    // The slider has steps; the end is the end all the same.
+    element("position").value = player.position < player.duration ? player.position : element("position").max;
     element("time").textContent = clockText(player.position) + " / " + clockText(player.duration);
     element("play").setAttribute("aria-label", player.isPlaying ? "Pause" : "Play");
     element("play-icon").setAttribute("href", player.isPlaying ? "#icon-pause" : "#icon-play");
@@ -395,7 +396,8 @@ async function replay(source) {
     }
     element("room").textContent = document.title = player.room;
     showState("live", "Recording");
-    element("position").max = player.duration;
+    const step = Number(element("position").step);
+    element("position").max = Math.ceil(player.duration / step) * step;
     element("position").oninput = () => player.seek(Number(element("position").value));
     element("play").onclick = () => (player.isPlaying ? player.pause() : player.play());
     loaded();
