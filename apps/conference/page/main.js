@@ -3,13 +3,15 @@
 import { report } from "./application.js";
 import { Board } from "./board.js";
 import { isInApplication } from "./bridge.js";
+import { shownText } from "./names.js";
+import { PeopleNotices } from "./notices.js";
+import { showPeople } from "./people.js";
 import { Player } from "./player.js";
 import { RoomConnection } from "./room.js";
 
 const element = (id) => document.getElementById(id);
 const all = (selector) => [...document.querySelectorAll(selector)];
 
-const seatColors = ["#1971c2", "#d9363e", "#2b8a3e", "#f08c00", "#7048e8", "#0c8599", "#c2255c", "#5c940d"];
 const eraserFactor = 5;
 const mostPoints = 1000; // of one stroke; a longer one goes on as the next
 const mostPending = 400; // points of one message
@@ -28,6 +30,7 @@ const room = {
     isReplay: false,
     lastStroke: 0,
 };
+const notices = new PeopleNotices(element("notices"));
 const pen = { color: "ink", width: 3 };
 const drawing = { pointer: null, id: 0, count: 0, pending: [] };
 
@@ -46,7 +49,6 @@ function say(text) {
 }
 
 function cover(title, text, code) {
-    stopDrawing();
     element("cover-title").textContent = title;
     element("cover-text").textContent = text;
     element("cover-code").textContent = code ? "Code " + code : "";
@@ -54,6 +56,7 @@ function cover(title, text, code) {
     show("panel", false);
     room.state = "over";
     showState("over", "Closed");
+    stopDrawing();
     showTools();
 }
 
@@ -84,55 +87,8 @@ function showTools() {
     show("recording", room.isRecording);
 }
 
-function text(tag, name, content) {
-    const node = document.createElement(tag);
-    node.className = name;
-    node.textContent = content;
-    return node;
-}
-
-function dotOf(member) {
-    const dot = text("span", "dot", "");
-    dot.style.background = seatColors[member.seat % seatColors.length];
-    return dot;
-}
-
-/** The dot, the name and "(you)" of a member. */
-function labelsOf(member) {
-    const labels = [dotOf(member), text("span", "name", member.name || member.uid)];
-    return member.uid === room.uid ? [...labels, text("span", "you", "(you)")] : labels;
-}
-
-function rowOf(member) {
-    const row = document.createElement("li");
-    row.append(...labelsOf(member), text("span", "role", member.role === "presenter" ? "Presenter" : "Viewer"));
-    if (room.role === "presenter" && member.uid !== room.uid) {
-        const other = member.role === "presenter" ? "viewer" : "presenter";
-        const button = text("button", "", other === "presenter" ? "Let draw" : "Only watch");
-        button.type = "button";
-        button.onclick = () => room.connection.send({ type: "role", uid: member.uid, role: other });
-        row.append(button);
-    }
-    return row;
-}
-
-function showPeople() {
-    const ordered = [...room.members].sort((a, b) => (b.uid === room.uid) - (a.uid === room.uid) || a.seat - b.seat);
-    const chips = ordered.map((member) => {
-        const chip = document.createElement("li");
-        chip.append(...labelsOf(member));
-        return chip;
-    });
-    element("chips").replaceChildren(...chips);
-    // A chip that is cut in half tells nothing; the panel names everybody.
-    const space = element("chips").clientWidth;
-    let used = 0;
-    for (const chip of chips) {
-        used += chip.offsetWidth + 6;
-        chip.hidden = used > space;
-    }
-    element("list").replaceChildren(...ordered.map(rowOf));
-    element("count").textContent = ordered.length;
+function showMembers() {
+    showPeople(room.members, room, (uid, role) => room.connection.send({ type: "role", uid, role }));
     show("people", !room.isReplay);
 }
 
@@ -160,25 +116,40 @@ function loaded() {
     requestAnimationFrame(() => setTimeout(() => report("onLoadEnd")));
 }
 
+/** Tells of those who have come or gone since the list before. */
+function tellChanges(before, after) {
+    const old = new Map(before.map((member) => [member.uid, member]));
+    for (const member of after) {
+        if (!old.delete(member.uid))
+            notices.changed(member, true);
+    }
+    for (const member of old.values())
+        notices.changed(member, false);
+}
+
 function takeMembers(members) {
+    const before = room.members;
     room.members = members;
     const role = members.find((member) => member.uid === room.uid)?.role ?? room.role;
     const isChange = role !== room.role;
     const isFirst = room.role === null;
     room.role = role;
     if (isChange) {
-        if (role === "viewer")
+        if (role === "viewer") {
             stopDrawing();
+        }
         if (!isFirst)
             say(role === "presenter" ? "You may draw now" : "You are watching now");
         report("onStatusChange", { status: status[role] });
     }
+    if (!isFirst)
+        tellChanges(before, members);
     showTools();
-    showPeople();
+    showMembers();
 }
 
 function enter(message) {
-    element("room").textContent = document.title = message.room || "Whiteboard";
+    element("room").textContent = document.title = shownText(message.room) || "Whiteboard";
     if (message.mode === "replay") {
         room.connection.finish();
         replay(message.source);
@@ -217,12 +188,14 @@ const listener = {
         room.state = state;
         const texts = { connecting: "Connecting…", reconnecting: "Reconnecting…", live: "Live" };
         showState(state, texts[state]);
-        if (state !== "live")
+        if (state !== "live") {
             stopDrawing();
+        }
         showTools();
     },
     message(message) {
-        if (message.type === "clear" || (message.type === "remove" && message.uid === room.uid && message.id === drawing.id))
+        const isOwn = message.uid === room.uid;
+        if (message.type === "clear" || (isOwn && message.type === "remove" && message.id === drawing.id))
             stopDrawing();
         (handlers[message.type] ?? ((event) => board.apply(event)))(message);
     },
@@ -365,7 +338,7 @@ function connectTools() {
     element("record").onclick = () => room.connection.send({ type: "record", on: !room.isRecording });
     element("people").onclick = () => togglePanel(element("panel").hidden);
     document.addEventListener("keydown", keyDown);
-    window.addEventListener("resize", showPeople);
+    window.addEventListener("resize", showMembers);
 }
 
 // Replay
@@ -394,7 +367,7 @@ async function replay(source) {
         fail({ code: badRecording, msg: "the recording cannot be read" });
         return;
     }
-    element("room").textContent = document.title = player.room;
+    element("room").textContent = document.title = shownText(player.room) || "Recording";
     showState("live", "Recording");
     const step = Number(element("position").step);
     element("position").max = Math.ceil(player.duration / step) * step;

@@ -1,0 +1,56 @@
+// Who is in the room: the chips beside the room's name, and the list that names everybody.
+
+import { nameNode, nameOf } from "./names.js";
+
+const seatColors = ["#1971c2", "#d9363e", "#2b8a3e", "#f08c00", "#7048e8", "#0c8599", "#c2255c", "#5c940d"];
+
+function text(tag, name, content) {
+    const node = document.createElement(tag);
+    node.className = name;
+    node.textContent = content;
+    return node;
+}
+
+/** The dot, the name and "(you)" of a member. */
+function labelsOf(member, me) {
+    const dot = text("span", "dot", "");
+    dot.style.background = seatColors[member.seat % seatColors.length];
+    const labels = [dot, nameNode(nameOf(member))];
+    return member.uid === me.uid ? [...labels, text("span", "you", "(you)")] : labels;
+}
+
+function chipOf(member, me) {
+    const chip = document.createElement("li");
+    chip.append(...labelsOf(member, me));
+    return chip;
+}
+
+function rowOf(member, me, changeRole) {
+    const row = document.createElement("li");
+    row.append(...labelsOf(member, me), text("span", "role", member.role === "presenter" ? "Presenter" : "Viewer"));
+    if (me.role === "presenter" && member.uid !== me.uid) {
+        const other = member.role === "presenter" ? "viewer" : "presenter";
+        const button = text("button", "", other === "presenter" ? "Let draw" : "Only watch");
+        button.type = "button";
+        button.onclick = () => changeRole(member.uid, other);
+        row.append(button);
+    }
+    return row;
+}
+
+/** Shows the members, `me` (who has a uid and a role) first; `changeRole(uid, role)` is what a presenter may ask for. */
+export function showPeople(members, me, changeRole) {
+    const ordered = [...members].sort((a, b) => (b.uid === me.uid) - (a.uid === me.uid) || a.seat - b.seat);
+    const place = document.getElementById("chips");
+    const chips = ordered.map((member) => chipOf(member, me));
+    place.replaceChildren(...chips);
+    // A chip that is cut in half tells nothing; the list names everybody.
+    const space = place.clientWidth;
+    let used = 0;
+    for (const chip of chips) {
+        used += chip.offsetWidth + 6;
+        chip.hidden = used > space;
+    }
+    document.getElementById("list").replaceChildren(...ordered.map((member) => rowOf(member, me, changeRole)));
+    document.getElementById("count").textContent = ordered.length;
+}
