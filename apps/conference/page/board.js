@@ -66,6 +66,11 @@ export class Board {
         return [unit((event.clientX - box.left) / box.width), unit((event.clientY - box.top) / box.height)];
     }
 
+    /** What is on the board, in drawing order. */
+    get strokes() {
+        return [...this.#strokes.values()].map(({ uid, id, color, width, points }) => ({ uid, id, color, width, points }));
+    }
+
     reset() {
         this.#strokes.clear();
         this.#repaint();

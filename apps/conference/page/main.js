@@ -1,13 +1,15 @@
 // The room page: puts the board, the tools, the room's connection (or a recording) and the application together.
 
-import { report } from "./application.js";
+import { report, takeCalls } from "./application.js";
 import { Board } from "./board.js";
 import { isInApplication } from "./bridge.js";
+import { offerFunctions, RoomEvents } from "./functions.js";
 import { shownText } from "./names.js";
 import { PeopleNotices } from "./notices.js";
 import { showPeople } from "./people.js";
 import { Player } from "./player.js";
 import { RoomConnection } from "./room.js";
+import { Budget, StrokeQueue } from "./strokes.js";
 
 const element = (id) => document.getElementById(id);
 const all = (selector) => [...document.querySelectorAll(selector)];
@@ -29,8 +31,20 @@ const room = {
     isLoaded: false,
     isReplay: false,
     lastStroke: 0,
+    player: null,
 };
 const notices = new PeopleNotices(element("notices"));
+const events = new RoomEvents();
+const budget = new Budget();
+const queue = new StrokeQueue(budget, {
+    mayDraw,
+    isFree: () => drawing.pointer === null,
+    nextId: () => ++room.lastStroke,
+    send(message) {
+        board.apply({ uid: room.uid, ...message });
+        room.connection.send(message);
+    },
+});
 const pen = { color: "ink", width: 3 };
 const drawing = { pointer: null, id: 0, count: 0, pending: [] };
 
@@ -48,7 +62,8 @@ function say(text) {
     toastTimer = setTimeout(() => show("toast", false), 3500);
 }
 
-function cover(title, text, code) {
+/** Ends the room; `end` is what listeners to its events are told. */
+function cover(title, text, code, end) {
     element("cover-title").textContent = title;
     element("cover-text").textContent = text;
     element("cover-code").textContent = code ? "Code " + code : "";
@@ -57,7 +72,10 @@ function cover(title, text, code) {
     room.state = "over";
     showState("over", "Closed");
     stopDrawing();
+    queue.stop();
     showTools();
+    events.over(end);
+    takeCalls();
 }
 
 function showState(name, text) {
@@ -99,6 +117,7 @@ function setRecording(isRecording, url) {
         return;
     room.isRecording = isRecording;
     showTools();
+    events.tell(isRecording ? { type: "recording", on: true } : { type: "recording", on: false, url: url ?? null });
     if (isRecording) {
         say("Recording started");
         report("onRecordStart");
@@ -112,19 +131,29 @@ function loaded() {
     if (room.isLoaded)
         return;
     room.isLoaded = true;
+    takeCalls();
     // The first frame is the one that shows the board.
     requestAnimationFrame(() => setTimeout(() => report("onLoadEnd")));
 }
 
-/** Tells of those who have come or gone since the list before. */
+/** Tells of those who have come, gone or got another role since the list before. */
 function tellChanges(before, after) {
     const old = new Map(before.map((member) => [member.uid, member]));
     for (const member of after) {
-        if (!old.delete(member.uid))
+        const { uid, name, role } = member;
+        const known = old.get(uid);
+        old.delete(uid);
+        if (!known) {
             notices.changed(member, true);
+            events.tell({ type: "join", uid, name, role });
+        } else if (known.role !== role) {
+            events.tell({ type: "role", uid, name, role });
+        }
     }
-    for (const member of old.values())
+    for (const member of old.values()) {
         notices.changed(member, false);
+        events.tell({ type: "leave", uid: member.uid, name: member.name });
+    }
 }
 
 function takeMembers(members) {
@@ -137,6 +166,7 @@ function takeMembers(members) {
     if (isChange) {
         if (role === "viewer") {
             stopDrawing();
+            queue.stop();
         }
         if (!isFirst)
             say(role === "presenter" ? "You may draw now" : "You are watching now");
@@ -164,12 +194,12 @@ function enter(message) {
 
 function quit() {
     room.connection.finish();
-    cover("You have left the room", "This board is closed.");
+    cover("You have left the room", "This board is closed.", 0, { reason: "quit" });
     report("onRoomQuited");
 }
 
 function fail({ code, msg }) {
-    cover("This room is closed", msg[0].toUpperCase() + msg.slice(1) + ".", code);
+    cover("This room is closed", msg[0].toUpperCase() + msg.slice(1) + ".", code, { reason: "failed", code, msg });
     report("onRoomException", { code, msg });
 }
 
@@ -190,11 +220,14 @@ const listener = {
         showState(state, texts[state]);
         if (state !== "live") {
             stopDrawing();
+            queue.stop();
         }
         showTools();
     },
     message(message) {
         const isOwn = message.uid === room.uid;
+        if (isOwn && (message.type === "begin" || message.type === "remove"))
+            queue.settled(message.id, message.type === "begin");
         if (message.type === "clear" || (isOwn && message.type === "remove" && message.id === drawing.id))
             stopDrawing();
         (handlers[message.type] ?? ((event) => board.apply(event)))(message);
@@ -230,6 +263,7 @@ function flush() {
 function stopDrawing() {
     drawing.pointer = null;
     drawing.pending = [];
+    queue.pump();
 }
 
 function pointerDown(event) {
@@ -367,6 +401,7 @@ async function replay(source) {
         fail({ code: badRecording, msg: "the recording cannot be read" });
         return;
     }
+    room.player = player;
     element("room").textContent = document.title = shownText(player.room) || "Recording";
     showState("live", "Recording");
     const step = Number(element("position").step);
@@ -378,6 +413,19 @@ async function replay(source) {
 }
 
 report("onLoadStart");
+offerFunctions({
+    queue,
+    budget,
+    capture,
+    state: () => room.state,
+    isPresenter: () => room.role === "presenter",
+    isReplay: () => room.isReplay,
+    isRecording: () => room.isRecording,
+    people: () => room.members,
+    strokes: () => board.strokes,
+    player: () => room.player,
+    send: (message) => room.connection.send(message),
+});
 connectTools();
 showTools();
 room.connection = new RoomConnection(new URLSearchParams(location.search).get("key") ?? "", listener);
