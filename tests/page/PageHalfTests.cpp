@@ -99,8 +99,10 @@ protected:
             const realPrompt = window.prompt;
             window.prompt = (...texts) => { ++prompts; return realPrompt.apply(window, texts); };
             window.timers = new Set();
+            window.timersSet = 0;
             const realSet = window.setTimeout, realClear = window.clearTimeout;
             window.setTimeout = (run, delay) => {
+                ++timersSet;
                 const id = realSet(() => { timers.delete(id); run(); }, delay);
                 timers.add(id);
                 return id;
@@ -137,6 +139,24 @@ protected:
     static OptionalValue failure(const char* method, const char* reason)
     {
         return array{ "NativeCallError", method, reason };
+    }
+    /// What a page function answers, to its end: the application is not left waiting.
+    std::vector<OptionalValue> answersOf(const std::string& name, array arguments = {})
+    {
+        const auto answers = std::make_shared<std::vector<OptionalValue>>();
+        auto held = std::make_shared<int>();
+        const std::weak_ptr<int> watched = held;
+        view->callHandler(name, std::move(arguments),
+            [answers, held = std::move(held)](OptionalValue value) { answers->push_back(std::move(value)); });
+        runUntil([&] { return watched.expired(); }, "the last answer of " + name);
+        return *answers;
+    }
+    OptionalValue has(const std::string& name)
+    {
+        OptionalValue answer;
+        view->hasJavascriptMethod(name, [&](bool exists) { answer = exists; });
+        runUntil([&] { return answer.has_value(); }, "the page knows whether it has " + name);
+        return answer;
     }
     void waitForKept(std::size_t count)
     {
@@ -218,10 +238,11 @@ TEST_F(PageHalfTest, WhetherAMethodExistsIsAskedOnce)
 
 TEST_F(PageHalfTest, CallsThatAreNeverAnsweredTimeOutOnOneTimer)
 {
-    ask("window.slow = Array.from({length: 40}, (_, i) => callAsync('app.keep', i, {timeout: 3e9 - 1e7 * i})), 0");
+    ask("window.slow = Array.from({length: 40}, (_, i) => callAsync('app.keep', i, {timeout: 3e9 + i})), 0");
     EXPECT_EQ(ask("timers.size"), 1);
     EXPECT_EQ(outcome("callAsync('app.keep', 'x', {timeout: 20})"), failure("app.keep", "timeout"));
     EXPECT_EQ(ask("timers.size"), 1);
+    EXPECT_LE(ask("timersSet")->as_int64(), 10); // none that fires again and again
     tools->kept.back()("late", Complete::Yes); // nobody waits for it any more
     for (int index = 0; index < 40; ++index)
         tools->kept[static_cast<std::size_t>(index)](index, Complete::Yes);
@@ -235,8 +256,9 @@ TEST_F(PageHalfTest, CallbacksKnowTheLastResult)
     view->evaluateJavaScript("window.follow = (name) => callWithCallback('app.keep', 0,"
                              " (value, isLast) => report([name, value, isLast]));"
                              "callWithCallback('app.keep', 0, () => { throw 'for the console'; });"
-                             "follow('a'); follow('b'); window.abandon = follow('c');");
-    waitForKept(4);
+                             "follow('a'); follow('b'); window.abandon = follow('c');"
+                             "const stop = callWithCallback('app.keep', 0, (value) => { report(value); stop(); });");
+    waitForKept(5);
     const auto before = reports->values.size();
     const auto say
         = [&](std::size_t call, const char* value, Complete complete) { tools->kept[call](value, complete); };
@@ -244,17 +266,19 @@ TEST_F(PageHalfTest, CallbacksKnowTheLastResult)
     say(1, "one", Complete::No); // these come in one evaluation
     say(2, "only", Complete::Yes);
     say(1, "two", Complete::No);
-    waitForReports(before + 3);
+    say(4, "enough", Complete::No);
+    say(4, "too much", Complete::No);
+    waitForReports(before + 4);
     say(1, "three", Complete::No); // and these in another
     say(1, "four", Complete::Yes);
     say(3, "heard", Complete::No);
-    waitForReports(before + 6);
+    waitForReports(before + 7);
     ask("abandon()");
     say(3, "unheard", Complete::No);
     say(3, "unheard", Complete::Yes);
     EXPECT_EQ(outcome("callAsync('app.count', 1)"), 1); // comes after those
     const std::vector<OptionalValue> expected{ array{ "a", "one", false }, array{ "b", "only", true },
-        array{ "a", "two", false }, array{ "a", "three", false }, array{ "a", "four", true },
+        array{ "a", "two", false }, "enough", array{ "a", "three", false }, array{ "a", "four", true },
         array{ "c", "heard", false }, std::nullopt, 1 };
     EXPECT_EQ(
         (std::vector(reports->values.begin() + static_cast<std::ptrdiff_t>(before), reports->values.end())), expected);
@@ -305,6 +329,102 @@ TEST_F(PageHalfTest, WithoutAnApplicationNobodyIsAsked)
         EXPECT_EQ(outcome(call)->at(2), "no-application") << call;
     EXPECT_EQ(ask("prompts")->as_int64() - before, 6); // the reports'
     EXPECT_EQ(ask("leftovers()"), 0);
+}
+
+TEST_F(PageHalfTest, PageFunctionsAnswerToTheEndWhateverTheyDo)
+{
+    ask(R"(
+        register('sum', (a, b) => a + b),
+        register('later', async (text) => { await new Promise((done) => setTimeout(done, 1)); return text + '!'; }),
+        register('nothing', () => {}),
+        register('throws', () => { throw new Error('for the console'); }),
+        register('rejects', () => Promise.reject('for the console')),
+        register('unwritable', () => window),
+        registerStream('thrice', (answer, from) => {
+            answer(from); answer(from + 1); answer.end(from + 2); answer('after the end'); answer.end();
+        }),
+        registerStream('breaks', (answer) => { answer(1); throw new Error('for the console'); }),
+        registerStream('spoils', async (answer) => { answer(1); await null; answer(1n); }),
+        register('gone', () => 1), unregister('gone'),
+        ready(), 0)");
+    const std::vector<OptionalValue> none{ std::nullopt };
+    struct Row {
+        const char* name;
+        array arguments;
+        std::vector<OptionalValue> answers;
+    };
+    const std::vector<Row> rows{
+        { "sum", { 1, 2 }, { 3 } },
+        { "sum", { "汉字 \"'\\\n", "</script>\u2028" }, { "汉字 \"'\\\n</script>\u2028" } },
+        { "later", { "soon" }, { "soon!" } },
+        { "nothing", {}, none },
+        { "throws", {}, none },
+        { "rejects", {}, none },
+        { "unwritable", {}, none },
+        { "thrice", { 7 }, { 7, 8, 9 } },
+        { "breaks", {}, { 1, std::nullopt } },
+        { "spoils", {}, { 1, std::nullopt } },
+        { "gone", {}, none },
+        { "absent", {}, none },
+        { "__proto__", {}, none },
+        { "constructor", {}, none },
+        // Arguments that cannot be written come as none.
+        { "later", { std::numeric_limits<double>::infinity() }, { "undefined!" } },
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(answersOf(row.name, row.arguments), row.answers) << row.name;
+    const auto before = ask("prompts")->as_int64();
+    answersOf("thrice", { 7 });
+    EXPECT_EQ(ask("prompts")->as_int64() - before, 1 + 3); // nothing is sent after the end
+    EXPECT_EQ(has("sum"), true);
+    for (const char* name : { "gone", "absent", "toString", "__proto__", "_hasJavascriptMethod", "" })
+        EXPECT_EQ(has(name), false) << name;
+}
+
+TEST_F(PageHalfTest, CallsThatComeBeforeThePageIsReadyAreAnsweredInOrder)
+{
+    std::vector<OptionalValue> answers;
+    for (int number = 0; number < 20; ++number)
+        view->callHandler("echo", { number }, [&](OptionalValue value) { answers.push_back(std::move(value)); });
+    ask("register('echo', (value) => value), 0");
+    EXPECT_TRUE(answers.empty());
+    ask("ready(), 0");
+    view->callHandler("echo", { 20 }, [&](OptionalValue value) { answers.push_back(std::move(value)); });
+    runUntil([&] { return answers.size() == 21; }, "every call is answered");
+    for (int number = 0; number <= 20; ++number)
+        EXPECT_EQ(answers[static_cast<std::size_t>(number)], number);
+}
+
+TEST_F(PageHalfTest, MessagesThatAreNoCallsSpoilNothing)
+{
+    ask("register('count', (...list) => list.length), ready(), 0");
+    const auto before = ask("prompts")->as_int64();
+    for (const char* message : { "", "null", "5", "'count'", "{}", "{method: 'count'}", "{method: 5, callbackId: 1}",
+             "{method: 'count', callbackId: 'x', data: '[]'}", "[{method: 'count', callbackId: 1}]" })
+        ask("_handleMessageFromNative(" + std::string(message) + ") ?? 0");
+    EXPECT_EQ(ask("prompts")->as_int64() - before, 10); // the reports' alone: nothing was answered
+    // An odd list of arguments is no list, not a fault.
+    for (const char* data : { "", ", data: 5", ", data: '{\"length\": 9}'", ", data: 'nonsense'", ", data: [1]" }) {
+        const auto start = ask("prompts")->as_int64();
+        ask("_handleMessageFromNative({method: 'count', callbackId: 99" + std::string(data) + "}) ?? 0");
+        EXPECT_EQ(ask("prompts")->as_int64() - start, 3) << data;
+    }
+    EXPECT_EQ(answersOf("count", { 1, 2 }), std::vector<OptionalValue>{ 2 });
+}
+
+TEST_F(PageHalfTest, ASecondCopyOfTheScriptTakesNothingFromTheFirst)
+{
+    ask("register('first', () => 1), register('both', () => 1), 0");
+    // The address has no double quotes.
+    EXPECT_EQ(
+        outcome("import(\"" + address("again") + "\").then((copy) => (window.copy = copy).register !== register)"),
+        true);
+    ask("copy.register('second', () => 2), copy.register('both', () => 2), copy.ready(), 0");
+    EXPECT_EQ(answersOf("first"), std::vector<OptionalValue>{ 1 });
+    EXPECT_EQ(answersOf("second"), std::vector<OptionalValue>{ 2 });
+    EXPECT_EQ(answersOf("both"), std::vector<OptionalValue>{ 2 });
+    EXPECT_EQ(
+        outcome("Promise.all([callAsync('app.atOnce', 'a'), copy.callAsync('app.atOnce', 'b')])"), (array{ "a", "b" }));
 }
 
 } // namespace
