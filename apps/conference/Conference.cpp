@@ -81,10 +81,10 @@ std::variant<std::string, Refusal> Conference::play(const PlayerRequest& request
     return m_keys.issue(std::move(key), now).text;
 }
 
-std::optional<Refusal> Conference::quit(const std::string& room, const std::string& uid)
+std::optional<Refusal> Conference::quit(const std::string& room, const std::string& uid, std::shared_ptr<void> held)
 {
     const auto found = m_rooms.find(room);
-    const bool wasIn = found != m_rooms.end() && found->second->quit(uid);
+    const bool wasIn = found != m_rooms.end() && found->second->quit(uid, std::move(held));
     const bool hadKey = m_keys.revoke(room, uid, Clock::now());
     if (wasIn || hadKey)
         return std::nullopt;

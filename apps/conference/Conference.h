@@ -30,7 +30,8 @@ public:
     /// A key of the room page, or why there is none.
     std::variant<std::string, Refusal> join(const std::string& room, const JoinRequest&);
     std::variant<std::string, Refusal> play(const PlayerRequest&);
-    std::optional<Refusal> quit(const std::string& room, const std::string& uid);
+    /// `held` is kept until the user's page, if there is one, has taken note.
+    std::optional<Refusal> quit(const std::string& room, const std::string& uid, std::shared_ptr<void> held);
 
     /// Takes a room page's socket; `host` is how the page addressed the service.
     void connect(std::string_view key, SoupWebsocketConnection*, const std::string& host);

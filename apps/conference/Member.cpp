@@ -11,6 +11,7 @@ namespace {
 constexpr double s_messagesPerSecond = 150;
 constexpr double s_messageBurst = 600;
 constexpr unsigned s_pingSeconds = 10;
+constexpr unsigned s_longestFarewell = 1000; // milliseconds
 /// A page that takes nothing must not fill the memory.
 constexpr std::size_t s_mostUnanswered = 32U << 20U;
 /// What the library reads at all: a message between the two bounds is refused with words, a larger one is cut off.
@@ -115,11 +116,33 @@ void Member::dismiss(const Refusal& refusal)
     close(m_connection.get(), code, refusal.desc.c_str());
 }
 
-void Member::release()
+void Member::release(std::shared_ptr<void> held)
 {
     disconnect();
     send(R"({"type":"quit"})");
+    if (!isOpen(m_connection.get()))
+        return;
+    m_self = shared_from_this();
+    m_held = std::move(held);
+    g_signal_connect(m_connection.get(), "closed", G_CALLBACK(pageHasLeft), this);
+    m_timer = g_timeout_add(s_longestFarewell, pageIsLate, this);
+}
+
+void Member::pageHasLeft(SoupWebsocketConnection*, void* self) { static_cast<Member*>(self)->endFarewell(); }
+
+gboolean Member::pageIsLate(void* self)
+{
+    static_cast<Member*>(self)->endFarewell();
+    return G_SOURCE_REMOVE;
+}
+
+void Member::endFarewell()
+{
+    disconnect();
+    g_source_remove(m_timer);
     close(m_connection.get(), SOUP_WEBSOCKET_CLOSE_NORMAL, nullptr);
+    m_held.reset();
+    const auto self = std::move(m_self);
 }
 
 void Member::welcomeToReplay()

@@ -35,8 +35,9 @@ public:
 
     /// Tells the page why and closes the socket; nothing is told to the listener any more.
     void dismiss(const Refusal&);
-    /// Tells the page that its user has left the room and closes the socket.
-    void release();
+    /// Tells the page that its user has left the room. The page tells its application and closes the socket; `held` is
+    /// kept until it has done so, for a second at most.
+    void release(std::shared_ptr<void> held);
 
     /// Tells the page which recording it shows and closes the socket.
     void welcomeToReplay();
@@ -58,10 +59,13 @@ public:
 private:
     static void messageCame(SoupWebsocketConnection*, int type, GBytes*, void* self);
     static void closed(SoupWebsocketConnection*, void* self);
+    static void pageHasLeft(SoupWebsocketConnection*, void* self);
+    static gboolean pageIsLate(void* self);
     static void pongCame(SoupWebsocketConnection*, GBytes*, void* self);
     static void close(SoupWebsocketConnection*, unsigned short code, const char* reason);
 
     void disconnect();
+    void endFarewell();
 
     GObjectPointer<SoupWebsocketConnection> m_connection;
     std::shared_ptr<RoomKey> m_key;
@@ -71,6 +75,10 @@ private:
     std::size_t m_unanswered = 0; ///< bytes sent since the page last answered a ping
     OnMessage m_onMessage;
     OnClosed m_onClosed;
+    // While the page takes its leave:
+    std::shared_ptr<Member> m_self;
+    std::shared_ptr<void> m_held;
+    unsigned m_timer = 0;
 };
 
 } // namespace tq::conference

@@ -93,13 +93,13 @@ void Room::sendBoard(Member& member) const
     member.send(R"({"type":"ready"})");
 }
 
-bool Room::quit(const std::string& uid)
+bool Room::quit(const std::string& uid, std::shared_ptr<void> held)
 {
     const auto found = m_members.find(uid);
     if (found == m_members.end())
         return false;
     const auto member = found->second;
-    member->release();
+    member->release(std::move(held));
     leave(*member);
     return true;
 }

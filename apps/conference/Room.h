@@ -61,8 +61,9 @@ public:
     /// Lets the member in and brings its page up to date. A member of the same uid is dismissed first.
     void enter(const std::shared_ptr<Member>&);
 
-    /// Sends the user away as one who has left; false if there is no such member.
-    bool quit(const std::string& uid);
+    /// Sends the user away as one who has left; false if there is no such member. `held` is kept until the user's page
+    /// has taken note.
+    bool quit(const std::string& uid, std::shared_ptr<void> held);
 
     /// Dismisses those whose time is over, and ends a recording that is full.
     void sweep(Clock::time_point now);

@@ -60,6 +60,22 @@ const char* typeOf(std::string_view file)
     return file.ends_with(".css") ? "text/css; charset=utf-8" : "text/html; charset=utf-8";
 }
 
+/// While it is held, the answer is not sent.
+class HeldAnswer {
+public:
+    explicit HeldAnswer(SoupServerMessage* message)
+        : m_message(SOUP_SERVER_MESSAGE(g_object_ref(message)))
+    {
+        soup_server_message_pause(message);
+    }
+    ~HeldAnswer() { soup_server_message_unpause(m_message.get()); }
+    HeldAnswer(const HeldAnswer&) = delete;
+    HeldAnswer& operator=(const HeldAnswer&) = delete;
+
+private:
+    GObjectPointer<SoupServerMessage> m_message;
+};
+
 } // namespace
 
 std::optional<std::string> Server::Request::header(const char* name) const
@@ -332,7 +348,9 @@ Server::Answer Server::quit(const Request& request) const
         return *fault;
     if (!request.body.empty())
         return refuse(SOUP_STATUS_BAD_REQUEST, { Refusal::s_malformed, "a quit request has no body" });
-    if (const auto refusal = m_conference.quit(request.path[4], request.path[6]))
+    // Who gets the answer lets go of the room's page, and the page has to tell its application before.
+    if (const auto refusal
+        = m_conference.quit(request.path[4], request.path[6], std::make_shared<HeldAnswer>(request.message)))
         return refuse(SOUP_STATUS_OK, *refusal);
     Answer answer;
     answer.body = json::serialize(json::object{ { "code", 0 } });

@@ -75,6 +75,7 @@ TEST_F(ClientTest, JoinsQuitsAndJoinsAgainWithoutNavigation)
     EXPECT_EQ(navigationsServed(), 1);
 
     client->write("quit");
+    client->waitFor("onWBRoomQuit"); // the page has its say before the room is let go of
     client->waitFor("success", "quit");
     client->write("quit");
     EXPECT_EQ(client->waitFor("error", "quit").at("code"), 300001);

@@ -193,9 +193,9 @@ function enter(message) {
 }
 
 function quit() {
-    room.connection.finish();
     cover("You have left the room", "This board is closed.", 0, { reason: "quit" });
     report("onRoomQuited");
+    room.connection.finish(); // the service takes this for the page's goodbye
 }
 
 function fail({ code, msg }) {
