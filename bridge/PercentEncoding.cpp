@@ -2,24 +2,19 @@
 
 #include "platform/Foundation/NSJSONSerialization.h"
 
-#include <array>
+#include <algorithm>
 #include <cstdint>
 
 namespace tq {
 
 namespace {
 
-constexpr std::array<bool, 256> makeEscapedTable()
+// What the string literal ends or begins an escape with, what decodeURIComponent does, and the control characters, line
+// breaks among them. All else, letters of every script included, may stand as it is.
+bool isEscaped(char character)
 {
-    std::array<bool, 256> escaped{};
-    for (std::size_t byte = 0; byte < escaped.size(); ++byte)
-        escaped[byte] = byte <= ' ' || byte >= 0x7F;
-    for (const char character : std::string_view("\"#%<>[\\]^`{|}"))
-        escaped[static_cast<std::uint8_t>(character)] = true;
-    return escaped;
+    return static_cast<std::uint8_t>(character) < 0x20 || character == '"' || character == '\\' || character == '%';
 }
-
-constexpr auto kEscaped = makeEscapedTable();
 
 } // namespace
 
@@ -30,15 +25,16 @@ std::string percentEncoded(std::string_view text)
     constexpr std::string_view kDigits = "0123456789ABCDEF";
     std::string encoded;
     encoded.reserve(text.size() + text.size() / 4);
-    for (const char character : text) {
-        const auto byte = static_cast<std::uint8_t>(character);
-        if (!kEscaped[byte]) {
-            encoded += character;
-            continue;
-        }
+    while (!text.empty()) {
+        const auto plain = static_cast<std::size_t>(std::ranges::find_if(text, isEscaped) - text.begin());
+        encoded.append(text, 0, plain);
+        if (plain == text.size())
+            break;
+        const auto byte = static_cast<std::uint8_t>(text[plain]);
         encoded += '%';
         encoded += kDigits[byte >> 4U];
         encoded += kDigits[byte & 0xFU];
+        text.remove_prefix(plain + 1);
     }
     return encoded;
 }

@@ -1,5 +1,7 @@
 #include "NSJSONSerialization.h"
 
+#include <algorithm>
+#include <bit>
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 #include <cmath>
@@ -11,28 +13,137 @@ namespace {
 
 constexpr std::size_t kMaxDepth = 512;
 
-// Whether every number is finite and no container lies too deep.
-bool canBeWritten(const boost::json::value& value, std::size_t depth)
+// Which characters of a text are written otherwise than as they are.
+bool needsEscape(unsigned char character) { return character < 0x20 || character == '"' || character == '\\'; }
+
+// Whether one of the eight bytes needs an escape; it may say so for none, never the other way round.
+bool mayNeedEscape(std::uint64_t word)
 {
-    if (const auto* number = value.if_double())
-        return std::isfinite(*number);
-    if (depth > kMaxDepth)
-        return false;
-    if (const auto* list = value.if_array()) {
-        for (const auto& element : *list) {
-            if (!canBeWritten(element, depth + 1))
-                return false;
-        }
-    } else if (const auto* map = value.if_object()) {
-        for (const auto& member : *map) {
-            if (!canBeWritten(member.value(), depth + 1))
-                return false;
-        }
-    }
-    return true;
+    constexpr std::uint64_t kOnes = 0x0101010101010101U;
+    constexpr std::uint64_t kHighs = kOnes * 0x80U;
+    const auto hasZero = [](std::uint64_t bytes) { return (bytes - kOnes) & ~bytes & kHighs; };
+    const auto controls = (word - kOnes * 0x20U) & ~word & kHighs;
+    return (controls | hasZero(word ^ (kOnes * '"')) | hasZero(word ^ (kOnes * '\\'))) != 0;
 }
 
-bool isJSONObject(const boost::json::value& value) { return value.is_structured() && canBeWritten(value, 1); }
+// The storage of a large text, for the next one of this thread: new memory is slow when it is first touched.
+thread_local std::string s_spare;
+constexpr std::size_t kSmallestSpare = 65536;
+constexpr std::size_t kLargestSpare = std::size_t{ 8 } << 20U;
+
+// Writes compact JSON, texts in large pieces: they may be megabytes.
+class Writer {
+public:
+    /// False when the value cannot be written: a number that is not finite, a container that lies too deep.
+    bool write(const boost::json::value& value, std::size_t depth)
+    {
+        switch (value.kind()) {
+        case boost::json::kind::string:
+            writeText(value.get_string());
+            return true;
+        case boost::json::kind::array:
+            return depth <= kMaxDepth && writeList(value.get_array(), depth);
+        case boost::json::kind::object:
+            return depth <= kMaxDepth && writeMap(value.get_object(), depth);
+        case boost::json::kind::double_:
+            if (!std::isfinite(value.get_double()))
+                return false;
+            [[fallthrough]];
+        default:
+            text += boost::json::serialize(value);
+            return true;
+        }
+    }
+
+    std::string text;
+
+private:
+    static constexpr std::size_t kSlack = 64;
+
+    bool writeList(const boost::json::array& list, std::size_t depth)
+    {
+        char separator = '[';
+        for (const auto& element : list) {
+            text += separator;
+            if (!write(element, depth + 1))
+                return false;
+            separator = ',';
+        }
+        text += list.empty() ? "[]" : "]";
+        return true;
+    }
+
+    bool writeMap(const boost::json::object& map, std::size_t depth)
+    {
+        char separator = '{';
+        for (const auto& member : map) {
+            text += separator;
+            writeText(member.key());
+            text += ':';
+            if (!write(member.value(), depth + 1))
+                return false;
+            separator = ',';
+        }
+        text += map.empty() ? "{}" : "}";
+        return true;
+    }
+
+    void writeText(std::string_view characters)
+    {
+        makeRoom(characters.size() + kSlack);
+        text += '"';
+        while (!characters.empty()) {
+            const auto plain = plainLength(characters);
+            text.append(characters, 0, plain);
+            if (plain == characters.size())
+                break;
+            writeEscape(static_cast<unsigned char>(characters[plain]));
+            characters.remove_prefix(plain + 1);
+        }
+        text += '"';
+    }
+
+    // A large text is copied into its place once, and that place may have been used before.
+    void makeRoom(std::size_t size)
+    {
+        if (text.capacity() - text.size() >= size)
+            return;
+        if (s_spare.capacity() >= text.size() + size) {
+            s_spare.assign(text);
+            text.swap(s_spare);
+        } else {
+            text.reserve(2 * text.size() + size);
+        }
+    }
+
+    std::size_t plainLength(std::string_view characters)
+    {
+        std::size_t length = 0;
+        for (std::uint64_t word = 0; characters.size() - length >= sizeof(word); length += sizeof(word)) {
+            std::memcpy(&word, characters.data() + length, sizeof(word));
+            if (mayNeedEscape(word))
+                break;
+        }
+        while (length < characters.size() && !needsEscape(static_cast<unsigned char>(characters[length])))
+            ++length;
+        return length;
+    }
+
+    void writeEscape(unsigned char character)
+    {
+        constexpr std::string_view kNamed = "\"\\\b\f\n\r\t";
+        constexpr std::string_view kNames = "\"\\bfnrt";
+        constexpr std::string_view kDigits = "0123456789abcdef";
+        text += '\\';
+        if (const auto place = kNamed.find(static_cast<char>(character)); place != kNamed.npos) {
+            text += kNames[place];
+            return;
+        }
+        text += "u00";
+        text += kDigits[character >> 4U];
+        text += kDigits[character & 0xFU];
+    }
+};
 
 // The length of the sequence that begins here, or 0 when it is none.
 std::size_t sequenceLength(const unsigned char* bytes, std::size_t available)
@@ -58,6 +169,18 @@ std::size_t sequenceLength(const unsigned char* bytes, std::size_t available)
         return isOverlong || isBeyondUnicode ? 0 : 4;
     }
     return 0;
+}
+
+// Whether the word begins with two characters of three bytes each; it may say no to some. (The two leads that have
+// rules of their own are left out.)
+bool areTwoOfThreeBytes(std::uint64_t word)
+{
+    if constexpr (std::endian::native != std::endian::little)
+        return false;
+    const auto first = word & 0xFFU;
+    const auto second = word >> 24U & 0xFFU;
+    return (word & 0xC0C0F0C0C0F0U) == 0x8080E08080E0U && first != 0xE0 && first != 0xED && second != 0xE0
+        && second != 0xED;
 }
 
 void indent(std::string& text, std::size_t depth)
@@ -101,8 +224,15 @@ void writePretty(std::string& text, const boost::json::value& value, std::size_t
 
 OptionalValue NSJSONSerialization::JSONObjectWithData(std::string_view text, std::string* error)
 {
+    // Checking the whole text at once costs less than checking every string of it.
+    if (!isUTF8(text)) {
+        if (error)
+            *error = "the text is not UTF-8";
+        return std::nullopt;
+    }
     boost::json::parse_options options;
     options.max_depth = kMaxDepth;
+    options.allow_invalid_utf8 = true;
     boost::json::error_code failure;
     auto value = boost::json::parse({ text.data(), text.size() }, failure, {}, options);
     if (!failure)
@@ -114,19 +244,26 @@ OptionalValue NSJSONSerialization::JSONObjectWithData(std::string_view text, std
 
 OptionalText NSJSONSerialization::dataWithJSONObject(const boost::json::value& value)
 {
-    if (!isJSONObject(value))
+    Writer writer;
+    if (!value.is_structured() || !writer.write(value, 1) || !isUTF8(writer.text))
         return std::nullopt;
-    auto text = boost::json::serialize(value);
-    return isUTF8(text) ? OptionalText(std::move(text)) : std::nullopt;
+    return std::move(writer.text);
+}
+
+void NSJSONSerialization::reuse(std::string&& text)
+{
+    if (text.capacity() >= std::max(kSmallestSpare, s_spare.capacity()) && text.capacity() <= kLargestSpare)
+        s_spare = std::move(text);
 }
 
 OptionalText NSJSONSerialization::prettyDataWithJSONObject(const boost::json::value& value)
 {
-    if (!isJSONObject(value))
+    // What can be written at all can be written prettily.
+    if (!dataWithJSONObject(value))
         return std::nullopt;
     std::string text;
     writePretty(text, value, 0);
-    return isUTF8(text) ? OptionalText(std::move(text)) : std::nullopt;
+    return text;
 }
 
 bool isUTF8(std::string_view bytes)
@@ -134,11 +271,14 @@ bool isUTF8(std::string_view bytes)
     const auto* next = reinterpret_cast<const unsigned char*>(bytes.data());
     std::size_t left = bytes.size();
     while (left) {
-        // Most text is ASCII: take it eight bytes at a time.
-        for (std::uint64_t word = 0; left >= sizeof(word); next += sizeof(word), left -= sizeof(word)) {
+        // Most text is ASCII, or characters of three bytes: take eight bytes, or two characters, at a time.
+        for (std::uint64_t word = 0; left >= sizeof(word);) {
             std::memcpy(&word, next, sizeof(word));
-            if (word & 0x8080808080808080U)
+            const auto taken = !(word & 0x8080808080808080U) ? sizeof(word) : areTwoOfThreeBytes(word) ? 6U : 0U;
+            if (!taken)
                 break;
+            next += taken;
+            left -= taken;
         }
         if (!left)
             return true;

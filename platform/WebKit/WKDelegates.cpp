@@ -1,7 +1,10 @@
 #include "WKNavigationDelegate.h"
 #include "WKUIDelegate.h"
+#include "WKWebView.h"
 
 namespace tq {
+
+OptionalText WKFrameInfo::URL() const { return m_webView.URL(); }
 
 // The methods that a delegate may lack: nobody calls these.
 

@@ -18,10 +18,22 @@ class UIViewController;
 class WKWebView;
 struct WKWebViewConfiguration;
 
-/// The frame that asked. The engine does not tell frames apart, so this is the view's own page.
-struct WKFrameInfo {
+/// The frame that asked; valid during the call that it is given to. The engine does not tell frames apart, so this is
+/// the view's own page.
+class TQWB_EXPORT WKFrameInfo {
+public:
+    explicit WKFrameInfo(const WKWebView& webView)
+        : m_webView(webView)
+    {
+    }
+    WKFrameInfo(const WKFrameInfo&) = delete;
+    WKFrameInfo& operator=(const WKFrameInfo&) = delete;
+
     /// The page's address; absent before the first page.
-    OptionalText URL;
+    OptionalText URL() const;
+
+private:
+    const WKWebView& m_webView;
 };
 
 /// What the page wants to load.

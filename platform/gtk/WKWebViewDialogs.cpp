@@ -1,4 +1,5 @@
 #include "../Foundation/Dispatch.h"
+#include "../Foundation/NSJSONSerialization.h"
 #include "../Foundation/NSLog.h"
 #include "WKWebViewImpl.h"
 
@@ -59,17 +60,19 @@ bool WKWebView::Impl::ask(WebKitScriptDialog* native, const std::shared_ptr<Pend
     switch (webkit_script_dialog_get_dialog_type(native)) {
     case WEBKIT_SCRIPT_DIALOG_ALERT:
         if (const auto delegate = delegates.respondingTo(&Methods::runJavaScriptAlertPanelWithMessage)) {
-            delegate->runJavaScriptAlertPanelWithMessage(view, message, { view.URL() }, [dialog] { dialog->cancel(); });
+            delegate->runJavaScriptAlertPanelWithMessage(
+                view, message, WKFrameInfo(view), [dialog] { dialog->cancel(); });
             return true;
         }
         return false;
     case WEBKIT_SCRIPT_DIALOG_CONFIRM:
         if (const auto delegate = delegates.respondingTo(&Methods::runJavaScriptConfirmPanelWithMessage)) {
-            delegate->runJavaScriptConfirmPanelWithMessage(view, message, { view.URL() }, [dialog](bool isConfirmed) {
-                dialog->answer([isConfirmed](WebKitScriptDialog* native) {
-                    webkit_script_dialog_confirm_set_confirmed(native, isConfirmed ? TRUE : FALSE);
+            delegate->runJavaScriptConfirmPanelWithMessage(
+                view, message, WKFrameInfo(view), [dialog](bool isConfirmed) {
+                    dialog->answer([isConfirmed](WebKitScriptDialog* native) {
+                        webkit_script_dialog_confirm_set_confirmed(native, isConfirmed ? TRUE : FALSE);
+                    });
                 });
-            });
             return true;
         }
         return false;
@@ -77,12 +80,14 @@ bool WKWebView::Impl::ask(WebKitScriptDialog* native, const std::shared_ptr<Pend
         if (const auto delegate = delegates.respondingTo(&Methods::runJavaScriptTextInputPanelWithPrompt)) {
             const char* text = webkit_script_dialog_prompt_get_default_text(native);
             delegate->runJavaScriptTextInputPanelWithPrompt(view, message,
-                text ? std::optional<std::string_view>(text) : std::nullopt, { view.URL() },
-                [dialog](const OptionalText& entered) {
+                text ? std::optional<std::string_view>(text) : std::nullopt, WKFrameInfo(view),
+                [dialog](OptionalText entered) {
                     dialog->answer([&entered](WebKitScriptDialog* native) {
                         if (entered)
                             webkit_script_dialog_prompt_set_text(native, entered->c_str());
                     });
+                    if (entered)
+                        NSJSONSerialization::reuse(std::move(*entered));
                 });
             return true;
         }

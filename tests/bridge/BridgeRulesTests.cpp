@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
 #include <deque>
 #include <gtest/gtest.h>
 #include <limits>
@@ -89,6 +90,30 @@ TEST(JsonTexts, WhatJsonCannotHoldBecomesAnEmptyObject)
     EXPECT_EQ(JSBUtil::jsonStringToObject("[1]"), OptionalValue(boost::json::array{ 1 }));
 }
 
+// Texts are taken in pieces of eight bytes: every special one comes at every place of a piece.
+TEST(JsonTexts, SpecialBytesAreFoundWhereverTheyStand)
+{
+    const std::vector<std::string> goodUnits{ "\"", "\\", "\n", "\x01", "\x1F", "\x7F", std::string(1, '\0'), "é", "漢",
+        "가\u200B", "\uFFFF", "\U0010FFFF", "퟿" };
+    const std::vector<std::string> badUnits{ "\x80", "\xBF", "\xC0\x80", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80",
+        "\xE6\xBC", "\xE6(\xA2", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFF" };
+    for (const std::string filler : { "a", "漢" }) {
+        std::string before;
+        for (int place = 0; place < 20; ++place, before += filler) {
+            for (const auto& unit : goodUnits) {
+                const std::string text = before + unit + filler + unit;
+                const boost::json::value value = { { text, { text, 1.5, -7, true, nullptr } } };
+                EXPECT_EQ(boost::json::parse(JSBUtil::objToJsonString(value)), value) << text;
+                EXPECT_EQ(JSBUtil::jsonStringToObject(boost::json::serialize(value)), OptionalValue(value)) << text;
+            }
+            for (const auto& unit : badUnits) {
+                EXPECT_FALSE(isUTF8(before + unit)) << before << place;
+                EXPECT_FALSE(isUTF8(before + unit + filler + filler + filler)) << before << place;
+            }
+        }
+    }
+}
+
 TEST(JsonTexts, PrettyTextReadsBackAsTheSameValue)
 {
     const auto value = boost::json::parse(R"({"a":{"b":[1,{"c":"\n\"é"}],"d":{},"e":[]},"f":null})");
@@ -100,8 +125,8 @@ TEST(JsonTexts, PrettyTextReadsBackAsTheSameValue)
 
 TEST(PercentEncoding, EscapesWhatAScriptMustNotSee)
 {
-    EXPECT_EQ(percentEncoded("aZ09-_.!~*'()/?:@&=+$,;"), "aZ09-_.!~*'()/?:@&=+$,;");
-    EXPECT_EQ(percentEncoded("%\"\\\n é"), "%25%22%5C%0A%20%C3%A9");
+    EXPECT_EQ(percentEncoded("aZ09-_.!~*'()/?:@&=+$,; <é漢\x7F>"), "aZ09-_.!~*'()/?:@&=+$,; <é漢\x7F>");
+    EXPECT_EQ(percentEncoded("%\"\\\n\r\x01"), "%25%22%5C%0A%0D%01");
     EXPECT_EQ(percentEncoded("\xC3("), "");
 }
 

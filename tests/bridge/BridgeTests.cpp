@@ -308,8 +308,8 @@ TEST_F(BridgeTest, DebugModeShowsMissingMethodsInThePage)
 TEST_F(BridgeTest, DebugModeLetsExceptionsEndTheProgram)
 {
     view->setDebugMode(DebugMode::On);
-    EXPECT_DEATH(
-        view->runJavaScriptTextInputPanelWithPrompt(*view, "_dsbridge=ns.a.fail", "{}", {}, [](const OptionalText&) {}),
+    EXPECT_DEATH(view->runJavaScriptTextInputPanelWithPrompt(
+                     *view, "_dsbridge=ns.a.fail", "{}", WKFrameInfo(*view), [](const OptionalText&) {}),
         "out of order");
 }
 

@@ -1,4 +1,3 @@
-#include "bridge/PercentEncoding.h"
 #include "tests/support/PageTest.h"
 
 #include <boost/json/array.hpp>
@@ -126,7 +125,7 @@ protected:
     /// The script's address; another note makes another address.
     static std::string address(const std::string& note)
     {
-        return "data:text/javascript;charset=utf-8," + percentEncoded(contentOf("bridge.js") + "//" + note);
+        return dataAddress("text/javascript", contentOf("bridge.js") + "//" + note);
     }
     /// What becomes of an expression that may throw or be a Promise: its value, or [error, method, reason].
     OptionalValue outcome(const std::string& expression)

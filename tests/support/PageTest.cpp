@@ -1,6 +1,6 @@
 #include "PageTest.h"
 
-#include "bridge/PercentEncoding.h"
+#include "platform/gtk/GLibPointers.h"
 
 #include <boost/json/serialize.hpp>
 #include <cstdlib>
@@ -20,9 +20,15 @@ OptionalValue Reports::report(OptionalValue value)
     return std::nullopt;
 }
 
+std::string dataAddress(const std::string& type, const std::string& content)
+{
+    const GCharPointer escaped(g_uri_escape_string(content.c_str(), nullptr, FALSE));
+    return "data:" + type + ";charset=utf-8," + escaped.get();
+}
+
 std::string pageWith(const std::string& html)
 {
-    return "data:text/html;charset=utf-8," + percentEncoded("<!doctype html><meta charset=utf-8>" + html);
+    return dataAddress("text/html", "<!doctype html><meta charset=utf-8>" + html);
 }
 
 void PageTest::TearDown()

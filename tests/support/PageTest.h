@@ -36,6 +36,9 @@ private:
     std::thread::id& m_destroyedOn;
 };
 
+/// An address that is its own content.
+std::string dataAddress(const std::string& type, const std::string& content);
+
 /// An address of a page with that content.
 std::string pageWith(const std::string& html);
 
