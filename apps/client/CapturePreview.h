@@ -6,7 +6,7 @@
 
 namespace tqclient {
 
-/// The picture of the board that was captured last, and a button that copies it to the clipboard.
+/// The picture of the board that was captured last, and buttons that copy it to the clipboard and save it to a file.
 class CapturePreview {
 public:
     CapturePreview();
@@ -16,11 +16,16 @@ public:
 
 private:
     void copy();
+    void save();
+    void write(GFile* file);
 
     GtkWidget* m_box;
     GtkPicture* m_picture;
     GtkLabel* m_caption;
+    GtkLabel* m_failure;
     UniqueObject<GdkTexture> m_texture;
+    // The question where to save, while it is on the screen.
+    UniqueObject<GtkNativeDialog> m_question;
     Signals m_signals;
 };
 
