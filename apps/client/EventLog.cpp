@@ -7,6 +7,10 @@ namespace tqclient {
 namespace {
 
 constexpr int kMostLines = 1000;
+// A page can make things happen faster than they can be laid out: lines are shown in bunches, each of this many at
+// most.
+constexpr guint kBunchMilliseconds = 50;
+constexpr std::size_t kMostWaiting = 100;
 constexpr std::size_t kLongestDetail = 2000;
 
 // Readable on light and on dark ground.
@@ -58,6 +62,12 @@ EventLog::EventLog()
     clear();
 }
 
+EventLog::~EventLog()
+{
+    if (m_timer)
+        g_source_remove(m_timer);
+}
+
 void EventLog::addBar()
 {
     GtkWidget* bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 4);
@@ -103,12 +113,42 @@ void EventLog::insert(std::string_view text, GtkTextTag* tag)
 
 void EventLog::add(std::string_view event, std::string_view detail, Severity severity)
 {
+    if (m_waiting.size() == kMostWaiting) {
+        m_waiting.pop_front();
+        ++m_leftOut;
+    }
+    m_waiting.push_back(
+        { timeOfDay(), displayText(event, kLongestDetail), displayText(detail, kLongestDetail), severity });
+    auto show = [](gpointer data) -> gboolean {
+        auto* self = static_cast<EventLog*>(data);
+        self->m_timer = 0;
+        self->showWaiting();
+        return G_SOURCE_REMOVE;
+    };
+    if (!m_timer)
+        m_timer = g_timeout_add(kBunchMilliseconds, show, this);
+}
+
+void EventLog::append(const Line& line)
+{
     if (gtk_text_buffer_get_char_count(m_buffer))
         insert("\n", nullptr);
-    insert(timeOfDay() + "  ", m_timeTag);
-    insert(displayText(event, kLongestDetail), severity == Severity::Failure ? m_failureTag : m_eventTag);
-    if (!detail.empty())
-        insert("  " + displayText(detail, kLongestDetail), nullptr);
+    insert(line.time + "  ", m_timeTag);
+    insert(line.event, line.severity == Severity::Failure ? m_failureTag : m_eventTag);
+    if (!line.detail.empty())
+        insert("  " + line.detail, nullptr);
+}
+
+void EventLog::showWaiting()
+{
+    if (m_waiting.empty())
+        return;
+    if (m_leftOut)
+        append({ m_waiting.front().time, "…", std::to_string(m_leftOut) + " more events", Severity::Plain });
+    for (const auto& line : m_waiting)
+        append(line);
+    m_waiting.clear();
+    m_leftOut = 0;
     dropOldest();
     gtk_widget_set_visible(m_placeholder, FALSE);
     gtk_widget_set_visible(m_scroller, TRUE);
@@ -135,6 +175,7 @@ void EventLog::dropOldest()
 
 void EventLog::copyAll()
 {
+    showWaiting();
     GtkTextIter start;
     GtkTextIter end;
     gtk_text_buffer_get_bounds(m_buffer, &start, &end);
@@ -144,6 +185,8 @@ void EventLog::copyAll()
 
 void EventLog::clear()
 {
+    m_waiting.clear();
+    m_leftOut = 0;
     gtk_text_buffer_set_text(m_buffer, "", 0);
     gtk_widget_set_visible(m_placeholder, TRUE);
     gtk_widget_set_visible(m_scroller, FALSE);

@@ -5,14 +5,20 @@
 #include "SessionObserver.h"
 #include "Signals.h"
 
+#include <deque>
+#include <string>
 #include <string_view>
 
 namespace tqclient {
 
-/// What has happened in the room, line by line: time, event, detail. The oldest lines go when there are too many.
+/// What has happened in the room, line by line: time, event, detail. The oldest lines go when there are too many, and
+/// when more happens than can be shown.
 class EventLog {
 public:
     EventLog();
+    EventLog(const EventLog&) = delete;
+    EventLog& operator=(const EventLog&) = delete;
+    ~EventLog();
 
     GtkWidget* widget() const { return m_box; }
     void add(std::string_view event, std::string_view detail, Severity severity);
@@ -21,7 +27,16 @@ public:
     void setOrientation(GtkOrientation orientation);
 
 private:
+    struct Line {
+        std::string time;
+        std::string event;
+        std::string detail;
+        Severity severity;
+    };
+
     void addBar();
+    void showWaiting();
+    void append(const Line& line);
     void insert(std::string_view text, GtkTextTag* tag);
     void dropOldest();
     void copyAll();
@@ -36,6 +51,10 @@ private:
     GtkTextTag* m_eventTag;
     GtkTextTag* m_failureTag;
     GtkTextMark* m_end;
+    // Lines that are not in the buffer yet, and how many were dropped before them.
+    std::deque<Line> m_waiting;
+    unsigned m_leftOut = 0;
+    guint m_timer = 0;
     CapturePreview m_preview;
     Signals m_signals;
 };
