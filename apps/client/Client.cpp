@@ -66,6 +66,7 @@ MainWindow::Actions Client::windowActions()
         .leave = [this] { m_session->leave(); },
         .closed = [this] { end(); },
     };
+        .replayRecorded = [this](const std::string& url) { m_session->replay(url); },
 }
 
 void Client::run()

@@ -26,6 +26,7 @@ constexpr int kWideFrom = 1000;
 MainWindow::MainWindow(const Options& options, Actions actions)
     : m_window(GTK_WINDOW(gtk_window_new()))
     , m_actions(std::move(actions))
+    , m_recording(m_actions.replayRecorded)
     , m_start(options, m_actions.join, m_actions.replay)
     , m_self(std::make_shared<MainWindow*>(this))
 {
@@ -112,6 +113,7 @@ void MainWindow::buildBody()
     GtkWidget* body = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
     gtk_box_append(GTK_BOX(body), GTK_WIDGET(m_stripPlace));
     gtk_box_append(GTK_BOX(body), m_message.widget());
+    gtk_box_append(GTK_BOX(body), m_recording.widget());
     gtk_box_append(GTK_BOX(body), GTK_WIDGET(m_paned));
     gtk_window_set_child(m_window, body);
 }
@@ -170,6 +172,7 @@ void MainWindow::applyLayout(Layout layout)
     GtkOrientation orientation = isNarrow ? GTK_ORIENTATION_VERTICAL : GTK_ORIENTATION_HORIZONTAL;
     gtk_orientable_set_orientation(GTK_ORIENTABLE(m_paned), orientation);
     m_log.setOrientation(orientation);
+    m_recording.setOrientation(orientation);
     gtk_toggle_button_set_active(m_logButton, layout == Layout::Wide);
     gtk_widget_set_visible(m_log.widget(), layout == Layout::Wide);
 
@@ -184,6 +187,7 @@ void MainWindow::sessionStateChanged(const SessionState& state)
 {
     m_pill.show(state);
     m_start.show(state);
+    m_recording.show(state);
     const std::string& title = state.showsBoard && !state.room.empty() ? state.room : kProgramTitle;
     gtk_label_set_text(m_title, title.c_str());
     gtk_window_set_title(m_window, (title == kProgramTitle ? title : title + " – " + kProgramTitle).c_str());
@@ -242,8 +246,10 @@ void MainWindow::sessionFailed(std::string_view title, std::string_view detail)
 
 void MainWindow::sessionRecorded(const tq::OptionalText& url)
 {
-    if (url)
-        m_start.setReplayUrl(*url);
+    if (!url)
+        return;
+    m_start.setReplayUrl(*url);
+    m_recording.offer(*url);
 }
 
 void MainWindow::sessionCaptured(const tq::UIImage& image) { m_log.showCapture(image); }

@@ -3,6 +3,7 @@
 #include "EventLog.h"
 #include "GLibTypes.h"
 #include "MessageBar.h"
+#include "RecordingBar.h"
 #include "SessionObserver.h"
 #include "Signals.h"
 #include "StartPage.h"
@@ -24,6 +25,7 @@ public:
     struct Actions {
         JoinForm::Submit join;
         ReplayForm::Submit replay;
+        std::function<void(const std::string& url)> replayRecorded;
         std::function<void()> leave;
         std::function<void()> closed;
     };
@@ -69,6 +71,7 @@ private:
     std::optional<ViewCapture> m_capture;
     StatusPill m_pill;
     MessageBar m_message;
+    RecordingBar m_recording;
     EventLog m_log;
     StartPage m_start;
     // Keeps the widget that it owns, which is in the window.

@@ -58,6 +58,22 @@ void Session::leave()
     setPhase(Phase::NotJoined);
 }
 
+void Session::replay(const std::string& url)
+{
+    const auto& room = *m_roomConfig;
+    m_recordConfig = std::make_shared<tq::TQWBRecordConfig>(tq::TQWBRecordConfig{
+        .appKey = room.appKey,
+        .token = room.token,
+        .roomId = room.roomId,
+        .userId = room.userId,
+        .userName = room.userName,
+        .url = url,
+    });
+    if (m_state.showsBoard)
+        leave();
+    start(Operation::Play);
+}
+
 void Session::closeBoard()
 {
     dropView();

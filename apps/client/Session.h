@@ -37,6 +37,8 @@ public:
     void start(Operation operation);
     /// Takes the board off the screen: quits a joined room first, and goes even when the service cannot be told.
     void leave();
+    /// Watches a recording of the room that was joined last, after leaving what is on the screen.
+    void replay(const std::string& url);
 
     // What the room's page reports.
     void roomWasQuit();

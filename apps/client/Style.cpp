@@ -26,7 +26,8 @@ constexpr std::string_view kRules = R"(
     background: alpha(@error_color, 0.15);
     border-bottom: 1px solid alpha(@error_color, 0.4);
 }
-.message-bar label.title { font-weight: bold; }
+.recording-bar { padding: 8px 12px; border-bottom: 1px solid alpha(currentColor, 0.15); }
+.message-bar label.title, .recording-bar label.title { font-weight: bold; }
 .start-page { padding: 18px 16px; }
 .start-page .headline { font-size: 170%; font-weight: bold; }
 .form-hint { color: @error_color; }

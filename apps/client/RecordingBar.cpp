@@ -1,0 +1,82 @@
+#include "RecordingBar.h"
+
+#include "Text.h"
+
+namespace tqclient {
+
+namespace {
+
+constexpr std::size_t kLongestAddress = 500;
+
+} // namespace
+
+template <void (RecordingBar::*method)()> GCallback RecordingBar::handler()
+{
+    return G_CALLBACK(+[](GtkButton*, gpointer self) { (static_cast<RecordingBar*>(self)->*method)(); });
+}
+
+RecordingBar::RecordingBar(std::function<void(const std::string& url)> replay)
+    : m_replay(std::move(replay))
+    , m_revealer(GTK_REVEALER(gtk_revealer_new()))
+    , m_bar(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 12))
+    , m_address(GTK_LABEL(gtk_label_new(nullptr)))
+    , m_replayButton(gtk_button_new_with_mnemonic("Re_play"))
+{
+    GtkWidget* texts = gtk_box_new(GTK_ORIENTATION_VERTICAL, 2);
+    gtk_widget_set_hexpand(texts, TRUE);
+    GtkWidget* title = gtk_label_new("The recording is saved");
+    gtk_widget_add_css_class(title, "title");
+    gtk_label_set_xalign(GTK_LABEL(title), 0);
+    gtk_label_set_xalign(m_address, 0);
+    gtk_label_set_ellipsize(m_address, PANGO_ELLIPSIZE_MIDDLE);
+    gtk_widget_add_css_class(GTK_WIDGET(m_address), "dim-label");
+    gtk_box_append(GTK_BOX(texts), title);
+    gtk_box_append(GTK_BOX(texts), GTK_WIDGET(m_address));
+
+    GtkWidget* buttons = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
+    gtk_widget_set_valign(buttons, GTK_ALIGN_CENTER);
+    GtkWidget* copyButton = gtk_button_new_with_label("Copy address");
+    GtkWidget* dismissButton = gtk_button_new_with_label("Dismiss");
+    for (GtkWidget* button : { m_replayButton, copyButton, dismissButton })
+        gtk_box_append(GTK_BOX(buttons), button);
+    m_signals.connect(m_replayButton, "clicked", handler<&RecordingBar::replay>(), this);
+    m_signals.connect(copyButton, "clicked", handler<&RecordingBar::copyAddress>(), this);
+    m_signals.connect(dismissButton, "clicked", handler<&RecordingBar::dismiss>(), this);
+
+    gtk_widget_add_css_class(m_bar, "recording-bar");
+    gtk_box_append(GTK_BOX(m_bar), texts);
+    gtk_box_append(GTK_BOX(m_bar), buttons);
+    gtk_revealer_set_child(m_revealer, m_bar);
+}
+
+void RecordingBar::offer(const std::string& url)
+{
+    m_url = url;
+    auto shown = displayText(url, kLongestAddress);
+    gtk_label_set_text(m_address, shown.c_str());
+    gtk_widget_set_tooltip_text(GTK_WIDGET(m_address), shown.c_str());
+    gtk_revealer_set_reveal_child(m_revealer, TRUE);
+}
+
+void RecordingBar::show(const SessionState& state)
+{
+    gtk_button_set_label(GTK_BUTTON(m_replayButton), state.phase == Phase::InRoom ? "Leave and re_play" : "Re_play");
+    gtk_widget_set_sensitive(m_replayButton, !state.isBusy());
+}
+
+void RecordingBar::setOrientation(GtkOrientation orientation)
+{
+    gtk_orientable_set_orientation(GTK_ORIENTABLE(m_bar), orientation);
+}
+
+void RecordingBar::replay()
+{
+    dismiss();
+    m_replay(m_url);
+}
+
+void RecordingBar::copyAddress() { gdk_clipboard_set_text(gtk_widget_get_clipboard(m_bar), m_url.c_str()); }
+
+void RecordingBar::dismiss() { gtk_revealer_set_reveal_child(m_revealer, FALSE); }
+
+} // namespace tqclient
