@@ -13,6 +13,10 @@ namespace tqclient {
 
 namespace {
 
+/// What the room page says of its user.
+constexpr tq::NSInteger kPresenter = 1;
+constexpr tq::NSInteger kViewer = 2;
+
 std::string failureTitle(Operation operation)
 {
     switch (operation) {
@@ -296,7 +300,14 @@ void Session::recordingHasEnded(const tq::OptionalText& url)
 
 void Session::permissionHasChanged(tq::NSInteger status)
 {
-    logEvent("onWBPermissionChange", "status " + std::to_string(status));
+    bool isKnown = status == kPresenter || status == kViewer;
+    logEvent("onWBPermissionChange",
+        "status " + std::to_string(status) + (isKnown ? status == kPresenter ? " (presenter)" : " (viewer)" : ""));
+    if (!isKnown)
+        return;
+    m_state.isPresenter = status == kPresenter;
+    m_stateBefore.isPresenter = m_state.isPresenter;
+    setPhase(m_state.phase);
 }
 
 void Session::boardWasCaptured(const std::shared_ptr<tq::UIImage>& image)
