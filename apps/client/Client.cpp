@@ -1,9 +1,12 @@
 #include "Client.h"
 
+#include "CommandArguments.h"
 #include "Text.h"
 
+#include <algorithm>
 #include <csignal>
 #include <glib-unix.h>
+#include <iterator>
 
 namespace tqclient {
 
@@ -63,10 +66,10 @@ MainWindow::Actions Client::windowActions()
                 m_session->setRecordConfig(std::move(config));
                 m_session->start(Operation::Play);
             },
+        .replayRecorded = [this](const std::string& url) { m_session->replay(url); },
         .leave = [this] { m_session->leave(); },
         .closed = [this] { end(); },
     };
-        .replayRecorded = [this](const std::string& url) { m_session->replay(url); },
 }
 
 void Client::run()
@@ -89,32 +92,69 @@ void Client::end() { g_main_loop_quit(m_loop.get()); }
 
 void Client::obey(const std::string& line)
 {
-    std::string command(line, 0, line.find_last_not_of(" \t\r") + 1);
-    auto blank = command.find(' ');
-    auto word = command.substr(0, blank);
-    auto argument = blank == command.npos ? std::string() : command.substr(command.find_first_not_of(' ', blank));
-    bool isAlone = argument.empty();
+    struct Command {
+        std::string_view word;
+        /// What follows the word; empty for nothing.
+        std::string_view argument;
+        void (*run)(Client&, std::string_view argument);
+    };
+    static constexpr Command kCommands[] = {
+        { "join", "", [](Client& client, std::string_view) { client.m_session->start(Operation::Join); } },
+        { "play", "", [](Client& client, std::string_view) { client.m_session->start(Operation::Play); } },
+        { "quit", "", [](Client& client, std::string_view) { client.m_session->start(Operation::Quit); } },
+        { "call", "NAME [JSON-LIST]", [](Client& client, std::string_view text) { client.callPage(text); } },
+        { "exists", "NAME", [](Client& client, std::string_view text) { client.askPage(text); } },
+        { "labels", "JSON-OBJECT", [](Client& client, std::string_view text) { client.setLabels(text); } },
+        { "screenshot", "PATH", [](Client& client, std::string_view text) { client.takeScreenshot(text); } },
+        { "exit", "", [](Client& client, std::string_view) { client.end(); } },
+    };
+    auto [word, argument] = splitWord(line);
     if (word.empty())
         return;
-    if (word == "join" && isAlone)
-        m_session->start(Operation::Join);
-    else if (word == "play" && isAlone)
-        m_session->start(Operation::Play);
-    else if (word == "quit" && isAlone)
-        m_session->start(Operation::Quit);
-    else if (word == "exit" && isAlone)
-        end();
-    else if (word == "screenshot" && !isAlone)
-        takeScreenshot(argument);
-    else if (word == "call" || word == "exists" || word == "labels")
-        complain("the command \"" + word + "\" is not available yet");
+    const auto* command = std::ranges::find(kCommands, word, &Command::word);
+    if (command == std::end(kCommands))
+        complain("unknown command \"" + displayText(line, 100) + "\"; --help lists the commands");
+    else if (command->argument.empty() != argument.empty())
+        complain("the command is \"" + std::string(word) + (command->argument.empty() ? "" : " ")
+            + std::string(command->argument) + "\", not \"" + displayText(line, 100) + "\"");
     else
-        complain("unknown command \"" + displayText(line, 100)
-            + "\"; the commands are join, play, quit, screenshot PATH and exit");
+        command->run(*this, argument);
 }
 
-void Client::takeScreenshot(const std::string& path)
+void Client::callPage(std::string_view text)
 {
+    auto call = readPageCall(text);
+    if (const auto* error = std::get_if<UsageError>(&call))
+        complain("call: " + error->message);
+    else if (!m_session->callPage(std::move(std::get<PageCall>(call))))
+        complain("call: there is no board on the screen");
+}
+
+void Client::askPage(std::string_view text)
+{
+    auto call = readPageCall(text);
+    if (const auto* error = std::get_if<UsageError>(&call))
+        complain("exists: " + error->message);
+    else if (splitWord(text).first != text)
+        complain("exists: \"" + displayText(text, 100) + "\" is more than a name");
+    else if (!m_session->askPage(std::get<PageCall>(call).name))
+        complain("exists: there is no board on the screen");
+}
+
+void Client::setLabels(std::string_view text)
+{
+    auto labels = readDialogLabels(text);
+    if (const auto* error = std::get_if<UsageError>(&labels))
+        return complain("labels: " + error->message);
+    auto& read = std::get<DialogLabels>(labels);
+    if (!read.unknownNames.empty())
+        complain("labels: no dialog has a label named" + read.unknownNames);
+    m_session->setDialogLabels(std::move(read.texts));
+}
+
+void Client::takeScreenshot(std::string_view text)
+{
+    std::string path(text);
     m_window->capture(path, [path, lines = m_lines](const std::string& failure) {
         if (failure.empty())
             lines->event("screenshot", { { "path", validUtf8(path) } });

@@ -25,7 +25,10 @@ public:
 private:
     MainWindow::Actions windowActions();
     void obey(const std::string& line);
-    void takeScreenshot(const std::string& path);
+    void callPage(std::string_view text);
+    void askPage(std::string_view text);
+    void setLabels(std::string_view text);
+    void takeScreenshot(std::string_view text);
     void end();
 
     StartCommand m_startCommand;

@@ -244,6 +244,10 @@ An option that is left out leaves its field absent; --option=VALUE takes any val
 
 Standard output is one JSON object a line. Standard input takes one command a line:
   join, play, quit   run the operation (again), after those that are under way
+  call NAME [LIST]   call a function of the room's page with the arguments of a JSON list; prints its answers
+  exists NAME        ask whether the page has the function
+  labels OBJECT      set the texts of the page's dialogs, as a JSON object with any of alertTitle, alertBtn,
+                     confirmTitle, confirmCancelBtn, confirmOkBtn, promptCancelBtn, promptOkBtn; {} for the defaults
   screenshot PATH    write a picture of the board as a PNG file
   exit               end the program at once
 )";

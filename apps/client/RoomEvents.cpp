@@ -63,4 +63,10 @@ void RoomEvents::onWBPermissionChange(tq::NSInteger status)
     tellSession([status](Session& session) { session.permissionHasChanged(status); });
 }
 
+void RoomEvents::closePage()
+{
+    m_lines->event("closePage");
+    tellSession([](Session& session) { session.pageWantsToBeClosed(); });
+}
+
 } // namespace tqclient

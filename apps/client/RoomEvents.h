@@ -27,6 +27,9 @@ public:
     void onWBRecordEnd(const tq::OptionalText& url) override;
     void onWBPermissionChange(tq::NSInteger status) override;
 
+    /// The page asks to be closed.
+    void closePage();
+
 private:
     void tellSession(std::function<void(Session&)> task);
 

@@ -1,6 +1,7 @@
 #include "Session.h"
 
 #include "AppObject.h"
+#include "CommandArguments.h"
 #include "JsonLines.h"
 #include "MainThread.h"
 #include "Options.h"
@@ -12,6 +13,10 @@
 namespace tqclient {
 
 namespace {
+
+// What the window shows of a page function's name and of its answer, in bytes.
+constexpr std::size_t kLongestName = 100;
+constexpr std::size_t kLongestValue = 300;
 
 /// What the room page says of its user.
 constexpr tq::NSInteger kPresenter = 1;
@@ -76,6 +81,39 @@ void Session::replay(const std::string& url)
     if (m_state.showsBoard)
         leave();
     start(Operation::Play);
+}
+
+bool Session::callPage(PageCall call)
+{
+    if (!m_view || !m_state.showsBoard)
+        return false;
+    m_view->callHandler(call.name, std::move(call.arguments),
+        [lines = m_lines, weakThis = weak_from_this(), name = call.name](tq::OptionalValue value) {
+            auto shown = displayText(name, kLongestName) + " " + (value ? displayJson(*value, kLongestValue) : "null");
+            lines->result(name, std::move(value));
+            if (auto self = weakThis.lock())
+                self->logEvent("result", shown);
+        });
+    return true;
+}
+
+bool Session::askPage(const std::string& function)
+{
+    if (!m_view || !m_state.showsBoard)
+        return false;
+    m_view->hasJavascriptMethod(function, [lines = m_lines, weakThis = weak_from_this(), function](bool exists) {
+        lines->event("exists", { { "name", function }, { "value", exists } });
+        if (auto self = weakThis.lock())
+            self->logEvent("exists", displayText(function, kLongestName) + (exists ? " yes" : " no"));
+    });
+    return true;
+}
+
+void Session::setDialogLabels(std::map<std::string, std::string> labels)
+{
+    m_dialogLabels = std::move(labels);
+    if (m_view)
+        m_view->customJavascriptDialogLabelTitles(m_dialogLabels);
 }
 
 void Session::closeBoard()
@@ -213,6 +251,11 @@ void Session::makeFacade()
     m_view->setPermisssionDelegate(m_events);
     m_view->setDebugMode(m_debugMode);
     m_view->addJavascriptObject(std::make_shared<AppObject>(), "app");
+    m_view->customJavascriptDialogLabelTitles(m_dialogLabels);
+    m_view->setJavascriptCloseWindowListener([weakEvents = std::weak_ptr(m_events)] {
+        if (auto events = weakEvents.lock())
+            events->closePage();
+    });
     if (m_trustsAnyPage)
         m_view->setNavigationDelegate(m_view);
     m_facade = tq::TQWhiteBoard::initWithWebView(m_view);
@@ -317,5 +360,7 @@ void Session::boardWasCaptured(const std::shared_ptr<tq::UIImage>& image)
     if (auto observer = m_observer.lock(); observer && image)
         observer->sessionCaptured(*image);
 }
+
+void Session::pageWantsToBeClosed() { logEvent("closePage", "the page asks to be closed"); }
 
 } // namespace tqclient

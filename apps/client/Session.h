@@ -9,13 +9,17 @@
 
 #include <cstdint>
 #include <deque>
+#include <map>
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace tqclient {
 
 class JsonLines;
 class RoomEvents;
 struct Options;
+struct PageCall;
 
 /// The room on the screen: owns its view, its facade and the records, and runs one operation after the other. Main
 /// thread.
@@ -40,6 +44,13 @@ public:
     /// Watches a recording of the room that was joined last, after leaving what is on the screen.
     void replay(const std::string& url);
 
+    // What the room's page is asked. They answer false when there is no board on the screen; otherwise the page's
+    // answers are printed as they come, and those of a page that goes do not come.
+    bool callPage(PageCall call);
+    bool askPage(const std::string& function);
+    /// The texts of the page's dialogs, now and in the rooms to come.
+    void setDialogLabels(std::map<std::string, std::string> labels);
+
     // What the room's page reports.
     void roomWasQuit();
     void roomHasFailed(const tq::TQWBException& exception);
@@ -47,6 +58,7 @@ public:
     void recordingHasEnded(const tq::OptionalText& url);
     void permissionHasChanged(tq::NSInteger status);
     void boardWasCaptured(const std::shared_ptr<tq::UIImage>& image);
+    void pageWantsToBeClosed();
 
 private:
     enum class Outcome { Success, Failure };
@@ -83,6 +95,7 @@ private:
 
     std::shared_ptr<tq::TQWBRoomConfig> m_roomConfig;
     std::shared_ptr<tq::TQWBRecordConfig> m_recordConfig;
+    std::optional<std::map<std::string, std::string>> m_dialogLabels;
     std::shared_ptr<RoomEvents> m_events;
     std::shared_ptr<tq::TQWBWebView> m_view;
     std::shared_ptr<tq::TQWhiteBoard> m_facade;

@@ -2,7 +2,35 @@
 
 #include "GLibTypes.h"
 
+#include <boost/json/serializer.hpp>
+#include <cmath>
+
 namespace tqclient {
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r";
+
+std::string_view trimmed(std::string_view text)
+{
+    const auto first = text.find_first_not_of(kBlanks);
+    return first == text.npos ? std::string_view() : text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+/// Whether the character would break the line or turn around the text that follows it.
+bool disturbsLine(gunichar character)
+{
+    switch (g_unichar_type(character)) {
+    case G_UNICODE_CONTROL:
+    case G_UNICODE_LINE_SEPARATOR:
+    case G_UNICODE_PARAGRAPH_SEPARATOR:
+        return true;
+    default:
+        return (character >= 0x202A && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
+    }
+}
+
+} // namespace
 
 std::string validUtf8(std::string_view text)
 {
@@ -19,12 +47,49 @@ std::string displayText(std::string_view text, std::size_t limit)
         while (limit && (static_cast<unsigned char>(text[limit]) & 0xC0) == 0x80)
             --limit;
     }
-    std::string line = validUtf8(text.substr(0, limit));
-    for (char& character : line) {
-        if (static_cast<unsigned char>(character) < 0x20 || character == 0x7F)
-            character = ' ';
+    const std::string valid = validUtf8(text.substr(0, limit));
+    std::string line;
+    const char* end = valid.data() + valid.size();
+    for (const char* at = valid.data(); at < end; at = g_utf8_next_char(at)) {
+        if (disturbsLine(g_utf8_get_char(at)))
+            line += ' ';
+        else
+            line.append(at, static_cast<std::size_t>(g_utf8_next_char(at) - at));
     }
     return isCut ? line + "…" : line;
+}
+
+std::string displayJson(const boost::json::value& value, std::size_t limit)
+{
+    boost::json::serializer serializer;
+    serializer.reset(&value);
+    // A little more than is shown, so that what is cut is seen to be cut.
+    std::string text(limit + 1, '\0');
+    text.resize(serializer.read(text.data(), text.size()).size());
+    return displayText(text, limit);
+}
+
+bool replaceNonFinite(boost::json::value& value)
+{
+    bool isReplaced = false;
+    if (auto* list = value.if_array()) {
+        for (auto& element : *list)
+            isReplaced |= replaceNonFinite(element);
+    } else if (auto* members = value.if_object()) {
+        for (auto& member : *members)
+            isReplaced |= replaceNonFinite(member.value());
+    } else if (const auto* number = value.if_double(); number && !std::isfinite(*number)) {
+        value = nullptr;
+        isReplaced = true;
+    }
+    return isReplaced;
+}
+
+std::pair<std::string_view, std::string_view> splitWord(std::string_view text)
+{
+    text = trimmed(text);
+    const auto end = std::min(text.find_first_of(kBlanks), text.size());
+    return { text.substr(0, end), trimmed(text.substr(end)) };
 }
 
 std::string describeFailure(tq::NSUInteger code, const tq::OptionalText& text)

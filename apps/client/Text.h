@@ -2,18 +2,30 @@
 
 #include "platform/Foundation/NSTypes.h"
 
+#include <boost/json/value.hpp>
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tqclient {
 
 /// The text with what is no UTF-8 replaced.
 std::string validUtf8(std::string_view text);
 
-/// The text fit for one line on the screen: valid UTF-8, blanks for control characters, and an ellipsis in place of
-/// what exceeds so many bytes.
+/// The text fit for one line on the screen: valid UTF-8, blanks for what breaks lines or turns text around, and an
+/// ellipsis in place of what exceeds so many bytes.
 std::string displayText(std::string_view text, std::size_t limit);
+
+/// The beginning of the value's JSON text, fit for one line on the screen; cheap however large the value is.
+std::string displayJson(const boost::json::value& value, std::size_t limit);
+
+/// Puts null for numbers that are not finite, which a JSON text cannot hold; they come from texts with numbers that are
+/// too large. @returns whether there were any.
+bool replaceNonFinite(boost::json::value& value);
+
+/// The first word, and what follows it without the blanks around it.
+std::pair<std::string_view, std::string_view> splitWord(std::string_view text);
 
 /// "code: text", or the code alone when the text is absent or empty.
 std::string describeFailure(tq::NSUInteger code, const tq::OptionalText& text);
