@@ -132,11 +132,11 @@ void Client::callPage(std::string_view text)
 
 void Client::askPage(std::string_view text)
 {
+    if (splitWord(text).first != text)
+        return complain("exists: \"" + displayText(text, 100) + "\" is more than a name");
     auto call = readPageCall(text);
     if (const auto* error = std::get_if<UsageError>(&call))
         complain("exists: " + error->message);
-    else if (splitWord(text).first != text)
-        complain("exists: \"" + displayText(text, 100) + "\" is more than a name");
     else if (!m_session->askPage(std::get<PageCall>(call).name))
         complain("exists: there is no board on the screen");
 }

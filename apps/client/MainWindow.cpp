@@ -82,6 +82,7 @@ void MainWindow::buildHeader()
     m_signals.connect(m_logButton, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer data) {
         auto* self = static_cast<MainWindow*>(data);
         gtk_widget_set_visible(self->m_log.widget(), gtk_toggle_button_get_active(button));
+        gtk_widget_remove_css_class(GTK_WIDGET(button), "suggested-action");
     }),
         this);
 
@@ -252,6 +253,12 @@ void MainWindow::sessionRecorded(const tq::OptionalText& url)
     m_recording.offer(*url);
 }
 
-void MainWindow::sessionCaptured(const tq::UIImage& image) { m_log.showCapture(image); }
+void MainWindow::sessionCaptured(const tq::UIImage& image)
+{
+    m_log.showCapture(image);
+    // Whoever takes a picture wants to see it, but not to lose half of the board to it.
+    if (!gtk_toggle_button_get_active(m_logButton))
+        gtk_widget_add_css_class(GTK_WIDGET(m_logButton), "suggested-action");
+}
 
 } // namespace tqclient
