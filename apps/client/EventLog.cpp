@@ -2,16 +2,19 @@
 
 #include "Text.h"
 
+#include <algorithm>
+
 namespace tqclient {
 
 namespace {
 
 constexpr int kMostLines = 1000;
-// A page can make things happen faster than they can be laid out: lines are shown in bunches, each of this many at
-// most.
-constexpr guint kBunchMilliseconds = 50;
-constexpr std::size_t kMostWaiting = 100;
 constexpr std::size_t kLongestDetail = 2000;
+
+// A page can make things happen faster than they can be drawn: a line that follows another closely waits, and those
+// that wait are shown together, so many of them at most.
+constexpr std::int64_t kBunchMilliseconds = 250;
+constexpr std::size_t kMostWaiting = 100;
 
 // Readable on light and on dark ground.
 constexpr GdkRGBA kQuiet{ 0.47F, 0.47F, 0.47F, 1 };
@@ -125,8 +128,11 @@ void EventLog::add(std::string_view event, std::string_view detail, Severity sev
         self->showWaiting();
         return G_SOURCE_REMOVE;
     };
-    if (!m_timer)
-        m_timer = g_timeout_add(kBunchMilliseconds, show, this);
+    if (m_timer)
+        return;
+    auto sinceLast = (g_get_monotonic_time() - m_lastShown) / 1000;
+    m_timer
+        = g_timeout_add(static_cast<guint>(std::max(kBunchMilliseconds - sinceLast, std::int64_t{ 0 })), show, this);
 }
 
 void EventLog::append(const Line& line)
@@ -149,6 +155,7 @@ void EventLog::showWaiting()
         append(line);
     m_waiting.clear();
     m_leftOut = 0;
+    m_lastShown = g_get_monotonic_time();
     dropOldest();
     gtk_widget_set_visible(m_placeholder, FALSE);
     gtk_widget_set_visible(m_scroller, TRUE);

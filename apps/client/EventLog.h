@@ -5,6 +5,7 @@
 #include "SessionObserver.h"
 #include "Signals.h"
 
+#include <cstdint>
 #include <deque>
 #include <string>
 #include <string_view>
@@ -54,6 +55,7 @@ private:
     // Lines that are not in the buffer yet, and how many were dropped before them.
     std::deque<Line> m_waiting;
     unsigned m_leftOut = 0;
+    std::int64_t m_lastShown = 0;
     guint m_timer = 0;
     CapturePreview m_preview;
     Signals m_signals;
