@@ -4,15 +4,18 @@
 #include "TQWhiteBoardLib/TQWBRecordProtocol.h"
 #include "TQWhiteBoardLib/TQWBRoomStatusProtocol.h"
 
+#include <boost/json/object.hpp>
 #include <functional>
 #include <memory>
+#include <string_view>
 
 namespace tqclient {
 
 class JsonLines;
 class Session;
 
-/// The delegate of one view: prints what the room's page reports, and tells the session once the page has its answer.
+/// The delegate of one view: tells the session what the room's page reports, and prints it, once the page has its
+/// answer.
 class RoomEvents final : public tq::TQWBRoomStatusProtocol,
                          public tq::TQWBRecordProtocol,
                          public tq::TQWBPermissionProtocol,
@@ -29,9 +32,14 @@ public:
 
     /// The page asks to be closed.
     void closePage();
+    /// The page's function of that name has answered; absent: without a value.
+    void result(const std::string& call, tq::OptionalValue value);
+    /// The page has said whether it has the function.
+    void exists(const std::string& function, bool exists);
 
 private:
-    void tellSession(std::function<void(Session&)> task);
+    void tell(std::function<void(Session&)> task, std::function<void(JsonLines&)> print);
+    void tell(std::string_view event, boost::json::object fields, std::function<void(Session&)> task);
 
     std::shared_ptr<JsonLines> m_lines;
     std::weak_ptr<Session> m_session;

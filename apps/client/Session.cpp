@@ -14,10 +14,6 @@ namespace tqclient {
 
 namespace {
 
-// What the window shows of a page function's name and of its answer, in bytes.
-constexpr std::size_t kLongestName = 100;
-constexpr std::size_t kLongestValue = 300;
-
 /// What the room page says of its user.
 constexpr tq::NSInteger kPresenter = 1;
 constexpr tq::NSInteger kViewer = 2;
@@ -88,11 +84,9 @@ bool Session::callPage(PageCall call)
     if (!m_view || !m_state.showsBoard)
         return false;
     m_view->callHandler(call.name, std::move(call.arguments),
-        [lines = m_lines, weakThis = weak_from_this(), name = call.name](tq::OptionalValue value) {
-            auto shown = displayText(name, kLongestName) + " " + (value ? displayJson(*value, kLongestValue) : "null");
-            lines->result(name, std::move(value));
-            if (auto self = weakThis.lock())
-                self->logEvent("result", shown);
+        [weakEvents = std::weak_ptr(m_events), name = call.name](tq::OptionalValue value) {
+            if (auto events = weakEvents.lock())
+                events->result(name, std::move(value));
         });
     return true;
 }
@@ -101,10 +95,9 @@ bool Session::askPage(const std::string& function)
 {
     if (!m_view || !m_state.showsBoard)
         return false;
-    m_view->hasJavascriptMethod(function, [lines = m_lines, weakThis = weak_from_this(), function](bool exists) {
-        lines->event("exists", { { "name", function }, { "value", exists } });
-        if (auto self = weakThis.lock())
-            self->logEvent("exists", displayText(function, kLongestName) + (exists ? " yes" : " no"));
+    m_view->hasJavascriptMethod(function, [weakEvents = std::weak_ptr(m_events), function](bool exists) {
+        if (auto events = weakEvents.lock())
+            events->exists(function, exists);
     });
     return true;
 }
@@ -142,19 +135,21 @@ void Session::run(Request request)
     announce(operation);
     ensureUsableFacade(operation);
 
-    auto onMain = [run = ++m_run, weakThis = weak_from_this()](Outcome outcome, std::string failure) {
+    // Whoever has read the line can rely on what it says: what follows from it is done before.
+    auto success = [run = ++m_run, lines = m_lines, operation, weakThis = weak_from_this()] {
         postToMain([=] {
             if (auto self = weakThis.lock())
-                self->finished(run, outcome, failure);
+                self->finished(run, Outcome::Success, {});
+            lines->success(operation);
         });
     };
-    auto success = [lines = m_lines, operation, onMain] {
-        lines->success(operation);
-        onMain(Outcome::Success, {});
-    };
-    auto error = [lines = m_lines, operation, onMain](tq::NSUInteger code, const tq::OptionalText& text) {
-        lines->error(operation, code, text);
-        onMain(Outcome::Failure, describeFailure(code, text));
+    auto error = [run = m_run, lines = m_lines, operation, weakThis = weak_from_this()](
+                     tq::NSUInteger code, const tq::OptionalText& text) {
+        postToMain([=] {
+            if (auto self = weakThis.lock())
+                self->finished(run, Outcome::Failure, describeFailure(code, text));
+            lines->error(operation, code, text);
+        });
     };
     switch (operation) {
     case Operation::Join:
@@ -362,5 +357,7 @@ void Session::boardWasCaptured(const std::shared_ptr<tq::UIImage>& image)
 }
 
 void Session::pageWantsToBeClosed() { logEvent("closePage", "the page asks to be closed"); }
+
+void Session::pageHasAnswered(std::string_view question, std::string_view answer) { logEvent(question, answer); }
 
 } // namespace tqclient

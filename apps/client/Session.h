@@ -59,6 +59,7 @@ public:
     void permissionHasChanged(tq::NSInteger status);
     void boardWasCaptured(const std::shared_ptr<tq::UIImage>& image);
     void pageWantsToBeClosed();
+    void pageHasAnswered(std::string_view question, std::string_view answer);
 
 private:
     enum class Outcome { Success, Failure };
