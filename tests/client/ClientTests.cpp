@@ -1,4 +1,4 @@
-#include "tests/support/Program.h"
+#include "ClientPrograms.h"
 
 #include <boost/json/serialize.hpp>
 #include <csignal>
@@ -9,34 +9,18 @@
 namespace tq::test {
 namespace {
 
-// The programs themselves: the client against the local service.
-class ClientTest : public testing::Test {
+class ClientTest : public ServiceTest {
 protected:
+    ClientTest()
+        : ServiceTest(1)
+    {
+    }
     void SetUp() override
     {
         std::filesystem::create_directories(folder / "conference" / "recordings");
         std::ofstream(folder / "conference" / "recordings" / "aRecording.json")
             << R"({"version":1,"room":"hall","duration":200,"strokes":[],"events":[]})";
-        service = std::make_unique<Program>(std::vector<std::string>{ TQWB_CONFERENCE_BINARY, "--port", "0", "--state",
-                                                folder / "conference", "--room-size", "1" },
-            folder / "service.log");
-        const auto ready = service->waitFor("ready");
-        ASSERT_TRUE(ready.contains("host"));
-        host = ready.at("host").as_string();
-        authority = ready.at("ca").as_string();
-    }
-    void TearDown() override { std::filesystem::remove_all(folder); }
-
-    std::unique_ptr<Program> start(std::vector<std::string> words)
-    {
-        words.insert(words.begin(), TQWB_CLIENT_BINARY);
-        return std::make_unique<Program>(std::move(words), folder / ("client" + std::to_string(++clients) + ".log"),
-            Program::Environment{ { "XDG_DATA_HOME", folder / "data" } });
-    }
-    std::vector<std::string> joinWords(const std::string& user, const std::string& token = "good") const
-    {
-        return { "join", "--app-key", "key", "--token", token + "@" + host, "--room", "hall", "--user", user, "--name",
-            "Ann Λ", "--ca", authority };
+        ServiceTest::SetUp();
     }
     long navigationsServed() const
     {
@@ -46,12 +30,6 @@ protected:
             ++count;
         return count;
     }
-
-    std::filesystem::path folder = std::filesystem::path(getenv("XDG_DATA_HOME")) / "clients";
-    std::unique_ptr<Program> service;
-    std::string host;
-    std::string authority;
-    int clients = 0;
 };
 
 TEST_F(ClientTest, JoinsQuitsAndJoinsAgainWithoutNavigation)
@@ -92,9 +70,7 @@ TEST_F(ClientTest, JoinsQuitsAndJoinsAgainWithoutNavigation)
 
 TEST_F(ClientTest, ReplaysARecording)
 {
-    auto words = joinWords("ann");
-    words[0] = "play";
-    words.insert(words.end(), { "--url", "https://" + host + "/recordings/aRecording.json" });
+    auto words = playWords("ann", "https://" + host + "/recordings/aRecording.json");
     auto client = start(words);
     client->waitFor("success", "play");
     client->waitForLog("[TQ:Log] onLoadEnd");

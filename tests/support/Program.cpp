@@ -82,37 +82,45 @@ void Program::write(const std::string& line)
 
 std::optional<std::string> Program::readLine()
 {
-    std::array<char, 4096> buffer{};
+    std::array<char, 65536> buffer{};
     auto end = m_unread.find('\n');
     while (end == std::string::npos) {
         const auto count = isReadable(m_output) ? read(m_output, buffer.data(), buffer.size()) : 0;
         if (count <= 0)
             return std::nullopt;
+        const auto searched = m_unread.size();
         m_unread.append(buffer.data(), static_cast<std::size_t>(count));
-        end = m_unread.find('\n');
+        end = m_unread.find('\n', searched);
     }
     auto line = m_unread.substr(0, end);
     m_unread.erase(0, end + 1);
     return line;
 }
 
-boost::json::object Program::waitFor(const std::string& event, const std::string& operation)
+boost::json::object Program::waitFor(const std::string& event, const boost::json::object& members)
 {
+    auto wanted = members;
+    wanted["event"] = event;
     while (auto line = readLine()) {
         boost::json::error_code failure;
         const auto value = boost::json::parse(*line, failure);
         EXPECT_TRUE(!failure && value.is_object()) << "the output is no JSON object: " << *line;
         if (failure || !value.is_object())
             break;
-        const auto& members = value.get_object();
-        const auto* name = members.if_contains("event");
-        const auto* what = members.if_contains("operation");
-        if (name && *name == boost::json::string(event)
-            && (operation.empty() || (what && *what == boost::json::string(operation))))
-            return members;
+        const auto& found = value.get_object();
+        if (std::ranges::all_of(wanted, [&](const auto& member) {
+                const auto* same = found.if_contains(member.key());
+                return same && *same == member.value();
+            }))
+            return found;
     }
-    ADD_FAILURE() << "waited in vain for the event " << event << " " << operation << "; log:\n" << log();
+    ADD_FAILURE() << "waited in vain for " << boost::json::serialize(wanted) << "; log:\n" << log();
     return {};
+}
+
+boost::json::object Program::waitFor(const std::string& event, const std::string& operation)
+{
+    return waitFor(event, boost::json::object{ { "operation", operation } });
 }
 
 void Program::waitForLog(const std::string& text)

@@ -23,9 +23,11 @@ public:
     Program& operator=(const Program&) = delete;
 
     void write(const std::string& line);
-    /// Reads on until a line with that event and, where one is given, that operation. Fails the test and returns an
-    /// empty object when the output ends, is no JSON, or the bound is reached first.
-    boost::json::object waitFor(const std::string& event, const std::string& operation = "");
+    /// Reads on until a line with that event and these members. Fails the test and returns an empty object when the
+    /// output ends, is no JSON, or the bound is reached first.
+    boost::json::object waitFor(const std::string& event, const boost::json::object& members = {});
+    /// The same for an event of that operation.
+    boost::json::object waitFor(const std::string& event, const std::string& operation);
     /// Waits until what is written on standard error holds the text.
     void waitForLog(const std::string& text);
     std::string log() const;

@@ -1,0 +1,56 @@
+#include "ClientPrograms.h"
+
+#include <boost/json/serialize.hpp>
+
+namespace tq::test {
+
+std::unique_ptr<Program> ClientPrograms::start(Words words)
+{
+    std::filesystem::create_directories(folder);
+    words.insert(words.begin(), TQWB_CLIENT_BINARY);
+    return std::make_unique<Program>(std::move(words), folder / ("client" + std::to_string(++m_count) + ".log"),
+        Program::Environment{ { "XDG_DATA_HOME", folder / "data" } });
+}
+
+ClientPrograms::Words ClientPrograms::joinWords(const std::string& user, const std::string& token) const
+{
+    return { "join", "--app-key", "key", "--token", token + "@" + host, "--room", "hall", "--user", user, "--name",
+        "Ann Λ", "--ca", authority };
+}
+
+ClientPrograms::Words ClientPrograms::playWords(const std::string& user, const std::string& url) const
+{
+    auto words = joinWords(user);
+    words[0] = "play";
+    words.insert(words.end(), { "--url", url });
+    return words;
+}
+
+std::unique_ptr<Program> ClientPrograms::joined(const std::string& user)
+{
+    auto client = start(joinWords(user));
+    client->waitFor("success", "join");
+    client->waitForLog("[TQ:Log] onLoadEnd");
+    return client;
+}
+
+boost::json::value ClientPrograms::call(
+    Program& client, const std::string& function, const boost::json::array& arguments)
+{
+    client.write("call " + function + " " + boost::json::serialize(arguments));
+    return client.waitFor("result", { { "call", function } })["value"];
+}
+
+void ServiceTest::SetUp()
+{
+    std::filesystem::create_directories(folder);
+    service = std::make_unique<Program>(Words{ TQWB_CONFERENCE_BINARY, "--port", "0", "--state", folder / "conference",
+                                            "--room-size", std::to_string(m_roomSize) },
+        folder / "service.log");
+    const auto ready = service->waitFor("ready");
+    ASSERT_TRUE(ready.contains("host"));
+    host = ready.at("host").as_string();
+    authority = ready.at("ca").as_string();
+}
+
+} // namespace tq::test

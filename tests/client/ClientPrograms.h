@@ -1,0 +1,54 @@
+#pragma once
+
+#include "tests/support/Program.h"
+
+#include <boost/json/value.hpp>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tq::test {
+
+/// Runs clients, each test in a folder of its own.
+class ClientPrograms : public testing::Test {
+public:
+    /// What the page's function answers.
+    static boost::json::value call(
+        Program& client, const std::string& function, const boost::json::array& arguments = {});
+
+protected:
+    using Words = std::vector<std::string>;
+
+    ~ClientPrograms() override { std::filesystem::remove_all(folder); }
+
+    std::unique_ptr<Program> start(Words words);
+    Words joinWords(const std::string& user, const std::string& token = "good") const;
+    Words playWords(const std::string& user, const std::string& url) const;
+    /// A client that has joined, and whose page has loaded.
+    std::unique_ptr<Program> joined(const std::string& user);
+    const std::filesystem::path folder = std::filesystem::path(getenv("XDG_DATA_HOME")) / "clients";
+    std::string host;
+    std::string authority;
+
+private:
+    int m_count = 0;
+};
+
+/// The programs themselves: clients against the local service.
+class ServiceTest : public ClientPrograms {
+protected:
+    explicit ServiceTest(int roomSize)
+        : m_roomSize(roomSize)
+    {
+    }
+    void SetUp() override;
+
+    std::unique_ptr<Program> service;
+
+private:
+    int m_roomSize;
+};
+
+} // namespace tq::test

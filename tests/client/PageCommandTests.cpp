@@ -1,0 +1,202 @@
+#include "ClientPrograms.h"
+#include "tests/support/HttpsServer.h"
+
+#include <boost/json/serialize.hpp>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+namespace tq::test {
+namespace {
+
+using boost::json::array;
+using boost::json::value;
+
+// A room page that does what a test asks of it.
+constexpr const char* kPage = R"(<!DOCTYPE html><title>Room</title><script type="module">
+import { callSync, closePage, ready, register, registerStream } from "./bridge.js";
+register("throws", () => { throw new Error("on purpose"); });
+register("rejects", async () => { throw new Error("on purpose"); });
+register("nothing", () => {});
+register("echo", async (...list) => list);
+register("odd", (size) => "\u0000\n\r\"\\\u2028\u2029\u202e\u{1F600}" + "x".repeat(size));
+registerStream("count", (answer, last) => {
+    for (let i = 1; i < last; ++i)
+        answer(i);
+    answer.end(last);
+});
+register("report", (event, details) => callSync("TQJSBridge." + event, details));
+register("close", () => closePage());
+register("ask", (text) => alert(text));
+const take = window._handleMessageFromNative;
+window._handleMessageFromNative = (message) => {
+    if (message.method !== "infinite")
+        return take(message);
+    const data = '[1e999,{"least":-1e999},2]';
+    window.prompt("_dsbridge=_dsb.returnValue", `{"data":{"id":${message.callbackId},"data":${data},"complete":true}}`);
+};
+ready();
+callSync("TQJSBridge.onLoadEnd", {});
+</script>)";
+
+// The client with a room page of the test's own.
+class PageCommandTest : public ClientPrograms {
+protected:
+    void SetUp() override
+    {
+        std::filesystem::create_directories(folder);
+        authority = folder / "ca.pem";
+        std::ofstream(authority) << HttpsServer::authority();
+        host = server.host();
+    }
+    // Whether a window of that title is on the screen within the bound.
+    static bool hasWindow(const std::string& title)
+    {
+        return std::system(("timeout 60 xdotool search --sync --name '^" + title + "$' >/dev/null").c_str()) == 0;
+    }
+
+    static std::string answer(const ReceivedRequest& request)
+    {
+        const auto line = request.line();
+        const auto host = request.head.substr(request.head.find("localhost:"));
+        const auto place = host.substr(0, host.find('\r'));
+        if (line.find("config.json") != std::string::npos)
+            return HttpsServer::answerWith(
+                200, boost::json::serialize(value({ { "iwbLeaseUri", place }, { "iwbConferenceUri", place } })));
+        if (line.find("/conference/index.html") != std::string::npos)
+            return HttpsServer::answerWith(200, kPage, "Content-Type: text/html\r\n");
+        if (line.find("/conference/bridge.js") != std::string::npos) {
+            std::ostringstream script;
+            script << std::ifstream(TQWB_PAGE_FOLDER "/bridge.js").rdbuf();
+            return HttpsServer::answerWith(200, script.str(), "Content-Type: text/javascript\r\n");
+        }
+        return HttpsServer::answerWith(200, R"({"code":0,"key":"k"})");
+    }
+    HttpsServer server{ answer };
+};
+
+TEST_F(PageCommandTest, EveryAnswerIsOneLine)
+{
+    auto client = joined("ann");
+    for (const char* function : { "throws", "rejects", "nothing", "missing" })
+        EXPECT_EQ(call(*client, function), nullptr) << function;
+    const array arguments{ nullptr, true, -3, "Ω\n", { { "a", array{} } } };
+    EXPECT_EQ(call(*client, "echo", arguments), value(arguments));
+    client->write("call echo");
+    EXPECT_EQ(client->waitFor("result").at("value"), array{});
+    for (int last = 0; last < 4; ++last)
+        client->write("call count [" + std::to_string(last) + "]");
+    for (const int expected : { 0, 1, 1, 2, 1, 2, 3 })
+        EXPECT_EQ(client->waitFor("result").at("value"), expected);
+
+    client->write("exists echo");
+    EXPECT_EQ(boost::json::serialize(client->waitFor("exists")), R"({"event":"exists","name":"echo","value":true})");
+    client->write("  exists \t missing  ");
+    EXPECT_EQ(
+        boost::json::serialize(client->waitFor("exists")), R"({"event":"exists","name":"missing","value":false})");
+}
+
+TEST_F(PageCommandTest, HostileAnswersBreakNeitherTheLinesNorTheWindow)
+{
+    auto client = joined("ann");
+    EXPECT_EQ(boost::json::serialize(call(*client, "infinite")), R"([null,{"least":null},2])");
+    const std::string odd(call(*client, "odd", { 5 << 20 }).as_string());
+    EXPECT_EQ(odd.substr(0, 18), std::string_view("\0\n\r\"\\\u2028\u2029\u202e\U0001F600", 18));
+    EXPECT_EQ(odd.size(), 18U + (5U << 20U));
+
+    constexpr int kMany = 2000;
+    client->write("call count [" + std::to_string(kMany) + "]");
+    for (int expected = 1; expected <= kMany; ++expected)
+        ASSERT_EQ(client->waitFor("result").at("value"), expected);
+    const auto picture = (folder / "flooded.png").string();
+    client->write("screenshot " + picture);
+    EXPECT_EQ(client->waitFor("screenshot").at("path"), boost::json::string(picture));
+}
+
+TEST_F(PageCommandTest, BadInputIsAnsweredWithAMessage)
+{
+    auto client = start({});
+    client->write("call echo []");
+    client->waitForLog("call: there is no board on the screen");
+    client->write("exists echo");
+    client->waitForLog("exists: there is no board on the screen");
+    client.reset();
+
+    client = joined("ann");
+    const auto deep = std::string(513, '[') + std::string(513, ']');
+    const std::pair<std::string, std::string> rows[] = {
+        { "call", R"(the command is "call NAME [JSON-LIST]", not "call")" },
+        { "call echo {}", R"(call: "{}" is no JSON list)" },
+        { "call echo [1,]", R"(call: "[1,]" is no JSON list: syntax error)" },
+        { "call echo [1e999]", R"(call: "[1e999]" is no JSON list: a number is too large)" },
+        { "call echo [\"\xff\"]", "call: \"[\"\uFFFD\"]\" is no JSON list: " },
+        { "call \xff []", "call: the name \"\uFFFD\" is not valid UTF-8" },
+        { "call echo " + deep, "call: \"" + std::string(100, '[') + "…\" is no JSON list: too deep" },
+        { "exists", R"(the command is "exists NAME", not "exists")" },
+        { "exists a b", R"(exists: "a b" is more than a name)" },
+        { "labels", R"(the command is "labels JSON-OBJECT", not "labels")" },
+        { "labels []", R"(labels: "[]" is no JSON object)" },
+        { "labels {", R"(labels: "{" is no JSON object: )" },
+        { R"(labels {"alertBtn":1})", R"(labels: the label "alertBtn" is no text)" },
+        { R"(labels {"alertButton":"OK"})", R"(labels: no dialog has a label named "alertButton")" },
+        { "quit now", R"(the command is "quit", not "quit now")" },
+        { "dance \x1b[31m", R"(unknown command "dance  [31m")" },
+    };
+    for (const auto& [line, message] : rows) {
+        client->write(line);
+        client->waitForLog("tqwhiteboard: " + message);
+    }
+    EXPECT_EQ(call(*client, "echo", { 1 }), value(array{ 1 }));
+}
+
+TEST_F(PageCommandTest, WhatThePageReportsReachesTheOutput)
+{
+    auto client = joined("ann");
+    for (const int status : { 1, 2, 7 }) {
+        client->write("call report [\"onStatusChange\",{\"status\":" + std::to_string(status) + "}]");
+        EXPECT_EQ(client->waitFor("onWBPermissionChange").at("status"), status);
+    }
+    client->write(R"(call report ["onRecordEnd",{}])");
+    EXPECT_EQ(client->waitFor("onWBRecordEnd").at("url"), nullptr);
+    client->write(R"(call report ["onCaptureEnd",{"data":"bm8gcGljdHVyZQ=="}])");
+    EXPECT_EQ(client->waitFor("onWBCaptureEnd").at("width"), nullptr);
+    client->write("call close");
+    EXPECT_EQ(boost::json::serialize(client->waitFor("closePage")), R"({"event":"closePage"})");
+    // The page asked to be closed; the view is the application's to close.
+    EXPECT_EQ(call(*client, "echo"), array{});
+
+    client->write(R"(call report ["onRoomQuited",{}])");
+    client->waitFor("onWBRoomQuit");
+    client->write("join");
+    client->waitFor("success", "join");
+    client->write(R"(call report ["onRoomException",{"code":-5,"msg":"a\u2028b"}])");
+    const auto failure = client->waitFor("onWBRoomException");
+    EXPECT_EQ(failure.at("code"), -5);
+    EXPECT_EQ(failure.at("msg"), "a\u2028b");
+}
+
+TEST_F(PageCommandTest, LabelsAreThoseOfTheDialogsToCome)
+{
+    auto client = joined("ann");
+    client->write(R"(call ask ["first"])");
+    EXPECT_TRUE(hasWindow("提示"));
+    // A new view has the labels too, and what was asked of the old page is forgotten.
+    client->write(R"(labels {"alertTitle":"Notice","alertBtn":"Fine"})");
+    client->write("quit");
+    client->waitFor("success", "quit");
+    client->write("join");
+    client->waitFor("success", "join");
+    client->write(R"(call ask ["second"])");
+    EXPECT_TRUE(hasWindow("Notice"));
+    client->write("exit");
+    EXPECT_EQ(client->end(), 0);
+
+    client = joined("ann");
+    client->write(R"(labels {"alertTitle":"Notice"})");
+    client->write("labels {}");
+    client->write(R"(call ask ["third"])");
+    EXPECT_TRUE(hasWindow("提示"));
+}
+
+} // namespace
+} // namespace tq::test
