@@ -42,6 +42,8 @@ void DWKWebView::showDialog(const std::shared_ptr<UIAlertView>& dialog)
 void DWKWebView::runJavaScriptAlertPanelWithMessage(
     WKWebView& webView, std::string_view message, const WKFrameInfo& frame, std::function<void()> completion)
 {
+    if (isLeavingPage())
+        return;
     if (!m_jsDialogBlock)
         completion();
     if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::runJavaScriptAlertPanelWithMessage)) {
@@ -58,6 +60,8 @@ void DWKWebView::runJavaScriptAlertPanelWithMessage(
 void DWKWebView::runJavaScriptConfirmPanelWithMessage(
     WKWebView& webView, std::string_view message, const WKFrameInfo& frame, std::function<void(bool)> completion)
 {
+    if (isLeavingPage())
+        return;
     if (!m_jsDialogBlock)
         completion(true);
     if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::runJavaScriptConfirmPanelWithMessage)) {
@@ -79,6 +83,8 @@ void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::
         completion(answer(prompt.substr(kCallPrefix.size()), defaultText));
         return;
     }
+    if (isLeavingPage())
+        return;
     if (!m_jsDialogBlock)
         completion(std::nullopt);
     if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::runJavaScriptTextInputPanelWithPrompt)) {
@@ -93,7 +99,7 @@ void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::
             dialogText("promptCancelBtn", kDefaultCancel), dialogText("promptOkBtn", kDefaultOk));
     dialog->setAlertViewStyle(UIAlertViewStyle::PlainTextInput);
     m_txtName = dialog->textFieldAtIndex(0);
-    m_txtName->setText(std::string(defaultText.value_or("")));
+    m_txtName->setText(defaultText.value_or(""));
     showDialog(dialog);
 }
 

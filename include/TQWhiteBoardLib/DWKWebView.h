@@ -78,10 +78,14 @@ public:
 
     /// The application's delegate for what the page asks of its user, held weakly. (The view is its own UI delegate.)
     /// What the delegate's class implements is its own affair; for the rest the view shows dialogs of its own, and
-    /// opens no windows. A page that has switched blocking off has been answered before the delegate is asked.
+    /// opens no windows. The view itself as its delegate is none. A page that has switched blocking off has been
+    /// answered before the delegate is asked.
     template <DelegateOf<WKUIDelegate> Delegate> void setDSUIDelegate(const std::shared_ptr<Delegate>& delegate)
     {
         m_dsUIDelegate.set(delegate);
+        // Forwarding to itself would have no end.
+        if (m_dsUIDelegate.get().get() == this)
+            m_dsUIDelegate.clear();
     }
     std::shared_ptr<WKUIDelegate> DSUIDelegate() const { return m_dsUIDelegate.get(); }
 

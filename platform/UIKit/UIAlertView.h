@@ -25,8 +25,9 @@ public:
 enum class UIAlertViewStyle { Default, PlainTextInput };
 
 /// A small modal window with a message and one or two buttons. While it is shown it lives by itself; over one window
-/// there is one alert at a time, and the others wait for their turn. Enter presses the other button (the cancel button
-/// when it is the only one), Escape the cancel button. Main thread only.
+/// there is one alert at a time, and the others wait for their turn (twenty of one delegate at most, more are cancelled
+/// unseen). An alert that is shown goes with the window that it was shown over, as if it had been cancelled. Enter
+/// presses the other button (the cancel button when it is the only one), Escape the cancel button. Main thread only.
 class TQWB_EXPORT UIAlertView : public std::enable_shared_from_this<UIAlertView> {
 public:
     /// @param delegate held weakly. @param otherButtonTitle absent: there is only the cancel button.

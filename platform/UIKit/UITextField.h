@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace tq {
 
@@ -13,16 +14,15 @@ public:
     static std::shared_ptr<UITextField> initWithFrame(CGRect frame);
     ~UITextField() override;
 
-    /// What the field holds. A text that is too long to be shown whole is given back whole as long as its user has not
-    /// changed what is shown of it.
+    /// What the field holds. Of a text that is too long for the screen the beginning is shown and can be changed; the
+    /// rest stays behind it, unseen.
     std::string text() const;
-    void setText(std::string text);
+    void setText(std::string_view text);
 
 private:
     explicit UITextField(CGRect frame);
 
-    std::string m_text;
-    std::string m_shownText;
+    std::string m_hiddenText;
 };
 
 } // namespace tq

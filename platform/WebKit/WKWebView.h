@@ -81,9 +81,12 @@ protected:
     /// Makes the platform's view. A class that overrides it calls its base's.
     virtual void initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration);
 
-    /// Told that nobody waits for the answers of the page's dialogs any more: another page is coming, or the page's
-    /// process has ended.
+    /// Told that nobody waits for the answers of the page's dialogs any more: another page is coming or has come, or
+    /// the page's process has ended.
     virtual void pageDialogsAreVoid() { }
+    /// Whether the application has asked for another page and this one still runs. It gets no answers from its user
+    /// then: a page that waits for one cannot be left.
+    bool isLeavingPage() const;
 
     /// Makes a view of the class and initialises it; every view comes from here.
     /// @param configuration absent: the default one.

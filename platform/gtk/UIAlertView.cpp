@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::int64_t kCancelButton = 0;
 constexpr std::int64_t kOtherButton = 1;
-// Alerts that wait over one window; a page that asks for more without end gets them refused.
+// Alerts of one delegate that wait; a page that asks for more without end gets them refused.
 constexpr long kMostWaiting = 20;
 // Characters of a text that are shown; laying out more keeps the user waiting.
 constexpr std::size_t kMostShown = 10000;
@@ -26,8 +26,16 @@ constexpr std::size_t kMostInTitle = 200;
 constexpr std::size_t kLongestWord = 50;
 // Bytes; an area to scroll has a height of its own, which few words do not fill.
 constexpr std::size_t kMostUnscrolled = 200;
+constexpr long kMostLinesUnscrolled = 5;
 constexpr int kTextWidth = 48;
 constexpr int kSpacing = 12;
+
+// Whether a line may be broken there without taking a letter apart.
+bool canBreakBetween(gunichar before, gunichar after)
+{
+    constexpr gunichar kJoiner = 0x200D;
+    return before != kJoiner && after != kJoiner && !g_unichar_ismark(after);
+}
 
 // What can be shown of a text: its beginning, with invisible places to break a line in overlong words.
 std::string shown(const std::string& text, std::size_t most = kMostShown)
@@ -36,12 +44,17 @@ std::string shown(const std::string& text, std::size_t most = kMostShown)
     std::string result;
     std::size_t count = 0;
     std::size_t wordLength = 0;
+    gunichar previous = 0;
     for (const char* at = valid.get(); *at; at = g_utf8_next_char(at)) {
         if (count++ == most)
             return result + "…";
-        wordLength = g_unichar_isspace(g_utf8_get_char(at)) ? 0 : wordLength + 1;
-        if (wordLength % kLongestWord == kLongestWord - 1)
+        const auto character = g_utf8_get_char(at);
+        wordLength = g_unichar_isspace(character) ? 0 : wordLength + 1;
+        if (wordLength >= kLongestWord && canBreakBetween(previous, character)) {
             result += "\u200B";
+            wordLength = 0;
+        }
+        previous = character;
         result.append(at, static_cast<std::size_t>(g_utf8_next_char(at) - at));
     }
     return result;
@@ -116,6 +129,8 @@ struct UIAlertView::Impl {
     // Not held, so that it can go; the alert goes with it.
     GtkWindow* parent = nullptr;
     SignalConnection parentGoes;
+    GObjectPointer<GtkWindowGroup> group;
+    bool isRefused = false;
     GtkWindow* window = nullptr;
     GtkWidget* defaultButton = nullptr;
 };
@@ -125,7 +140,8 @@ GtkWidget* UIAlertView::Impl::createTexts() const
     auto* texts = gtk_box_new(GTK_ORIENTATION_VERTICAL, kSpacing);
     gtk_box_append(GTK_BOX(texts), createLabel(title, message.empty() ? "body" : "title-4"));
     gtk_box_append(GTK_BOX(texts), createLabel(message, "body"));
-    if (title.size() + message.size() < kMostUnscrolled)
+    if (title.size() + message.size() <= kMostUnscrolled
+        && std::ranges::count(title, '\n') + std::ranges::count(message, '\n') <= kMostLinesUnscrolled)
         return texts;
     auto* scroller = gtk_scrolled_window_new();
     gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
@@ -194,6 +210,12 @@ void UIAlertView::Impl::present()
         GTK_ACCESSIBLE_ROLE_ALERT_DIALOG, nullptr));
     gtk_window_set_title(window, shown(title, kMostInTitle).c_str());
     gtk_window_set_transient_for(window, parent);
+    // The application's other windows go on; without a group of its own the alert would hold up all of them.
+    if (parent && !gtk_window_has_group(parent)) {
+        group.reset(gtk_window_group_new());
+        gtk_window_group_add_window(group.get(), parent);
+        gtk_window_group_add_window(group.get(), window);
+    }
     gtk_widget_add_css_class(GTK_WIDGET(window), "dialog");
     gtk_widget_add_css_class(GTK_WIDGET(window), "message");
     // The alert says its title itself; it has no bar.
@@ -211,6 +233,9 @@ void UIAlertView::Impl::present()
 void UIAlertView::Impl::close()
 {
     parentGoes = {};
+    if (group && gtk_window_has_group(parent) && gtk_window_get_group(parent) == group.get())
+        gtk_window_group_remove_window(group.get(), parent);
+    group.reset();
     if (window)
         gtk_window_destroy(std::exchange(window, nullptr));
 }
@@ -224,6 +249,8 @@ void UIAlertView::Impl::finish(std::optional<std::int64_t> button)
         return;
     const auto self = std::move(*found);
     alerts.erase(found);
+    // The listener may destroy the window.
+    const auto heldParent = retained(parent);
     close();
     if (const auto listener = button ? delegate.lock() : nullptr)
         runGuarded([&] { listener->alertView(alert, *button); });
@@ -270,22 +297,31 @@ void UIAlertView::show(void* over)
     auto* root = over ? gtk_widget_get_root(static_cast<GtkWidget*>(over)) : nullptr;
     m_impl->parent = GTK_IS_WINDOW(root) ? GTK_WINDOW(root) : nullptr;
     auto& alerts = Impl::shownAlerts();
-    const auto waiting = std::ranges::count_if(alerts, Impl::ofParent(m_impl->parent));
-    if (waiting > kMostWaiting) {
+    const auto isOfSameDelegate = [this](const auto& other) {
+        const auto& theirs = other->m_impl->delegate;
+        return !theirs.owner_before(m_impl->delegate) && !m_impl->delegate.owner_before(theirs);
+    };
+    if (std::ranges::count_if(alerts, isOfSameDelegate) > kMostWaiting) {
+        m_impl->isRefused = true;
         NSLog("an alert is cancelled unseen, since too many are waiting already");
         dispatchToMain([self = shared_from_this()] {
-            if (const auto listener = self->m_impl->delegate.lock())
+            if (const auto listener = self->m_impl->isRefused ? self->m_impl->delegate.lock() : nullptr)
                 listener->alertView(*self, kCancelButton);
         });
         return;
     }
+    const bool isFirst = std::ranges::none_of(alerts, Impl::ofParent(m_impl->parent));
     alerts.push_back(shared_from_this());
     if (m_impl->parent)
         m_impl->parentGoes = SignalConnection(m_impl->parent, "destroy", G_CALLBACK(Impl::cancel), m_impl.get());
-    if (waiting == 0)
+    if (isFirst)
         m_impl->present();
 }
 
-void UIAlertView::dismiss() { m_impl->finish(std::nullopt); }
+void UIAlertView::dismiss()
+{
+    m_impl->isRefused = false;
+    m_impl->finish(std::nullopt);
+}
 
 } // namespace tq

@@ -3,22 +3,12 @@
 #include "GLibPointers.h"
 #include "UIViewNative.h"
 
-#include <utility>
-
 namespace tq {
 
 namespace {
 
 // What the toolkit lays out in one line without the user having to wait.
 constexpr glong kMostShown = 1000;
-
-std::string shortened(const std::string& text)
-{
-    const GCharPointer valid(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
-    if (g_utf8_strlen(valid.get(), -1) <= kMostShown)
-        return valid.get();
-    return { valid.get(), g_utf8_offset_to_pointer(valid.get(), kMostShown) };
-}
 
 } // namespace
 
@@ -36,19 +26,19 @@ std::shared_ptr<UITextField> UITextField::initWithFrame(CGRect frame)
     return std::shared_ptr<UITextField>(new UITextField(frame));
 }
 
-std::string UITextField::text() const
-{
-    const std::string shown = gtk_editable_get_text(GTK_EDITABLE(nativeHandle()));
-    return shown == m_shownText ? m_text : shown;
-}
+std::string UITextField::text() const { return gtk_editable_get_text(GTK_EDITABLE(nativeHandle())) + m_hiddenText; }
 
-void UITextField::setText(std::string text)
+void UITextField::setText(std::string_view text)
 {
-    m_text = std::move(text);
-    m_shownText = shortened(m_text);
-    gtk_editable_set_text(GTK_EDITABLE(nativeHandle()), m_shownText.c_str());
-    // As the toolkit has it: the field's own rules may have changed the text.
-    m_shownText = gtk_editable_get_text(GTK_EDITABLE(nativeHandle()));
+    const GCharPointer valid(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
+    std::string shown = valid.get();
+    m_hiddenText.clear();
+    if (g_utf8_strlen(valid.get(), -1) > kMostShown) {
+        const auto length = static_cast<std::size_t>(g_utf8_offset_to_pointer(valid.get(), kMostShown) - valid.get());
+        m_hiddenText = shown.substr(length);
+        shown.resize(length);
+    }
+    gtk_editable_set_text(GTK_EDITABLE(nativeHandle()), shown.c_str());
 }
 
 } // namespace tq

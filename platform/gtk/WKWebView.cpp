@@ -74,6 +74,11 @@ WKWebView::Impl::Impl(WKWebView& view, const WKWebViewConfiguration& configurati
 WKWebView::Impl::~Impl()
 {
     connections.clear();
+    cancelDialogs(TellView::No);
+    // The engine's view lives on while the page runs a script of ours. What that asks is answered by nobody, and not by
+    // a dialog that the engine shows where nobody sees it.
+    g_signal_connect(webView, "script-dialog",
+        G_CALLBACK(+[](WebKitWebView*, WebKitScriptDialog*, gpointer) -> gboolean { return TRUE; }), nullptr);
     for (const auto& subview : subviews)
         gtk_overlay_remove_overlay(GTK_OVERLAY(overlay.get()), static_cast<GtkWidget*>(subview->nativeHandle()));
     // The application's window may keep the overlay; the page ends here all the same.
@@ -103,6 +108,13 @@ void WKWebView::Impl::apply(const UIScrollView& scrollView)
     gtk_widget_add_controller(GTK_WIDGET(webView), GTK_EVENT_CONTROLLER(blocker));
 }
 
+void WKWebView::Impl::load(const std::string& uri)
+{
+    isLeaving = true;
+    cancelDialogs(TellView::Yes);
+    webkit_web_view_load_uri(webView, uri.c_str());
+}
+
 void WKWebView::Impl::loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer impl)
 {
     const EngineCall call(impl);
@@ -110,7 +122,9 @@ void WKWebView::Impl::loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointe
         return;
     auto& self = call.impl();
     if (event == WEBKIT_LOAD_COMMITTED)
-        self.cancelDialogs();
+        self.cancelDialogs(TellView::Yes);
+    if (event == WEBKIT_LOAD_COMMITTED || event == WEBKIT_LOAD_FINISHED)
+        self.isLeaving = false;
     if (event != WEBKIT_LOAD_STARTED)
         return;
     self.challenges.clear();
@@ -168,11 +182,12 @@ void WKWebView::loadRequest(const NSMutableURLRequest& request)
     assert(isMainThread());
     if (!request.URL)
         return;
-    m_impl->cancelDialogs();
     ++m_impl->loads;
     m_impl->cancelled = 0;
-    webkit_web_view_load_uri(m_impl->webView, request.URL->absoluteString().c_str());
+    m_impl->load(request.URL->absoluteString());
 }
+
+bool WKWebView::isLeavingPage() const { return m_impl->isLeaving; }
 
 void WKWebView::evaluateJavaScript(std::string_view script)
 {

@@ -92,9 +92,12 @@ bool WKWebView::Impl::ask(WebKitScriptDialog* native, const std::shared_ptr<Pend
             return true;
         }
         return false;
-    default:
-        return false;
+    case WEBKIT_SCRIPT_DIALOG_BEFORE_UNLOAD_CONFIRM:
+        // No page is asked whether it may be left.
+        webkit_script_dialog_confirm_set_confirmed(native, TRUE);
+        return true;
     }
+    return false;
 }
 
 gboolean WKWebView::Impl::scriptDialog(WebKitWebView*, WebKitScriptDialog* native, gpointer impl)
@@ -104,11 +107,17 @@ gboolean WKWebView::Impl::scriptDialog(WebKitWebView*, WebKitScriptDialog* nativ
     if (call.isTooLate())
         return TRUE;
     auto& self = call.impl();
+    // A load within the page ends without a word.
+    self.isLeaving = self.isLeaving && webkit_web_view_is_loading(self.webView);
     auto dialog = std::make_shared<PendingDialog>(native);
+    const auto loadsBefore = self.loads;
     bool isAsked = true;
     runGuarded([&] { isAsked = self.ask(native, dialog); });
     if (!isAsked)
         return FALSE;
+    // The delegate may have asked for another page meanwhile.
+    if (self.loads != loadsBefore)
+        dialog->cancel();
     // One that nobody has kept is cancelled by the engine, which has its last reference.
     if (!dialog->isAnswered() && dialog.use_count() > 1) {
         dialog->keep();
@@ -119,20 +128,21 @@ gboolean WKWebView::Impl::scriptDialog(WebKitWebView*, WebKitScriptDialog* nativ
 }
 
 // A page that waits for an answer cannot be left.
-void WKWebView::Impl::cancelDialogs()
+void WKWebView::Impl::cancelDialogs(TellView tellView)
 {
     for (const auto& weak : std::exchange(pendingDialogs, {})) {
         if (const auto dialog = weak.lock())
             dialog->cancel();
     }
-    view.pageDialogsAreVoid();
+    if (tellView == TellView::Yes)
+        view.pageDialogsAreVoid();
 }
 
 void WKWebView::Impl::webProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason, gpointer impl)
 {
     const EngineCall call(impl);
     if (!call.isTooLate())
-        call.impl().cancelDialogs();
+        call.impl().cancelDialogs(TellView::Yes);
 }
 
 GtkWidget* WKWebView::Impl::create(WebKitWebView*, WebKitNavigationAction* action, gpointer impl)

@@ -73,12 +73,14 @@ struct WKWebView::Impl {
 
     WebKitSettings* settings() const { return webkit_web_view_get_settings(webView); }
     void apply(const UIScrollView& scrollView);
+    void load(const std::string& uri);
     void loadAgain(const std::string& uri);
     void allow(const std::string& failingUri, const std::string& host, GTlsCertificate* certificate);
 
     class PendingDialog;
     bool ask(WebKitScriptDialog* native, const std::shared_ptr<PendingDialog>& dialog);
-    void cancelDialogs();
+    enum class TellView : bool { No, Yes };
+    void cancelDialogs(TellView tellView);
 
     static void webProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason reason, gpointer impl);
     static GtkWidget* create(WebKitWebView*, WebKitNavigationAction* action, gpointer impl);
@@ -107,6 +109,8 @@ struct WKWebView::Impl {
     std::vector<Exception> exceptions;
     // How often the application has asked for a page.
     std::uint64_t loads = 0;
+    // The application has asked for another page, which has neither come nor failed.
+    bool isLeaving = false;
     // How often the load under way has failed as cancelled.
     int cancelled = 0;
 };

@@ -63,7 +63,7 @@ void WKWebView::Impl::loadAgain(const std::string& uri)
     dispatchToMain([weak = view.weak_from_this(), uri, load = loads] {
         auto self = weak.lock();
         if (self && self->m_impl->loads == load)
-            webkit_web_view_load_uri(self->m_impl->webView, uri.c_str());
+            self->m_impl->load(uri);
     });
 }
 
@@ -84,6 +84,7 @@ gboolean WKWebView::Impl::loadFailed(
     constexpr int kMostCancelled = 5;
     const EngineCall call(impl);
     auto& self = call.impl();
+    self.isLeaving = false;
     if (call.isTooLate() || !g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED)
         || self.cancelled == kMostCancelled)
         return FALSE;
@@ -99,6 +100,7 @@ gboolean WKWebView::Impl::loadFailedWithTlsErrors(
     if (call.isTooLate())
         return FALSE;
     auto& self = call.impl();
+    self.isLeaving = false;
     const auto host = hostOf(failingUri);
     // What was allowed and still fails would be loaded for ever.
     if (std::ranges::any_of(self.exceptions, [&](const Exception& exception) {

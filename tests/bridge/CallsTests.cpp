@@ -151,7 +151,7 @@ TEST_F(CallsTest, ExceptionsOfCallbacksEndTheProgramInDebugMode)
     load(kPage);
     view->setDebugMode(DebugMode::On);
     view->callHandler("loop", [](const OptionalValue&) { throw std::runtime_error("a faulty callback"); });
-    EXPECT_DEATH(answer(R"({"id":0})"), "");
+    EXPECT_DEATH(answer(R"({"id":0})"), "a faulty callback");
 }
 
 TEST_F(CallsTest, ThePageIsAskedForItsFunctions)

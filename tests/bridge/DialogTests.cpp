@@ -257,8 +257,10 @@ TEST_F(DialogTest, PromptsGiveBackWhatTheirFieldHolds)
     report = reports->values.size();
     begin("prompt('x'.repeat(300000), 'y'.repeat(300000)).length");
     EXPECT_LT(std::string(gtk_editable_get_text(fieldOf(dialog()))).size(), 10000U) << "only a part is laid out";
+    int place = 0;
+    gtk_editable_insert_text(fieldOf(dialog()), "z", 1, &place);
     press(dialog(), Answer::Ok);
-    EXPECT_EQ(answerFrom(report), "[300000]") << "what was not shown is not lost";
+    EXPECT_EQ(answerFrom(report), "[300001]") << "what was not shown is not lost";
 }
 
 TEST_F(DialogTest, KeyboardAloneAnswers)
@@ -276,7 +278,7 @@ TEST_F(DialogTest, KeyboardAloneAnswers)
         const char* keys;
         const char* answer;
     } cases[] = {
-        { "confirm('long\\n'.repeat(2000))", "Return", "[true]" },
+        { "confirm('\\n'.repeat(190))", "Return", "[true]" },
         { "confirm('sure?')", "Escape", "[false]" },
         { "prompt('keys 2', 'before ')", "End a b Return", R"(["before ab"])" },
         { "prompt('keys 3', 'x')", "Escape", R"([""])" },
@@ -340,39 +342,96 @@ TEST_F(DialogTest, AFloodOfDialogsIsCutOff)
     EXPECT_LT(shown, 50);
 }
 
-TEST_F(DialogTest, AnotherPageOrTheEndOfTheViewTakesTheDialogAway)
+TEST_F(DialogTest, APageThatAsksCanBeLeft)
 {
     const auto delegate = std::make_shared<AllDialogs>();
-    for (const bool hasDelegate : { false, true }) {
-        view->setDSUIDelegate(hasDelegate ? delegate : nullptr);
-        load();
-        begin("prompt('blocked')");
-        if (hasDelegate)
+    const auto waitForQuestion = [&] {
+        if (view->DSUIDelegate())
             runUntil([&] { return delegate->pending != nullptr; }, "the delegate is asked");
         else
             dialog();
-        // The page waits for its user, and is left all the same.
+    };
+    int number = 0;
+    for (const bool hasDelegate : { false, true }) {
+        view->setDSUIDelegate(hasDelegate ? delegate : nullptr);
         load();
+        // It asks again as soon as it is answered.
+        view->evaluateJavaScript("prompt('blocked'); alert('again'); confirm('and again')");
+        waitForQuestion();
+        const auto page = "page " + std::to_string(++number);
+        load("<script>window.page = '" + page + "'</script>");
         EXPECT_TRUE(dialogs().empty());
-        EXPECT_EQ(ask("'alive'"), OptionalValue("alive"));
+        EXPECT_EQ(ask("window.page"), OptionalValue(boost::json::string(page)));
         if (hasDelegate)
             std::exchange(delegate->pending, nullptr)(Answer::Ok); // too late, and harmless
+        const auto report = reports->values.size();
+        begin("confirm('on the new page')");
+        waitForQuestion();
+        if (hasDelegate)
+            std::exchange(delegate->pending, nullptr)(Answer::Ok);
+        else
+            press(dialog(), Answer::Ok);
+        EXPECT_EQ(answerFrom(report), "[true]");
     }
-    view->setDSUIDelegate(std::shared_ptr<AllDialogs>());
+}
+
+// Loads another page instead of answering, and keeps the question.
+class Leaver final : public WKUIDelegate {
+public:
+    void runJavaScriptAlertPanelWithMessage(
+        WKWebView& webView, std::string_view, const WKFrameInfo&, std::function<void()> completion) override
+    {
+        kept = std::move(completion);
+        webView.loadRequest({ .URL = NSURL::URLWithString(pageWith(
+                                  "<script>prompt('_dsbridge=test.report', '{\"data\":\"left\"}')</script>")) });
+    }
+    std::function<void()> kept;
+};
+
+TEST_F(DialogTest, APageCanBeLeftFromWithinItsQuestion)
+{
+    load();
+    const auto leaver = std::make_shared<Leaver>();
+    view->setDSUIDelegate(leaver);
+    const auto report = reports->values.size();
+    view->evaluateJavaScript("alert('stay')");
+    EXPECT_EQ(answerFrom(report), "\"left\"");
+}
+
+TEST_F(DialogTest, DialogsGoWithTheirPageAndTheirView)
+{
+    load();
     blockScript(false);
     const auto report = reports->values.size();
     begin("alert('one'), alert('two')");
     answerFrom(report);
     dialog();
-    view->evaluateJavaScript("location.reload()");
-    waitForReports(report + 2);
-    EXPECT_TRUE(dialogs().empty()) << "a page that reloads itself leaves no dialog behind";
+    view->evaluateJavaScript("location.href = 'about:blank'");
+    runUntil([] { return dialogs().empty(); }, "the dialogs of a page that has left are gone");
 
+    load();
     blockScript(true);
-    begin("confirm('the last')");
+    view->evaluateJavaScript("confirm('the last')");
     dialog();
+    auto* widget = gtk_overlay_get_child(GTK_OVERLAY(nativeView(*view)));
+    bool isGone = false;
+    g_object_weak_ref(
+        G_OBJECT(widget), [](gpointer gone, GObject*) { *static_cast<bool*>(gone) = true; }, &isGone);
     view.reset();
     runUntil([] { return dialogs().empty(); }, "the dialog goes with its view");
+    runUntil([&] { return isGone; }, "the engine's view goes as well");
+}
+
+TEST_F(DialogTest, AViewThatIsDroppedInTheMiddleOfACallLeavesNothingBehind)
+{
+    load();
+    auto* widget = gtk_overlay_get_child(GTK_OVERLAY(nativeView(*view)));
+    bool isGone = false;
+    g_object_weak_ref(
+        G_OBJECT(widget), [](gpointer gone, GObject*) { *static_cast<bool*>(gone) = true; }, &isGone);
+    view->evaluateJavaScript("report('nobody listens'); confirm('nobody sees'); report('again')");
+    view.reset();
+    runUntil([&] { return isGone; }, "the engine's view is gone");
 }
 
 TEST_F(DialogTest, ADialogGoesWithItsWindow)
@@ -398,6 +457,11 @@ TEST_F(DialogTest, DelegatesAnswerWhatTheyImplementAndMayForget)
     begin("confirm('sure?')");
     press(dialog(), Answer::Ok);
     EXPECT_EQ(answerFrom(report), "[true]");
+
+    view->setDSUIDelegate(view);
+    begin("confirm('of itself')");
+    press(dialog(), Answer::Ok);
+    EXPECT_EQ(answerFrom(report + 1), "[true]") << "a view that is its own delegate has none";
 
     const auto absentminded = std::make_shared<Absentminded>();
     view->setDSUIDelegate(absentminded);
