@@ -19,8 +19,8 @@ CapturePreview::CapturePreview()
     GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 6);
     gtk_widget_set_valign(column, GTK_ALIGN_CENTER);
     GtkWidget* buttons = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
-    GtkWidget* copyButton = gtk_button_new_with_mnemonic("Copy _picture");
-    GtkWidget* saveButton = gtk_button_new_with_mnemonic("_Save…");
+    GtkWidget* copyButton = gtk_button_new_with_label("Copy");
+    GtkWidget* saveButton = gtk_button_new_with_label("Save…");
     gtk_box_append(GTK_BOX(buttons), copyButton);
     gtk_box_append(GTK_BOX(buttons), saveButton);
     gtk_label_set_xalign(m_failure, 0);

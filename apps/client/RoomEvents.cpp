@@ -11,7 +11,7 @@ namespace {
 
 // What the window shows of a page function's name and of its answer, in bytes.
 constexpr std::size_t kLongestName = 100;
-constexpr std::size_t kLongestValue = 300;
+constexpr std::size_t kLongestValue = 200;
 
 } // namespace
 
