@@ -6,6 +6,7 @@
 #include "PercentEncoding.h"
 #include "ScriptBatch.h"
 #include "platform/Foundation/Dispatch.h"
+#include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSNumberReading.h"
 
@@ -13,13 +14,16 @@ namespace tq {
 
 namespace {
 
-std::string resultMessage(std::int32_t code, OptionalValue data)
+std::string resultMessage(std::int32_t code, const OptionalValue& data)
 {
-    boost::json::value result(boost::json::object_kind);
-    auto& members = result.get_object();
-    members.emplace("code", code);
-    members.emplace("data", data ? std::move(*data) : boost::json::value(""));
-    return JSBUtil::objToJsonString(result);
+    // As objToJsonString writes the map of the two, without making it first.
+    std::string message = code == 0 ? R"({"code":0,"data":)" : R"({"code":-1,"data":)";
+    if (!data)
+        message += "\"\"";
+    else if (!NSJSONSerialization::appendJSON(message, *data))
+        return "{}";
+    message += '}';
+    return message;
 }
 
 } // namespace

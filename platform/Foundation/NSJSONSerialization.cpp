@@ -250,6 +250,18 @@ OptionalText NSJSONSerialization::dataWithJSONObject(const boost::json::value& v
     return std::move(writer.text);
 }
 
+bool NSJSONSerialization::appendJSON(std::string& text, const boost::json::value& value)
+{
+    const auto size = text.size();
+    Writer writer;
+    writer.text = std::move(text);
+    const bool isWritten = writer.write(value, 2) && isUTF8(std::string_view(writer.text).substr(size));
+    text = std::move(writer.text);
+    if (!isWritten)
+        text.resize(size);
+    return isWritten;
+}
+
 void NSJSONSerialization::reuse(std::string&& text)
 {
     if (text.capacity() >= std::max(kSmallestSpare, s_spare.capacity()) && text.capacity() <= kLargestSpare)

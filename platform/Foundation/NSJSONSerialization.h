@@ -18,6 +18,10 @@ public:
     /// is not finite, a text that is not UTF-8.
     static OptionalText dataWithJSONObject(const boost::json::value& value);
 
+    /// Appends the compact JSON text of any value, a bare text or number included. What was there stays.
+    /// @returns whether the value could be written; if not, the text is as it was.
+    static bool appendJSON(std::string& text, const boost::json::value& value);
+
     /// Takes a text that is not needed any more: a large one lends its memory, up to 8 MiB, to the next that this
     /// thread writes.
     static void reuse(std::string&& text);
