@@ -29,8 +29,8 @@ export function isInApplication(): boolean;
  * meanwhile.
  *
  * @param method "namespace.method", or "method" of the empty namespace; plain ASCII.
- * @param argument whatever JSON can express; `undefined` is no argument.
- * @throws NativeCallError, and TypeError for another argument.
+ * @param argument whatever JSON can express; `undefined`, a function and a symbol are no argument.
+ * @throws NativeCallError, and TypeError for what JSON refuses (a BigInt, objects in a circle).
  */
 export function callSync<Value = unknown>(method: string, argument?: unknown): Value;
 

@@ -14,7 +14,6 @@ const longestTimer = 2 ** 31 - 1; // milliseconds; a longer one would fire at on
 // Results of calls that an earlier page of the view has made may still arrive: no name is used by two pages.
 const callbackPrefix = "_tq" + Math.random().toString(36).slice(2) + "_";
 let lastCallback = 0;
-const asyncMethods = new Set(); // those that are known to exist
 
 // Common to all copies of this script in the page, since native code finds only one of them:
 // name -> function(answer, list of arguments), which returns a Promise of its end.
@@ -66,19 +65,18 @@ function start(method, argument, take) {
     try {
         const { code } = ask(method, { data: argument, _dscbstub: callback });
         // Any other code is that of a missing method, and that of a method whose first result is still to come.
-        if (code !== 0 && !asyncMethods.has(method) && !hasNativeMethod(method, "asyn"))
+        if (code !== 0 && !hasNativeMethod(method, "asyn"))
             throw new NativeCallError(method, "no-method");
     } catch (error) {
         delete window[callback];
         throw error;
     }
-    asyncMethods.add(method);
     return callback;
 }
 
 export function callAsync(method, argument, { timeout = Infinity } = {}) {
     return new Promise((resolve, reject) => {
-        if (!(timeout >= 0))
+        if (typeof timeout !== "number" || !(timeout >= 0))
             throw new RangeError("timeout must be a number of milliseconds");
         const callback = start(method, argument, (value) => {
             delete window[callback];
@@ -233,6 +231,8 @@ export function disableDialogBlock(disable = true) {
 function add(name, fn, run) {
     if (typeof name !== "string" || typeof fn !== "function")
         throw new TypeError("a page function has a text for a name, and is a function");
+    if (name === probe)
+        throw new TypeError(`${probe} is the name of the question whether a function exists`);
     functions.set(name, run);
 }
 

@@ -95,7 +95,7 @@ export class Board {
                 this.#repaint();
             return;
         }
-        const stroke = { uid, id, color, width, points: [...points], ended: false };
+        const stroke = { uid, id, color, width, points: [...points], ended: false, isOnlyHere: true };
         this.#strokes.set(name, stroke);
         this.#paintFrom(stroke, 0);
     }
@@ -123,14 +123,31 @@ export class Board {
             this.#repaint();
     }
 
+    /** Removes what the room knows. A stroke that the room has not told of yet comes after the clearing in its order. */
+    clear() {
+        for (const [name, stroke] of this.#strokes) {
+            if (!stroke.isOnlyHere)
+                this.#strokes.delete(name);
+        }
+        this.#repaint();
+    }
+
+    /** Whether the stroke was drawn here and the room has not told of it yet. */
+    isOnlyHere({ uid, id }) {
+        return this.#strokes.get(nameOf(uid, id))?.isOnlyHere === true;
+    }
+
     /** Does what a message of the room, or an event of a recording, says. */
     apply(event) {
         switch (event.type) {
-        case "begin": return this.begin(event);
+        case "begin":
+            this.begin(event);
+            this.#strokes.get(nameOf(event.uid, event.id)).isOnlyHere = false;
+            return undefined;
         case "points": return this.extend(event);
         case "end": return this.end(event);
         case "remove": return this.remove(event);
-        case "clear": return this.reset();
+        case "clear": return this.clear();
         }
     }
 

@@ -228,7 +228,8 @@ const listener = {
         const isOwn = message.uid === room.uid;
         if (isOwn && (message.type === "begin" || message.type === "remove"))
             queue.settled(message.id, message.type === "begin");
-        if (message.type === "clear" || (isOwn && message.type === "remove" && message.id === drawing.id))
+        const isCleared = message.type === "clear" && !board.isOnlyHere({ uid: room.uid, id: drawing.id });
+        if (isCleared || (isOwn && message.type === "remove" && message.id === drawing.id))
             stopDrawing();
         (handlers[message.type] ?? ((event) => board.apply(event)))(message);
     },
