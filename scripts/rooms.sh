@@ -120,13 +120,14 @@ ask() {
     answer="$(sed -n "s/^{\"event\":\"result\",\"call\":\"$2\",\"value\":\(.*\)}\$/\1/p" "$place/$1.out" | tail -n 1)"
 }
 
-# start_screen WIDTHxHEIGHT: one that exists in memory only, with the drawing done in software.
+# start_screen WIDTHxHEIGHT: one that exists in memory only, with the drawing done in software. It does not begin anew
+# when its last window goes, which would turn away whoever comes at that moment.
 start_screen() {
     local tool
     for tool in Xvfb xdotool convert import; do
         command -v "$tool" >/dev/null || die "$tool is missing; scripts/setup installs it"
     done
-    Xvfb -displayfd 3 -screen 0 "$1x24" -nolisten tcp 3>"$place/screen.out" >"$place/screen.log" 2>&1 &
+    Xvfb -displayfd 3 -screen 0 "$1x24" -nolisten tcp -noreset 3>"$place/screen.out" >"$place/screen.log" 2>&1 &
     started screen $!
     wait_for 20 screen "virtual screen" grep -qs '[0-9]' "$place/screen.out"
     DISPLAY=":$(tr -d '[:space:]' <"$place/screen.out")"
