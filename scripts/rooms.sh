@@ -1,11 +1,9 @@
 # Rooms on a screen, for the scripts beside this file: the local conference service, clients in it, and what is needed to
 # drive and watch them. To be sourced after "root" and "place" are set: the repository, and the folder for what is left.
-# shellcheck shell=bash disable=SC2154
+# shellcheck shell=bash disable=SC2034,SC2154
 
 readonly programs="$root/build/release"
 readonly width=1040 height=720
-# Points of a client's window of that size: the button that shows who is in the room.
-readonly people_button="696 73"
 
 declare -A process=() input=()
 names=() # of what was started, in the order of its start

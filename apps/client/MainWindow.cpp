@@ -20,6 +20,8 @@ constexpr const char* kProgramTitle = "Whiteboard";
 constexpr int kNarrowBelow = 600;
 /// From this width on there is room for the log without asking for it.
 constexpr int kWideFrom = 1000;
+/// What a field can hold without keeping its user waiting, in bytes; no recording's address is as long.
+constexpr std::size_t kLongestAddress = 4096;
 
 } // namespace
 
@@ -247,7 +249,7 @@ void MainWindow::sessionFailed(std::string_view title, std::string_view detail)
 
 void MainWindow::sessionRecorded(const tq::OptionalText& url)
 {
-    if (!url)
+    if (!url || url->size() > kLongestAddress)
         return;
     m_start.setReplayUrl(*url);
     m_recording.offer(*url);

@@ -39,6 +39,7 @@ bool isReadable(int descriptor)
     for (const auto& [name, value] : environment)
         setenv(name.c_str(), value.c_str(), 1);
     std::vector<char*> pointers;
+    pointers.reserve(words.size() + 1);
     for (auto& word : words)
         pointers.push_back(word.data());
     pointers.push_back(nullptr);
