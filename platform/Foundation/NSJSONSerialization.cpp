@@ -55,10 +55,14 @@ public:
         }
     }
 
+    /// Whether all texts that were written are UTF-8.
+    bool isValid() const { return !(m_seenBits & kHighBits) || isUTF8(text); }
+
     std::string text;
 
 private:
     static constexpr std::size_t kSlack = 64;
+    static constexpr std::uint64_t kHighBits = 0x8080808080808080U;
 
     bool writeList(const boost::json::array& list, std::size_t depth)
     {
@@ -121,11 +125,16 @@ private:
         std::size_t length = 0;
         for (std::uint64_t word = 0; characters.size() - length >= sizeof(word); length += sizeof(word)) {
             std::memcpy(&word, characters.data() + length, sizeof(word));
+            m_seenBits |= word;
             if (mayNeedEscape(word))
                 break;
         }
-        while (length < characters.size() && !needsEscape(static_cast<unsigned char>(characters[length])))
-            ++length;
+        for (; length < characters.size(); ++length) {
+            const auto character = static_cast<unsigned char>(characters[length]);
+            m_seenBits |= character;
+            if (needsEscape(character))
+                break;
+        }
         return length;
     }
 
@@ -143,6 +152,8 @@ private:
         text += kDigits[character >> 4U];
         text += kDigits[character & 0xFU];
     }
+
+    std::uint64_t m_seenBits = 0;
 };
 
 // The length of the sequence that begins here, or 0 when it is none.
@@ -245,7 +256,7 @@ OptionalValue NSJSONSerialization::JSONObjectWithData(std::string_view text, std
 OptionalText NSJSONSerialization::dataWithJSONObject(const boost::json::value& value)
 {
     Writer writer;
-    if (!value.is_structured() || !writer.write(value, 1) || !isUTF8(writer.text))
+    if (!value.is_structured() || !writer.write(value, 1) || !writer.isValid())
         return std::nullopt;
     return std::move(writer.text);
 }
@@ -255,7 +266,7 @@ bool NSJSONSerialization::appendJSON(std::string& text, const boost::json::value
     const auto size = text.size();
     Writer writer;
     writer.text = std::move(text);
-    const bool isWritten = writer.write(value, 2) && isUTF8(std::string_view(writer.text).substr(size));
+    const bool isWritten = writer.write(value, 2) && writer.isValid();
     text = std::move(writer.text);
     if (!isWritten)
         text.resize(size);

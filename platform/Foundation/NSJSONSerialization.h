@@ -18,7 +18,7 @@ public:
     /// is not finite, a text that is not UTF-8.
     static OptionalText dataWithJSONObject(const boost::json::value& value);
 
-    /// Appends the compact JSON text of any value, a bare text or number included. What was there stays.
+    /// Appends the compact JSON text of any value, a bare text or number included, to a UTF-8 text.
     /// @returns whether the value could be written; if not, the text is as it was.
     static bool appendJSON(std::string& text, const boost::json::value& value);
 
