@@ -1,0 +1,90 @@
+#include "Figures.h"
+#include "Pages.h"
+
+namespace tq::bench {
+
+namespace {
+
+constexpr int kCalls = 1000;
+constexpr double kLimit = 1.10;
+
+// The page does the same for both: it reads the message and its arguments, and answers with a prompt.
+constexpr const char* kScript = R"(
+window._handleMessageFromNative = (message) => {
+    const [value] = JSON.parse(message.data);
+    prompt("_dsbridge=_dsb.returnValue", JSON.stringify({data: {id: message.callbackId, data: value, complete: true}}));
+};
+prompt("_dsbridge=_dsb.dsinit", "{}");
+prompt("_dsbridge=bench.done", "{}");
+)";
+
+class Ready final : public NSObject {
+public:
+    static const NSClass& staticClass()
+    {
+        static const NSClass table("Ready", &NSObject::staticClass(), { { "done:", &Ready::done } });
+        return table;
+    }
+    const NSClass& objectClass() const override { return staticClass(); }
+
+    OptionalValue done(OptionalValue)
+    {
+        isReady = true;
+        return std::nullopt;
+    }
+    bool isReady = false;
+};
+
+} // namespace
+
+std::vector<Figure> nativeCallFigures()
+{
+    const auto ready = std::make_shared<Ready>();
+    const BridgePage bridge;
+    bridge.view().addJavascriptObject(ready, "bench");
+    int answers = 0;
+    bool isReady = false;
+    // Either side sends the next call when it has the answer of the one before.
+    std::function<void()> next;
+    BarePage bare([&](const char* prompt, const char*) -> const char* {
+        isReady = isReady || std::string_view(prompt) == "_dsbridge=bench.done";
+        if (std::string_view(prompt) == "_dsbridge=_dsb.returnValue") {
+            ++answers;
+            next();
+        }
+        return R"({"code":0,"data":""})";
+    });
+    bridge.view().loadUrl(pageWith(kScript));
+    bare.load(pageWith(kScript));
+    runUntil([&] { return ready->isReady && isReady; }, "the pages are loaded");
+
+    const auto run = [&](std::function<void()> send) {
+        answers = 0;
+        next = [&, send] {
+            if (answers < kCalls)
+                send();
+        };
+        const auto start = Clock::now();
+        send();
+        runUntil([&] { return answers == kCalls; }, "all calls are answered");
+        return Seconds(Clock::now() - start);
+    };
+    return { compare(
+        "native-to-page call, answered", "bare evaluation answered by a bare prompt", kLimit, kCalls,
+        [&] {
+            return run([&] {
+                bridge.view().callHandler("echo", { answers }, [&](const OptionalValue&) {
+                    ++answers;
+                    next();
+                });
+            });
+        },
+        [&] {
+            return run([&] {
+                bare.evaluate("window._handleMessageFromNative({\"method\":\"echo\",\"callbackId\":"
+                    + std::to_string(answers) + ",\"data\":\"[" + std::to_string(answers) + "]\"})");
+            });
+        }) };
+}
+
+} // namespace tq::bench

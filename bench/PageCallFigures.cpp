@@ -1,0 +1,147 @@
+#include "Figures.h"
+#include "Pages.h"
+
+#include <array>
+
+namespace tq::bench {
+
+namespace {
+
+constexpr double kSmallLimit = 1.05;
+constexpr double kLargeLimit = 1.20;
+
+// The page's side is the same for both: it writes its message, asks, and reads the answer. `size` is the length of the
+// argument in characters, or of the wanted result when it is negative.
+constexpr const char* kScript = R"(
+function prepare(size, text) {
+    window.argument = size > 0 ? text.repeat(size / text.length) : size < 0 ? -size + text : {k: 1, t: "small"};
+}
+function block(method, count) {
+    let sum = 0;
+    for (let i = 0; i < count; ++i)
+        sum += JSON.parse(prompt("_dsbridge=" + method, JSON.stringify({data: argument}))).data.length;
+    prompt("_dsbridge=bench.done", "{}");
+    return sum;
+}
+prompt("_dsbridge=bench.done", "{}");
+)";
+
+struct Payload {
+    const char* name;
+    const char* method;
+    long size; // characters of the argument, negative: of the result
+    const char* text; // that it is made of
+    int count; // calls in a block
+    double limit;
+};
+
+constexpr long kKiB = 1024;
+constexpr long kMiB = 1024 * kKiB;
+constexpr const char* kAscii = "abcdefghijklmno ";
+constexpr const char* kChinese = "白板会议室中的文字";
+
+const std::array<Payload, 7> kPayloads{ {
+    { "page call, small argument and result", "small", 0, "", 1500, kSmallLimit },
+    { "page call, 64 KiB argument, ASCII", "length", 64 * kKiB, kAscii, 200, kLargeLimit },
+    { "page call, 64 KiB argument, Chinese", "length", 64 * kKiB / 3, kChinese, 200, kLargeLimit },
+    { "page call, 5 MiB argument, ASCII", "length", 5 * kMiB, kAscii, 6, kLargeLimit },
+    { "page call, 5 MiB argument, Chinese", "length", 5 * kMiB / 3, kChinese, 4, kLargeLimit },
+    { "page call, 5 MiB result, ASCII", "text", -5 * kMiB, kAscii, 6, kLargeLimit },
+    { "page call, 5 MiB result, Chinese", "text", -5 * kMiB / 3, kChinese, 4, kLargeLimit },
+} };
+
+std::string repeated(const std::string& unit, std::size_t bytes)
+{
+    std::string text;
+    text.reserve(bytes + unit.size());
+    while (text.size() < bytes)
+        text += unit;
+    return text;
+}
+
+// What the page asks, natively.
+class Bench final : public NSObject {
+public:
+    static const NSClass& staticClass()
+    {
+        static const NSClass table("Bench", &NSObject::staticClass(),
+            { { "small:", &Bench::small }, { "length:", &Bench::length }, { "text:", &Bench::text },
+                { "done:", &Bench::done } });
+        return table;
+    }
+    const NSClass& objectClass() const override { return staticClass(); }
+
+    OptionalValue small(OptionalValue) { return boost::json::value("small result"); }
+    OptionalValue length(OptionalValue argument)
+    {
+        return boost::json::value(argument && argument->is_string() ? "long enough" : "no text");
+    }
+    // Made beforehand: what a method's own work costs is not the bridge's.
+    OptionalValue text(OptionalValue)
+    {
+        auto result = std::move(results.back());
+        results.pop_back();
+        return result;
+    }
+    OptionalValue done(OptionalValue)
+    {
+        ++isDone;
+        return std::nullopt;
+    }
+
+    std::vector<boost::json::value> results;
+    int isDone = 0;
+};
+
+} // namespace
+
+std::vector<Figure> pageCallFigures()
+{
+    const auto native = std::make_shared<Bench>();
+    const BridgePage bridge;
+    bridge.view().addJavascriptObject(native, "bench");
+    std::string fixedAnswer;
+    int bareDone = 0;
+    BarePage bare([&](const char* prompt, const char*) -> const char* {
+        if (std::string_view(prompt) != "_dsbridge=bench.done")
+            return fixedAnswer.c_str();
+        ++bareDone;
+        return "{}";
+    });
+    bridge.view().loadUrl(pageWith(kScript));
+    bare.load(pageWith(kScript));
+    runUntil([&] { return native->isDone && bareDone; }, "the pages are loaded");
+
+    std::vector<Figure> figures;
+    for (const auto& payload : kPayloads) {
+        const auto prepare = "prepare(" + std::to_string(payload.size) + ",'" + payload.text + "')";
+        bridge.view().evaluateJavaScript(prepare);
+        bare.evaluate(prepare);
+        const std::string method = payload.method;
+        const auto result = method == "text" ? repeated(payload.text, 5 * kMiB) : "";
+        fixedAnswer = R"({"code":0,"data":")"
+            + (method == "text"         ? result
+                    : method == "small" ? "small result"
+                                        : "long enough")
+            + "\"}";
+        const auto script = "block('bench." + method + "'," + std::to_string(payload.count) + ")";
+        const auto run = [&](int& done, const auto& evaluate) {
+            const auto target = done + 1;
+            const auto start = Clock::now();
+            evaluate();
+            runUntil([&] { return done == target; }, payload.name);
+            return Seconds(Clock::now() - start);
+        };
+        figures.push_back(compare(
+            payload.name, "bare prompt", payload.limit, payload.count,
+            [&] {
+                if (method == "text")
+                    native->results.assign(static_cast<std::size_t>(payload.count), boost::json::value(result));
+                return run(native->isDone, [&] { bridge.view().evaluateJavaScript(script); });
+            },
+            [&] { return run(bareDone, [&] { bare.evaluate(script); }); }));
+    }
+    return figures;
+}
+
+} // namespace tq::bench
