@@ -38,7 +38,10 @@ double yOf(const Scale& scale, double value)
 std::string number(double value)
 {
     std::ostringstream text;
-    text << std::setprecision(3) << value;
+    if (value >= 100)
+        text << std::fixed << std::setprecision(0) << value;
+    else
+        text << std::setprecision(3) << value;
     return text.str();
 }
 
