@@ -132,23 +132,28 @@ export class Board {
         this.#repaint();
     }
 
-    /** Whether the stroke was drawn here and the room has not told of it yet. */
-    isOnlyHere({ uid, id }) {
-        return this.#strokes.get(nameOf(uid, id))?.isOnlyHere === true;
+    has({ uid, id }) {
+        return this.#strokes.has(nameOf(uid, id));
+    }
+
+    /** Draws what a message to the room says; the room has yet to tell of it. */
+    draw(event) {
+        switch (event.type) {
+        case "begin": return this.begin(event);
+        case "points": return this.extend(event);
+        case "end": return this.end(event);
+        }
     }
 
     /** Does what a message of the room, or an event of a recording, says. */
     apply(event) {
         switch (event.type) {
-        case "begin":
-            this.begin(event);
-            this.#strokes.get(nameOf(event.uid, event.id)).isOnlyHere = false;
-            return undefined;
-        case "points": return this.extend(event);
-        case "end": return this.end(event);
         case "remove": return this.remove(event);
         case "clear": return this.clear();
         }
+        this.draw(event);
+        if (event.type === "begin")
+            this.#strokes.get(nameOf(event.uid, event.id)).isOnlyHere = false;
     }
 
     /** The board as a PNG file, in base64. */

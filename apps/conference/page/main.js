@@ -41,7 +41,7 @@ const queue = new StrokeQueue(budget, {
     isFree: () => drawing.pointer === null,
     nextId: () => ++room.lastStroke,
     send(message) {
-        board.apply({ uid: room.uid, ...message });
+        board.draw({ uid: room.uid, ...message });
         room.connection.send(message);
     },
 });
@@ -228,10 +228,10 @@ const listener = {
         const isOwn = message.uid === room.uid;
         if (isOwn && (message.type === "begin" || message.type === "remove"))
             queue.settled(message.id, message.type === "begin");
-        const isCleared = message.type === "clear" && !board.isOnlyHere({ uid: room.uid, id: drawing.id });
-        if (isCleared || (isOwn && message.type === "remove" && message.id === drawing.id))
-            stopDrawing();
         (handlers[message.type] ?? ((event) => board.apply(event)))(message);
+        // Only then: the strokes that wait for the pen are drawn on the board as it is now.
+        if (drawing.pointer !== null && !board.has({ uid: room.uid, id: drawing.id }))
+            stopDrawing();
     },
     failed: fail,
 };
