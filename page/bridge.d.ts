@@ -35,7 +35,10 @@ export function isInApplication(): boolean;
 export function callSync<Value = unknown>(method: string, argument?: unknown): Value;
 
 export interface CallOptions {
-    /** Milliseconds until the call is given up with the reason "timeout"; without limit if left out. */
+    /**
+     * Milliseconds until the call is given up with the reason "timeout", 0 or more; without limit if left out.
+     * Anything else is a RangeError.
+     */
     timeout?: number;
 }
 
@@ -86,10 +89,16 @@ export function disableDialogBlock(disable?: boolean): void;
  *
  * What `fn` returns, or what the Promise that it returns is fulfilled with, is the one answer. If it throws, the error
  * is shown in the console and the application gets an answer without a value.
+ *
+ * @throws TypeError for what is no name or no function, and for the name "_hasJavascriptMethod": by it the application
+ * asks whether the page has a function.
  */
 export function register(name: string, fn: (...args: any[]) => unknown): void;
 
-/** Sends the application one answer; without effect after the end. Throws TypeError for what JSON cannot express. */
+/**
+ * Sends the application one answer; without effect after the end. Values are those of callSync's argument, and so are
+ * the errors.
+ */
 export interface Answer {
     (value?: unknown): void;
     /** Sends the last answer. */
@@ -100,6 +109,8 @@ export interface Answer {
  * Lets the application call a function of the page that answers as often as it wants, until `answer.end`.
  *
  * If `fn` throws, or the Promise that it returns is rejected, the error is shown in the console and the answers end.
+ *
+ * @throws what register throws.
  */
 export function registerStream(name: string, fn: (answer: Answer, ...args: any[]) => unknown): void;
 

@@ -200,8 +200,11 @@ TEST_F(PageHalfTest, SynchronousCallsReturnTheValueOrSayWhyThereIsNone)
     };
     for (const auto& [expression, expected] : rows)
         EXPECT_EQ(outcome(expression), expected) << expression;
-    outcome("callSync('app.echo')");
-    EXPECT_TRUE(tools->wasAbsent);
+    for (const char* argument : { "", ", undefined", ", () => 1", ", Symbol()" }) {
+        tools->wasAbsent = false;
+        outcome("callSync('app.echo'" + std::string(argument) + ")");
+        EXPECT_TRUE(tools->wasAbsent) << argument;
+    }
 }
 
 TEST_F(PageHalfTest, AsynchronousCallsEndWithTheFirstResultOrSayWhyThereIsNone)
@@ -370,6 +373,9 @@ TEST_F(PageHalfTest, PageFunctionsAnswerToTheEndWhateverTheyDo)
     };
     for (const auto& row : rows)
         EXPECT_EQ(answersOf(row.name, row.arguments), row.answers) << row.name;
+    for (const char* call : { "register('_hasJavascriptMethod', () => true)",
+             "registerStream('_hasJavascriptMethod', (answer) => answer.end(true))", "register('text', 'text')" })
+        EXPECT_EQ(outcome(call), (array{ "TypeError", nullptr, nullptr })) << call;
     const auto before = ask("prompts")->as_int64();
     answersOf("thrice", { 7 });
     EXPECT_EQ(ask("prompts")->as_int64() - before, 1 + 3); // nothing is sent after the end
