@@ -126,6 +126,34 @@ TEST_F(RoomLifeTest, ARecordingReplaysWhatWasDrawnInItsOwnTime)
     EXPECT_EQ(call(*zoe, "board.strokes"), value(made.after));
 }
 
+TEST_F(RoomLifeTest, StrokesOnTheirWayDuringAClearingStayWholeForEverybody)
+{
+    auto ann = joined("ann");
+    auto bob = joined("bob");
+    array points;
+    for (int number = 0; number < 4000; ++number) {
+        points.emplace_back(number / 4000.0);
+        points.emplace_back(0.5);
+    }
+    const auto strokes = boost::json::serialize(
+        array{ array{ object{ { "color", "red" }, { "width", 5 }, { "points", points } }, stroke("blue", 0.2) } });
+    // The page draws before the room has told it of the clearing, at the latest in one of these rounds.
+    for (int round = 0; round < 10; ++round) {
+        ann->write("call board.clear");
+        ann->write("call board.draw " + strokes);
+        EXPECT_EQ(ann->waitFor("result", { { "call", "board.draw" } })["value"], 2);
+        EXPECT_EQ(draw(*bob, { stroke("green", 0.3) }), 1); // comes after ann's, also to her
+        const auto seen = call(*bob, "board.strokes").as_array();
+        ASSERT_EQ(seen.size(), 3U);
+        EXPECT_EQ(seen[0].at("points").as_array().size(), points.size());
+        EXPECT_EQ(draw(*ann, { stroke("ink", 0.4) }), 1); // comes after bob's
+        auto own = call(*ann, "board.strokes").as_array();
+        own.pop_back();
+        EXPECT_TRUE(own == seen) << "round " << round << ": " << own.size() << " strokes, the first of "
+                                 << own.at(0).at("points").as_array().size() << " numbers";
+    }
+}
+
 TEST_F(RoomLifeTest, TheRoomsEventsReachTheOutput)
 {
     auto ann = joined("ann");
