@@ -16,25 +16,23 @@ namespace tq {
 
 namespace {
 
-struct Finalize {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
-
 // How long one process waits for another one's write.
 constexpr int kBusyMilliseconds = 2000;
 
-Statement prepare(sqlite3* database, const char* sql, int& code)
+void bind(sqlite3_stmt* statement, int index, std::string_view text)
 {
-    sqlite3_stmt* statement = nullptr;
-    code = sqlite3_prepare_v2(database, sql, -1, &statement, nullptr);
-    return Statement(statement);
+    sqlite3_bind_blob64(statement, index, text.data() ? text.data() : "", text.size(), SQLITE_STATIC);
 }
 
-void bind(const Statement& statement, int index, std::string_view text)
-{
-    sqlite3_bind_blob64(statement.get(), index, text.data() ? text.data() : "", text.size(), SQLITE_STATIC);
-}
+// Ends what a statement holds of the file when the caller is done with its row.
+struct Reset {
+    void operator()(sqlite3_stmt* statement) const
+    {
+        sqlite3_reset(statement);
+        sqlite3_clear_bindings(statement);
+    }
+};
+using RunningStatement = std::unique_ptr<sqlite3_stmt, Reset>;
 
 // Made before the database is, so that nobody else can read it even for a moment.
 void createPrivately(const std::string& path)
@@ -55,6 +53,7 @@ ino_t inodeOf(const std::string& path)
 } // namespace
 
 void DefaultsDatabase::Close::operator()(sqlite3* database) const { sqlite3_close_v2(database); }
+void DefaultsDatabase::Close::operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
 
 DefaultsDatabase::DefaultsDatabase(std::string path)
     : m_path(std::move(path))
@@ -65,6 +64,7 @@ DefaultsDatabase::~DefaultsDatabase() = default;
 
 int DefaultsDatabase::open()
 {
+    close();
     createPrivately(m_path);
     m_inode = inodeOf(m_path);
     sqlite3* database = nullptr;
@@ -74,11 +74,33 @@ int DefaultsDatabase::open()
         return code;
     sqlite3_busy_timeout(database, kBusyMilliseconds);
     sqlite3_extended_result_codes(database, 0);
+    // Where it can be had, a log makes a commit wait for the disk once; otherwise it waits several times.
+    sqlite3_exec(database, "PRAGMA journal_mode = WAL;", nullptr, nullptr, nullptr);
     // Every commit is on the disk, with its folder's entry, before it counts as done.
-    return sqlite3_exec(database,
+    code = sqlite3_exec(database,
         "PRAGMA synchronous = EXTRA; PRAGMA trusted_schema = OFF;"
         "CREATE TABLE IF NOT EXISTS defaults (key BLOB PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID;",
         nullptr, nullptr, nullptr);
+    if (code == SQLITE_OK)
+        code = prepare("SELECT value FROM defaults WHERE key = ?1", m_read);
+    if (code == SQLITE_OK)
+        code = prepare("INSERT OR REPLACE INTO defaults (key, value) VALUES (?1, ?2)", m_write);
+    return code;
+}
+
+int DefaultsDatabase::prepare(const char* sql, Statement& statement)
+{
+    sqlite3_stmt* made = nullptr;
+    const int code = sqlite3_prepare_v3(m_database.get(), sql, -1, SQLITE_PREPARE_PERSISTENT, &made, nullptr);
+    statement.reset(made);
+    return code;
+}
+
+void DefaultsDatabase::close()
+{
+    m_read.reset();
+    m_write.reset();
+    m_database.reset();
 }
 
 bool DefaultsDatabase::ensureOpen()
@@ -91,7 +113,7 @@ bool DefaultsDatabase::ensureOpen()
     if (code == SQLITE_OK)
         return true;
     log("cannot be opened", code);
-    m_database.reset();
+    close();
     return false;
 }
 
@@ -120,12 +142,9 @@ bool DefaultsDatabase::write(std::string_view key, std::string_view text)
 
 int DefaultsDatabase::tryRead(std::string_view key, OptionalText& text)
 {
-    int code = SQLITE_OK;
-    const auto statement = prepare(m_database.get(), "SELECT value FROM defaults WHERE key = ?1", code);
-    if (code != SQLITE_OK)
-        return code;
-    bind(statement, 1, key);
-    code = sqlite3_step(statement.get());
+    const RunningStatement statement(m_read.get());
+    bind(statement.get(), 1, key);
+    const int code = sqlite3_step(statement.get());
     if (code == SQLITE_DONE)
         return SQLITE_OK;
     if (code != SQLITE_ROW)
@@ -137,14 +156,10 @@ int DefaultsDatabase::tryRead(std::string_view key, OptionalText& text)
 
 int DefaultsDatabase::tryWrite(std::string_view key, std::string_view text)
 {
-    int code = SQLITE_OK;
-    const auto statement
-        = prepare(m_database.get(), "INSERT OR REPLACE INTO defaults (key, value) VALUES (?1, ?2)", code);
-    if (code != SQLITE_OK)
-        return code;
-    bind(statement, 1, key);
-    bind(statement, 2, text);
-    code = sqlite3_step(statement.get());
+    const RunningStatement statement(m_write.get());
+    bind(statement.get(), 1, key);
+    bind(statement.get(), 2, text);
+    const int code = sqlite3_step(statement.get());
     return code == SQLITE_DONE ? SQLITE_OK : code;
 }
 
@@ -153,7 +168,7 @@ bool DefaultsDatabase::setAsideIfDamaged(int code)
 {
     if (code != SQLITE_CORRUPT && code != SQLITE_NOTADB && code != SQLITE_ERROR)
         return false;
-    m_database.reset();
+    close();
     // Another process may have been here first: then there is a new file already.
     const auto inode = inodeOf(m_path);
     if (inode != m_inode)

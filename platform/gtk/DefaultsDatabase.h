@@ -8,6 +8,7 @@
 #include <sys/types.h>
 
 struct sqlite3;
+struct sqlite3_stmt;
 
 namespace tq {
 
@@ -30,10 +31,14 @@ public:
 private:
     struct Close {
         void operator()(sqlite3* database) const;
+        void operator()(sqlite3_stmt* statement) const;
     };
+    using Statement = std::unique_ptr<sqlite3_stmt, Close>;
 
     bool ensureOpen();
     int open();
+    int prepare(const char* sql, Statement& statement);
+    void close();
     int tryRead(std::string_view key, OptionalText& text);
     int tryWrite(std::string_view key, std::string_view text);
     bool setAsideIfDamaged(int code);
@@ -43,6 +48,8 @@ private:
     // Of the file that was opened.
     ino_t m_inode = 0;
     std::unique_ptr<sqlite3, Close> m_database;
+    Statement m_read;
+    Statement m_write;
 };
 
 } // namespace tq

@@ -43,6 +43,7 @@ TEST_F(UserDefaultsTest, WhatIsWrittenIsThereForTheNextRunAndForOtherProcesses)
     EXPECT_EQ(first.read("k"), std::nullopt);
     EXPECT_EQ(DefaultsDatabase(file).read("key"), "two");
     EXPECT_EQ(modeOf(file), 0600U);
+    EXPECT_EQ(modeOf(file.string() + "-wal"), 0600U);
     EXPECT_EQ(modeOf(folder), 0700U);
 }
 
@@ -56,17 +57,26 @@ TEST_F(UserDefaultsTest, ADamagedFileIsSetAsideAndANewOneBegun)
     EXPECT_TRUE(database.write("key", "one"));
     EXPECT_EQ(database.read("key"), "one");
     EXPECT_EQ(asideFiles(), 1);
+}
 
-    // Damage under an open database: its pages are overwritten.
-    DefaultsDatabase late(file);
-    EXPECT_EQ(late.read("key"), "one");
-    std::ofstream(file) << rubbish;
-    EXPECT_TRUE(late.write("key", "two"));
-    EXPECT_EQ(late.read("key"), "two");
-    EXPECT_EQ(asideFiles(), 2);
-    EXPECT_TRUE(database.write("key", "three"));
-    EXPECT_EQ(late.read("key"), "three");
-    EXPECT_EQ(asideFiles(), 2);
+TEST_F(UserDefaultsTest, DamageUnderAnOpenStoreLeavesAStoreThatWorks)
+{
+    const std::string rubbish(5000, 'x');
+    {
+        DefaultsDatabase database(file);
+        DefaultsDatabase late(file);
+        EXPECT_TRUE(database.write("key", "one"));
+        std::ofstream(file) << rubbish;
+        EXPECT_TRUE(late.write("key", "two"));
+        EXPECT_EQ(late.read("key"), "two");
+        EXPECT_EQ(database.read("key"), "two");
+        std::ofstream(file.string() + "-wal") << rubbish;
+        EXPECT_TRUE(late.write("key", "three"));
+        EXPECT_EQ(late.read("key"), "three");
+    }
+    DefaultsDatabase next(file);
+    EXPECT_TRUE(next.write("key", "four"));
+    EXPECT_EQ(DefaultsDatabase(file).read("key"), "four");
 }
 
 TEST_F(UserDefaultsTest, AStoreThatCannotBeOpenedRefusesAndRecovers)
