@@ -1,6 +1,7 @@
 #include "TQWhiteBoardLib/DWKWebView.h"
 
 #include "AsyncResult.h"
+#include "CallMessage.h"
 #include "InternalApis.h"
 #include "JSBUtil.h"
 #include "PercentEncoding.h"
@@ -8,16 +9,20 @@
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSLog.h"
-#include "platform/Foundation/NSNumberReading.h"
 
 namespace tq {
 
 namespace {
 
+// A message of this length is written without asking for memory a second time.
+constexpr std::size_t kUsualResult = 256;
+
 std::string resultMessage(std::int32_t code, const OptionalValue& data)
 {
     // As objToJsonString writes the map of the two, without making it first.
-    std::string message = code == 0 ? R"({"code":0,"data":)" : R"({"code":-1,"data":)";
+    std::string message;
+    message.reserve(kUsualResult);
+    message = code == 0 ? R"({"code":0,"data":)" : R"({"code":-1,"data":)";
     if (!data)
         message += "\"\"";
     else if (!NSJSONSerialization::appendJSON(message, *data))
@@ -94,18 +99,17 @@ std::string DWKWebView::call(std::string_view methodName, std::optional<std::str
         return resultMessage(-1, std::nullopt);
     }
     const auto candidates = object->objectClass().candidates(method);
-    auto message = JSBUtil::jsonStringToObject(argumentMessage);
-    const auto* callbackName = memberOf(message, "_dscbstub");
-    if (callbackName && !callbackName->is_null()) {
+    auto message = CallMessage::read(argumentMessage);
+    if (message.callbackName) {
         if (candidates.async) {
             auto result = std::make_shared<AsyncResult>(
-                std::static_pointer_cast<DWKWebView>(shared_from_this()), textValue(callbackName).value_or(""));
-            candidates.async->invoke(*object, JSBUtil::takeData(message),
+                std::static_pointer_cast<DWKWebView>(shared_from_this()), std::move(*message.callbackName));
+            candidates.async->invoke(*object, std::move(message.data),
                 [result](OptionalValue value, Complete complete) { result->deliver(std::move(value), complete); });
             return result->message();
         }
     } else if (candidates.sync) {
-        return resultMessage(0, candidates.sync->invoke(*object, JSBUtil::takeData(message)));
+        return resultMessage(0, candidates.sync->invoke(*object, std::move(message.data)));
     }
     reportMissingMethod(methodName);
     return resultMessage(-1, std::nullopt);

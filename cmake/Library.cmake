@@ -2,6 +2,7 @@
 # link them.
 add_library(tqwb_objects OBJECT
     bridge/AsyncResult.cpp
+    bridge/CallMessage.cpp
     bridge/DWKWebView.cpp
     bridge/DWKWebViewApi.cpp
     bridge/DWKWebViewCalls.cpp

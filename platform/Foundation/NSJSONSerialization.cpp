@@ -1,9 +1,11 @@
 #include "NSJSONSerialization.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
+#include <boost/json/stream_parser.hpp>
 #include <cmath>
 #include <cstring>
 
@@ -112,7 +114,7 @@ private:
     {
         if (text.capacity() - text.size() >= size)
             return;
-        if (s_spare.capacity() >= text.size() + size) {
+        if (size >= kSmallestSpare && s_spare.capacity() >= text.size() + size) {
             s_spare.assign(text);
             text.swap(s_spare);
         } else {
@@ -194,6 +196,15 @@ bool areTwoOfThreeBytes(std::uint64_t word)
         && second != 0xED;
 }
 
+// Checking a whole text for being UTF-8 costs less than checking every string of it.
+boost::json::parse_options optionsFor(std::size_t maxDepth)
+{
+    boost::json::parse_options options;
+    options.max_depth = maxDepth;
+    options.allow_invalid_utf8 = true;
+    return options;
+}
+
 void indent(std::string& text, std::size_t depth)
 {
     text += '\n';
@@ -235,22 +246,29 @@ void writePretty(std::string& text, const boost::json::value& value, std::size_t
 
 OptionalValue NSJSONSerialization::JSONObjectWithData(std::string_view text, std::string* error)
 {
-    // Checking the whole text at once costs less than checking every string of it.
     if (!isUTF8(text)) {
         if (error)
             *error = "the text is not UTF-8";
         return std::nullopt;
     }
-    boost::json::parse_options options;
-    options.max_depth = kMaxDepth;
-    options.allow_invalid_utf8 = true;
     boost::json::error_code failure;
-    auto value = boost::json::parse({ text.data(), text.size() }, failure, {}, options);
+    auto value = boost::json::parse({ text.data(), text.size() }, failure, {}, optionsFor(kMaxDepth));
     if (!failure)
         return value;
     if (error)
         *error = failure.message();
     return std::nullopt;
+}
+
+OptionalValue NSJSONSerialization::memberAtStart(std::string_view text, std::size_t& length)
+{
+    std::array<unsigned char, 4096> stack; // NOLINT(cppcoreguidelines-pro-type-member-init): the parser's to fill
+    boost::json::stream_parser parser({}, optionsFor(kMaxDepth - 1), stack.data(), stack.size());
+    boost::json::error_code failure;
+    length = parser.write_some(text.data(), text.size(), failure);
+    if (failure || !parser.done())
+        return std::nullopt;
+    return parser.release();
 }
 
 OptionalText NSJSONSerialization::dataWithJSONObject(const boost::json::value& value)
@@ -275,7 +293,10 @@ bool NSJSONSerialization::appendJSON(std::string& text, const boost::json::value
 
 void NSJSONSerialization::reuse(std::string&& text)
 {
-    if (text.capacity() >= std::max(kSmallestSpare, s_spare.capacity()) && text.capacity() <= kLargestSpare)
+    // Most are small, and need not look for the thread's own storage.
+    if (text.capacity() < kSmallestSpare || text.capacity() > kLargestSpare)
+        return;
+    if (text.capacity() >= s_spare.capacity())
         s_spare = std::move(text);
 }
 

@@ -14,6 +14,11 @@ public:
     /// @returns the value, a top-level null included; absent after an error.
     static OptionalValue JSONObjectWithData(std::string_view text, std::string* error = nullptr);
 
+    /// The value that a text begins with, which counts as lying one level deep; what follows it is left alone.
+    /// @param text is UTF-8. @param length receives how far the value goes, with blanks after it.
+    /// @returns absent when it begins with no value.
+    static OptionalValue memberAtStart(std::string_view text, std::size_t& length);
+
     /// Compact JSON text; absent when the value cannot be written: neither a map nor a list at the top, a number that
     /// is not finite, a text that is not UTF-8.
     static OptionalText dataWithJSONObject(const boost::json::value& value);

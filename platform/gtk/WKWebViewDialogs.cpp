@@ -12,10 +12,7 @@ namespace tq {
 // closed; an answer that comes later is set, then the dialog is closed; the last reference closes an unanswered one.
 class WKWebView::Impl::PendingDialog {
 public:
-    explicit PendingDialog(WebKitScriptDialog* dialog)
-        : m_dialog(dialog)
-    {
-    }
+    PendingDialog() = default;
     ~PendingDialog()
     {
         if (m_isKept)
@@ -24,6 +21,12 @@ public:
     PendingDialog(const PendingDialog&) = delete;
     PendingDialog& operator=(const PendingDialog&) = delete;
 
+    /// Nobody may hold this one for another dialog still.
+    void begin(WebKitScriptDialog* dialog)
+    {
+        m_dialog = dialog;
+        m_isAnswered = false;
+    }
     /// @param setAnswer is given the dialog; the first answer counts.
     template <class SetAnswer> void answer(const SetAnswer& setAnswer)
     {
@@ -45,7 +48,7 @@ public:
     }
 
 private:
-    WebKitScriptDialog* m_dialog;
+    WebKitScriptDialog* m_dialog = nullptr;
     bool m_isAnswered = false;
     bool m_isKept = false;
 };
@@ -109,7 +112,10 @@ gboolean WKWebView::Impl::scriptDialog(WebKitWebView*, WebKitScriptDialog* nativ
     auto& self = call.impl();
     // A load within the page ends without a word.
     self.isLeaving = self.isLeaving && webkit_web_view_is_loading(self.webView);
-    auto dialog = std::make_shared<PendingDialog>(native);
+    auto dialog = std::exchange(self.spareDialog, nullptr);
+    if (!dialog)
+        dialog = std::make_shared<PendingDialog>();
+    dialog->begin(native);
     const auto loadsBefore = self.loads;
     bool isAsked = true;
     runGuarded([&] { isAsked = self.ask(native, dialog); });
@@ -119,7 +125,9 @@ gboolean WKWebView::Impl::scriptDialog(WebKitWebView*, WebKitScriptDialog* nativ
     if (self.loads != loadsBefore)
         dialog->cancel();
     // One that nobody has kept is cancelled by the engine, which has its last reference.
-    if (!dialog->isAnswered() && dialog.use_count() > 1) {
+    if (dialog.use_count() == 1) {
+        self.spareDialog = std::move(dialog);
+    } else if (!dialog->isAnswered()) {
         dialog->keep();
         std::erase_if(self.pendingDialogs, [](const auto& pending) { return pending.expired(); });
         self.pendingDialogs.push_back(dialog);

@@ -104,6 +104,8 @@ struct WKWebView::Impl {
     GObjectPointer<GtkGesture> pinchBlocker;
     // Dialogs of the page that wait for the application's answer.
     std::vector<std::weak_ptr<PendingDialog>> pendingDialogs;
+    // For the next dialog: most are calls, and answered at once.
+    std::shared_ptr<PendingDialog> spareDialog;
     // Challenges that nobody has answered: dropping one would answer it.
     std::vector<GObjectPointer<WebKitAuthenticationRequest>> challenges;
     std::vector<Exception> exceptions;

@@ -1,3 +1,4 @@
+#include "bridge/CallMessage.h"
 #include "bridge/JSBUtil.h"
 #include "bridge/PercentEncoding.h"
 #include "bridge/ScriptBatch.h"
@@ -112,6 +113,37 @@ TEST(JsonTexts, SpecialBytesAreFoundWhereverTheyStand)
             }
         }
     }
+}
+
+// Most messages come in one form and are read by a shorter way; a blank before one makes it go the long way.
+TEST(CallMessages, ReadTheSameByEitherWay)
+{
+    const auto nested = [](int levels) {
+        return "{\"data\":" + std::string(static_cast<std::size_t>(levels), '[')
+            + std::string(static_cast<std::size_t>(levels), ']') + "}";
+    };
+    const std::vector<std::string> texts{ R"({"data":5})", R"({"data":-1.5e3})", R"({"data":null})",
+        R"({"data":"漢\n"})", R"({"data":{"a":[1,{"b":"}"}]}})", R"({"data":5,"_dscbstub":"dscb1"})",
+        R"({"data":null,"_dscbstub":"a.b$_9"})", R"({"data":5,"_dscbstub":""})", R"({"data":5,"_dscbstub":null})",
+        R"({"data":5,"_dscbstub":7})", R"({"data":5,"_dscbstub":"d\u0061"})", R"({"data":5,"_dscbstub":"é"})",
+        R"({"data":5,"_dscbstub":"a b"})", R"({"_dscbstub":"f","data":5})", R"({"data":5,"data":6})",
+        R"({"data":5,"_dscbstub":"f","_dscbstub":"g"})", R"({"data":5,"other":1})", R"({"data":5} )", R"({"data":5}x)",
+        R"({"data":5)", R"({"data":})", R"({"data":)", R"({"data":5,"_dscbstub":"f")", R"({"data":5,"_dscbstub":"f)",
+        R"({"data":tru})", "{\"data\":\"\xFF\"}", "{\"data\":5,\"_dscbstub\":\"a\nb\"}", R"({})", "", "[1]",
+        nested(511), nested(512), nested(513), nested(100000) };
+    for (const auto& text : texts) {
+        const auto message = CallMessage::read(text);
+        const auto other = CallMessage::read(" " + text);
+        EXPECT_EQ(message.data, other.data) << text;
+        EXPECT_EQ(message.callbackName, other.callbackName) << text;
+    }
+    EXPECT_EQ(CallMessage::read(texts[5]).data, OptionalValue(5));
+    EXPECT_EQ(CallMessage::read(texts[5]).callbackName, "dscb1");
+    EXPECT_EQ(CallMessage::read(texts[9]).callbackName, "");
+    EXPECT_FALSE(CallMessage::read(texts[2]).data);
+    EXPECT_TRUE(CallMessage::read(nested(511)).data);
+    EXPECT_FALSE(CallMessage::read(nested(512)).data);
+    EXPECT_FALSE(CallMessage::read(std::nullopt).data);
 }
 
 TEST(JsonTexts, PrettyTextReadsBackAsTheSameValue)
