@@ -12,6 +12,8 @@ std::vector<Figure> pageCallFigures();
 std::vector<Figure> dispatchFigures();
 /// Streams of results, against one script that brings the page the same.
 std::vector<Figure> streamFigures();
+/// Results escaped as little as can be, against the escaping of addresses.
+std::vector<Figure> escapeFigures();
 /// Calls of page functions, against a bare evaluation and the prompt that answers it.
 std::vector<Figure> nativeCallFigures();
 /// From the making of a view to its page's first call, against a bare view.

@@ -20,10 +20,11 @@ using namespace tq::bench;
 
 using Group = std::pair<std::string_view, std::vector<Figure> (*)()>;
 
-constexpr std::array<Group, 7> kGroups{ {
+constexpr std::array<Group, 8> kGroups{ {
     { "page-call", pageCallFigures },
     { "dispatch", dispatchFigures },
     { "stream", streamFigures },
+    { "escape", escapeFigures },
     { "native-call", nativeCallFigures },
     { "start", startFigures },
     { "join", joinFigures },
