@@ -27,6 +27,7 @@ using test::ReceivedRequest;
 
 constexpr double kLimit = 1.10;
 constexpr int kJoins = 4;
+constexpr int kRounds = 35;
 
 // When the library last told the engine to load a page.
 std::optional<Clock::time_point> s_loadTime;
@@ -186,7 +187,8 @@ Figure joinFigure(Joins& joins, const char* name, bool isCold)
                 joins.loadPage();
             }
             return total;
-        });
+        },
+        kRounds);
 }
 
 } // namespace

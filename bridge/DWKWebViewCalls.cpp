@@ -3,6 +3,7 @@
 #include "JSBUtil.h"
 #include "TQWhiteBoardLib/DWKWebView.h"
 #include "platform/Foundation/Dispatch.h"
+#include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSNumberReading.h"
 
 #include <cassert>
@@ -37,12 +38,16 @@ void DWKWebView::callHandler(std::string_view handlerName, JSCallback completion
 void DWKWebView::dispatchJavascriptCall(const DSCallInfo& info)
 {
     assert(isMainThread());
-    const boost::json::value message = {
-        { "method", info.method },
-        { "callbackId", info.id },
-        { "data", JSBUtil::objToJsonString(info.args) },
-    };
-    evaluateJavaScript("window._handleMessageFromNative(" + JSBUtil::objToJsonString(message) + ")");
+    // As objToJsonString writes the map of the three, without making it first.
+    std::string script = R"(window._handleMessageFromNative({"method":)";
+    if (NSJSONSerialization::appendText(script, info.method)) {
+        script += R"(,"callbackId":)" + std::to_string(info.id) + R"(,"data":)";
+        NSJSONSerialization::appendText(script, JSBUtil::objToJsonString(info.args));
+        script += "})";
+    } else {
+        script = "window._handleMessageFromNative({})";
+    }
+    evaluateJavaScript(script);
 }
 
 void DWKWebView::dispatchStartupQueue()

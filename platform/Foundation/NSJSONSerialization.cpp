@@ -18,14 +18,14 @@ constexpr std::size_t kMaxDepth = 512;
 // Which characters of a text are written otherwise than as they are.
 bool needsEscape(unsigned char character) { return character < 0x20 || character == '"' || character == '\\'; }
 
-// Whether one of the eight bytes needs an escape; it may say so for none, never the other way round.
-bool mayNeedEscape(std::uint64_t word)
+// Bytes that are looked at together, by vector instructions where there are any.
+using Block [[gnu::vector_size(16)]] = unsigned char;
+
+bool hasAny(Block flags)
 {
-    constexpr std::uint64_t kOnes = 0x0101010101010101U;
-    constexpr std::uint64_t kHighs = kOnes * 0x80U;
-    const auto hasZero = [](std::uint64_t bytes) { return (bytes - kOnes) & ~bytes & kHighs; };
-    const auto controls = (word - kOnes * 0x20U) & ~word & kHighs;
-    return (controls | hasZero(word ^ (kOnes * '"')) | hasZero(word ^ (kOnes * '\\'))) != 0;
+    std::array<std::uint64_t, sizeof(Block) / sizeof(std::uint64_t)> words;
+    std::memcpy(words.data(), &flags, sizeof(flags));
+    return std::ranges::any_of(words, [](std::uint64_t word) { return word != 0; });
 }
 
 // The storage of a large text, for the next one of this thread: new memory is slow when it is first touched.
@@ -57,14 +57,28 @@ public:
         }
     }
 
+    void writeText(std::string_view characters)
+    {
+        makeRoom(characters.size() + kSlack);
+        text += '"';
+        while (!characters.empty()) {
+            const auto plain = plainLength(characters);
+            text.append(characters, 0, plain);
+            if (plain == characters.size())
+                break;
+            writeEscape(static_cast<unsigned char>(characters[plain]));
+            characters.remove_prefix(plain + 1);
+        }
+        text += '"';
+    }
+
     /// Whether all texts that were written are UTF-8.
-    bool isValid() const { return !(m_seenBits & kHighBits) || isUTF8(text); }
+    bool isValid() const { return m_isAscii || isUTF8(text); }
 
     std::string text;
 
 private:
     static constexpr std::size_t kSlack = 64;
-    static constexpr std::uint64_t kHighBits = 0x8080808080808080U;
 
     bool writeList(const boost::json::array& list, std::size_t depth)
     {
@@ -94,21 +108,6 @@ private:
         return true;
     }
 
-    void writeText(std::string_view characters)
-    {
-        makeRoom(characters.size() + kSlack);
-        text += '"';
-        while (!characters.empty()) {
-            const auto plain = plainLength(characters);
-            text.append(characters, 0, plain);
-            if (plain == characters.size())
-                break;
-            writeEscape(static_cast<unsigned char>(characters[plain]));
-            characters.remove_prefix(plain + 1);
-        }
-        text += '"';
-    }
-
     // A large text is copied into its place once, and that place may have been used before.
     void makeRoom(std::size_t size)
     {
@@ -125,15 +124,17 @@ private:
     std::size_t plainLength(std::string_view characters)
     {
         std::size_t length = 0;
-        for (std::uint64_t word = 0; characters.size() - length >= sizeof(word); length += sizeof(word)) {
-            std::memcpy(&word, characters.data() + length, sizeof(word));
-            m_seenBits |= word;
-            if (mayNeedEscape(word))
+        Block seen{};
+        for (Block block; characters.size() - length >= sizeof(block); length += sizeof(block)) {
+            std::memcpy(&block, characters.data() + length, sizeof(block));
+            seen |= block;
+            if (hasAny((block < 0x20) | (block == '"') | (block == '\\')))
                 break;
         }
+        m_isAscii = m_isAscii && !hasAny(seen & 0x80);
         for (; length < characters.size(); ++length) {
             const auto character = static_cast<unsigned char>(characters[length]);
-            m_seenBits |= character;
+            m_isAscii = m_isAscii && character < 0x80;
             if (needsEscape(character))
                 break;
         }
@@ -155,8 +156,21 @@ private:
         text += kDigits[character & 0xFU];
     }
 
-    std::uint64_t m_seenBits = 0;
+    bool m_isAscii = true;
 };
+
+// What cannot be written leaves the text as it was.
+template <class Write> bool append(std::string& text, const Write& write)
+{
+    const auto size = text.size();
+    Writer writer;
+    writer.text = std::move(text);
+    const bool isWritten = write(writer) && writer.isValid();
+    text = std::move(writer.text);
+    if (!isWritten)
+        text.resize(size);
+    return isWritten;
+}
 
 // The length of the sequence that begins here, or 0 when it is none.
 std::size_t sequenceLength(const unsigned char* bytes, std::size_t available)
@@ -281,14 +295,15 @@ OptionalText NSJSONSerialization::dataWithJSONObject(const boost::json::value& v
 
 bool NSJSONSerialization::appendJSON(std::string& text, const boost::json::value& value)
 {
-    const auto size = text.size();
-    Writer writer;
-    writer.text = std::move(text);
-    const bool isWritten = writer.write(value, 2) && writer.isValid();
-    text = std::move(writer.text);
-    if (!isWritten)
-        text.resize(size);
-    return isWritten;
+    return append(text, [&](Writer& writer) { return writer.write(value, 2); });
+}
+
+bool NSJSONSerialization::appendText(std::string& text, std::string_view value)
+{
+    return append(text, [&](Writer& writer) {
+        writer.writeText(value);
+        return true;
+    });
 }
 
 void NSJSONSerialization::reuse(std::string&& text)

@@ -27,6 +27,9 @@ public:
     /// @returns whether the value could be written; if not, the text is as it was.
     static bool appendJSON(std::string& text, const boost::json::value& value);
 
+    /// The same for a text alone.
+    static bool appendText(std::string& text, std::string_view value);
+
     /// Takes a text that is not needed any more: a large one lends its memory, up to 8 MiB, to the next that this
     /// thread writes.
     static void reuse(std::string&& text);

@@ -91,7 +91,7 @@ TEST(JsonTexts, WhatJsonCannotHoldBecomesAnEmptyObject)
     EXPECT_EQ(JSBUtil::jsonStringToObject("[1]"), OptionalValue(boost::json::array{ 1 }));
 }
 
-// Texts are taken in pieces of eight bytes: every special one comes at every place of a piece.
+// Texts are taken in pieces of up to 16 bytes: every special one comes at every place of a piece.
 TEST(JsonTexts, SpecialBytesAreFoundWhereverTheyStand)
 {
     const std::vector<std::string> goodUnits{ "\"", "\\", "\n", "\x01", "\x1F", "\x7F", std::string(1, '\0'), "é", "漢",
@@ -100,7 +100,7 @@ TEST(JsonTexts, SpecialBytesAreFoundWhereverTheyStand)
         "\xE6\xBC", "\xE6(\xA2", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80", "\xF5\x80\x80\x80", "\xFF" };
     for (const std::string filler : { "a", "漢" }) {
         std::string before;
-        for (int place = 0; place < 20; ++place, before += filler) {
+        for (int place = 0; place < 40; ++place, before += filler) {
             for (const auto& unit : goodUnits) {
                 const std::string text = before + unit + filler + unit;
                 const boost::json::value value = { { text, { text, 1.5, -7, true, nullptr } } };
