@@ -48,4 +48,6 @@ void WKNavigationDelegate::didReceiveAuthenticationChallenge(
 {
 }
 
+void WKNavigationDelegate::webViewWebContentProcessDidTerminate(WKWebView&) { }
+
 } // namespace tq

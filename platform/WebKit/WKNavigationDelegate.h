@@ -68,10 +68,15 @@ public:
     virtual void didReceiveAuthenticationChallenge(
         WKWebView& webView, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion);
 
+    /// The process that ran the view's page has ended: it crashed, was killed, or took too much memory. The page is gone,
+    /// its dialogs with it, and its calls get no answer; the view can load a page again, from within this call too.
+    virtual void webViewWebContentProcessDidTerminate(WKWebView& webView);
+
     /// Which of the methods a class has.
     struct Methods {
         bool didStartProvisionalNavigation = false;
         bool didReceiveAuthenticationChallenge = false;
+        bool webViewWebContentProcessDidTerminate = false;
     };
     template <class Delegate> static constexpr Methods methodsOf()
     {
@@ -79,12 +84,14 @@ public:
         return {
             .didStartProvisionalNavigation = implements<DidStartProvisionalNavigation, Delegate, Protocol>(),
             .didReceiveAuthenticationChallenge = implements<DidReceiveAuthenticationChallenge, Delegate, Protocol>(),
+            .webViewWebContentProcessDidTerminate = implements<DidTerminate, Delegate, Protocol>(),
         };
     }
 
 private:
     template <class T> using DidStartProvisionalNavigation = decltype(&T::didStartProvisionalNavigation);
     template <class T> using DidReceiveAuthenticationChallenge = decltype(&T::didReceiveAuthenticationChallenge);
+    template <class T> using DidTerminate = decltype(&T::webViewWebContentProcessDidTerminate);
 };
 
 } // namespace tq

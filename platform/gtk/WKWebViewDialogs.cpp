@@ -149,8 +149,15 @@ void WKWebView::Impl::cancelDialogs(TellView tellView)
 void WKWebView::Impl::webProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason, gpointer impl)
 {
     const EngineCall call(impl);
-    if (!call.isTooLate())
-        call.impl().cancelDialogs(TellView::Yes);
+    if (call.isTooLate())
+        return;
+    auto& self = call.impl();
+    self.isLeaving = false;
+    self.challenges.clear();
+    self.cancelDialogs(TellView::Yes);
+    if (const auto delegate = self.view.m_navigationDelegate.respondingTo(
+            &WKNavigationDelegate::Methods::webViewWebContentProcessDidTerminate))
+        runGuarded([&] { delegate->webViewWebContentProcessDidTerminate(self.view); });
 }
 
 GtkWidget* WKWebView::Impl::create(WebKitWebView*, WebKitNavigationAction* action, gpointer impl)

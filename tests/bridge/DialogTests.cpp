@@ -422,6 +422,46 @@ TEST_F(DialogTest, DialogsGoWithTheirPageAndTheirView)
     runUntil([&] { return isGone; }, "the engine's view goes as well");
 }
 
+// Is told when a page's process has ended, and may ask for the next page at once.
+class Mourner final : public WKNavigationDelegate {
+public:
+    void webViewWebContentProcessDidTerminate(WKWebView& webView) override
+    {
+        ++deaths;
+        dialogsLeft = dialogs().size();
+        if (next)
+            webView.loadRequest({ .URL = NSURL::URLWithString(*next) });
+        throw std::runtime_error("a faulty delegate");
+    }
+    int deaths = 0;
+    std::size_t dialogsLeft = 0;
+    OptionalText next;
+};
+
+TEST_F(DialogTest, ADeadPageIsNoticedAndItsViewWorksOn)
+{
+    const auto delegate = std::make_shared<Mourner>();
+    view->setNavigationDelegate(delegate);
+    auto* engine = WEBKIT_WEB_VIEW(gtk_overlay_get_child(GTK_OVERLAY(nativeView(*view))));
+    for (const std::string question : { "alert('stay')", "confirm('stay')", "prompt('stay')", "0" }) {
+        load();
+        view->evaluateJavaScript(question);
+        if (question != "0")
+            dialog();
+        const auto deaths = delegate->deaths;
+        webkit_web_view_terminate_web_process(engine);
+        runUntil([&] { return delegate->deaths == deaths + 1; }, "the delegate is told");
+        EXPECT_EQ(delegate->dialogsLeft, 0U) << question;
+    }
+    const auto reported = reports->values.size();
+    delegate->next = pageWith("<script>prompt('_dsbridge=test.report', '{\"data\":\"again\"}')</script>");
+    load();
+    webkit_web_view_terminate_web_process(engine);
+    waitForReports(reported + 2);
+    EXPECT_EQ(reports->values.back(), OptionalValue("again"));
+    EXPECT_EQ(delegate->deaths, 5);
+}
+
 TEST_F(DialogTest, AViewThatIsDroppedInTheMiddleOfACallLeavesNothingBehind)
 {
     load();
