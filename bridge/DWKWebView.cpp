@@ -135,8 +135,10 @@ void DWKWebView::evalJavascript(std::int32_t delay) { scheduleFlush(delay, std::
 void DWKWebView::scheduleFlush(std::int32_t delay, std::optional<std::uint64_t> ticket)
 {
     auto flush = [self = std::static_pointer_cast<DWKWebView>(shared_from_this()), ticket] {
-        self->m_batch->flush(
-            ScriptBatch::milliseconds(), ticket, [&](std::string_view script) { self->evaluateJavaScript(script); });
+        self->m_batch->flush(ScriptBatch::milliseconds(), ticket, [&](std::string_view script) {
+            if (self->isPageAllowed())
+                self->evaluateJavaScript(script);
+        });
     };
     if (delay > 0)
         dispatchToMainAfter(std::chrono::milliseconds(delay), std::move(flush));

@@ -38,6 +38,8 @@ void DWKWebView::callHandler(std::string_view handlerName, JSCallback completion
 void DWKWebView::dispatchJavascriptCall(const DSCallInfo& info)
 {
     assert(isMainThread());
+    if (!isPageAllowed())
+        return;
     // As objToJsonString writes the map of the three, without making it first.
     std::string script = R"(window._handleMessageFromNative({"method":)";
     if (NSJSONSerialization::appendText(script, info.method)) {

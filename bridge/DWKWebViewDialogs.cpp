@@ -13,6 +13,7 @@ namespace {
 using Methods = WKUIDelegate::Methods;
 
 constexpr std::string_view kCallPrefix = "_dsbridge=";
+constexpr const char* kRefused = R"({"code":-1,"data":""})";
 constexpr const char* kDefaultTitle = "提示";
 constexpr const char* kDefaultOk = "确定";
 constexpr const char* kDefaultCancel = "取消";
@@ -80,7 +81,7 @@ void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::
     std::optional<std::string_view> defaultText, const WKFrameInfo& frame, std::function<void(OptionalText)> completion)
 {
     if (prompt.starts_with(kCallPrefix)) {
-        completion(answer(prompt.substr(kCallPrefix.size()), defaultText));
+        completion(isPageAllowed() ? answer(prompt.substr(kCallPrefix.size()), defaultText) : OptionalText(kRefused));
         return;
     }
     if (isLeavingPage())

@@ -7,6 +7,7 @@ add_library(tqwb_objects OBJECT
     bridge/DWKWebViewApi.cpp
     bridge/DWKWebViewCalls.cpp
     bridge/DWKWebViewDialogs.cpp
+    bridge/DWKWebViewOrigins.cpp
     bridge/InternalApis.cpp
     bridge/JSBUtil.cpp
     bridge/PercentEncoding.cpp

@@ -41,6 +41,14 @@ public:
     /// Takes a namespace out again; one that is not there is none to miss. Any thread.
     void removeJavascriptObject(const OptionalText& nameSpace);
 
+    /// Restricts the bridge to pages of some origins; recommended wherever the pages' servers are known. A page of
+    /// another origin has its calls refused as if nothing were registered (with a log line), and gets neither results
+    /// nor calls. A frame within a page counts as that page: the engine does not tell them apart. Main thread.
+    /// @param origins "https://host", with ":port" unless it is the scheme's own; exact hosts. Absent: every page, as
+    /// at first.
+    /// @returns false, with nothing changed, when one of them is no origin.
+    bool setAllowedOrigins(const std::optional<std::vector<std::string>>& origins);
+
     /// In debug mode an exception that leaves a native method ends the program, and a call that finds no method is
     /// shown to the page's user. Off at first.
     void setDebugMode(DebugMode mode) { m_isDebug = mode == DebugMode::On; }
@@ -151,6 +159,7 @@ private:
     void reportMissingMethod(std::string_view methodName);
     std::string dialogText(const char* key, const char* defaultText) const;
     void showDialog(const std::shared_ptr<UIAlertView>& dialog);
+    bool isPageAllowed() const;
     void queueScript(std::string_view script);
     void scheduleFlush(std::int32_t delay, std::optional<std::uint64_t> ticket);
 
@@ -172,6 +181,7 @@ private:
     std::vector<std::weak_ptr<UIAlertView>> m_dialogs;
     std::unique_ptr<ScriptBatch> m_batch;
     bool m_isDebug = false;
+    std::optional<std::vector<std::string>> m_allowedOrigins;
     WeakDelegate<WKUIDelegate> m_dsUIDelegate;
 };
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "NSTypes.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,6 +16,12 @@ public:
     static std::optional<NSURL> URLWithString(std::string_view text);
 
     const std::string& absoluteString() const { return m_text; }
+
+    /// Scheme, host and port, in small letters and without the port that the scheme has anyway: "https://host:8443".
+    /// Absent for an address that names no host.
+    OptionalText origin() const;
+    /// Whether there is no path, query, fragment or user beside the origin; a lone "/" does not count.
+    bool isOriginAlone() const;
 
 private:
     explicit NSURL(std::string text)

@@ -68,8 +68,9 @@ public:
     virtual void didReceiveAuthenticationChallenge(
         WKWebView& webView, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion);
 
-    /// The process that ran the view's page has ended: it crashed, was killed, or took too much memory. The page is gone,
-    /// its dialogs with it, and its calls get no answer; the view can load a page again, from within this call too.
+    /// The process that ran the view's page has ended: it crashed, was killed, or took too much memory. The page is
+    /// gone, its dialogs with it, and its calls get no answer; the view can load a page again, from within this call
+    /// too.
     virtual void webViewWebContentProcessDidTerminate(WKWebView& webView);
 
     /// Which of the methods a class has.

@@ -31,6 +31,9 @@ public:
     /// Runs a script in the page, at once and without an answer. Scripts run in the order of the calls; one that is
     /// sent before the first page is lost.
     void evaluateJavaScript(std::string_view script);
+    /// The origin of the page that runs in the view, however it came there, and not of one that is still to come.
+    /// Absent before the first page and for pages without a host, such as "about:" and "data:" ones.
+    const OptionalText& pageOrigin() const;
     /// The page's address; absent before the first page.
     OptionalText URL() const;
     /// How much of the page has arrived, from 0 to 1.

@@ -121,8 +121,13 @@ void WKWebView::Impl::loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointe
     if (call.isTooLate())
         return;
     auto& self = call.impl();
-    if (event == WEBKIT_LOAD_COMMITTED)
+    if (event == WEBKIT_LOAD_COMMITTED) {
+        // The address that the engine gives at other times may be that of a page to come.
+        const auto url = self.view.URL();
+        const auto address = url ? NSURL::URLWithString(*url) : std::nullopt;
+        self.pageOrigin = address ? address->origin() : std::nullopt;
         self.cancelDialogs(TellView::Yes);
+    }
     if (event == WEBKIT_LOAD_COMMITTED || event == WEBKIT_LOAD_FINISHED)
         self.isLeaving = false;
     if (event != WEBKIT_LOAD_STARTED)
@@ -195,6 +200,8 @@ void WKWebView::evaluateJavaScript(std::string_view script)
     webkit_web_view_evaluate_javascript(m_impl->webView, script.data(), static_cast<gssize>(script.size()), nullptr,
         nullptr, nullptr, nullptr, nullptr);
 }
+
+const OptionalText& WKWebView::pageOrigin() const { return m_impl->pageOrigin; }
 
 OptionalText WKWebView::URL() const
 {

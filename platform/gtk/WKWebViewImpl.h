@@ -109,6 +109,7 @@ struct WKWebView::Impl {
     // Challenges that nobody has answered: dropping one would answer it.
     std::vector<GObjectPointer<WebKitAuthenticationRequest>> challenges;
     std::vector<Exception> exceptions;
+    OptionalText pageOrigin;
     // How often the application has asked for a page.
     std::uint64_t loads = 0;
     // The application has asked for another page, which has neither come nor failed.
