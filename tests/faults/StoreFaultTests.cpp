@@ -1,0 +1,315 @@
+// What becomes of the stored settings when processes are killed, disks are full and files are damaged.
+
+#include "platform/Foundation/NSUserDefaults.h"
+#include "platform/gtk/DefaultsDatabase.h"
+#include "tests/support/Child.h"
+#include "tests/support/Log.h"
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <random>
+#include <sys/resource.h>
+#include <thread>
+#include <unistd.h>
+
+namespace tq::test {
+namespace {
+
+namespace fs = std::filesystem;
+using Tell = Child::Tell;
+
+// A value that shows whether it is whole: a number, and as many bytes that follow from it as the number says.
+std::string valueOf(unsigned number)
+{
+    // From a few bytes to several pages, and now and then a large one.
+    const std::size_t size = number % 40 == 0 ? 300000 : std::array<std::size_t, 4>{ 10, 700, 5000, 20000 }[number % 4];
+    std::string value = std::to_string(number) + ":";
+    std::minstd_rand bytes(number + 1);
+    while (value.size() < size)
+        value += static_cast<char>(bytes() >> 8U);
+    return value;
+}
+
+// The number of a whole value; absent for a torn one.
+std::optional<unsigned> numberOf(const OptionalText& value)
+{
+    if (!value)
+        return std::nullopt;
+    const auto number = static_cast<unsigned>(std::strtoul(value->c_str(), nullptr, 10));
+    return valueOf(number) == *value ? std::optional(number) : std::nullopt;
+}
+
+boost::json::object objectOf(const std::string& text) { return { { "value", text } }; }
+
+std::string textOf(const std::optional<boost::json::object>& object)
+{
+    return object ? std::string(object->at("value").as_string()) : "nothing";
+}
+
+// As many bytes as a file may have from now on, in this process.
+void limitFiles(rlim_t bytes)
+{
+    const rlimit limit{ bytes, RLIM_INFINITY };
+    setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+class StoreFaultTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        clearLog();
+        fs::remove_all(m_data);
+        fs::create_directories(folder);
+    }
+    // NSUserDefaults is one a process: only children use it.
+    void run(const std::function<void(const Tell&)>& body, const std::string& expected)
+    {
+        EXPECT_EQ(Child([&](const Tell& tell) {
+            clearLog();
+            body(tell);
+        }).readRest(),
+            expected);
+    }
+    OptionalText stored(std::string_view key = "key") { return DefaultsDatabase(file).read(key); }
+    long asideFiles() const
+    {
+        return std::ranges::count_if(fs::directory_iterator(folder), [](const auto& entry) {
+            const auto name = entry.path().filename().string();
+            return name.find(".damaged-") != std::string::npos && !name.ends_with("-wal") && !name.ends_with("-shm");
+        });
+    }
+
+    const fs::path m_data = getenv("XDG_DATA_HOME");
+    const fs::path folder = m_data / fs::read_symlink("/proc/self/exe").filename();
+    const fs::path file = folder / "user-defaults.sqlite";
+};
+
+TEST_F(StoreFaultTest, AKilledProcessLeavesTheOldValueOrTheNew)
+{
+    constexpr int kKills = 240;
+    std::mt19937 random(7);
+    unsigned saved = 0;
+    unsigned total = 0;
+    for (int round = 0; round < kKills; ++round) {
+        SCOPED_TRACE(round);
+        const auto first = saved + 1;
+        Child child([&](const Tell& tell) {
+            tell("begin");
+            DefaultsDatabase database(file);
+            for (auto number = first;; ++number) {
+                if (!database.write("key", valueOf(number)))
+                    _exit(1);
+                tell(std::to_string(number));
+            }
+        });
+        child.readLine();
+        // Not a wait for anything: the point at which it dies is what varies, from the first opening of the file on.
+        std::this_thread::sleep_for(std::chrono::microseconds(random() % (round % 2 ? 40000 : 4000)));
+        child.kill();
+        auto lines = child.readRest();
+        if (!lines.empty()) {
+            lines.pop_back();
+            saved = static_cast<unsigned>(std::stoul(lines.substr(lines.rfind('\n') + 1)));
+        }
+        total += saved + 1 - first;
+        const auto value = stored();
+        if (!saved && !value)
+            continue;
+        const auto found = numberOf(value);
+        ASSERT_TRUE(found) << "a torn value of " << (value ? value->size() : 0) << " bytes";
+        ASSERT_GE(*found, saved) << "a finished save is lost";
+        ASSERT_LE(*found, saved + 1);
+        saved = *found;
+    }
+    EXPECT_GT(total, 50U) << "hardly anything was saved: the kills have hit nothing";
+    EXPECT_EQ(asideFiles(), 0);
+    EXPECT_TRUE(logLines().empty());
+}
+
+TEST_F(StoreFaultTest, ProcessesThatSaveAtOnceLoseNothing)
+{
+    constexpr unsigned kSaves = 60;
+    auto save = [&](const std::string& name) {
+        return [this, name](const Tell& tell) {
+            for (unsigned number = 0; number < kSaves; ++number) {
+                // Anew each time: opening and closing is what processes do to each other, too.
+                DefaultsDatabase database(file);
+                if (!database.write(name + std::to_string(number), valueOf(number))
+                    || !database.write("common", valueOf(number)) || !numberOf(database.read("common")))
+                    tell("failed at " + std::to_string(number));
+            }
+            for (const auto& line : logLines())
+                tell(line);
+        };
+    };
+    // They make the file at once as well.
+    Child one(save("one "));
+    Child other(save("other "));
+    EXPECT_EQ(one.readRest(), "");
+    EXPECT_EQ(other.readRest(), "");
+    for (const auto* name : { "one ", "other " }) {
+        for (unsigned number = 0; number < kSaves; ++number)
+            ASSERT_EQ(numberOf(stored(name + std::to_string(number))), number) << name;
+    }
+    EXPECT_EQ(numberOf(stored("common")), kSaves - 1);
+}
+
+TEST_F(StoreFaultTest, AFullDiskKeepsTheOldValueOnItAndTheNewOneInTheProcess)
+{
+    const std::string large(200000, 'n');
+    const auto tried = [&](rlim_t room, const std::string& was, bool isMadeRoom) {
+        return [=, this](const Tell& tell) {
+            std::signal(SIGXFSZ, SIG_IGN);
+            auto& defaults = NSUserDefaults::standardUserDefaults();
+            // The first time, not even the opening of the file finds room.
+            if (was != "nothing")
+                tell(textOf(defaults.dictionaryForKey("key")));
+            limitFiles(room);
+            defaults.setObject(objectOf(large), "key");
+            tell(textOf(defaults.dictionaryForKey("key")) == large ? "new in the process" : "lost");
+            tell(hasLineBeginning("user defaults: " + file.string() + " cannot be ") ? "logged" : "silent");
+            tell(defaults.synchronize() ? "saved" : "not saved");
+            limitFiles(RLIM_INFINITY);
+            if (isMadeRoom)
+                tell(defaults.synchronize() ? "saved" : "never saved");
+            tell(textOf(defaults.dictionaryForKey("key")) == large ? "new in the process" : "lost");
+        };
+    };
+    // There is room for nothing at all, or for the files and not for what is to be saved; from the first save on, or
+    // later.
+    for (const rlim_t room : { 0, 60000 }) {
+        for (const bool isFirst : { true, false }) {
+            SCOPED_TRACE(std::to_string(room) + (isFirst ? " for the first save" : ""));
+            SetUp();
+            if (!isFirst) {
+                EXPECT_TRUE(DefaultsDatabase(file).write("key", R"({"value":"old"})"));
+            }
+            const std::string was = isFirst ? "nothing" : "old";
+            const auto refused = (isFirst ? "" : "old\n") + std::string("new in the process\nlogged\nnot saved\n");
+            run(tried(room, was, false), refused + "new in the process\n");
+            EXPECT_EQ(stored(), isFirst ? std::nullopt : OptionalText(R"({"value":"old"})"));
+            run(tried(room, was, true), refused + "saved\nnew in the process\n");
+            EXPECT_EQ(stored(), R"({"value":")" + large + "\"}");
+            EXPECT_EQ(asideFiles(), 0);
+        }
+    }
+}
+
+// Ways to spoil a file.
+void overwrite(const fs::path& path, std::uintmax_t from, std::uintmax_t count)
+{
+    std::minstd_rand bytes(3);
+    std::fstream stream(path, std::ios::in | std::ios::out | std::ios::binary);
+    stream.seekp(static_cast<std::streamoff>(from));
+    for (; count; --count)
+        stream.put(static_cast<char>(bytes() >> 8U));
+}
+
+void truncate(const fs::path& path, unsigned percent) { fs::resize_file(path, fs::file_size(path) * percent / 100); }
+
+TEST_F(StoreFaultTest, ADamagedStoreNeverGivesAWrongValueAndWorksAgain)
+{
+    constexpr int kKeys = 16;
+    constexpr std::uintmax_t kPage = 4096;
+    const auto keyOf = [](int number) { return "key " + std::to_string(number); };
+    const auto textFor = [](const char* name, int number) {
+        return name + std::to_string(number) + std::string(number % 7 == 0 ? 9000 : 600, '.');
+    };
+    // Half of the entries are in the file and half in its log only, which a killed process has left.
+    const auto make = [&] {
+        SetUp();
+        for (const int half : { 0, 1 }) {
+            Child([&](const Tell&) {
+                DefaultsDatabase database(file);
+                for (int number = half; number < kKeys; number += 2)
+                    database.write(keyOf(number), R"({"value":")" + textFor("old ", number) + "\"}");
+                if (half)
+                    _exit(0);
+            }).readRest();
+        }
+    };
+    const fs::path log = file.string() + "-wal";
+    make();
+    ASSERT_GT(fs::file_size(log), 8 * kPage);
+    ASSERT_GT(fs::file_size(file), 5 * kPage);
+
+    struct Row {
+        std::string name;
+        std::function<void()> damage;
+        // How many of the old entries must have survived.
+        int kept = 0;
+        bool isUsable = true;
+    };
+    std::vector<Row> rows{
+        { "no file", [&] { fs::remove(file); } },
+        { "empty file", [&] { truncate(file, 0); } },
+        { "half a header", [&] { fs::resize_file(file, 50); } },
+        { "header", [&] { overwrite(file, 0, 100); } },
+        { "half a file", [&] { truncate(file, 50); } },
+        { "file", [&] { overwrite(file, 0, fs::file_size(file)); } },
+        { "no log", [&] { fs::remove(log); }, kKeys / 2 },
+        { "empty log", [&] { truncate(log, 0); }, kKeys / 2 },
+        { "half a log", [&] { truncate(log, 50); }, kKeys / 2 },
+        { "log's header", [&] { overwrite(log, 0, 32); }, kKeys / 2 },
+        { "log", [&] { overwrite(log, 0, fs::file_size(log)); }, kKeys / 2 },
+        { "the middle of the log", [&] { overwrite(log, fs::file_size(log) / 2, kPage); }, kKeys / 2 },
+        { "empty file and no log",
+            [&] {
+                truncate(file, 0);
+                fs::remove(log);
+            } },
+        { "index", [&] { overwrite(file.string() + "-shm", 0, 32768); }, kKeys },
+        { "empty index", [&] { truncate(file.string() + "-shm", 0); }, kKeys },
+        { "folder in the file's place",
+            [&] {
+                fs::remove(file);
+                fs::create_directories(file / "full");
+            },
+            0, false },
+    };
+    // Every page on its own, with no log that holds a good copy of it.
+    for (std::uintmax_t page = 0; page < fs::file_size(file) / kPage; ++page)
+        rows.push_back({ "page " + std::to_string(page), [&, page] {
+                            stored();
+                            ASSERT_FALSE(fs::exists(log));
+                            overwrite(file, page * kPage, kPage);
+                        } });
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        make();
+        row.damage();
+        run(
+            [&](const Tell& tell) {
+                auto& defaults = NSUserDefaults::standardUserDefaults();
+                int kept = 0;
+                for (int number = 0; number < kKeys; ++number) {
+                    const auto text = textOf(defaults.dictionaryForKey(keyOf(number)));
+                    if (text == textFor("old ", number))
+                        ++kept;
+                    else if (text != "nothing")
+                        tell("a wrong value of " + keyOf(number));
+                }
+                if (kept < row.kept)
+                    tell("only " + std::to_string(kept) + " are left");
+                for (int number = 0; number < kKeys; ++number)
+                    defaults.setObject(objectOf(textFor("new ", number)), keyOf(number));
+                for (int number = 0; number < kKeys; ++number) {
+                    if (textOf(defaults.dictionaryForKey(keyOf(number))) != textFor("new ", number))
+                        tell("lost in the process: " + keyOf(number));
+                }
+                tell(defaults.synchronize() ? "saved" : "not saved");
+            },
+            row.isUsable ? "saved\n" : "not saved\n");
+        for (int number = 0; row.isUsable && number < kKeys; ++number)
+            ASSERT_EQ(stored(keyOf(number)), R"({"value":")" + textFor("new ", number) + "\"}") << keyOf(number);
+    }
+}
+
+} // namespace
+} // namespace tq::test
