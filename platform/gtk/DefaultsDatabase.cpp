@@ -105,7 +105,8 @@ void DefaultsDatabase::close()
 
 bool DefaultsDatabase::ensureOpen()
 {
-    if (m_database)
+    // Another process may have set the file aside, and nobody would look into the old one again.
+    if (m_database && inodeOf(m_path) == m_inode)
         return true;
     int code = open();
     if (code != SQLITE_OK && setAsideIfDamaged(code))

@@ -311,5 +311,32 @@ TEST_F(StoreFaultTest, ADamagedStoreNeverGivesAWrongValueAndWorksAgain)
     }
 }
 
+TEST_F(StoreFaultTest, AProcessNoticesThatTheFileHasBeenReplaced)
+{
+    for (const bool isSetAside : { true, false }) {
+        SCOPED_TRACE(isSetAside ? "set aside" : "removed");
+        SetUp();
+        DefaultsDatabase database(file);
+        EXPECT_TRUE(database.write("key", "old"));
+        // As a process does that finds it damaged.
+        for (const std::string suffix : { "", "-wal", "-shm" }) {
+            if (isSetAside)
+                fs::rename(file.string() + suffix, file.string() + ".damaged-1" + suffix);
+            else
+                fs::remove(file.string() + suffix);
+        }
+        Child([&](const Tell& tell) {
+            DefaultsDatabase other(file);
+            other.write("other", "one");
+            tell("saved");
+            _exit(0);
+        }).readRest();
+        EXPECT_TRUE(database.write("key", "new"));
+        EXPECT_EQ(stored(), "new") << "what was saved is not where the next run looks for it";
+        EXPECT_EQ(database.read("other"), "one");
+        EXPECT_EQ(stored("other"), "one");
+    }
+}
+
 } // namespace
 } // namespace tq::test
