@@ -1,6 +1,7 @@
 #include "DefaultsDatabase.h"
 
 #include "../Foundation/NSLog.h"
+#include "GLibPointers.h"
 
 #include <cstdio>
 #include <ctime>
@@ -67,8 +68,21 @@ int DefaultsDatabase::open()
     close();
     createPrivately(m_path);
     m_inode = inodeOf(m_path);
+    const int code = open(m_path, SQLITE_OPEN_READWRITE);
+    // Even reading needs files beside this one, and they cannot be made in a folder that may only be read. Without a
+    // log the file is all there is, and can be read by itself for the moment.
+    m_isForTheMoment = (code == SQLITE_CANTOPEN || code == SQLITE_READONLY) && m_inode && !inodeOf(m_path + "-wal");
+    if (!m_isForTheMoment)
+        return code;
+    close();
+    const GCharPointer uri(g_filename_to_uri(m_path.c_str(), nullptr, nullptr));
+    return open(std::string(uri ? uri.get() : "") + "?immutable=1", SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+}
+
+int DefaultsDatabase::open(const std::string& name, int flags)
+{
     sqlite3* database = nullptr;
-    int code = sqlite3_open_v2(m_path.c_str(), &database, SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX, nullptr);
+    int code = sqlite3_open_v2(name.c_str(), &database, flags | SQLITE_OPEN_FULLMUTEX, nullptr);
     m_database.reset(database);
     if (code != SQLITE_OK)
         return code;
@@ -106,7 +120,7 @@ void DefaultsDatabase::close()
 bool DefaultsDatabase::ensureOpen()
 {
     // Another process may have set the file aside, and nobody would look into the old one again.
-    if (m_database && inodeOf(m_path) == m_inode)
+    if (m_database && !m_isForTheMoment && inodeOf(m_path) == m_inode)
         return true;
     int code = open();
     if (code != SQLITE_OK && setAsideIfDamaged(code))

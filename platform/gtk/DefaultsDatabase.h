@@ -37,6 +37,7 @@ private:
 
     bool ensureOpen();
     int open();
+    int open(const std::string& name, int flags);
     int prepare(const char* sql, Statement& statement);
     void close();
     int tryRead(std::string_view key, OptionalText& text);
@@ -47,6 +48,8 @@ private:
     const std::string m_path;
     // Of the file that was opened.
     ino_t m_inode = 0;
+    // Opened as it is, without a look at what other processes do: good for one reading only.
+    bool m_isForTheMoment = false;
     std::unique_ptr<sqlite3, Close> m_database;
     Statement m_read;
     Statement m_write;

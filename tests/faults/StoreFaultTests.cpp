@@ -201,6 +201,60 @@ TEST_F(StoreFaultTest, AFullDiskKeepsTheOldValueOnItAndTheNewOneInTheProcess)
     }
 }
 
+TEST_F(StoreFaultTest, AStoreThatMayOnlyBeReadIsReadAndRefusesSaves)
+{
+    enum class Log { Absent, LeftBehind };
+    struct Row {
+        const char* name;
+        unsigned folderMode;
+        unsigned fileMode;
+        Log log;
+        const char* read;
+    };
+    const std::array<Row, 5> rows{ {
+        { "file", 0777, 0444, Log::Absent, "old" },
+        { "folder and file", 0555, 0444, Log::Absent, "old" },
+        { "folder", 0555, 0666, Log::Absent, "old" },
+        { "folder and file, with a log", 0555, 0444, Log::LeftBehind, "old" },
+        { "nothing", 0000, 0600, Log::Absent, "nothing" },
+    } };
+    // Somebody else's process reaches the folder.
+    fs::permissions(getenv("TQWB_TEST_FOLDER"), fs::perms::others_exec, fs::perm_options::add);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        SetUp();
+        fs::permissions(m_data, fs::perms(0755));
+        Child([&](const Tell&) {
+            DefaultsDatabase database(file);
+            database.write("key", R"({"value":"old"})");
+            if (row.log == Log::LeftBehind)
+                _exit(0);
+        }).readRest();
+        ASSERT_EQ(fs::exists(file.string() + "-wal"), row.log == Log::LeftBehind);
+        for (const auto& entry : fs::directory_iterator(folder))
+            fs::permissions(entry.path(), fs::perms(row.fileMode));
+        fs::permissions(folder, fs::perms(row.folderMode));
+        run(
+            [&](const Tell& tell) {
+                if (!geteuid() && (setgid(65534) || setuid(65534)))
+                    _exit(1);
+                auto& defaults = NSUserDefaults::standardUserDefaults();
+                tell(textOf(defaults.dictionaryForKey("key")));
+                clearLog();
+                defaults.setObject(objectOf("new"), "key");
+                tell(hasLineBeginning("user defaults: " + file.string() + " cannot be ") ? "logged" : "silent");
+                tell(textOf(defaults.dictionaryForKey("key")));
+                tell(defaults.synchronize() ? "saved" : "not saved");
+            },
+            row.read + std::string("\nlogged\nnew\nnot saved\n"));
+        fs::permissions(folder, fs::perms(0700));
+        for (const auto& entry : fs::directory_iterator(folder))
+            fs::permissions(entry.path(), fs::perms(0600));
+        EXPECT_EQ(stored(), R"({"value":"old"})");
+        EXPECT_EQ(asideFiles(), 0);
+    }
+}
+
 // Ways to spoil a file.
 void overwrite(const fs::path& path, std::uintmax_t from, std::uintmax_t count)
 {
