@@ -10,6 +10,7 @@
 #include <gio/gio.h>
 #include <sstream>
 #include <stdexcept>
+#include <sys/socket.h>
 
 namespace tq::test {
 
@@ -64,10 +65,47 @@ bool readRequest(GInputStream* input, GCancellable* cancellable, ReceivedRequest
     return true;
 }
 
+GObjectPointer<GIOStream> secured(GIOStream* plain, const std::string& identity)
+{
+    const auto& files = certificate();
+    const GObjectPointer<GTlsCertificate> tls(identity.empty()
+            ? g_tls_certificate_new_from_files(files.serverFile().c_str(), files.keyFile().c_str(), nullptr)
+            : g_tls_certificate_new_from_pem(identity.data(), static_cast<gssize>(identity.size()), nullptr));
+    return GObjectPointer<GIOStream>(g_tls_server_connection_new(plain, tls.get(), nullptr));
+}
+
 } // namespace
 
+bool Wire::send(const std::string& bytes)
+{
+    return g_output_stream_write_all(
+               g_io_stream_get_output_stream(m_connection), bytes.data(), bytes.size(), nullptr, m_cancellable, nullptr)
+        != FALSE;
+}
+
+void Wire::reset()
+{
+    auto* socket = g_socket_connection_get_socket(G_SOCKET_CONNECTION(m_plain));
+    const linger atOnce{ 1, 0 };
+    setsockopt(g_socket_get_fd(socket), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+    g_socket_close(socket, nullptr);
+}
+
+void Wire::waitForEnd()
+{
+    std::string ignored;
+    while (readMore(g_io_stream_get_input_stream(m_connection), m_cancellable, ignored)) { }
+}
+
 HttpsServer::HttpsServer(Answer answer)
-    : m_answer(std::move(answer))
+    : HttpsServer(
+        [answer = std::move(answer)](const ReceivedRequest& request, Wire& wire) { wire.send(answer(request)); }, {})
+{
+}
+
+HttpsServer::HttpsServer(Conversation conversation, Transport transport)
+    : m_conversation(std::move(conversation))
+    , m_transport(std::move(transport))
     , m_listener(g_socket_listener_new())
     , m_cancellable(g_cancellable_new())
 {
@@ -99,6 +137,7 @@ void HttpsServer::serve()
             g_socket_listener_accept(m_listener, nullptr, m_cancellable, nullptr));
         if (!plain)
             continue;
+        ++m_connections;
         // A client may open a connection and say nothing for long.
         conversations.emplace_back([this, held = retained(plain.get())] { converse(G_IO_STREAM(held.get())); });
     }
@@ -106,10 +145,7 @@ void HttpsServer::serve()
 
 void HttpsServer::converse(GIOStream* plain)
 {
-    const auto& files = certificate();
-    const GObjectPointer<GTlsCertificate> tls(
-        g_tls_certificate_new_from_files(files.serverFile().c_str(), files.keyFile().c_str(), nullptr));
-    const GObjectPointer<GIOStream> connection(g_tls_server_connection_new(plain, tls.get(), nullptr));
+    auto connection = m_transport.isPlain ? retained(plain) : secured(plain, m_transport.identity);
     ReceivedRequest request;
     if (!readRequest(g_io_stream_get_input_stream(connection.get()), m_cancellable, request))
         return;
@@ -117,9 +153,8 @@ void HttpsServer::converse(GIOStream* plain)
         const std::lock_guard lock(m_mutex);
         m_requests.push_back(request);
     }
-    const auto bytes = m_answer(request);
-    g_output_stream_write_all(
-        g_io_stream_get_output_stream(connection.get()), bytes.data(), bytes.size(), nullptr, m_cancellable, nullptr);
+    Wire wire(plain, connection.get(), m_cancellable);
+    m_conversation(request, wire);
     g_io_stream_close(connection.get(), m_cancellable, nullptr);
 }
 

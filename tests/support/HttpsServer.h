@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
@@ -52,9 +53,41 @@ private:
     T m_value;
 };
 
+/// The server's end of a connection, for servers that fail in the middle of an answer.
+class Wire {
+public:
+    Wire(GIOStream* plain, GIOStream* connection, GCancellable* cancellable)
+        : m_plain(plain)
+        , m_connection(connection)
+        , m_cancellable(cancellable)
+    {
+    }
+    /// @returns false when the other end has gone.
+    bool send(const std::string& bytes);
+    /// The other end learns of it as of a machine that has crashed and come back.
+    void reset();
+    /// Returns when the other end has gone, or the server goes.
+    void waitForEnd();
+
+private:
+    GIOStream* m_plain;
+    GIOStream* m_connection;
+    GCancellable* m_cancellable;
+};
+
 /// Answers every request on 127.0.0.1 with bytes that the test chooses, over real TLS, one connection a request.
 class HttpsServer {
 public:
+    /// Does as it likes with a connection, once its request has come. On a thread of the connection's own.
+    using Conversation = std::function<void(const ReceivedRequest& request, Wire& wire)>;
+    /// How connections begin.
+    struct Transport {
+        /// A certificate and its key as a PEM text; empty: those that `authority` has signed.
+        std::string identity;
+        bool isPlain = false;
+    };
+    HttpsServer(Conversation conversation, Transport transport);
+
     /// What is sent for a request, byte for byte. Empty: the connection is closed without an answer.
     using Answer = std::function<std::string(const ReceivedRequest&)>;
 
@@ -66,6 +99,8 @@ public:
     /// "localhost:PORT".
     const std::string& host() const { return m_host; }
     std::vector<ReceivedRequest> requests() const;
+    /// How many there have been, with a request or without.
+    int connections() const { return m_connections; }
 
     /// The certificate that signs all servers of this process, as a PEM text.
     static const std::string& authority();
@@ -76,7 +111,9 @@ private:
     void serve();
     void converse(GIOStream* plain);
 
-    Answer m_answer;
+    Conversation m_conversation;
+    Transport m_transport;
+    std::atomic<int> m_connections = 0;
     std::string m_host;
     GSocketListener* m_listener = nullptr;
     GCancellable* m_cancellable = nullptr;
