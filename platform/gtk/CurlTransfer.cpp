@@ -13,6 +13,7 @@
 #include <memory>
 #include <mutex>
 #include <sstream>
+#include <string_view>
 #include <variant>
 
 namespace tq {
@@ -82,24 +83,38 @@ private:
     std::atomic<bool> m_isEnding = false;
 };
 
-struct Body {
-    std::string bytes;
+struct Answer {
+    std::string body;
     bool isTooLong = false;
+    // The empty line has come that ends the head; a connection that is closed before it counts for libcurl as well.
+    bool isHeadWhole = false;
 };
 
 std::size_t receive(char* data, std::size_t, std::size_t size, void* target)
 {
-    auto& body = *static_cast<Body*>(target);
-    if (body.bytes.size() + size > kMaxBody) {
-        body.isTooLong = true;
+    auto& answer = *static_cast<Answer*>(target);
+    if (answer.body.size() + size > kMaxBody) {
+        answer.isTooLong = true;
         return 0;
     }
     std::size_t taken = 0;
     runGuarded([&] {
-        body.bytes.append(data, size);
+        answer.body.append(data, size);
         taken = size;
     });
     return taken;
+}
+
+// Told of the head, line by line, and of what may follow the body.
+std::size_t receiveHead(char* data, std::size_t, std::size_t size, void* target)
+{
+    auto& answer = *static_cast<Answer*>(target);
+    const std::string_view line(data, size);
+    if (line.starts_with("HTTP/"))
+        answer.isHeadWhole = false;
+    else if (line == "\r\n" || line == "\n")
+        answer.isHeadWhole = true;
+    return size;
 }
 
 int stopWhenEnding(void*, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
@@ -148,6 +163,8 @@ void setLimits(CURL* handle, Clock::time_point deadline)
 {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
     curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(std::max<std::int64_t>(left, 1)));
+    // For what the head says of its body's length, even a length that no number holds.
+    curl_easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(kMaxBody));
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
@@ -219,12 +236,14 @@ Exchange exchange(const NSMutableURLRequest& request, const OptionalText& extraT
 {
     const CurlHandle handle(curl_easy_init());
     const auto headers = headerList(request);
-    Body body;
+    Answer answer;
     std::array<char, CURL_ERROR_SIZE> errorText{};
     curl_easy_setopt(handle.get(), CURLOPT_URL, request.URL->absoluteString().c_str());
     curl_easy_setopt(handle.get(), CURLOPT_HTTPHEADER, headers.get());
     curl_easy_setopt(handle.get(), CURLOPT_WRITEFUNCTION, receive);
-    curl_easy_setopt(handle.get(), CURLOPT_WRITEDATA, &body);
+    curl_easy_setopt(handle.get(), CURLOPT_WRITEDATA, &answer);
+    curl_easy_setopt(handle.get(), CURLOPT_HEADERFUNCTION, receiveHead);
+    curl_easy_setopt(handle.get(), CURLOPT_HEADERDATA, &answer);
     curl_easy_setopt(handle.get(), CURLOPT_ERRORBUFFER, errorText.data());
     setMethod(handle.get(), request);
     setLimits(handle.get(), deadline);
@@ -243,16 +262,20 @@ Exchange exchange(const NSMutableURLRequest& request, const OptionalText& extraT
         result.outcome.response = NSHTTPURLResponse{ request.URL->absoluteString(), static_cast<NSInteger>(status) };
     if (code == CURLE_ABORTED_BY_CALLBACK)
         result.outcome.isAbandoned = true;
-    if (body.isTooLong)
+    if (answer.isTooLong || code == CURLE_FILESIZE_EXCEEDED) {
         result.outcome.error = transferError(NSURLErrorDataLengthExceedsMaximum, "The answer is longer than 16 MiB.");
-    else if (code != CURLE_OK)
+    } else if (code != CURLE_OK) {
         result.outcome.error = transferErrorFromCurl(code, errorText.data());
-    else
-        result.outcome.data = std::move(body.bytes);
-    char* target = nullptr;
-    curl_easy_getinfo(handle.get(), CURLINFO_REDIRECT_URL, &target);
-    if (code == CURLE_OK && target)
-        result.redirection = target;
+    } else if (!answer.isHeadWhole) {
+        result.outcome.error
+            = transferError(NSURLErrorNetworkConnectionLost, "The connection was closed in the middle of the answer.");
+    } else {
+        result.outcome.data = std::move(answer.body);
+        char* target = nullptr;
+        curl_easy_getinfo(handle.get(), CURLINFO_REDIRECT_URL, &target);
+        if (target)
+            result.redirection = target;
+    }
     return result;
 }
 
