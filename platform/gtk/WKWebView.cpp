@@ -111,6 +111,7 @@ void WKWebView::Impl::apply(const UIScrollView& scrollView)
 void WKWebView::Impl::load(const std::string& uri)
 {
     isLeaving = true;
+    requested = uri;
     cancelDialogs(TellView::Yes);
     webkit_web_view_load_uri(webView, uri.c_str());
 }
@@ -188,7 +189,7 @@ void WKWebView::loadRequest(const NSMutableURLRequest& request)
     if (!request.URL)
         return;
     ++m_impl->loads;
-    m_impl->cancelled = 0;
+    m_impl->repeats = 0;
     m_impl->load(request.URL->absoluteString());
 }
 

@@ -152,12 +152,18 @@ void WKWebView::Impl::webProcessTerminated(WebKitWebView*, WebKitWebProcessTermi
     if (call.isTooLate())
         return;
     auto& self = call.impl();
-    self.isLeaving = false;
+    const auto loadsBefore = self.loads;
+    const bool isLoadLost = std::exchange(self.isLeaving, false) && self.repeats < kMostRepeats;
     self.challenges.clear();
     self.cancelDialogs(TellView::Yes);
     if (const auto delegate = self.view.m_navigationDelegate.respondingTo(
             &WKNavigationDelegate::Methods::webViewWebContentProcessDidTerminate))
         runGuarded([&] { delegate->webViewWebContentProcessDidTerminate(self.view); });
+    // A page that was asked for when its process had died already would never come.
+    if (isLoadLost && self.loads == loadsBefore) {
+        ++self.repeats;
+        self.loadAgain(self.requested);
+    }
 }
 
 GtkWidget* WKWebView::Impl::create(WebKitWebView*, WebKitNavigationAction* action, gpointer impl)

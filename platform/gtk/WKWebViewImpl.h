@@ -94,6 +94,8 @@ struct WKWebView::Impl {
         GTlsCertificateFlags errors, gpointer impl);
     static gboolean authenticate(WebKitWebView*, WebKitAuthenticationRequest* request, gpointer impl);
 
+    static constexpr int kMostRepeats = 5;
+
     WKWebView& view;
     GObjectPointer<GtkWidget> overlay;
     GObjectPointer<WebKitUserContentManager> userContentManager{ webkit_user_content_manager_new() };
@@ -114,8 +116,10 @@ struct WKWebView::Impl {
     std::uint64_t loads = 0;
     // The application has asked for another page, which has neither come nor failed.
     bool isLeaving = false;
-    // How often the load under way has failed as cancelled.
-    int cancelled = 0;
+    // The page that was asked for last.
+    std::string requested;
+    // How often it has been asked for again, since the engine had lost the load.
+    int repeats = 0;
 };
 
 } // namespace tq

@@ -81,14 +81,12 @@ void WKWebView::Impl::allow(const std::string& failingUri, const std::string& ho
 gboolean WKWebView::Impl::loadFailed(
     WebKitWebView*, WebKitLoadEvent, const char* failingUri, const GError* error, gpointer impl)
 {
-    constexpr int kMostCancelled = 5;
     const EngineCall call(impl);
     auto& self = call.impl();
     self.isLeaving = false;
-    if (call.isTooLate() || !g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED)
-        || self.cancelled == kMostCancelled)
+    if (call.isTooLate() || !g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED) || self.repeats == kMostRepeats)
         return FALSE;
-    ++self.cancelled;
+    ++self.repeats;
     self.loadAgain(failingUri);
     return TRUE;
 }

@@ -366,7 +366,10 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfALoad)
         waitForTheEnd(ends);
         expectWorks();
     }
-    // A view does not have to hear of it.
+    // The next page is asked for before the view has heard of the end.
+    killPages();
+    expectWorks();
+    // Nor does a view have to hear of it at all.
     killPages();
 }
 
