@@ -2,12 +2,12 @@
 
 #include "JSBUtil.h"
 #include "PercentEncoding.h"
-#include "TQWhiteBoardLib/DWKWebView.h"
 #include "platform/Foundation/NSLog.h"
 
 #include <algorithm>
 #include <array>
 #include <boost/json/object.hpp>
+#include <utility>
 
 namespace tq {
 
@@ -21,9 +21,8 @@ constexpr std::array<std::string_view, 36> kReservedWords{ "break", "case", "cat
 
 } // namespace
 
-AsyncResult::AsyncResult(std::shared_ptr<DWKWebView> view, std::string callbackName)
-    : m_view(std::move(view))
-    , m_callbackName(std::move(callbackName))
+AsyncResult::AsyncResult(std::string callbackName)
+    : m_callbackName(std::move(callbackName))
     , m_result(boost::json::object{ { "code", -1 }, { "data", "" } })
 {
 }
@@ -47,7 +46,7 @@ void AsyncResult::deliver(OptionalValue value, Complete complete)
     if (complete == Complete::Yes)
         script += "delete window." + m_callbackName;
     script += "; } catch(e){};";
-    m_view->queueScript(script);
+    queueScript(script);
 }
 
 std::string AsyncResult::message() const

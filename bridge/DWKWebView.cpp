@@ -1,37 +1,32 @@
 #include "TQWhiteBoardLib/DWKWebView.h"
 
 #include "AsyncResult.h"
-#include "CallMessage.h"
 #include "InternalApis.h"
-#include "JSBUtil.h"
+#include "NativeObjects.h"
 #include "PercentEncoding.h"
 #include "ScriptBatch.h"
 #include "platform/Foundation/Dispatch.h"
-#include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSLog.h"
+
+#include <utility>
 
 namespace tq {
 
-namespace {
+/// A result on its way to the page of a view.
+class ViewResult final : public AsyncResult {
+public:
+    ViewResult(std::shared_ptr<DWKWebView> view, std::string callbackName)
+        : AsyncResult(std::move(callbackName))
+        , m_view(std::move(view))
+    {
+    }
 
-// A message of this length is written without asking for memory a second time.
-constexpr std::size_t kUsualResult = 256;
+private:
+    void queueScript(std::string_view script) override { m_view->queueScript(script); }
 
-std::string resultMessage(std::int32_t code, const OptionalValue& data)
-{
-    // As objToJsonString writes the map of the two, without making it first.
-    std::string message;
-    message.reserve(kUsualResult);
-    message = code == 0 ? R"({"code":0,"data":)" : R"({"code":-1,"data":)";
-    if (!data)
-        message += "\"\"";
-    else if (!NSJSONSerialization::appendJSON(message, *data))
-        return "{}";
-    message += '}';
-    return message;
-}
-
-} // namespace
+    // Held until the last completion is dropped, so that a result always finds the view's lock.
+    const std::shared_ptr<DWKWebView> m_view;
+};
 
 std::shared_ptr<DWKWebView> DWKWebView::initWithFrame(
     CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration)
@@ -41,6 +36,7 @@ std::shared_ptr<DWKWebView> DWKWebView::initWithFrame(
 
 DWKWebView::DWKWebView(Token token)
     : WKWebView(token)
+    , m_javaScriptNamespaceInterfaces(std::make_unique<NativeObjects>())
     , m_batch(std::make_unique<ScriptBatch>())
 {
 }
@@ -65,54 +61,25 @@ void DWKWebView::addJavascriptObject(std::shared_ptr<NSObject> object, const Opt
 {
     if (!object)
         return;
-    // The object that is replaced is destroyed after the lock has been released: it may call back.
-    const std::lock_guard lock(m_registryMutex);
-    m_javaScriptNamespaceInterfaces[nameSpace.value_or("")].swap(object);
+    m_javaScriptNamespaceInterfaces->add(std::move(object), nameSpace);
 }
 
 void DWKWebView::removeJavascriptObject(const OptionalText& nameSpace)
 {
-    std::shared_ptr<NSObject> removed;
-    const std::lock_guard lock(m_registryMutex);
-    if (auto found = m_javaScriptNamespaceInterfaces.find(nameSpace.value_or(""));
-        found != m_javaScriptNamespaceInterfaces.end()) {
-        removed = std::move(found->second);
-        m_javaScriptNamespaceInterfaces.erase(found);
-    }
-}
-
-std::shared_ptr<NSObject> DWKWebView::objectForNamespace(std::string_view nameSpace) const
-{
-    const std::lock_guard lock(m_registryMutex);
-    auto found = m_javaScriptNamespaceInterfaces.find(nameSpace);
-    return found == m_javaScriptNamespaceInterfaces.end() ? nullptr : found->second;
+    m_javaScriptNamespaceInterfaces->remove(nameSpace);
 }
 
 void DWKWebView::loadUrl(std::string_view url) { loadRequest({ .URL = NSURL::URLWithString(url) }); }
 
 std::string DWKWebView::call(std::string_view methodName, std::optional<std::string_view> argumentMessage)
 {
-    const auto [nameSpace, method] = JSBUtil::parseNamespace(JSBUtil::trimmed(methodName));
-    const auto object = objectForNamespace(nameSpace);
-    if (!object) {
-        NSLog("Js bridge  called, but can't find a corresponded JavascriptObject , please check your code!");
-        return resultMessage(-1, std::nullopt);
-    }
-    const auto candidates = object->objectClass().candidates(method);
-    auto message = CallMessage::read(argumentMessage);
-    if (message.callbackName) {
-        if (candidates.async) {
-            auto result = std::make_shared<AsyncResult>(
-                std::static_pointer_cast<DWKWebView>(shared_from_this()), std::move(*message.callbackName));
-            candidates.async->invoke(*object, std::move(message.data),
-                [result](OptionalValue value, Complete complete) { result->deliver(std::move(value), complete); });
-            return result->message();
-        }
-    } else if (candidates.sync) {
-        return resultMessage(0, candidates.sync->invoke(*object, std::move(message.data)));
-    }
-    reportMissingMethod(methodName);
-    return resultMessage(-1, std::nullopt);
+    return m_javaScriptNamespaceInterfaces->call(
+        methodName, argumentMessage,
+        [this](std::string callbackName) {
+            return std::make_shared<ViewResult>(
+                std::static_pointer_cast<DWKWebView>(shared_from_this()), std::move(callbackName));
+        },
+        [this](std::string_view name) { reportMissingMethod(name); });
 }
 
 void DWKWebView::reportMissingMethod(std::string_view methodName)

@@ -1,7 +1,7 @@
 // What the page asks of the view itself, through the namespace "_dsb".
 
 #include "InternalApis.h"
-#include "JSBUtil.h"
+#include "NativeObjects.h"
 #include "TQWhiteBoardLib/DWKWebView.h"
 #include "platform/Foundation/NSNumberReading.h"
 
@@ -29,19 +29,7 @@ OptionalValue DWKWebView::onMessage(OptionalValue args, std::int32_t type)
 
 bool DWKWebView::hasNativeMethod(const OptionalValue& args) const
 {
-    const auto name = textValue(memberOf(args, "name"));
-    const auto kind = textValue(memberOf(args, "type"));
-    if (!name || !kind)
-        return false;
-    const auto [nameSpace, method] = JSBUtil::parseNamespace(JSBUtil::trimmed(*name));
-    const auto object = objectForNamespace(nameSpace);
-    if (!object)
-        return false;
-    const auto candidates = object->objectClass().candidates(method);
-    const auto type = JSBUtil::trimmed(*kind);
-    if (type == "all")
-        return candidates.sync || candidates.async;
-    return (type == "asyn" && candidates.async) || (type == "syn" && candidates.sync);
+    return m_javaScriptNamespaceInterfaces->hasMethod(args);
 }
 
 OptionalValue DWKWebView::closePage(OptionalValue)

@@ -1,6 +1,7 @@
 // Native code calls the page.
 
 #include "JSBUtil.h"
+#include "PageAnswer.h"
 #include "TQWhiteBoardLib/DWKWebView.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSJSONSerialization.h"
@@ -65,20 +66,18 @@ void DWKWebView::dispatchStartupQueue()
 OptionalValue DWKWebView::returnValue(OptionalValue result)
 {
     assert(isMainThread());
-    const auto id = wholeNumber(memberOf(result, "id"));
-    const auto pending
-        = id && std::in_range<std::int32_t>(*id) ? m_handerMap.find(static_cast<std::int32_t>(*id)) : m_handerMap.end();
+    auto answer = PageAnswer::read(std::move(result));
+    const auto pending = answer ? m_handerMap.find(answer->id) : m_handerMap.end();
     if (pending == m_handerMap.end())
         return std::nullopt;
-    const bool isLast = boolValue(memberOf(result, "complete"));
     // The callback may call the page, and so move the map's entries.
-    const auto callback = isLast ? std::move(pending->second) : pending->second;
-    if (isLast)
+    const auto callback = answer->isLast ? std::move(pending->second) : pending->second;
+    if (answer->isLast)
         m_handerMap.erase(pending);
     if (m_isDebug)
-        callback(JSBUtil::takeData(result));
+        callback(std::move(answer->data));
     else
-        runGuarded([&] { callback(JSBUtil::takeData(result)); });
+        runGuarded([&] { callback(std::move(answer->data)); });
     return std::nullopt;
 }
 

@@ -1,36 +1,23 @@
 # The library, listed file by file. The objects are compiled once: the shared library and the tests of its insides both
 # link them.
 add_library(tqwb_objects OBJECT
-    bridge/AsyncResult.cpp
-    bridge/CallMessage.cpp
+    ${TQWB_CORE_SOURCES}
     bridge/DWKWebView.cpp
     bridge/DWKWebViewApi.cpp
     bridge/DWKWebViewCalls.cpp
     bridge/DWKWebViewDialogs.cpp
     bridge/DWKWebViewOrigins.cpp
     bridge/InternalApis.cpp
-    bridge/JSBUtil.cpp
-    bridge/PercentEncoding.cpp
-    bridge/ScriptBatch.cpp
     host/TQWBBridge.cpp
     host/TQWBProtocols.cpp
     host/TQWBWebView.cpp
-    navigation/NaviAddresses.cpp
     navigation/TQWBNaviCache.cpp
     navigation/TQWBNaviManager.cpp
-    platform/Foundation/NSClass.cpp
-    platform/Foundation/NSData.cpp
-    platform/Foundation/NSJSONSerialization.cpp
-    platform/Foundation/NSLog.cpp
-    platform/Foundation/NSNumberReading.cpp
-    platform/Foundation/NSObject.cpp
-    platform/UIKit/ImageSize.cpp
     platform/WebKit/WKDelegates.cpp
     platform/gtk/CurlErrors.cpp
     platform/gtk/CurlTransfer.cpp
     platform/gtk/DefaultsDatabase.cpp
     platform/gtk/Dispatch.cpp
-    platform/gtk/NSDate.cpp
     platform/gtk/NSLog.cpp
     platform/gtk/NSOperationQueue.cpp
     platform/gtk/NSURL.cpp
@@ -47,7 +34,6 @@ add_library(tqwb_objects OBJECT
     platform/gtk/WKWebViewDialogs.cpp
     platform/gtk/WKWebViewTrust.cpp
     session/ConferenceRequests.cpp
-    session/ServiceAnswer.cpp
     session/TQWhiteBoard.cpp
 )
 configure_file(session/DefaultNavigation.h.in "${PROJECT_BINARY_DIR}/generated/DefaultNavigation.h" @ONLY)

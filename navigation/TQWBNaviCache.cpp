@@ -1,30 +1,21 @@
 #include "NaviAge.h"
+#include "NaviEntry.h"
 #include "TQWBNaviManager.h"
 #include "platform/Foundation/NSDate.h"
-#include "platform/Foundation/NSLog.h"
-#include "platform/Foundation/NSNumberReading.h"
 #include "platform/Foundation/NSUserDefaults.h"
 
 namespace tq {
 
 namespace {
 
-constexpr const char* kTimestamp = "TQWB-timestamp";
-constexpr const char* kNaviData = "TQWB-navi-data";
-
-std::string entryKey(const OptionalText& appKey, const OptionalText& token)
-{
-    return std::string(describe(appKey)) + "+" + std::string(describe(token));
-}
-
 std::int64_t currentTimestamp() { return naviTimestamp(timeIntervalSince1970(), secondsFromGMT()); }
 
-OptionalValue readEntry(const OptionalText& appKey, const OptionalText& token)
+std::optional<boost::json::object> readEntry(const OptionalText& appKey, const OptionalText& token)
 {
-    auto entry = NSUserDefaults::standardUserDefaults().dictionaryForKey(entryKey(appKey, token));
-    if (!entry || entry->empty())
-        return std::nullopt;
-    return boost::json::value(std::move(*entry));
+    auto entry = NSUserDefaults::standardUserDefaults().dictionaryForKey(naviEntryKey(appKey, token));
+    if (entry && entry->empty())
+        entry.reset();
+    return entry;
 }
 
 } // namespace
@@ -32,35 +23,23 @@ OptionalValue readEntry(const OptionalText& appKey, const OptionalText& token)
 bool TQWBNaviManager::needRequestNavi(const OptionalText& appKey, const OptionalText& token) const
 {
     const auto entry = readEntry(appKey, token);
-    return !entry || isNaviStale(currentTimestamp(), longLongValue(memberOf(entry, kTimestamp)));
+    return !entry || isNaviEntryStale(*entry, currentTimestamp());
 }
 
 std::shared_ptr<TQWBNaviDataInfo> TQWBNaviManager::getNaviData(
     const OptionalText& appKey, const OptionalText& token) const
 {
     const auto entry = readEntry(appKey, token);
-    if (!entry)
-        return nullptr;
-    auto info = std::make_shared<TQWBNaviDataInfo>();
-    if (const auto* answer = memberOf(entry, kNaviData)) {
-        info->code = intValue(memberOf(*answer, "code"));
-        info->iwbLeaseUri = textValue(memberOf(*answer, "iwbLeaseUri"));
-        info->iwbConferenceUri = textValue(memberOf(*answer, "iwbConferenceUri"));
-    }
-    return info;
+    return entry ? naviDataOfEntry(*entry) : nullptr;
 }
 
 bool TQWBNaviManager::saveNavi(
     const std::optional<boost::json::object>& answer, const OptionalText& appKey, const OptionalText& token)
 {
-    if (!answer)
+    if (!answer || !isNaviAnswerKept(*answer))
         return false;
-    for (const char* address : { "iwbLeaseUri", "iwbConferenceUri" }) {
-        if (const auto* value = answer->if_contains(address); value && value->is_null())
-            return false;
-    }
     auto& defaults = NSUserDefaults::standardUserDefaults();
-    if (!defaults.setObject({ { kTimestamp, currentTimestamp() }, { kNaviData, *answer } }, entryKey(appKey, token)))
+    if (!defaults.setObject(naviEntry(*answer, currentTimestamp()), naviEntryKey(appKey, token)))
         return false;
     defaults.synchronize();
     return true;

@@ -1,22 +1,14 @@
 #include "TQWBNaviManager.h"
 
 #include "NaviAddresses.h"
-#include "platform/Foundation/NSJSONSerialization.h"
+#include "NaviAnswer.h"
 #include "platform/Foundation/NSLog.h"
-#include "platform/Foundation/NSNumberReading.h"
 
 #include <utility>
 
 namespace tq {
 
 namespace {
-
-OptionalText decoded(const std::string& bytes) { return isUTF8(bytes) ? OptionalText(bytes) : std::nullopt; }
-
-std::string codeAndStatus(NSInteger code, NSInteger status)
-{
-    return "code = " + std::to_string(code) + ", responseCode = " + std::to_string(status) + ".";
-}
 
 std::string errorDescription(const std::optional<NSError>& error)
 {
@@ -37,12 +29,6 @@ NSMutableURLRequest naviRequest(const std::optional<NSURL>& navi, const Optional
     request.setValue(appKey, "appId");
     request.HTTPBody = "token=" + std::string(describe(token)) + "&v=" + std::string(describe(version)) + "&p=iOS";
     return request;
-}
-
-// The refusal is the crosswise pair; equal numbers are an ordinary failure.
-bool isRefusal(NSInteger status, NSInteger code)
-{
-    return (status == 401 && code == 403) || (status == 403 && code == 401);
 }
 
 } // namespace
@@ -117,28 +103,14 @@ void TQWBNaviManager::completionWithAppKey(const OptionalText& appKey, const Opt
     const OptionalText& data, NSInteger responseCode, const std::optional<NSError>& httpError,
     const NaviSuccess& success, const NaviFailure& failure)
 {
-    if (!data) {
-        if (failure)
-            failure(TQWBNaviCodeRequestFailed, std::nullopt, httpError ? httpError->localizedDescription : "");
-        return;
-    }
-    auto answer = NSJSONSerialization::JSONObjectWithData(*data);
-    const auto code = integerValue(memberOf(answer, "code"));
-    const bool isComplete = memberOf(answer, "iwbLeaseUri") && memberOf(answer, "iwbConferenceUri");
-    if (responseCode == 200 && isComplete) {
-        const bool isSaved = saveNavi(std::move(answer->get_object()), appKey, token);
+    const auto answer = NaviAnswer::read(data, responseCode, httpError);
+    if (answer.good) {
+        const bool isSaved = saveNavi(answer.good, appKey, token);
         if (success)
             success(isSaved);
-        return;
+    } else if (failure) {
+        failure(answer.code, answer.body, answer.description);
     }
-    if (!failure)
-        return;
-    if (responseCode == 200)
-        failure(TQWBNaviCodeAnswerIncomplete, decoded(*data), codeAndStatus(code, responseCode));
-    else if (isRefusal(responseCode, code))
-        failure(TQWBNaviCodeUnauthorized, decoded(*data), codeAndStatus(code, responseCode));
-    else
-        failure(TQWBNaviCodeRequestFailed, decoded(*data), "responseCode = " + std::to_string(responseCode) + ".");
 }
 
 TQWBNaviManager::Attempt TQWBNaviManager::lastAttempt() const

@@ -82,10 +82,8 @@ void send(const std::shared_ptr<TQWhiteBoard>& board, NSMutableURLRequest reques
                 return;
             }
             logFailure(kind, describe(answer.desc));
-            // The sign is carried into the word.
             if (error)
-                error(static_cast<NSUInteger>(static_cast<NSInteger>(answer.code)),
-                    textValue(answer.desc ? &*answer.desc : nullptr));
+                error(answer.failureCode(), textValue(answer.desc ? &*answer.desc : nullptr));
         });
     task.resume();
     session->finishTasksAndInvalidate();

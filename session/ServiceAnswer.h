@@ -12,6 +12,8 @@ struct ServiceAnswer {
 
     /// 0: success; anything else is the service's own code.
     std::int32_t code = 0;
+    /// The code as the application is told it: the sign is carried into the word.
+    NSUInteger failureCode() const { return static_cast<NSUInteger>(static_cast<NSInteger>(code)); }
     /// Why it failed, as it stands in the answer; for the log.
     OptionalValue desc;
     /// The room page's key.

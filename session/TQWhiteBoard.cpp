@@ -13,7 +13,6 @@ namespace tq {
 namespace {
 
 constexpr std::int32_t kDefaultMinutes = 1440;
-constexpr std::int32_t kMaxMinutes = 10000;
 constexpr double kNavigationTimeout = 10;
 
 // The callback comes first and its line in the log after it.
@@ -131,18 +130,6 @@ void TQWhiteBoard::setNaviData(const OptionalText& appKey, const OptionalText& t
 }
 
 std::string TQWhiteBoard::getVersion() { return "1.0.0"; }
-
-bool TQWhiteBoard::invaliedRoomConfig(const TQWBRoomConfig* config)
-{
-    return config && config->appKey && config->token && config->roomId && config->userId && config->userName
-        && config->minutes >= 0 && config->minutes <= kMaxMinutes;
-}
-
-bool TQWhiteBoard::invaliedRecordConfig(const TQWBRecordConfig* config)
-{
-    return config && config->appKey && config->token && config->roomId && config->userId && config->userName
-        && config->url;
-}
 
 std::shared_ptr<TQWBWebView> TQWhiteBoard::webView() const
 {

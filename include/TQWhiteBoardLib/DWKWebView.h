@@ -8,7 +8,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -16,6 +15,7 @@
 
 namespace tq {
 
+class NativeObjects;
 class ScriptBatch;
 
 /// Receives one value that a page function has answered; absent when the answer carried none.
@@ -150,11 +150,10 @@ protected:
     void pageDialogsAreVoid() override;
 
 private:
-    friend class AsyncResult;
+    friend class ViewResult;
 
     enum class DialogType : std::int32_t { None = 0, Alert = 1, Confirm = 2, Prompt = 3 };
 
-    std::shared_ptr<NSObject> objectForNamespace(std::string_view nameSpace) const;
     OptionalText answer(std::string_view methodName, std::optional<std::string_view> argumentMessage);
     void reportMissingMethod(std::string_view methodName);
     std::string dialogText(const char* key, const char* defaultText) const;
@@ -171,8 +170,7 @@ private:
     DialogType m_dialogType = DialogType::None;
     std::int32_t m_callId = 0;
     bool m_jsDialogBlock = true;
-    mutable std::mutex m_registryMutex;
-    std::map<std::string, std::shared_ptr<NSObject>, std::less<>> m_javaScriptNamespaceInterfaces;
+    std::unique_ptr<NativeObjects> m_javaScriptNamespaceInterfaces;
     std::unordered_map<std::int32_t, JSCallback> m_handerMap;
     // Calls that wait for the page; absent once it is ready.
     std::optional<std::vector<DSCallInfo>> m_callInfoList{ std::in_place };

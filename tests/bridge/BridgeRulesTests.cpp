@@ -1,5 +1,6 @@
 #include "bridge/CallMessage.h"
 #include "bridge/JSBUtil.h"
+#include "bridge/PageAnswer.h"
 #include "bridge/PercentEncoding.h"
 #include "bridge/ScriptBatch.h"
 #include "platform/Foundation/NSData.h"
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
+#include <cstdint>
 #include <deque>
 #include <gtest/gtest.h>
 #include <limits>
@@ -203,6 +205,37 @@ TEST(LooseReadings, TakeWhatIsThere)
     EXPECT_EQ(intValue(&wide), std::numeric_limits<std::int32_t>::max());
     const boost::json::value low = -(std::int64_t{ 1 } << 40);
     EXPECT_EQ(intValue(&low), std::numeric_limits<std::int32_t>::min());
+}
+
+TEST(LooseReadings, StopAtTheLimitsOfTheirTypes)
+{
+    struct Row {
+        const char* json;
+        std::int64_t whole;
+    };
+    constexpr std::int64_t kTwoTo31 = std::int64_t{ 1 } << 31;
+    const std::vector<Row> rows{ { "2147483647", kTwoTo31 - 1 }, { "2147483648", kTwoTo31 },
+        { "-2147483648", -kTwoTo31 }, { "\"-2147483649\"", -kTwoTo31 - 1 }, { "4294967296", 2 * kTwoTo31 },
+        { "-1e300", std::numeric_limits<std::int64_t>::min() }, { "18446744073709551615", INT64_MAX } };
+    for (const auto& row : rows) {
+        const auto value = boost::json::parse(row.json);
+        EXPECT_EQ(longLongValue(&value), row.whole) << row.json;
+        EXPECT_EQ(intValue(&value), std::clamp<std::int64_t>(row.whole, INT32_MIN, INT32_MAX)) << row.json;
+        EXPECT_EQ(integerValue(&value), std::clamp<std::int64_t>(row.whole, INTPTR_MIN, INTPTR_MAX)) << row.json;
+    }
+}
+
+TEST(PageAnswers, AreForACallOfA32BitNumber)
+{
+    const auto read = [](const char* json) { return PageAnswer::read(JSBUtil::jsonStringToObject(json)); };
+    EXPECT_EQ(read(R"({"id":-2147483648})")->id, INT32_MIN);
+    EXPECT_EQ(read(R"({"id":2147483647.0})")->id, INT32_MAX);
+    for (const char* json : { R"({"id":2147483648})", R"({"id":4294967296})", R"({"id":-2147483649})", R"({"id":1.5})",
+             R"({"id":"1"})", R"({"id":true})", R"({"id":null})", "{}", "[1]", "" })
+        EXPECT_FALSE(read(json)) << json;
+    EXPECT_TRUE(read(R"({"id":1,"complete":1})")->isLast);
+    EXPECT_FALSE(read(R"({"id":1,"data":null})")->data);
+    EXPECT_EQ(read(R"({"id":1,"data":[null]})")->data, OptionalValue(boost::json::array{ nullptr }));
 }
 
 TEST(Base64, SkipsWhatIsNotOfItsAlphabet)

@@ -1,6 +1,11 @@
 #include "navigation/NaviAddresses.h"
 #include "navigation/NaviAge.h"
+#include "navigation/NaviAnswer.h"
+#include "navigation/NaviCodes.h"
+#include "navigation/NaviEntry.h"
 
+#include <boost/json/parse.hpp>
+#include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
 
@@ -51,6 +56,33 @@ TEST(NaviAge, AnswersLastTwoHours)
     EXPECT_EQ(naviTimestamp(1000.9, 0), 1000);
     EXPECT_EQ(naviTimestamp(1000.9, 3600), -2599);
     EXPECT_EQ(naviTimestamp(1000.9, -3600), 4600);
+}
+
+// Numbers of the machine word: what does not fit is the nearest that does.
+TEST(NaviAnswers, CodesAreReadAsMachineWords)
+{
+    static_assert(sizeof(TQWBNaviCode) == sizeof(void*));
+    EXPECT_EQ(TQWBNaviCodeInvalidUrl, UINTPTR_MAX);
+    const auto described = [](NSInteger code) { return "code = " + std::to_string(code) + ", responseCode = 200."; };
+    EXPECT_EQ(NaviAnswer::read(R"({"code":1e30})", 200).description, described(INTPTR_MAX));
+    EXPECT_EQ(NaviAnswer::read(R"({"code":-1e30})", 200).description, described(INTPTR_MIN));
+    EXPECT_EQ(NaviAnswer::read(R"({"code":"-7x"})", 200).description, described(-7));
+    // 2 to the 32nd and 401: no refusal, wherever it is cut off.
+    EXPECT_EQ(NaviAnswer::read(R"({"code":4294967697})", 403).code, TQWBNaviCodeRequestFailed);
+    EXPECT_EQ(NaviAnswer::read(R"({"code":401})", 403).code, TQWBNaviCodeUnauthorized);
+}
+
+TEST(NaviEntries, KeepTheTimeInFullOnEveryMachine)
+{
+    constexpr std::int64_t kNow = 5'000'000'000;
+    const auto entry
+        = naviEntry(*NaviAnswer::read(R"({"iwbLeaseUri":"l","iwbConferenceUri":5,"code":7e9})", 200).good, kNow);
+    EXPECT_FALSE(isNaviEntryStale(entry, kNow + kNaviLifetimeSeconds));
+    EXPECT_TRUE(isNaviEntryStale(entry, kNow + kNaviLifetimeSeconds + 1));
+    const auto data = naviDataOfEntry(entry);
+    EXPECT_EQ(data->code, INT32_MAX);
+    EXPECT_EQ(data->iwbLeaseUri, "l");
+    EXPECT_EQ(data->iwbConferenceUri, std::nullopt);
 }
 
 } // namespace

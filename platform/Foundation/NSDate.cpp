@@ -1,4 +1,4 @@
-#include "../Foundation/NSDate.h"
+#include "NSDate.h"
 
 #include <chrono>
 #include <ctime>

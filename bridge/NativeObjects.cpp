@@ -1,0 +1,101 @@
+#include "NativeObjects.h"
+
+#include "AsyncResult.h"
+#include "CallMessage.h"
+#include "JSBUtil.h"
+#include "platform/Foundation/NSJSONSerialization.h"
+#include "platform/Foundation/NSLog.h"
+#include "platform/Foundation/NSNumberReading.h"
+
+#include <utility>
+
+namespace tq {
+
+namespace {
+
+// A message of this length is written without asking for memory a second time.
+constexpr std::size_t kUsualResult = 256;
+
+std::string resultMessage(std::int32_t code, const OptionalValue& data)
+{
+    // As objToJsonString writes the map of the two, without making it first.
+    std::string message;
+    message.reserve(kUsualResult);
+    message = code == 0 ? R"({"code":0,"data":)" : R"({"code":-1,"data":)";
+    if (!data)
+        message += "\"\"";
+    else if (!NSJSONSerialization::appendJSON(message, *data))
+        return "{}";
+    message += '}';
+    return message;
+}
+
+} // namespace
+
+void NativeObjects::add(std::shared_ptr<NSObject> object, const OptionalText& nameSpace)
+{
+    // The object that is replaced is destroyed after the lock has been released: it may call back.
+    const std::lock_guard lock(m_registryMutex);
+    m_objects[nameSpace.value_or("")].swap(object);
+}
+
+void NativeObjects::remove(const OptionalText& nameSpace)
+{
+    std::shared_ptr<NSObject> removed;
+    const std::lock_guard lock(m_registryMutex);
+    if (auto found = m_objects.find(nameSpace.value_or("")); found != m_objects.end()) {
+        removed = std::move(found->second);
+        m_objects.erase(found);
+    }
+}
+
+std::shared_ptr<NSObject> NativeObjects::objectForNamespace(std::string_view nameSpace) const
+{
+    const std::lock_guard lock(m_registryMutex);
+    auto found = m_objects.find(nameSpace);
+    return found == m_objects.end() ? nullptr : found->second;
+}
+
+std::string NativeObjects::call(std::string_view methodName, std::optional<std::string_view> argumentMessage,
+    const MakeResult& makeResult, const MethodMissing& methodMissing) const
+{
+    const auto [nameSpace, method] = JSBUtil::parseNamespace(JSBUtil::trimmed(methodName));
+    const auto object = objectForNamespace(nameSpace);
+    if (!object) {
+        NSLog("Js bridge  called, but can't find a corresponded JavascriptObject , please check your code!");
+        return resultMessage(-1, std::nullopt);
+    }
+    const auto candidates = object->objectClass().candidates(method);
+    auto message = CallMessage::read(argumentMessage);
+    if (message.callbackName) {
+        if (candidates.async) {
+            const auto result = makeResult(std::move(*message.callbackName));
+            candidates.async->invoke(*object, std::move(message.data),
+                [result](OptionalValue value, Complete complete) { result->deliver(std::move(value), complete); });
+            return result->message();
+        }
+    } else if (candidates.sync) {
+        return resultMessage(0, candidates.sync->invoke(*object, std::move(message.data)));
+    }
+    methodMissing(methodName);
+    return resultMessage(-1, std::nullopt);
+}
+
+bool NativeObjects::hasMethod(const OptionalValue& question) const
+{
+    const auto name = textValue(memberOf(question, "name"));
+    const auto kind = textValue(memberOf(question, "type"));
+    if (!name || !kind)
+        return false;
+    const auto [nameSpace, method] = JSBUtil::parseNamespace(JSBUtil::trimmed(*name));
+    const auto object = objectForNamespace(nameSpace);
+    if (!object)
+        return false;
+    const auto candidates = object->objectClass().candidates(method);
+    const auto type = JSBUtil::trimmed(*kind);
+    if (type == "all")
+        return candidates.sync || candidates.async;
+    return (type == "asyn" && candidates.async) || (type == "syn" && candidates.sync);
+}
+
+} // namespace tq

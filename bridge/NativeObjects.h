@@ -1,0 +1,48 @@
+#pragma once
+
+#include "platform/Foundation/NSObject.h"
+#include "platform/Foundation/NSTypes.h"
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tq {
+
+class AsyncResult;
+
+/// The native objects that a page may call, by namespace, and the answering of its calls. Knows nothing of the view
+/// that brings them. Any thread.
+class NativeObjects {
+public:
+    /// Makes the result of an asynchronous call; the page's function of that name is to receive it.
+    using MakeResult = std::function<std::shared_ptr<AsyncResult>(std::string callbackName)>;
+    /// Told of a call that no method answers to, by its name as the page gave it.
+    using MethodMissing = std::function<void(std::string_view methodName)>;
+
+    /// Replaces an earlier object of that namespace. @param nameSpace absent: the empty namespace.
+    void add(std::shared_ptr<NSObject> object, const OptionalText& nameSpace);
+    void remove(const OptionalText& nameSpace);
+    /// Absent when the namespace has none.
+    std::shared_ptr<NSObject> objectForNamespace(std::string_view nameSpace) const;
+
+    /// Answers one call. No lock is held while the method runs, and an exception that leaves it leaves this too.
+    /// @param methodName "namespace.method", or "method" in the empty namespace.
+    /// @param argumentMessage the JSON text of the call; absent: no argument.
+    /// @returns the JSON text of the result.
+    std::string call(std::string_view methodName, std::optional<std::string_view> argumentMessage,
+        const MakeResult& makeResult, const MethodMissing& methodMissing) const;
+
+    /// Whether there is a method of the "name" and the "type" ("all", "asyn" or "syn").
+    bool hasMethod(const OptionalValue& question) const;
+
+private:
+    mutable std::mutex m_registryMutex;
+    std::map<std::string, std::shared_ptr<NSObject>, std::less<>> m_objects;
+};
+
+} // namespace tq

@@ -1,0 +1,51 @@
+#include "NaviEntry.h"
+
+#include "NaviAge.h"
+#include "platform/Foundation/NSLog.h"
+#include "platform/Foundation/NSNumberReading.h"
+
+namespace tq {
+
+namespace {
+
+constexpr const char* kTimestamp = "TQWB-timestamp";
+constexpr const char* kNaviData = "TQWB-navi-data";
+
+} // namespace
+
+std::string naviEntryKey(const OptionalText& appKey, const OptionalText& token)
+{
+    return std::string(describe(appKey)) + "+" + std::string(describe(token));
+}
+
+bool isNaviAnswerKept(const boost::json::object& answer)
+{
+    for (const char* address : { "iwbLeaseUri", "iwbConferenceUri" }) {
+        if (const auto* value = answer.if_contains(address); value && value->is_null())
+            return false;
+    }
+    return true;
+}
+
+boost::json::object naviEntry(const boost::json::object& answer, std::int64_t timestamp)
+{
+    return { { kTimestamp, timestamp }, { kNaviData, answer } };
+}
+
+bool isNaviEntryStale(const boost::json::object& entry, std::int64_t now)
+{
+    return isNaviStale(now, longLongValue(entry.if_contains(kTimestamp)));
+}
+
+std::shared_ptr<TQWBNaviDataInfo> naviDataOfEntry(const boost::json::object& entry)
+{
+    auto info = std::make_shared<TQWBNaviDataInfo>();
+    if (const auto* answer = entry.if_contains(kNaviData)) {
+        info->code = intValue(memberOf(*answer, "code"));
+        info->iwbLeaseUri = textValue(memberOf(*answer, "iwbLeaseUri"));
+        info->iwbConferenceUri = textValue(memberOf(*answer, "iwbConferenceUri"));
+    }
+    return info;
+}
+
+} // namespace tq

@@ -1,0 +1,66 @@
+#include "TQWhiteBoardLib/TQWhiteBoard.h"
+#include "session/ServiceAnswer.h"
+#include "session/SessionCodes.h"
+
+#include <gtest/gtest.h>
+#include <limits>
+
+namespace tq::test {
+namespace {
+
+TEST(SessionRules, RecordsAreCheckedForPresenceAndMinutesForTheirRange)
+{
+    const TQWBRoomConfig empty{ "", "", "", "", "", std::numeric_limits<NSUInteger>::max(), 0 };
+    EXPECT_TRUE(TQWhiteBoard::invaliedRoomConfig(&empty));
+    EXPECT_FALSE(TQWhiteBoard::invaliedRoomConfig(nullptr));
+    for (const auto& [minutes, isUsable] : { std::pair{ 10000, true }, { 10001, false }, { -1, false }, { 0, true } }) {
+        auto room = empty;
+        room.minutes = minutes;
+        EXPECT_EQ(TQWhiteBoard::invaliedRoomConfig(&room), isUsable) << minutes;
+    }
+    for (auto field : { &TQWBRoomConfig::appKey, &TQWBRoomConfig::token, &TQWBRoomConfig::roomId,
+             &TQWBRoomConfig::userId, &TQWBRoomConfig::userName }) {
+        auto room = empty;
+        (room.*field).reset();
+        EXPECT_FALSE(TQWhiteBoard::invaliedRoomConfig(&room));
+    }
+    const TQWBRecordConfig emptyRecord{ "", "", "", "", "", "" };
+    EXPECT_TRUE(TQWhiteBoard::invaliedRecordConfig(&emptyRecord));
+    EXPECT_FALSE(TQWhiteBoard::invaliedRecordConfig(nullptr));
+    for (auto field : { &TQWBRecordConfig::appKey, &TQWBRecordConfig::token, &TQWBRecordConfig::roomId,
+             &TQWBRecordConfig::userId, &TQWBRecordConfig::userName, &TQWBRecordConfig::url }) {
+        auto broken = emptyRecord;
+        (broken.*field).reset();
+        EXPECT_FALSE(TQWhiteBoard::invaliedRecordConfig(&broken));
+    }
+}
+
+// The same record and the same answer on machines of 32 and of 64 bits.
+TEST(SessionRules, CodesAndRolesAreMachineWordsAndMinutesAreNot)
+{
+    static_assert(sizeof(NSUInteger) == sizeof(void*) && sizeof(NSInteger) == sizeof(void*));
+    static_assert(sizeof(TQWBRoomConfig::roleType) == sizeof(void*) && sizeof(TQWBCode) == sizeof(void*));
+    static_assert(sizeof(TQWBRoomConfig::minutes) == 4 && sizeof(ServiceAnswer::code) == 4);
+    struct Row {
+        const char* json;
+        NSUInteger code;
+    };
+    for (const auto& [json, code] : { Row{ R"({"code":-1})", UINTPTR_MAX },
+             Row{ R"({"code":-2147483648})", UINTPTR_MAX - 0x7FFFFFFFU }, Row{ R"({"code":2147483647})", 0x7FFFFFFFU },
+             // What does not fit into 32 bits is the same on both.
+             Row{ R"({"code":-4294967297})", UINTPTR_MAX - 0x7FFFFFFFU }, Row{ R"({"code":4294967296})", 0x7FFFFFFFU },
+             Row{ R"({"code":"40301"})", 40301 }, Row{ R"({"code":0})", 0 }, Row{ R"([-1])", 0 }, Row{ "-1", 0 } })
+        EXPECT_EQ(ServiceAnswer(json).failureCode(), code) << json;
+    EXPECT_EQ(ServiceAnswer(std::nullopt).failureCode(), 0U);
+}
+
+TEST(SessionRules, AKeyThatIsNoTextIsTakenAsItWouldBeWritten)
+{
+    EXPECT_EQ(ServiceAnswer(R"({"key":"a b"})").key, "a b");
+    EXPECT_EQ(ServiceAnswer(R"({"key":[1,"x"]})").key, R"([1,"x"])");
+    EXPECT_EQ(ServiceAnswer(R"({"key":9223372036854775807})").key, "9223372036854775807");
+    EXPECT_EQ(ServiceAnswer(R"({"key":null})").key, std::nullopt);
+}
+
+} // namespace
+} // namespace tq::test
