@@ -1,0 +1,11 @@
+# The core alone, for any machine that has a C++ library.
+find_package(Boost 1.75 REQUIRED)
+find_package(Threads REQUIRED)
+
+add_library(tqwb_json STATIC platform/core/BoostJson.cpp)
+target_compile_features(tqwb_json PUBLIC cxx_std_20)
+target_link_libraries(tqwb_json PUBLIC Boost::boost PRIVATE tqwb_options)
+
+add_library(tqwb_core STATIC ${TQWB_CORE_SOURCES})
+target_include_directories(tqwb_core PUBLIC "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/include")
+target_link_libraries(tqwb_core PUBLIC tqwb_json PRIVATE tqwb_options)

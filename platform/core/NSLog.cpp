@@ -1,0 +1,14 @@
+#include "../Foundation/NSLog.h"
+
+#include <cstdio>
+
+namespace tq {
+
+void NSLog(std::string_view line)
+{
+    // One write a line, so that the lines of several threads do not mix.
+    const auto text = std::string(line) + '\n';
+    std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+} // namespace tq
