@@ -20,6 +20,15 @@ namespace {
 // How long one process waits for another one's write.
 constexpr int kBusyMilliseconds = 2000;
 
+// The file's one table. In a file with anything else, such as a trigger, a write need not do what it says; into a
+// damaged page one seems to succeed that can never be read.
+constexpr const char* kMakeTable = "CREATE TABLE IF NOT EXISTS"
+                                   " defaults (key BLOB PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID";
+constexpr const char* kIsOurs = "SELECT count(*) = 1 AND min(sql) = 'CREATE TABLE"
+                                " defaults (key BLOB PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID'"
+                                " AND (SELECT quick_check FROM pragma_quick_check(1)) = 'ok'"
+                                " FROM sqlite_master";
+
 void bind(sqlite3_stmt* statement, int index, std::string_view text)
 {
     sqlite3_bind_blob64(statement, index, text.data() ? text.data() : "", text.size(), SQLITE_STATIC);
@@ -91,15 +100,30 @@ int DefaultsDatabase::open(const std::string& name, int flags)
     // Where it can be had, a log makes a commit wait for the disk once; otherwise it waits several times.
     sqlite3_exec(database, "PRAGMA journal_mode = WAL;", nullptr, nullptr, nullptr);
     // Every commit is on the disk, with its folder's entry, before it counts as done.
-    code = sqlite3_exec(database,
-        "PRAGMA synchronous = EXTRA; PRAGMA trusted_schema = OFF;"
-        "CREATE TABLE IF NOT EXISTS defaults (key BLOB PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID;",
-        nullptr, nullptr, nullptr);
+    code
+        = sqlite3_exec(database, "PRAGMA synchronous = EXTRA; PRAGMA trusted_schema = OFF;", nullptr, nullptr, nullptr);
+    if (code == SQLITE_OK)
+        code = sqlite3_exec(database, kMakeTable, nullptr, nullptr, nullptr);
+    if (code == SQLITE_OK)
+        code = checkContents();
     if (code == SQLITE_OK)
         code = prepare("SELECT value FROM defaults WHERE key = ?1", m_read);
     if (code == SQLITE_OK)
         code = prepare("INSERT OR REPLACE INTO defaults (key, value) VALUES (?1, ?2)", m_write);
     return code;
+}
+
+// SQLITE_CORRUPT for a file that is damaged or holds something else than our table.
+int DefaultsDatabase::checkContents()
+{
+    Statement statement;
+    const int code = prepare(kIsOurs, statement);
+    if (code != SQLITE_OK)
+        return code;
+    const int step = sqlite3_step(statement.get());
+    if (step != SQLITE_ROW)
+        return step;
+    return sqlite3_column_int(statement.get(), 0) ? SQLITE_OK : SQLITE_CORRUPT;
 }
 
 int DefaultsDatabase::prepare(const char* sql, Statement& statement)

@@ -38,6 +38,7 @@ private:
     bool ensureOpen();
     int open();
     int open(const std::string& name, int flags);
+    int checkContents();
     int prepare(const char* sql, Statement& statement);
     void close();
     int tryRead(std::string_view key, OptionalText& text);

@@ -5,7 +5,9 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
+#include <vector>
 
 namespace tq::test {
 namespace {
@@ -56,6 +58,48 @@ TEST_F(UserDefaultsTest, ADamagedFileIsSetAsideAndANewOneBegun)
     EXPECT_EQ(database.read("key"), std::nullopt);
     EXPECT_TRUE(database.write("key", "one"));
     EXPECT_EQ(database.read("key"), "one");
+    EXPECT_EQ(asideFiles(), 1);
+}
+
+// A write that seems to succeed must not be undone by what somebody has put into the file.
+TEST_F(UserDefaultsTest, AFileWithOtherContentsIsSetAside)
+{
+    const std::string table = "CREATE TABLE defaults (key BLOB PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID;";
+    const std::vector<std::string> foreign{ "CREATE TABLE defaults (key, value);",
+        "CREATE TABLE t (key, value); CREATE VIEW defaults AS SELECT key, value FROM t;",
+        table + "CREATE TRIGGER t AFTER INSERT ON defaults BEGIN UPDATE defaults SET value = 'changed'; END;",
+        table + "CREATE UNIQUE INDEX i ON defaults (length(value));" };
+    for (const auto& sql : foreign) {
+        std::filesystem::remove_all(folder);
+        std::filesystem::create_directories(folder);
+        sqlite3* made = nullptr;
+        ASSERT_EQ(sqlite3_open(file.c_str(), &made), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(made, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sql;
+        sqlite3_close(made);
+
+        DefaultsDatabase database(file);
+        EXPECT_EQ(database.read("key"), std::nullopt) << sql;
+        EXPECT_TRUE(database.write("key", "one")) << sql;
+        EXPECT_TRUE(database.write("other", "two")) << sql;
+        EXPECT_EQ(database.read("key"), "one") << sql;
+        EXPECT_EQ(asideFiles(), 1) << sql;
+        EXPECT_EQ(DefaultsDatabase(file).read("other"), "two") << sql;
+        EXPECT_EQ(asideFiles(), 1) << sql;
+    }
+}
+
+// A page whose head calls a part of its contents free: a write would go there, and never be read.
+TEST_F(UserDefaultsTest, ADamagedPageIsFoundBeforeItIsWrittenTo)
+{
+    EXPECT_TRUE(DefaultsDatabase(file).write("key", "one"));
+    constexpr std::streamoff kTablesPage = 4096;
+    constexpr std::streamoff kStartOfContents = 5;
+    std::fstream bytes(file, std::ios::in | std::ios::out | std::ios::binary);
+    ASSERT_TRUE(bytes.seekp(kTablesPage + kStartOfContents).write("\x0F\xFD", 2).flush());
+    DefaultsDatabase database(file);
+    database.read("key");
+    EXPECT_TRUE(database.write("other", "new"));
+    EXPECT_EQ(database.read("other"), "new");
     EXPECT_EQ(asideFiles(), 1);
 }
 
