@@ -1,0 +1,149 @@
+// A page's call: the method's name in the first line, the message after it.
+
+#include "bridge/AsyncResult.h"
+#include "bridge/NativeObjects.h"
+#include "fuzz/support/Fuzz.h"
+#include "fuzz/support/Reference.h"
+
+#include <boost/json/parse.hpp>
+#include <vector>
+
+namespace tq::fuzz {
+namespace {
+
+struct Thrown { };
+
+class Service final : public NSObject {
+public:
+    static const NSClass& staticClass()
+    {
+        static const NSClass table("Service", &NSObject::staticClass(),
+            { { "echo:", &Service::echo }, { "nothing:", &Service::nothing }, { "fail:", &Service::fail },
+                { "echo::", &Service::stream }, { "later::", &Service::later }, { "fail::", &Service::failLater } });
+        return table;
+    }
+    const NSClass& objectClass() const override { return staticClass(); }
+
+    OptionalValue echo(OptionalValue argument) { return received = std::move(argument); }
+    OptionalValue nothing(OptionalValue) { return std::nullopt; }
+    OptionalValue fail(OptionalValue) { throw Thrown(); }
+    void stream(OptionalValue argument, NSCompletion completion)
+    {
+        received = argument;
+        completion(std::move(argument), Complete::No);
+        completion(std::nullopt, Complete::Yes);
+    }
+    void later(OptionalValue, NSCompletion completion) { kept = std::move(completion); }
+    void failLater(OptionalValue, NSCompletion) { throw Thrown(); }
+
+    OptionalValue received;
+    NSCompletion kept;
+};
+
+struct Result final : AsyncResult {
+    Result(std::vector<std::string>& scripts, std::string callbackName)
+        : AsyncResult(std::move(callbackName))
+        , m_scripts(scripts)
+    {
+    }
+    void queueScript(std::string_view script) override { m_scripts.emplace_back(script); }
+    std::vector<std::string>& m_scripts;
+};
+
+// Whatever the message: an answer is a map of exactly a code and the data.
+boost::json::object readMessage(std::string_view text)
+{
+    boost::json::error_code failure;
+    boost::json::parse_options options;
+    options.max_depth = 512;
+    auto value = boost::json::parse({ text.data(), text.size() }, failure, {}, options);
+    expect(!failure && value.is_object(), "an answer is a JSON map");
+    const auto& answer = value.get_object();
+    expect(answer.size() == 2 && answer.contains("data") && answer.contains("code") && answer.at("code").is_int64(),
+        "an answer has exactly a code and data");
+    const auto code = answer.at("code").get_int64();
+    expect(code == 0 || code == -1, "the code is 0 or -1");
+    return answer;
+}
+
+// Cuts an expected piece off the script.
+void takePiece(std::string_view& script, std::string_view piece)
+{
+    expect(script.starts_with(piece), "a script is of one form");
+    script.remove_prefix(piece.size());
+}
+
+void checkScript(std::string_view script, const OptionalValue& data, bool isLast)
+{
+    takePiece(script, "try {");
+    const auto name = script.substr(0, script.find('('));
+    expect(AsyncResult::isCallable(name), "a script calls a plain name");
+    takePiece(script, name);
+    takePiece(script, "(JSON.parse(decodeURIComponent(\"");
+    const auto literal = script.substr(0, script.find('"'));
+    expect(std::ranges::none_of(literal, [](char character) { return character == '\\' || (character & '\xE0') == 0; }),
+        "nothing ends or escapes the text of a script");
+    takePiece(script, literal);
+    takePiece(script, "\")).data);");
+    if (isLast) {
+        takePiece(script, "delete window.");
+        takePiece(script, name);
+    }
+    takePiece(script, "; } catch(e){};");
+    expect(script.empty(), "nothing follows a script");
+    const auto message = decodeURIComponent(literal);
+    expect(message.has_value(), "the page can decode a result");
+    const boost::json::value empty("");
+    expect(areAlike(readMessage(*message).at("data"), data ? *data : empty), "a result reaches the page as it was");
+}
+
+void check(std::string_view methodName, std::optional<std::string_view> message)
+{
+    NativeObjects objects;
+    const auto service = std::make_shared<Service>();
+    objects.add(service, std::nullopt);
+    objects.add(service, "a.b");
+    std::vector<std::string> scripts;
+    int missed = 0;
+    std::string answer;
+    try {
+        answer = objects.call(
+            methodName, message, [&](std::string name) { return std::make_shared<Result>(scripts, std::move(name)); },
+            [&](std::string_view name) {
+                expect(name == methodName, "a missing method is told by the name that was asked for");
+                ++missed;
+            });
+    } catch (const Thrown&) {
+        expect(methodName.find("fail") != methodName.npos, "only what fails throws");
+        return;
+    }
+    if (service->received && hasInfinity(*service->received)) {
+        expect(answer == "{}", "what JSON cannot hold is an empty map");
+        return;
+    }
+    const auto read = readMessage(answer);
+    expect(!missed || read.at("code") == -1, "a missing method's code is -1");
+    if (service->received)
+        expect(areAlike(read.at("data"), *service->received), "a result is answered as it was");
+    if (service->kept) {
+        expect(read.at("code") == -1 && scripts.empty(), "no result yet");
+        service->kept("50%\"\n", Complete::Yes);
+        service->received = "50%\"\n";
+    }
+    for (const auto& script : scripts)
+        checkScript(script, service->received, &script == &scripts.back());
+    const OptionalValue question = boost::json::object{ { "name", methodName }, { "type", "all" } };
+    if (read.at("code") == 0)
+        expect(objects.hasMethod(question), "a method that answers is there when it is asked for");
+}
+
+} // namespace
+} // namespace tq::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const auto text = tq::fuzz::textOf(data, size);
+    const auto [name, message] = tq::fuzz::firstLineAndRest(text);
+    tq::fuzz::check(name, name.size() == text.size() ? std::nullopt : std::optional(message));
+    return 0;
+}

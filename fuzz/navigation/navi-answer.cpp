@@ -1,0 +1,80 @@
+// A navigation server's answer: the status in the first line, the body after it. What is good is kept and read again.
+
+#include "fuzz/support/Fuzz.h"
+#include "fuzz/support/Reference.h"
+#include "navigation/NaviAge.h"
+#include "navigation/NaviAnswer.h"
+#include "navigation/NaviCodes.h"
+#include "navigation/NaviEntry.h"
+#include "platform/Foundation/NSJSONSerialization.h"
+#include "platform/Foundation/NSNumberReading.h"
+
+#include <charconv>
+
+namespace tq::fuzz {
+namespace {
+
+bool areEqual(const TQWBNaviDataInfo& one, const TQWBNaviDataInfo& other)
+{
+    return one.code == other.code && one.iwbLeaseUri == other.iwbLeaseUri
+        && one.iwbConferenceUri == other.iwbConferenceUri;
+}
+
+void checkKept(const boost::json::object& answer)
+{
+    const auto entry = naviEntry(answer, 1000);
+    expect(!isNaviEntryStale(entry, 1000 + kNaviLifetimeSeconds), "what was kept is good for its time");
+    expect(isNaviEntryStale(entry, 1001 + kNaviLifetimeSeconds), "what was kept is good for no longer");
+    const auto text = NSJSONSerialization::dataWithJSONObject(entry);
+    if (!text)
+        return;
+    const auto read = NSJSONSerialization::JSONObjectWithData(*text);
+    expect(read && read->is_object(), "what is stored can be read");
+    const auto data = naviDataOfEntry(read->get_object());
+    expect(areEqual(*data, *naviDataOfEntry(entry)), "what is stored is read as it was");
+    if (isNaviAnswerKept(answer))
+        expect(!answer.at("iwbLeaseUri").is_null() && !answer.at("iwbConferenceUri").is_null(), "no null is kept");
+    expect(data->iwbLeaseUri.has_value() == answer.at("iwbLeaseUri").is_string(), "an address is a text");
+}
+
+void checkFailure(const NaviAnswer& answer, std::string_view body, NSInteger status)
+{
+    expect(answer.body.has_value() == isPlainlyUTF8(body), "a failure has the body if that is text");
+    expect(!answer.body || *answer.body == body, "a failure has the body as it came");
+    expect(!answer.description.empty(), "a failure says something");
+    expect((answer.code == TQWBNaviCodeAnswerIncomplete) == (status == 200), "only a 200 is incomplete");
+    if (answer.code == TQWBNaviCodeUnauthorized) {
+        const auto code = longLongValue(memberOf(NSJSONSerialization::JSONObjectWithData(body), "code"));
+        expect((status == 401 || status == 403) && code == 804 - status, "a refusal has the pair of its codes");
+    } else if (status != 200) {
+        expect(answer.code == TQWBNaviCodeRequestFailed, "everything else has failed");
+    }
+}
+
+void check(std::string_view line, std::string_view body)
+{
+    NSInteger status = 0;
+    std::from_chars(line.data(), line.data() + line.size(), status);
+    const auto answer = NaviAnswer::read(OptionalText(body), status);
+    if (answer.good) {
+        expect(status == 200, "only a 200 is good");
+        expect(answer.good->contains("iwbLeaseUri") && answer.good->contains("iwbConferenceUri"), "good is complete");
+        checkKept(*answer.good);
+    } else {
+        checkFailure(answer, body, status);
+    }
+    const NSError error{ "NSURLErrorDomain", NSURLErrorTimedOut, std::string(line) };
+    const auto none = NaviAnswer::read(std::nullopt, status, error);
+    expect(!none.good && none.code == TQWBNaviCodeRequestFailed && !none.body && none.description == line,
+        "no answer is a failure with the error's own text");
+}
+
+} // namespace
+} // namespace tq::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    const auto [status, body] = tq::fuzz::firstLineAndRest(tq::fuzz::textOf(data, size));
+    tq::fuzz::check(status, body);
+    return 0;
+}
