@@ -3,6 +3,7 @@
 #include "bridge/JSBUtil.h"
 #include "bridge/PageAnswer.h"
 #include "fuzz/support/Fuzz.h"
+#include "fuzz/support/Reference.h"
 #include "platform/Foundation/NSNumberReading.h"
 
 namespace tq::fuzz {
@@ -32,7 +33,7 @@ void check(std::string_view text)
     expect(static_cast<double>(answer->id) == *id, "an answer is for the call that it names");
     const auto* data = memberOf(argument, "data");
     expect(answer->data.has_value() == (data && !data->is_null()), "no data and null are none");
-    expect(!answer->data || *answer->data == *data, "the data is as it was sent");
+    expect(!answer->data || areAlike(*answer->data, *data), "the data is as it was sent");
     const auto* complete = memberOf(argument, "complete");
     expect(complete || !answer->isLast, "an answer is the last only if it says so");
     if (complete && complete->is_bool())

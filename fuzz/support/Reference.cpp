@@ -68,7 +68,8 @@ bool areAlike(const boost::json::value& left, const boost::json::value& right)
         constexpr double kLastPlaces = 1e-15;
         const double one = left.get_double();
         const double other = right.get_double();
-        return one == other || std::abs(one - other) <= kLastPlaces * std::max(std::abs(one), std::abs(other));
+        return one == other || (std::isnan(one) && std::isnan(other))
+            || std::abs(one - other) <= kLastPlaces * std::max(std::abs(one), std::abs(other));
     }
     if (left.is_array() && right.is_array())
         return std::ranges::equal(left.get_array(), right.get_array(), areAlike);
@@ -81,14 +82,14 @@ bool areAlike(const boost::json::value& left, const boost::json::value& right)
     return left == right;
 }
 
-bool hasInfinity(const boost::json::value& value)
+bool hasNonFinite(const boost::json::value& value)
 {
     if (const auto* number = value.if_double())
-        return std::isinf(*number);
+        return !std::isfinite(*number);
     if (const auto* list = value.if_array())
-        return std::ranges::any_of(*list, hasInfinity);
+        return std::ranges::any_of(*list, hasNonFinite);
     const auto* map = value.if_object();
-    return map && std::ranges::any_of(*map, [](const auto& member) { return hasInfinity(member.value()); });
+    return map && std::ranges::any_of(*map, [](const auto& member) { return hasNonFinite(member.value()); });
 }
 
 } // namespace tq::fuzz

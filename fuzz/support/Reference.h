@@ -17,10 +17,11 @@ bool isPlainlyUTF8(std::string_view bytes);
 std::optional<std::string> decodeURIComponent(std::string_view text);
 
 /// Whether two values are equal. Numbers with a fraction may differ in the last place: the parser does not round every
-/// text to the nearest number.
+/// text to the nearest number. No number is alike to no number.
 bool areAlike(const boost::json::value& left, const boost::json::value& right);
 
-/// Whether a number of the value is infinite, as the parser reads one that is too large.
-bool hasInfinity(const boost::json::value& value);
+/// Whether a number of the value is not finite: the parser reads one that is too large as infinite, and 0e9999 as no
+/// number at all.
+bool hasNonFinite(const boost::json::value& value);
 
 } // namespace tq::fuzz
