@@ -19,28 +19,11 @@ prompt("_dsbridge=_dsb.dsinit", "{}");
 prompt("_dsbridge=bench.done", "{}");
 )";
 
-class Ready final : public NSObject {
-public:
-    static const NSClass& staticClass()
-    {
-        static const NSClass table("Ready", &NSObject::staticClass(), { { "done:", &Ready::done } });
-        return table;
-    }
-    const NSClass& objectClass() const override { return staticClass(); }
-
-    OptionalValue done(OptionalValue)
-    {
-        isReady = true;
-        return std::nullopt;
-    }
-    bool isReady = false;
-};
-
 } // namespace
 
 std::vector<Figure> nativeCallFigures()
 {
-    const auto ready = std::make_shared<Ready>();
+    const auto ready = std::make_shared<DoneListener>();
     const BridgePage bridge;
     bridge.view().addJavascriptObject(ready, "bench");
     int answers = 0;
@@ -57,7 +40,7 @@ std::vector<Figure> nativeCallFigures()
     });
     bridge.view().loadUrl(pageWith(kScript));
     bare.load(pageWith(kScript));
-    runUntil([&] { return ready->isReady && isReady; }, "the pages are loaded");
+    runUntil([&] { return ready->isDone && isReady; }, "the pages are loaded");
 
     const auto run = [&](std::function<void()> send) {
         answers = 0;

@@ -74,6 +74,12 @@ void BarePage::evaluate(std::string_view script)
         m_view, script.data(), static_cast<gssize>(script.size()), nullptr, nullptr, nullptr, nullptr, nullptr);
 }
 
+const NSClass& DoneListener::staticClass()
+{
+    static const NSClass table("DoneListener", &NSObject::staticClass(), { { "done:", &DoneListener::done } });
+    return table;
+}
+
 BridgePage::BridgePage()
     : m_view(DWKWebView::initWithFrame({ 0, 0, 400, 300 }, nullptr))
     , m_window(createWindow(nativeView(*m_view)))

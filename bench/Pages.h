@@ -39,6 +39,20 @@ private:
     WebKitWebView* m_view;
 };
 
+/// A native object that a page tells when it is done, by its method "done".
+class DoneListener final : public NSObject {
+public:
+    static const NSClass& staticClass();
+    const NSClass& objectClass() const override { return staticClass(); }
+
+    OptionalValue done(OptionalValue)
+    {
+        isDone = true;
+        return std::nullopt;
+    }
+    bool isDone = false;
+};
+
 /// The library's view, in a window of its own like the bare one.
 class BridgePage {
 public:

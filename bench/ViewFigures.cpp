@@ -12,30 +12,13 @@ constexpr double kLimit = 1.05;
 constexpr const char* kScript = R"(prompt("_dsbridge=bench.done", "{}"))";
 constexpr int kViewsInRound = 2;
 
-class FirstCall final : public NSObject {
-public:
-    static const NSClass& staticClass()
-    {
-        static const NSClass table("FirstCall", &NSObject::staticClass(), { { "done:", &FirstCall::done } });
-        return table;
-    }
-    const NSClass& objectClass() const override { return staticClass(); }
-
-    OptionalValue done(OptionalValue)
-    {
-        hasCome = true;
-        return std::nullopt;
-    }
-    bool hasCome = false;
-};
-
 std::unique_ptr<BridgePage> loadedBridge()
 {
-    const auto native = std::make_shared<FirstCall>();
+    const auto native = std::make_shared<DoneListener>();
     auto page = std::make_unique<BridgePage>();
     page->view().addJavascriptObject(native, "bench");
     page->view().loadUrl(pageWith(kScript));
-    runUntil([&] { return native->hasCome; }, "the page has called");
+    runUntil([&] { return native->isDone; }, "the page has called");
     return page;
 }
 
