@@ -116,7 +116,8 @@ protected:
     {
         const auto count = reports->values.size();
         view->evaluateJavaScript(script + "; report('done')");
-        runUntil([&] { return reports->values.size() > count; }, "the flood is over", std::chrono::seconds(100 + calls() / 2000));
+        runUntil([&] { return reports->values.size() > count; }, "the flood is over",
+            std::chrono::seconds(100 + calls() / 2000));
     }
 
 private:
