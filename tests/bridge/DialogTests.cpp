@@ -1,4 +1,5 @@
 #include "TQWhiteBoardLib/gtk/NativeView.h"
+#include "tests/support/Dialogs.h"
 #include "tests/support/PageTest.h"
 
 #include <algorithm>
@@ -26,26 +27,6 @@ std::vector<GtkWidget*> widgetsIn(GtkWindow* window, GType type)
     std::vector<GtkWidget*> found;
     collect(GTK_WIDGET(window), type, found);
     return found;
-}
-
-// The dialogs on the screen.
-std::vector<GtkWindow*> dialogs()
-{
-    std::vector<GtkWindow*> found;
-    auto* windows = gtk_window_get_toplevels();
-    for (guint i = 0; i < g_list_model_get_n_items(windows); ++i) {
-        auto* window = static_cast<GtkWindow*>(g_list_model_get_item(windows, i));
-        g_object_unref(window);
-        if (gtk_widget_has_css_class(GTK_WIDGET(window), "message") && gtk_widget_get_visible(GTK_WIDGET(window)))
-            found.push_back(window);
-    }
-    return found;
-}
-
-GtkWindow* dialog()
-{
-    runUntil([] { return dialogs().size() == 1; }, "a dialog is on the screen");
-    return dialogs().empty() ? nullptr : dialogs().front();
 }
 
 // Everything that the window says, from the top: title, message, buttons.

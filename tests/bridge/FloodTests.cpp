@@ -1,5 +1,5 @@
 #include "TQWhiteBoardLib/gtk/NativeView.h"
-#include "platform/gtk/GLibPointers.h"
+#include "tests/support/Dialogs.h"
 #include "tests/support/PageTest.h"
 
 #include <algorithm>
@@ -100,17 +100,6 @@ protected:
         runUntil([&] { return frames > 0; }, "the window is drawn");
         g_signal_handler_disconnect(clock, painted);
     }
-    // The alert on the screen.
-    static GtkWindow* alert()
-    {
-        auto* windows = gtk_window_get_toplevels();
-        for (guint i = 0; i < g_list_model_get_n_items(windows); ++i) {
-            const GObjectPointer<GtkWindow> window(static_cast<GtkWindow*>(g_list_model_get_item(windows, i)));
-            if (gtk_widget_has_css_class(GTK_WIDGET(window.get()), "message"))
-                return window.get();
-        }
-        return nullptr;
-    }
     // Has the page run a script to its end.
     void flood(const std::string& script)
     {
@@ -150,9 +139,10 @@ TEST_F(FloodTest, AlertsInALoopLeaveTheMainLoopItsTurns)
     view->disableJavascriptDialogBlock(true);
     // The toolkit takes its time for the first one of a process.
     view->evaluateJavaScript("alert('the first')");
-    runUntil([] { return alert() != nullptr; }, "an alert is on the screen");
-    waitUntilDrawn(alert());
-    gtk_window_close(alert());
+    auto* first = dialog();
+    ASSERT_TRUE(first);
+    waitUntilDrawn(first);
+    gtk_window_close(first);
     StallMeter meter;
     flood("for (let i = 0; i < 2000; ++i) alert('again ' + i)");
     EXPECT_LT(meter.longest("2000 alerts"), kLongestStall);

@@ -1,6 +1,7 @@
 // The page's process is killed in the middle of whatever a page and the application do together.
 
 #include "TQWhiteBoardLib/gtk/NativeView.h"
+#include "tests/support/Dialogs.h"
 #include "tests/support/PageTest.h"
 
 #include <algorithm>
@@ -85,19 +86,6 @@ void killPages()
     }
 }
 
-long shownDialogs()
-{
-    long count = 0;
-    auto* windows = gtk_window_get_toplevels();
-    for (guint i = 0; i < g_list_model_get_n_items(windows); ++i) {
-        auto* window = static_cast<GtkWidget*>(g_list_model_get_item(windows, i));
-        if (gtk_widget_has_css_class(window, "message") && gtk_widget_get_visible(window))
-            ++count;
-        g_object_unref(window);
-    }
-    return count;
-}
-
 // What the page calls, with whatever the test wants to happen in the middle of it.
 class Service final : public NSObject {
 public:
@@ -169,7 +157,7 @@ protected:
         PageTest::TearDown();
         g_signal_remove_emission_hook(g_signal_lookup("web-process-terminated", WEBKIT_TYPE_WEB_VIEW), m_hook);
         gtk_window_destroy(m_window);
-        EXPECT_EQ(shownDialogs(), 0);
+        EXPECT_EQ(dialogs().size(), 0U);
     }
     void waitForTheEnd(int endsBefore)
     {
@@ -300,12 +288,12 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfADialog)
             const auto count = reports->values.size();
             view->evaluateJavaScript("report([" + std::string(question) + "])");
             runUntil(
-                [&] { return hasDelegate ? delegate->pending != nullptr : shownDialogs() == 1; }, "a user is asked");
+                [&] { return hasDelegate ? delegate->pending != nullptr : dialogs().size() == 1; }, "a user is asked");
             killPages();
             if (hasDelegate && question[0] == 'c')
                 delegate->pending(); // before the view has heard
             waitForTheEnd(ends);
-            runUntil([] { return !shownDialogs(); }, "the dialog is gone");
+            runUntil([] { return dialogs().empty(); }, "the dialog is gone");
             if (hasDelegate)
                 std::exchange(delegate->pending, nullptr)();
             EXPECT_EQ(reports->values.size(), count);
@@ -318,10 +306,10 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfADialog)
     call("_dsb.disableJavascriptDialogBlock", R"({"data":{"disable":true}})");
     ask("[1, 2, 3].map(i => confirm(i)).length");
     const int ends = m_ends;
-    EXPECT_EQ(shownDialogs(), 1);
+    EXPECT_EQ(dialogs().size(), 1U);
     killPages();
     waitForTheEnd(ends);
-    EXPECT_EQ(shownDialogs(), 0);
+    EXPECT_EQ(dialogs().size(), 0U);
     expectWorks();
 }
 
