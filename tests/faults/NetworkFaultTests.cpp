@@ -289,61 +289,86 @@ std::vector<Fault> otherAnswers(const Authority& authority)
     };
 }
 
-// All side by side: the slow ones take the ten seconds that the time limit is.
+// The four operations, each against a server of that fault.
+struct Trial {
+    explicit Trial(const Fault* itsFault)
+        : fault(itsFault)
+        , server(itsFault->talk, itsFault->transport)
+    {
+    }
+    const Fault* fault;
+    HttpsServer server;
+    Attempts attempts;
+    std::vector<std::string> tokens;
+};
+
+void expectEnd(const Trial& trial)
+{
+    const auto end = trial.fault->end;
+    for (const auto& attempt : trial.attempts) {
+        SCOPED_TRACE(trial.fault->name + ", " + kOperations[attempt->operation]);
+        EXPECT_EQ(attempt->successes, end == End::Success ? 1 : 0);
+        EXPECT_EQ(attempt->failures, end == End::Success ? 0 : 1);
+        EXPECT_EQ(attempt->seconds() > 9.5, end == End::TimeOut) << attempt->seconds();
+        EXPECT_LT(attempt->seconds(), 12);
+        if (end != End::Success) {
+            EXPECT_EQ(attempt->code, kCodes[attempt->operation]);
+            EXPECT_FALSE(attempt->text.value_or("").empty());
+        }
+    }
+    if (end == End::Untrusted) {
+        EXPECT_TRUE(trial.server.requests().empty());
+    }
+}
+
 TEST_F(NetworkFaultTest, EveryFaultOfAServerEndsEveryOperationOnceAndInTime)
 {
     std::array<Most, 3> sent{};
     std::atomic<bool> isOver = false;
     auto faults = brokenAnswers(sent, isOver);
     std::ranges::move(otherAnswers(authority), std::back_inserter(faults));
-    std::vector<std::unique_ptr<HttpsServer>> servers;
-    Attempts attempts;
-    std::vector<std::string> tokens;
+    std::vector<std::unique_ptr<Trial>> trials;
     for (const auto& fault : faults) {
+        trials.push_back(std::make_unique<Trial>(&fault));
         for (std::size_t operation = 0; operation < kOperations.size(); ++operation) {
-            tokens.push_back(fault.name + kOperations[operation]);
-            attempts.push_back(joinedAttempt(operation, tokens.back()));
+            trials.back()->tokens.push_back(fault.name + kOperations[operation]);
+            trials.back()->attempts.push_back(joinedAttempt(operation, trials.back()->tokens.back()));
         }
-        servers.push_back(std::make_unique<HttpsServer>(fault.talk, fault.transport));
     }
-    for (std::size_t i = 0; i < attempts.size(); ++i)
-        start(*attempts[i], tokens[i], servers[i / kOperations.size()]->host());
-    waitForEnd(attempts);
+    const auto begin = [&](Trial& trial) {
+        for (std::size_t i = 0; i < kOperations.size(); ++i)
+            start(*trial.attempts[i], trial.tokens[i], trial.server.host());
+    };
+    // Those that take the whole ten seconds wait side by side. The others come one by one: what they are timed by is
+    // the library then, and not how much a machine does at once.
+    const auto slow = [](const auto& trial) { return trial->fault->end == End::TimeOut; };
+    const auto quick = std::ranges::partition(trials, slow);
+    for (auto trial = trials.begin(); trial != quick.begin(); ++trial)
+        begin(**trial);
+    for (auto trial = trials.begin(); trial != quick.begin(); ++trial)
+        waitForEnd((*trial)->attempts);
     isOver = true;
-
-    for (std::size_t i = 0; i < attempts.size(); ++i) {
-        auto& attempt = *attempts[i];
-        const auto& fault = faults[i / kOperations.size()];
-        SCOPED_TRACE(fault.name + ", " + kOperations[attempt.operation]);
-        EXPECT_EQ(attempt.successes, fault.end == End::Success ? 1 : 0);
-        EXPECT_EQ(attempt.failures, fault.end == End::Success ? 0 : 1);
-        EXPECT_EQ(attempt.seconds() > 9.5, fault.end == End::TimeOut) << attempt.seconds();
-        EXPECT_LT(attempt.seconds(), 12);
-        if (fault.end != End::Success) {
-            EXPECT_EQ(attempt.code, kCodes[attempt.operation]);
-            EXPECT_FALSE(attempt.text.value_or("").empty());
-        }
-        if (fault.end == End::Untrusted) {
-            EXPECT_TRUE(servers[i / kOperations.size()]->requests().empty());
-        }
+    for (const auto& trial : quick) {
+        begin(*trial);
+        waitForEnd(trial->attempts);
     }
-    servers.clear();
-    for (const auto& most : sent)
-        EXPECT_LT(most, 24U << 20U) << "far more than 16 MiB are taken";
+    std::ranges::for_each(trials, [](const auto& trial) { expectEnd(*trial); });
 
     // Whoever could not leave is in the room still, and can.
-    Attempts second;
-    for (std::size_t i = 0; i < attempts.size(); ++i) {
-        if (attempts[i]->operation != 3 || attempts[i]->successes)
+    for (const auto& trial : trials) {
+        auto& leaver = *trial->attempts[3];
+        if (leaver.successes)
             continue;
-        second.push_back(std::make_unique<Attempt>());
-        second.back()->operation = 3;
-        second.back()->board = attempts[i]->board;
-        start(*second.back(), tokens[i], good.host());
+        Attempt second;
+        second.operation = 3;
+        second.board = leaver.board;
+        start(second, trial->tokens[3], good.host());
+        runUntil([&] { return second.hasEnded(); }, "the room is left");
+        EXPECT_EQ(second.successes, 1) << trial->fault->name;
     }
-    waitForEnd(second);
-    for (const auto& attempt : second)
-        EXPECT_EQ(attempt->successes, 1);
+    trials.clear();
+    for (const auto& most : sent)
+        EXPECT_LT(most, 24U << 20U) << "far more than 16 MiB are taken";
 }
 
 TEST_F(NetworkFaultTest, RedirectionsTakeNoSecretsElsewhere)
