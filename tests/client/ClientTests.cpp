@@ -108,10 +108,10 @@ TEST_F(ClientTest, WrongOptionsEndTheProgramWithAMessage)
     }
 }
 
-TEST_F(ClientTest, TheFirstProgramJoins)
+TEST_F(ClientTest, TheViewerJoins)
 {
-    Program first({ TQWB_FIRST_PROGRAM_BINARY, "good@" + host, authority }, folder / "first.log");
-    first.waitForLog("[TQ:Log] onLoadEnd");
+    Program viewer({ TQWB_VIEWER_BINARY, "good@" + host, authority }, folder / "viewer.log");
+    viewer.waitForLog("[TQ:Log] onLoadEnd");
 }
 
 } // namespace
