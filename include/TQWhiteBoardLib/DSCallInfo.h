@@ -12,6 +12,7 @@ struct DSCallInfo {
     std::string method;
     /// Names the call in the page's answers; counts from 0 in every view.
     std::int32_t id = 0;
+    /// What the function is called with.
     boost::json::array args;
 };
 

@@ -15,7 +15,8 @@ public:
     /// @param status the page's own number for the new permission; 0 when it sent none.
     virtual void onWBPermissionChange(NSInteger status);
 
-    /// Which of the methods a class has.
+    /// @cond
+    // Which of the methods a class has.
     struct Methods {
         bool onWBPermissionChange = false;
     };
@@ -26,6 +27,7 @@ public:
             .onWBPermissionChange = implements<OnWBPermissionChange, Delegate, Protocol>(),
         };
     }
+    /// @endcond
 
 private:
     template <class T> using OnWBPermissionChange = decltype(&T::onWBPermissionChange);

@@ -12,7 +12,9 @@ struct TQWBRecordConfig {
     OptionalText token;
     /// The room that was recorded.
     OptionalText roomId;
+    /// Names the user at the service.
     OptionalText userId;
+    /// The name that people see.
     OptionalText userName;
     /// The recording's address.
     OptionalText url;

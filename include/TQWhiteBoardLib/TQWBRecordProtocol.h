@@ -11,11 +11,13 @@ class TQWB_EXPORT TQWBRecordProtocol {
 public:
     virtual ~TQWBRecordProtocol() = default;
 
+    /// The room is being recorded from now on.
     virtual void onWBRecordStart();
     /// @param url where the recording can be replayed from; absent when the page sent no text.
     virtual void onWBRecordEnd(const OptionalText& url);
 
-    /// Which of the methods a class has.
+    /// @cond
+    // Which of the methods a class has.
     struct Methods {
         bool onWBRecordStart = false;
         bool onWBRecordEnd = false;
@@ -28,6 +30,7 @@ public:
             .onWBRecordEnd = implements<OnWBRecordEnd, Delegate, Protocol>(),
         };
     }
+    /// @endcond
 
 private:
     template <class T> using OnWBRecordStart = decltype(&T::onWBRecordStart);

@@ -12,7 +12,9 @@ struct TQWBRoomConfig {
     OptionalText appKey;
     /// The user's token. What follows its last "@", if anything, is a list of navigation addresses separated by ";".
     OptionalText token;
+    /// The room at the service; whoever gives the same one meets there.
     OptionalText roomId;
+    /// Names the user at the service.
     OptionalText userId;
     /// The name that the others in the room see.
     OptionalText userName;

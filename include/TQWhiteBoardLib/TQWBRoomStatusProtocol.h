@@ -22,7 +22,8 @@ public:
     /// @param image absent when what the page sent is no picture.
     virtual void onWBCaptureEnd(const std::shared_ptr<UIImage>& image);
 
-    /// Which of the methods a class has.
+    /// @cond
+    // Which of the methods a class has.
     struct Methods {
         bool onWBRoomQuit = false;
         bool onWBRoomException = false;
@@ -37,6 +38,7 @@ public:
             .onWBCaptureEnd = implements<OnWBCaptureEnd, Delegate, Protocol>(),
         };
     }
+    /// @endcond
 
 private:
     template <class T> using OnWBRoomQuit = decltype(&T::onWBRoomQuit);

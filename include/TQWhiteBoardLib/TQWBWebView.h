@@ -22,6 +22,7 @@ public:
     /// @param configuration altered in place; scripts that it held are dropped. Absent: the default one.
     static std::shared_ptr<TQWBWebView> initWithFrame(
         CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration);
+    /// For `initWithFrame`.
     explicit TQWBWebView(Token);
     ~TQWBWebView() override;
 
@@ -31,17 +32,22 @@ public:
     {
         m_roomStatusDelegate.set(delegate);
     }
+    /// As `setRoomStatusDelegate`.
     template <DelegateOf<TQWBRecordProtocol> Delegate> void setRecordDelegate(const std::shared_ptr<Delegate>& delegate)
     {
         m_recordDelegate.set(delegate);
     }
+    /// As `setRoomStatusDelegate`.
     template <DelegateOf<TQWBPermissionProtocol> Delegate>
     void setPermisssionDelegate(const std::shared_ptr<Delegate>& delegate)
     {
         m_permisssionDelegate.set(delegate);
     }
+    /// Absent when none was set or it is gone.
     std::shared_ptr<TQWBRoomStatusProtocol> roomStatusDelegate() const { return m_roomStatusDelegate.get(); }
+    /// Absent when none was set or it is gone.
     std::shared_ptr<TQWBRecordProtocol> recordDelegate() const { return m_recordDelegate.get(); }
+    /// Absent when none was set or it is gone.
     std::shared_ptr<TQWBPermissionProtocol> permisssionDelegate() const { return m_permisssionDelegate.get(); }
 
     /// The thin bar that shows how far the page has loaded.

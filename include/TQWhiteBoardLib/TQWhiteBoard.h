@@ -78,8 +78,11 @@ public:
 
     /// Finds the conference service and keeps where it is.
     void requestNavi(const OptionalText& appKey, const OptionalText& token, TQWBSuccess success, TQWBFailure error);
+    /// Asks the service for a room and loads its page; the navigation data must be there.
     void joinWhiteBoard(std::shared_ptr<TQWBRoomConfig> config, TQWBSuccess success, TQWBFailure error);
+    /// Asks the service for a recording and loads its page; the navigation data must be there.
     void requestRecordUrl(std::shared_ptr<TQWBRecordConfig> config, TQWBSuccess success, TQWBFailure error);
+    /// Tells the service that the user leaves, and ends the room.
     void requestQuitUrlWithConfig(std::shared_ptr<TQWBRoomConfig> config, TQWBSuccess success, TQWBFailure error);
     /// A POST request to the conference service.
     static NSMutableURLRequest getRequest(

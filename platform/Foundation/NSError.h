@@ -10,6 +10,7 @@ namespace tq {
 struct NSError {
     /// Who counts the codes: "NSURLErrorDomain" for everything that goes wrong with a transfer.
     std::string domain;
+    /// Names the failure within its domain.
     NSInteger code = 0;
     /// One sentence for a person.
     std::string localizedDescription;

@@ -20,6 +20,7 @@ public:
 
     /// Any thread. An exception that leaves the operation is logged and goes no further.
     void addOperation(std::function<void()> operation);
+    /// Whether its operations run on the main thread.
     bool isMainQueue() const { return !m_impl; }
 
 private:

@@ -15,6 +15,7 @@ public:
     /// ASCII in it, a broken host or port). Nothing is escaped.
     static std::optional<NSURL> URLWithString(std::string_view text);
 
+    /// The text, as it was given.
     const std::string& absoluteString() const { return m_text; }
 
     /// Scheme, host and port, in small letters and without the port that the scheme has anyway: "https://host:8443".

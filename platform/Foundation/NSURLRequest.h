@@ -17,12 +17,15 @@ enum class NSURLRequestCachePolicy { UseProtocolCachePolicy, ReloadIgnoringLocal
 struct NSMutableURLRequest {
     /// Absent: a request for nothing; loading it has no effect and sending it fails.
     std::optional<NSURL> URL{};
+    /// The verb, in capitals.
     std::string HTTPMethod = "GET";
     /// Sent in this order. A value with a line break or another control character makes the request fail unsent.
     std::vector<std::pair<std::string, std::string>> headers{};
+    /// What is sent along; absent: nothing.
     OptionalText HTTPBody{};
     /// Seconds from start to the end of the answer.
     double timeoutInterval = 60;
+    /// Whether the answer may be one from before.
     NSURLRequestCachePolicy cachePolicy = NSURLRequestCachePolicy::UseProtocolCachePolicy;
 
     /// An absent value sends no such header; an empty one sends it empty.
@@ -35,7 +38,9 @@ struct NSMutableURLRequest {
 
 /// The head of an answer.
 struct NSHTTPURLResponse {
+    /// Where it came from.
     std::string URL;
+    /// The status of HTTP.
     NSInteger statusCode = 0;
 
     /// For the log.

@@ -29,6 +29,7 @@ public:
     /// afterwards and for every page. Absent: the system's alone. Any thread.
     /// @returns false, with nothing changed, when the text holds no usable certificate.
     bool setExtraTrustAnchors(OptionalText pem);
+    /// The certificates as they were given; absent when there are none. Any thread.
     OptionalText extraTrustAnchors() const;
 
 private:
@@ -62,6 +63,7 @@ public:
     static std::shared_ptr<NSURLSession> sessionWithConfiguration(const NSURLSessionConfiguration& configuration,
         std::shared_ptr<NSURLSessionDelegate> delegate, std::shared_ptr<NSOperationQueue> queue);
 
+    /// Makes a transfer, which waits for its `resume`. Any thread.
     DataTask dataTaskWithRequest(NSMutableURLRequest request, NSURLCompletion completion);
     /// No more tasks; the session ends with those it has.
     void finishTasksAndInvalidate();

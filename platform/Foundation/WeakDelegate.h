@@ -10,6 +10,7 @@ namespace tq {
 template <class Delegate, class Protocol>
 concept DelegateOf = std::derived_from<Delegate, Protocol> && !std::same_as<std::remove_cv_t<Delegate>, Protocol>;
 
+/// A class in which the method can be named from outside.
 template <template <class> class Method, class T>
 concept HasMethod = requires
 {
@@ -31,11 +32,13 @@ template <template <class> class Method, class Delegate, class Protocol> constev
 /// by `Protocol::methodsOf<Delegate>()`, from the class that the delegate was set by.
 template <class Protocol> class WeakDelegate {
 public:
+    /// Takes the place of the delegate before; a null pointer leaves none.
     template <DelegateOf<Protocol> Delegate> void set(const std::shared_ptr<Delegate>& delegate)
     {
         m_delegate = delegate;
         m_methods = Protocol::template methodsOf<Delegate>();
     }
+    /// Leaves no delegate.
     void clear() { m_delegate.reset(); }
 
     /// The delegate; absent when none was set or it is gone.

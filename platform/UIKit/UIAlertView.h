@@ -22,6 +22,7 @@ public:
     virtual void alertView(UIAlertView& alertView, std::int64_t clickedButtonAtIndex) = 0;
 };
 
+/// Whether an alert has a field for text.
 enum class UIAlertViewStyle { Default, PlainTextInput };
 
 /// A small modal window with a message and one or two buttons. While it is shown it lives by itself; over one window
@@ -38,6 +39,7 @@ public:
     UIAlertView(const UIAlertView&) = delete;
     UIAlertView& operator=(const UIAlertView&) = delete;
 
+    /// Gives the alert a field, or takes it away, before it is shown.
     void setAlertViewStyle(UIAlertViewStyle style);
     /// The field of an alert for text input; absent for any other index than 0, and without that style.
     std::shared_ptr<UITextField> textFieldAtIndex(std::int64_t index) const;

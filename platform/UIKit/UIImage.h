@@ -21,6 +21,7 @@ public:
 
     /// In pixels.
     int width() const;
+    /// In pixels.
     int height() const;
     /// The picture as a PNG file's bytes.
     std::string pngRepresentation() const;

@@ -21,9 +21,13 @@ public:
 
     /// Where the view was placed when it was made.
     const CGRect& frame() const { return m_frame; }
+    /// Whether it is not shown; false at first.
     bool hidden() const;
+    /// Hides or shows it.
     void setHidden(bool hidden);
+    /// The colour of what stands out in it.
     UIColor tintColor() const { return m_tintColor; }
+    /// Gives it another colour.
     virtual void setTintColor(UIColor color);
 
     /// Applies the changes and tells the completion that they are done, after the delay and the duration (in seconds).
@@ -35,6 +39,7 @@ public:
 
 protected:
     struct Native;
+    /// For the port, which brings the object behind the view.
     UIView(CGRect frame, std::unique_ptr<Native> native);
 
 private:

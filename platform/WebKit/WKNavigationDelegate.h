@@ -13,9 +13,13 @@ namespace tq {
 
 class WKWebView;
 
+/// Whether the server is to be trusted.
 inline constexpr std::string_view NSURLAuthenticationMethodServerTrust = "NSURLAuthenticationMethodServerTrust";
+/// A name and a password, in clear.
 inline constexpr std::string_view NSURLAuthenticationMethodHTTPBasic = "NSURLAuthenticationMethodHTTPBasic";
+/// A name and a password, hashed.
 inline constexpr std::string_view NSURLAuthenticationMethodHTTPDigest = "NSURLAuthenticationMethodHTTPDigest";
+/// A certificate of the user.
 inline constexpr std::string_view NSURLAuthenticationMethodClientCertificate
     = "NSURLAuthenticationMethodClientCertificate";
 
@@ -27,16 +31,21 @@ class SecTrust;
 
 /// Who asks to be trusted, or to be told who the user is.
 struct NSURLProtectionSpace {
+    /// One of the "NSURLAuthenticationMethod" names.
     std::string_view authenticationMethod;
+    /// The server, without a port.
     std::string host;
     /// The certificate in question; absent unless the method is server trust.
     std::shared_ptr<SecTrust> serverTrust;
 };
 
+/// A question that a load cannot go on without an answer to.
 struct NSURLAuthenticationChallenge {
+    /// Who asks, and for what.
     NSURLProtectionSpace protectionSpace;
 };
 
+/// What becomes of the load that was challenged.
 enum class NSURLSessionAuthChallengeDisposition {
     UseCredential = 0,
     PerformDefaultHandling = 1,
@@ -45,14 +54,17 @@ enum class NSURLSessionAuthChallengeDisposition {
 
 /// What answers a challenge.
 struct NSURLCredential {
+    /// The answer that trusts a certificate.
     static NSURLCredential initWithTrust(std::shared_ptr<SecTrust> trust) { return { std::move(trust) }; }
 
+    /// The certificate that is trusted.
     std::shared_ptr<SecTrust> trust;
 };
 
 /// Follows the loads of a view. Every method is optional; all run on the main thread.
 class TQWB_EXPORT WKNavigationDelegate {
 public:
+    /// Answers a challenge; the credential is read only with `UseCredential`.
     using ChallengeCompletion
         = std::function<void(NSURLSessionAuthChallengeDisposition, std::optional<NSURLCredential>)>;
 
@@ -73,7 +85,8 @@ public:
     /// too.
     virtual void webViewWebContentProcessDidTerminate(WKWebView& webView);
 
-    /// Which of the methods a class has.
+    /// @cond
+    // Which of the methods a class has.
     struct Methods {
         bool didStartProvisionalNavigation = false;
         bool didReceiveAuthenticationChallenge = false;
@@ -88,6 +101,7 @@ public:
             .webViewWebContentProcessDidTerminate = implements<DidTerminate, Delegate, Protocol>(),
         };
     }
+    /// @endcond
 
 private:
     template <class T> using DidStartProvisionalNavigation = decltype(&T::didStartProvisionalNavigation);

@@ -22,6 +22,7 @@ struct WKWebViewConfiguration;
 /// the view's own page.
 class TQWB_EXPORT WKFrameInfo {
 public:
+    /// The frame of the view's own page.
     explicit WKFrameInfo(const WKWebView& webView)
         : m_webView(webView)
     {
@@ -38,6 +39,7 @@ private:
 
 /// What the page wants to load.
 struct WKNavigationAction {
+    /// What would be loaded; without an address for an empty window.
     NSMutableURLRequest request;
 };
 
@@ -46,12 +48,15 @@ struct WKWindowFeatures { };
 
 /// A link that the user presses on, in ports whose engine offers a preview of what is behind it.
 struct WKPreviewElementInfo {
+    /// Where the link leads; absent when the port cannot tell.
     OptionalText linkURL;
 };
 
 /// Something that a preview offers to do.
 struct WKPreviewActionItem {
+    /// Names it for the application.
     std::string identifier;
+    /// Names it for the user.
     std::string title;
 };
 
@@ -73,7 +78,8 @@ public:
         WKWebView& webView, std::string_view message, const WKFrameInfo& frame, std::function<void(bool)> completion);
 
     /// The page called `prompt(prompt, defaultText)`, which returns what the completion is given, absent as null.
-    /// @param prompt @param defaultText valid during this call only.
+    /// @param prompt valid during this call only.
+    /// @param defaultText what the field holds at first; valid during this call only. Absent: nothing.
     virtual void runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::string_view prompt,
         std::optional<std::string_view> defaultText, const WKFrameInfo& frame,
         std::function<void(OptionalText)> completion);
@@ -90,13 +96,17 @@ public:
 
     // Previews of links, in ports whose engine has them. GTK's has none: there nothing calls these.
 
+    /// Whether the link may be previewed.
     virtual bool shouldPreviewElement(WKWebView& webView, const WKPreviewElementInfo& elementInfo);
+    /// What shows the preview; absent: the engine itself.
     virtual std::shared_ptr<UIViewController> previewingViewControllerForElement(WKWebView& webView,
         const WKPreviewElementInfo& elementInfo, const std::vector<WKPreviewActionItem>& previewActions);
+    /// The user wants what the preview shows.
     virtual void commitPreviewingViewController(
         WKWebView& webView, const std::shared_ptr<UIViewController>& previewingViewController);
 
-    /// Which of the methods a class has.
+    /// @cond
+    // Which of the methods a class has.
     struct Methods {
         bool runJavaScriptAlertPanelWithMessage = false;
         bool runJavaScriptConfirmPanelWithMessage = false;
@@ -121,6 +131,7 @@ public:
             .commitPreviewingViewController = implements<CommitPreview, Delegate, Protocol>(),
         };
     }
+    /// @endcond
 
 private:
     template <class T> using Alert = decltype(&T::runJavaScriptAlertPanelWithMessage);

@@ -13,17 +13,23 @@ enum class WKUserScriptFrames { All, MainFrameOnly };
 
 /// A script that runs in every page of a view.
 struct WKUserScript {
+    /// The text of the script.
     std::string source;
+    /// When it runs.
     WKUserScriptInjectionTime injectionTime = WKUserScriptInjectionTime::AtDocumentStart;
+    /// Where it runs.
     WKUserScriptFrames frames = WKUserScriptFrames::All;
 
+    /// The same in every field.
     bool operator==(const WKUserScript&) const = default;
 };
 
 /// The user scripts of a view, in the order in which they were added. Complete it before the view is made.
 class WKUserContentController {
 public:
+    /// Adds a script after the others.
     void addUserScript(WKUserScript script) { m_userScripts.push_back(std::move(script)); }
+    /// All of them, in order.
     const std::vector<WKUserScript>& userScripts() const { return m_userScripts; }
 
 private:

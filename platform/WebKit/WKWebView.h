@@ -23,7 +23,9 @@ class TQWB_EXPORT WKWebView : public NSObject, public std::enable_shared_from_th
 public:
     ~WKWebView() override;
 
+    /// The place that the view was made for.
     const CGRect& frame() const { return m_frame; }
+    /// What the view was made with; never null.
     const std::shared_ptr<WKWebViewConfiguration>& configuration() const { return m_configuration; }
 
     /// Loads a page. A request without an address has no effect.
@@ -42,6 +44,7 @@ public:
     /// Registers for changes of a property; only "estimatedProgress" changes observably.
     /// @param observer not held: it must remove itself before it goes.
     void addObserver(NSObject* observer, std::string_view keyPath, void* context);
+    /// Ends what `addObserver` began; nothing happens when nothing was begun.
     void removeObserver(NSObject* observer, std::string_view keyPath);
 
     /// The user interface's delegate, held weakly. The view itself may be its own.
@@ -55,19 +58,27 @@ public:
     {
         m_navigationDelegate.set(delegate);
     }
+    /// Absent when none was set or it is gone.
     std::shared_ptr<WKUIDelegate> UIDelegate() const { return m_uiDelegate.get(); }
+    /// Absent when none was set or it is gone.
     std::shared_ptr<WKNavigationDelegate> navigationDelegate() const { return m_navigationDelegate.get(); }
 
     /// Replaces the whole user agent text of every request.
     void setCustomUserAgent(const std::string& userAgent);
+    /// What is seen where the page has not drawn.
     void setBackgroundColor(UIColor color);
     /// The colour of the engine's own controls, where the port has any.
     UIColor tintColor() const { return m_tintColor; }
+    /// Keeps a colour for the controls.
     void setTintColor(UIColor color) { m_tintColor = color; }
+    /// How the page may be moved.
     const UIScrollView& scrollView() const { return m_scrollView; }
+    /// Changes how the page may be moved, from now on.
     void setScrollView(const UIScrollView& scrollView);
 
+    /// Lays a view over the page, above the others there. Absent: nothing happens.
     void addSubview(const std::shared_ptr<UIView>& view);
+    /// Moves a view above the others. Absent, or a view that does not lie over this page: nothing happens.
     void bringSubviewToFront(const std::shared_ptr<UIView>& view);
 
     /// The port's own object behind the view (for GTK a `GtkWidget*`), owned by the view.
@@ -79,6 +90,7 @@ protected:
         friend class WKWebView;
         Token() = default;
     };
+    /// For `make`.
     explicit WKWebView(Token);
 
     /// Makes the platform's view. A class that overrides it calls its base's.

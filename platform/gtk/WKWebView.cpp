@@ -242,12 +242,16 @@ void WKWebView::setScrollView(const UIScrollView& scrollView)
 
 void WKWebView::addSubview(const std::shared_ptr<UIView>& view)
 {
+    if (!view)
+        return;
     gtk_overlay_add_overlay(GTK_OVERLAY(m_impl->overlay.get()), static_cast<GtkWidget*>(view->nativeHandle()));
     m_impl->subviews.push_back(view);
 }
 
 void WKWebView::bringSubviewToFront(const std::shared_ptr<UIView>& view)
 {
+    if (!view)
+        return;
     auto* widget = static_cast<GtkWidget*>(view->nativeHandle());
     if (gtk_widget_get_parent(widget) == m_impl->overlay.get())
         gtk_widget_insert_before(widget, m_impl->overlay.get(), nullptr);
