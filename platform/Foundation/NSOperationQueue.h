@@ -1,12 +1,14 @@
 #pragma once
 
+#include "Export.h"
+
 #include <functional>
 #include <memory>
 
 namespace tq {
 
 /// Runs operations one after another, in the order in which they were added.
-class NSOperationQueue {
+class TQWB_EXPORT NSOperationQueue {
 public:
     /// A queue with a thread of its own, off the main thread. The thread ends when the last reference to the queue is
     /// gone and everything added has run; nobody waits for it.

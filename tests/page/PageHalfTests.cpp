@@ -430,5 +430,50 @@ TEST_F(PageHalfTest, ASecondCopyOfTheScriptTakesNothingFromTheFirst)
         outcome("Promise.all([callAsync('app.atOnce', 'a'), copy.callAsync('app.atOnce', 'b')])"), (array{ "a", "b" }));
 }
 
+// What the document's examples call.
+class Examples final : public NSObject {
+public:
+    const NSClass& objectClass() const override
+    {
+        static const NSClass table("Examples", &NSObject::staticClass(),
+            { { "add:", &Examples::add }, { "take::", &Examples::take }, { "start::", &Examples::start } });
+        return table;
+    }
+    OptionalValue add(OptionalValue numbers)
+    {
+        return numbers->at(0).to_number<int>() + numbers->at(1).to_number<int>();
+    }
+    void take(OptionalValue size, NSCompletion completion) { completion(std::move(size), Complete::Yes); }
+    void start(OptionalValue, NSCompletion completion)
+    {
+        completion(50, Complete::No);
+        completion(100, Complete::Yes);
+    }
+};
+
+TEST_F(PageHalfTest, TheExamplesOfItsDocumentRun)
+{
+    const auto text = contentOf("README.md");
+    const std::regex block("\n```js\n([^`]*)```");
+    std::string examples;
+    for (std::sregex_iterator match(text.begin(), text.end(), block); match != std::sregex_iterator(); ++match)
+        examples += (*match)[1];
+    examples = std::regex_replace(examples, std::regex("\\./bridge.js"), address(""));
+    for (const auto* name : { "calculator", "camera", "download" })
+        view->addJavascriptObject(std::make_shared<Examples>(), name);
+    const auto count = reports->values.size();
+    load(R"(<title>Shown</title><script>
+        const url = "u", bar = {};
+        let isCancelled = false;
+        window.onerror = window.onunhandledrejection = (event) => report(String(event.reason ?? event));
+        </script><script type="module">)"
+        + examples + "report([sum, picture.width, bar.value]);</script>");
+    waitForReports(count + 2);
+    EXPECT_EQ(reports->values.back(), (array{ 3, 640, 100 }));
+    EXPECT_EQ(answersOf("page.title"), std::vector<OptionalValue>{ "Shown" });
+    ask("setInterval(() => document.body.click(), 5), 0");
+    EXPECT_EQ(answersOf("page.clicks", { 1 }), std::vector<OptionalValue>{ 1 });
+}
+
 } // namespace
 } // namespace tq::test
