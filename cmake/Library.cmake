@@ -64,3 +64,10 @@ target_include_directories(TQWhiteBoardLib PUBLIC
 )
 target_compile_features(TQWhiteBoardLib PUBLIC cxx_std_20)
 set_target_properties(TQWhiteBoardLib PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+
+# What the sanitizers compare in both the library and its users must be one thing: everything stays in sight for them.
+if(NOT TQWB_SANITIZERS)
+    set(exports "${PROJECT_SOURCE_DIR}/cmake/exports.map")
+    target_link_options(TQWhiteBoardLib PRIVATE "LINKER:--version-script=${exports}" "LINKER:-z,defs")
+    set_property(TARGET TQWhiteBoardLib APPEND PROPERTY LINK_DEPENDS "${exports}")
+endif()

@@ -8,7 +8,7 @@
 namespace tq {
 
 /// Where the conference service is, as a navigation server told.
-class TQWBNaviDataInfo final : public NSObject {
+class TQWB_EXPORT TQWBNaviDataInfo final : public NSObject {
 public:
     /// The server's own code; 0 when it sent none.
     std::int32_t code = 0;

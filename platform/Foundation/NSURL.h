@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Export.h"
 #include "NSTypes.h"
 
 #include <optional>
@@ -9,7 +10,7 @@
 namespace tq {
 
 /// An address that is known to be well formed.
-class NSURL {
+class TQWB_EXPORT NSURL {
 public:
     /// Absent when the text is no valid absolute address (a blank, a control character or a byte outside
     /// ASCII in it, a broken host or port). Nothing is escaped.

@@ -14,7 +14,7 @@
 namespace tq {
 
 /// What a session is owned by; it has no duties.
-class NSURLSessionDelegate {
+class TQWB_EXPORT NSURLSessionDelegate {
 public:
     virtual ~NSURLSessionDelegate() = default;
 };

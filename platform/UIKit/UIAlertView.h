@@ -13,7 +13,7 @@ class UIAlertView;
 class UITextField;
 
 /// Told which button of an alert was pressed. Main thread.
-class UIAlertViewDelegate {
+class TQWB_EXPORT UIAlertViewDelegate {
 public:
     virtual ~UIAlertViewDelegate() = default;
 
@@ -54,7 +54,7 @@ private:
     UIAlertView(std::string title, std::string message, std::weak_ptr<UIAlertViewDelegate> delegate,
         std::string cancelButtonTitle, std::optional<std::string> otherButtonTitle);
 
-    struct Impl;
+    struct TQWB_HIDDEN Impl;
     std::unique_ptr<Impl> m_impl;
 };
 

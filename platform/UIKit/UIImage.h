@@ -27,7 +27,7 @@ public:
     std::string pngRepresentation() const;
 
 private:
-    struct Impl;
+    struct TQWB_HIDDEN Impl;
     explicit UIImage(std::unique_ptr<Impl> impl);
     std::unique_ptr<Impl> m_impl;
 };

@@ -9,7 +9,7 @@
 namespace tq {
 
 /// A field for one line of text. Main thread only.
-class TQWB_EXPORT UITextField final : public UIView {
+class UITextField final : public UIView {
 public:
     static std::shared_ptr<UITextField> initWithFrame(CGRect frame);
     ~UITextField() override;

@@ -38,7 +38,7 @@ public:
     void* nativeHandle() const;
 
 protected:
-    struct Native;
+    struct TQWB_HIDDEN Native;
     /// For the port, which brings the object behind the view.
     UIView(CGRect frame, std::unique_ptr<Native> native);
 

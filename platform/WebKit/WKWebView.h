@@ -121,7 +121,7 @@ private:
     static bool isDisplayAvailable();
     static void destroyOnMainThread(WKWebView* view);
 
-    struct Impl;
+    struct TQWB_HIDDEN Impl;
     CGRect m_frame;
     std::shared_ptr<WKWebViewConfiguration> m_configuration;
     WeakDelegate<WKUIDelegate> m_uiDelegate;
