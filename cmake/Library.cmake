@@ -60,7 +60,6 @@ target_link_libraries(TQWhiteBoardLib PRIVATE tqwb_objects PUBLIC Boost::json)
 target_include_directories(TQWhiteBoardLib PUBLIC
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>"
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
-    "$<INSTALL_INTERFACE:include>"
 )
 target_compile_features(TQWhiteBoardLib PUBLIC cxx_std_20)
 set_target_properties(TQWhiteBoardLib PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})

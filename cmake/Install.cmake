@@ -1,0 +1,117 @@
+# What an installation holds, in four components: runtime (the library), development (what building against it needs, and
+# the script for authors of pages), client and conference.
+include(GNUInstallDirs)
+
+# Below include/TQWhiteBoardLib, there as here.
+set(public_headers
+    DSCallInfo.h
+    DWKWebView.h
+    TQWBException.h
+    TQWBNaviDataInfo.h
+    TQWBPermissionProtocol.h
+    TQWBRecordConfig.h
+    TQWBRecordProtocol.h
+    TQWBRoomConfig.h
+    TQWBRoomStatusProtocol.h
+    TQWBWebView.h
+    TQWhiteBoard.h
+    TQWhiteBoardLib.h
+    gtk/NativeView.h
+)
+# What these include of the platform's headers. They are installed beside them, where a quoted "platform/..." is looked for
+# first: users need no search path of their own for it.
+set(platform_headers
+    platform/Foundation/Export.h
+    platform/Foundation/NSClass.h
+    platform/Foundation/NSError.h
+    platform/Foundation/NSObject.h
+    platform/Foundation/NSOperationQueue.h
+    platform/Foundation/NSTypes.h
+    platform/Foundation/NSURL.h
+    platform/Foundation/NSURLRequest.h
+    platform/Foundation/NSURLSession.h
+    platform/Foundation/WeakDelegate.h
+    platform/UIKit/CGGeometry.h
+    platform/UIKit/UIAlertView.h
+    platform/UIKit/UIColor.h
+    platform/UIKit/UIImage.h
+    platform/UIKit/UIProgressView.h
+    platform/UIKit/UIScrollView.h
+    platform/UIKit/UIView.h
+    platform/WebKit/WKNavigationDelegate.h
+    platform/WebKit/WKUIDelegate.h
+    platform/WebKit/WKUserContentController.h
+    platform/WebKit/WKWebView.h
+    platform/WebKit/WKWebViewConfiguration.h
+)
+
+function(tqwb_install_headers from)
+    foreach(header ${ARGN})
+        cmake_path(GET header PARENT_PATH folder)
+        install(FILES "${from}/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/TQWhiteBoardLib/${folder}"
+            COMPONENT development)
+    endforeach()
+endfunction()
+
+# The terms go with every component; the name of the package is that of the folder they are looked for in.
+function(tqwb_install_terms component package)
+    install(FILES LICENSE DESTINATION "${CMAKE_INSTALL_DATADIR}/doc/${package}" RENAME copyright
+        COMPONENT ${component})
+endfunction()
+
+function(tqwb_install_manual component manual)
+    cmake_path(GET manual STEM LAST_ONLY page)
+    configure_file("${manual}" "${PROJECT_BINARY_DIR}/generated/${page}" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/generated/${page}" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1"
+        COMPONENT ${component})
+endfunction()
+
+# runtime and development: the library
+install(TARGETS TQWhiteBoardLib EXPORT TQWhiteBoardLibTargets
+    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
+    INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+tqwb_install_headers(include/TQWhiteBoardLib ${public_headers})
+tqwb_install_headers(. ${platform_headers})
+tqwb_install_terms(runtime libtqwhiteboardlib1)
+tqwb_install_terms(development libtqwhiteboardlib-dev)
+
+# development: how builds find it
+include(CMakePackageConfigHelpers)
+set(package_directory "${CMAKE_INSTALL_LIBDIR}/cmake/TQWhiteBoardLib")
+configure_file(cmake/TQWhiteBoardLibConfig.cmake.in "${PROJECT_BINARY_DIR}/generated/TQWhiteBoardLibConfig.cmake" @ONLY)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/generated/TQWhiteBoardLibConfigVersion.cmake"
+    COMPATIBILITY SameMajorVersion)
+install(EXPORT TQWhiteBoardLibTargets NAMESPACE TQWhiteBoardLib:: DESTINATION "${package_directory}"
+    COMPONENT development)
+install(FILES
+    "${PROJECT_BINARY_DIR}/generated/TQWhiteBoardLibConfig.cmake"
+    "${PROJECT_BINARY_DIR}/generated/TQWhiteBoardLibConfigVersion.cmake"
+    DESTINATION "${package_directory}" COMPONENT development)
+
+# From the file's own place, so that the whole installation may be moved.
+file(RELATIVE_PATH prefix_from_pkgconfig "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+string(REGEX REPLACE "/$" "" prefix_from_pkgconfig "${prefix_from_pkgconfig}")
+configure_file(cmake/tqwhiteboardlib.pc.in "${PROJECT_BINARY_DIR}/generated/tqwhiteboardlib.pc" @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/generated/tqwhiteboardlib.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+    COMPONENT development)
+
+# development: the other end of the bridge, for authors of pages
+install(FILES page/bridge.js page/bridge.d.ts page/README.md
+    DESTINATION "${CMAKE_INSTALL_DATADIR}/tqwhiteboardlib/page" COMPONENT development)
+
+if(TQWB_BUILD_APPS)
+    # The client looks for the library from its own place, too.
+    file(RELATIVE_PATH libraries_from_programs "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
+    set_target_properties(tqwhiteboard PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_programs}")
+    install(TARGETS tqwhiteboard DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT client)
+    install(FILES apps/client/tqwhiteboard.desktop DESTINATION "${CMAKE_INSTALL_DATADIR}/applications"
+        COMPONENT client)
+    install(FILES apps/client/tqwhiteboard.svg DESTINATION "${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps"
+        COMPONENT client)
+    tqwb_install_manual(client apps/client/tqwhiteboard.1.in)
+    tqwb_install_terms(client tqwhiteboard)
+
+    install(TARGETS tqwhiteboard-conference DESTINATION "${CMAKE_INSTALL_BINDIR}" COMPONENT conference)
+    tqwb_install_manual(conference apps/conference/tqwhiteboard-conference.1.in)
+    tqwb_install_terms(conference tqwhiteboard-conference)
+endif()
