@@ -1,0 +1,26 @@
+# What users get: an installation, moved to where they want it.
+set(install_scripts "${CMAKE_CURRENT_SOURCE_DIR}/install")
+set(install_scratch "${CMAKE_CURRENT_BINARY_DIR}/install")
+set(install_prefix "${install_scratch}/prefix/moved")
+
+add_test(NAME Install.RunsFromAnyPlace
+    COMMAND bash "${install_scripts}/prefix.sh" "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}"
+        "${install_scratch}/prefix")
+set_tests_properties(Install.RunsFromAnyPlace PROPERTIES FIXTURES_SETUP installation)
+
+add_test(NAME Install.HeadersAreCompleteAndCompileAlone
+    COMMAND bash "${install_scripts}/headers.sh" "${CMAKE_CXX_COMPILER}"
+        "${PROJECT_SOURCE_DIR}/include" "${install_prefix}/${CMAKE_INSTALL_INCLUDEDIR}" "${install_scratch}/headers")
+add_test(NAME Install.ExportsWhatHeadersMark
+    COMMAND bash "${install_scripts}/exports.sh" "$<TARGET_FILE:TQWhiteBoardLib>"
+        "${install_prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
+set(install_users Install.HeadersAreCompleteAndCompileAlone Install.ExportsWhatHeadersMark)
+foreach(tool cmake pkg-config)
+    add_test(NAME Install.ProgramBuiltBy-${tool}-Joins
+        COMMAND bash "${install_scripts}/consumer.sh" ${tool} "${install_prefix}" "${install_scripts}/consumer"
+            "${install_scratch}/${tool}")
+    set_tests_properties(Install.ProgramBuiltBy-${tool}-Joins PROPERTIES RESOURCE_LOCK screen
+        ENVIRONMENT "CXX=${CMAKE_CXX_COMPILER}")
+    list(APPEND install_users Install.ProgramBuiltBy-${tool}-Joins)
+endforeach()
+set_tests_properties(${install_users} PROPERTIES FIXTURES_REQUIRED installation TIMEOUT 300)
