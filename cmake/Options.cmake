@@ -1,6 +1,7 @@
 option(TQWB_BUILD_TESTS "Build the tests" ON)
 option(TQWB_BUILD_APPS "Build the client and the local conference service" ON)
 option(TQWB_BUILD_BENCH "Build the benchmarks" OFF)
+option(TQWB_BUILD_PACKAGES "Have cpack make Debian packages" OFF)
 option(TQWB_CORE_ONLY "Build only what needs no engine, as a static library, with its tests" OFF)
 option(TQWB_BUILD_FUZZERS "Build the fuzzers of the core; for clang++" OFF)
 option(TQWB_WARNINGS_AS_ERRORS "Fail the build on any compiler warning" ON)
