@@ -36,12 +36,26 @@ void AsyncResult::deliver(OptionalValue value, Complete complete)
         if (value)
             result["data"] = std::move(*value);
     }
+    queue(message(), complete);
+}
+
+void AsyncResult::end()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_result.get_object()["code"] = 0;
+    }
+    queue(R"({"code":0})", Complete::Yes);
+}
+
+void AsyncResult::queue(std::string_view resultMessage, Complete complete)
+{
     if (!isCallable(m_callbackName)) {
         NSLog("Js bridge: a result is dropped, since the page's callback name is not an identifier");
         return;
     }
     std::string script = "try {" + m_callbackName + "(JSON.parse(decodeURIComponent(\"";
-    script += percentEncoded(message());
+    script += percentEncoded(resultMessage);
     script += "\")).data);";
     if (complete == Complete::Yes)
         script += "delete window." + m_callbackName;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Foundation/NSClass.h"
+#include "platform/Foundation/NSStream.h"
 #include "platform/Foundation/NSTypes.h"
 
 #include <mutex>
@@ -10,16 +10,15 @@
 namespace tq {
 
 /// The result of one asynchronous page call while it is being delivered, and the result of the call itself.
-class AsyncResult {
+class AsyncResult : public ResultSink {
 public:
     /// @param callbackName the page's function that receives the results.
     explicit AsyncResult(std::string callbackName);
-    virtual ~AsyncResult() = default;
-    AsyncResult(const AsyncResult&) = delete;
-    AsyncResult& operator=(const AsyncResult&) = delete;
 
-    /// Takes one result and queues the script that carries it to the page. Any thread.
-    void deliver(OptionalValue value, Complete complete);
+    /// Queues the script that carries the result to the page.
+    void deliver(OptionalValue value, Complete complete) final;
+    /// The page's function is called without a value, for the last time.
+    void end() final;
 
     /// The result message as it stands.
     std::string message() const;
@@ -29,6 +28,7 @@ public:
     static bool isCallable(std::string_view callbackName);
 
 private:
+    void queue(std::string_view resultMessage, Complete complete);
     /// Queues a script for the page. Any thread.
     virtual void queueScript(std::string_view script) = 0;
 

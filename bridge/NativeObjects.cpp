@@ -30,6 +30,14 @@ std::string resultMessage(std::int32_t code, const OptionalValue& data)
     return message;
 }
 
+// The answer to a call whose argument the method cannot take.
+std::string mismatchMessage(std::string_view fullName, std::string_view mismatch)
+{
+    const auto text = std::string(fullName).append(": ").append(mismatch);
+    NSLog("Js bridge: " + text);
+    return resultMessage(-1, boost::json::value(text));
+}
+
 } // namespace
 
 void NativeObjects::add(std::shared_ptr<NSObject> object, const OptionalText& nameSpace)
@@ -59,7 +67,8 @@ std::shared_ptr<NSObject> NativeObjects::objectForNamespace(std::string_view nam
 std::string NativeObjects::call(std::string_view methodName, std::optional<std::string_view> argumentMessage,
     const MakeResult& makeResult, const MethodMissing& methodMissing) const
 {
-    const auto [nameSpace, method] = JSBUtil::parseNamespace(JSBUtil::trimmed(methodName));
+    const auto fullName = JSBUtil::trimmed(methodName);
+    const auto [nameSpace, method] = JSBUtil::parseNamespace(fullName);
     const auto object = objectForNamespace(nameSpace);
     if (!object) {
         NSLog("Js bridge  called, but can't find a corresponded JavascriptObject , please check your code!");
@@ -67,15 +76,16 @@ std::string NativeObjects::call(std::string_view methodName, std::optional<std::
     }
     const auto candidates = object->objectClass().candidates(method);
     auto message = CallMessage::read(argumentMessage);
+    std::string mismatch;
     if (message.callbackName) {
         if (candidates.async) {
             const auto result = makeResult(std::move(*message.callbackName));
-            candidates.async->invoke(*object, std::move(message.data),
-                [result](OptionalValue value, Complete complete) { result->deliver(std::move(value), complete); });
-            return result->message();
+            candidates.async->invoke(*object, std::move(message.data), result, mismatch);
+            return mismatch.empty() ? result->message() : mismatchMessage(fullName, mismatch);
         }
     } else if (candidates.sync) {
-        return resultMessage(0, candidates.sync->invoke(*object, std::move(message.data)));
+        const auto value = candidates.sync->invoke(*object, std::move(message.data), mismatch);
+        return mismatch.empty() ? resultMessage(0, value) : mismatchMessage(fullName, mismatch);
     }
     methodMissing(methodName);
     return resultMessage(-1, std::nullopt);

@@ -33,7 +33,8 @@ public:
     /// Answers one call. No lock is held while the method runs, and an exception that leaves it leaves this too.
     /// @param methodName "namespace.method", or "method" in the empty namespace.
     /// @param argumentMessage the JSON text of the call; absent: no argument.
-    /// @returns the JSON text of the result.
+    /// @returns the JSON text of the result; where the method has types that the argument does not fit, it is not
+    /// called and the result's code is -1 with the reason as its data.
     std::string call(std::string_view methodName, std::optional<std::string_view> argumentMessage,
         const MakeResult& makeResult, const MethodMissing& methodMissing) const;
 

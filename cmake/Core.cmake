@@ -4,6 +4,7 @@ set(TQWB_CORE_SOURCES
     bridge/AsyncResult.cpp
     bridge/CallMessage.cpp
     bridge/JSBUtil.cpp
+    bridge/NativeFunctions.cpp
     bridge/NativeObjects.cpp
     bridge/PageAnswer.cpp
     bridge/PercentEncoding.cpp
@@ -12,12 +13,14 @@ set(TQWB_CORE_SOURCES
     navigation/NaviAnswer.cpp
     navigation/NaviEntry.cpp
     platform/Foundation/NSClass.cpp
+    platform/Foundation/NSConversion.cpp
     platform/Foundation/NSData.cpp
     platform/Foundation/NSDate.cpp
     platform/Foundation/NSJSONSerialization.cpp
     platform/Foundation/NSLog.cpp
     platform/Foundation/NSNumberReading.cpp
     platform/Foundation/NSObject.cpp
+    platform/Foundation/NSStream.cpp
     platform/UIKit/ImageSize.cpp
     session/ConfigRules.cpp
     session/ServiceAnswer.cpp

@@ -1,6 +1,6 @@
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(Boost 1.75 REQUIRED COMPONENTS json)
+find_package(Boost 1.81 REQUIRED COMPONENTS json)
 pkg_check_modules(WEBKIT REQUIRED IMPORTED_TARGET webkitgtk-6.0>=2.40)
 pkg_check_modules(GTK REQUIRED IMPORTED_TARGET gtk4>=4.8)
 pkg_check_modules(CURL REQUIRED IMPORTED_TARGET libcurl>=7.85)

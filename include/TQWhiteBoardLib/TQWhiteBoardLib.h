@@ -1,7 +1,9 @@
 #pragma once
 
+#include "Answer.h"
 #include "DSCallInfo.h"
 #include "DWKWebView.h"
+#include "NativeFunctions.h"
 #include "TQWBException.h"
 #include "TQWBNaviDataInfo.h"
 #include "TQWBPermissionProtocol.h"

@@ -1,13 +1,15 @@
 #pragma once
 
 #include "Export.h"
+#include "NSFunction.h"
+#include "NSStream.h"
 #include "NSTypes.h"
 
 #include <array>
 #include <concepts>
 #include <cstddef>
 #include <cstring>
-#include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -18,13 +20,6 @@ namespace tq {
 
 class NSObject;
 
-/// Whether more results of the same call will follow.
-enum class Complete : bool { No, Yes };
-
-/// Hands a result of an asynchronous native method to the page. It may be called any number of times and from any
-/// thread (not from two threads at once); absent leaves the value of the previous result in place.
-using NSCompletion = std::function<void(OptionalValue value, Complete complete)>;
-
 /// The name of a synchronous native method: "name:", one colon, at the end. Anything else does not compile.
 class SyncMethodName {
 public:
@@ -32,7 +27,7 @@ public:
         : m_text(name)
     {
         if (m_text.find(':') != m_text.size() - 1 || m_text.size() < 2)
-            throw "a method that takes one argument is named \"name:\"";
+            throw "a synchronous method is named \"name:\"";
     }
     constexpr std::string_view text() const { return m_text; }
 
@@ -48,7 +43,7 @@ public:
     {
         auto first = m_text.find(':');
         if (first == 0 || first == m_text.npos || m_text.find(':', first + 1) != m_text.size() - 1)
-            throw "a method that takes an argument and a completion is named \"name::\" or \"name:label:\"";
+            throw "a method with a completion or a stream is named \"name::\" or \"name:label:\"";
     }
     constexpr std::string_view text() const { return m_text; }
 
@@ -56,8 +51,10 @@ private:
     std::string_view m_text;
 };
 
-/// One row of a class's method table: a method's full name, in which every argument is marked by a colon, and the
-/// member function behind it. Names must be string literals.
+/// One row of a table of methods: a method's full name, in which every argument is marked by a colon, and what is
+/// behind it: a member function of the class, or any function. Names must be string literals.
+///
+/// Functions may have types: see `NativeFunction`.
 class NSMethod {
 public:
     /// A synchronous method: takes the page's argument (absent when the page sent none or null) and returns its result
@@ -65,7 +62,7 @@ public:
     template <std::derived_from<NSObject> T>
     NSMethod(SyncMethodName name, OptionalValue (T::*method)(OptionalValue))
         : m_name(name.text())
-        , m_sync([](const NSMethod& row, NSObject& object, OptionalValue&& argument) {
+        , m_sync([](const NSMethod& row, NSObject& object, OptionalValue&& argument, std::string&) {
             return (static_cast<T&>(object).*row.load<decltype(method)>())(std::move(argument));
         })
     {
@@ -76,31 +73,69 @@ public:
     template <std::derived_from<NSObject> T>
     NSMethod(AsyncMethodName name, void (T::*method)(OptionalValue, NSCompletion))
         : m_name(name.text())
-        , m_async([](const NSMethod& row, NSObject& object, OptionalValue&& argument, NSCompletion&& completion) {
-            (static_cast<T&>(object).*row.load<decltype(method)>())(std::move(argument), std::move(completion));
+        , m_async([](const NSMethod& row, NSObject& object, OptionalValue&& argument,
+                      const std::shared_ptr<ResultSink>& sink, std::string&) {
+            (static_cast<T&>(object).*row.load<decltype(method)>())(std::move(argument),
+                [sink](OptionalValue value, Complete complete) { sink->deliver(std::move(value), complete); });
         })
     {
         store(method);
     }
 
-    std::string_view name() const { return m_name; }
-    OptionalValue invoke(NSObject& object, OptionalValue&& argument) const
+    /// A synchronous function with types.
+    template <class Function>
+    requires(!TakesStream<Function> && !TakesCompletion<Function>) NSMethod(SyncMethodName name, Function function)
+        : m_name(name.text())
     {
-        return m_sync(*this, object, std::move(argument));
+        checkFunction<Function>();
+        if constexpr (NativeFunction<Function>) {
+            m_sync = [](const NSMethod& row, NSObject& object, OptionalValue&& argument, std::string& mismatch) {
+                return callSync<Function>(row.bound<Function>(object), std::move(argument), mismatch);
+            };
+            store(std::move(function));
+        }
     }
-    void invoke(NSObject& object, OptionalValue&& argument, NSCompletion&& completion) const
+
+    /// An asynchronous function with types: its last parameter is a `Stream`.
+    template <class Function>
+    requires TakesStream<Function> NSMethod(AsyncMethodName name, Function function)
+        : m_name(name.text())
     {
-        m_async(*this, object, std::move(argument), std::move(completion));
+        checkFunction<Function>();
+        if constexpr (NativeFunction<Function>) {
+            m_async = [](const NSMethod& row, NSObject& object, OptionalValue&& argument,
+                          const std::shared_ptr<ResultSink>& sink, std::string& mismatch) {
+                callAsync<Function>(row.bound<Function>(object), std::move(argument), sink, mismatch);
+            };
+            store(std::move(function));
+        }
+    }
+
+    std::string_view name() const { return m_name; }
+    /// @param mismatch says why a function with types could not be called; as it was if it was called.
+    OptionalValue invoke(NSObject& object, OptionalValue&& argument, std::string& mismatch) const
+    {
+        return m_sync(*this, object, std::move(argument), mismatch);
+    }
+    void invoke(NSObject& object, OptionalValue&& argument, const std::shared_ptr<ResultSink>& sink,
+        std::string& mismatch) const
+    {
+        m_async(*this, object, std::move(argument), sink, mismatch);
     }
 
 private:
-    using Sync = OptionalValue (*)(const NSMethod&, NSObject&, OptionalValue&&);
-    using Async = void (*)(const NSMethod&, NSObject&, OptionalValue&&, NSCompletion&&);
+    using Sync = OptionalValue (*)(const NSMethod&, NSObject&, OptionalValue&&, std::string&);
+    using Async
+        = void (*)(const NSMethod&, NSObject&, OptionalValue&&, const std::shared_ptr<ResultSink>&, std::string&);
 
-    template <class Pointer> void store(Pointer method)
+    template <class Function> void store(Function function)
     {
-        static_assert(sizeof(method) <= sizeof(m_member));
-        std::memcpy(m_member.data(), &method, sizeof(method));
+        if constexpr (std::is_member_function_pointer_v<Function>) {
+            static_assert(sizeof(function) <= sizeof(m_member));
+            std::memcpy(m_member.data(), &function, sizeof(function));
+        } else {
+            m_function = std::make_shared<Function>(std::move(function));
+        }
     }
     template <class Pointer> Pointer load() const
     {
@@ -108,11 +143,26 @@ private:
         std::memcpy(&method, m_member.data(), sizeof(method));
         return method;
     }
+    // The function, ready to be called; a member function with its object.
+    template <class Function> auto bound(NSObject& object) const
+    {
+        if constexpr (std::is_member_function_pointer_v<Function>) {
+            using Object = typename Signature<Function>::Object;
+            static_assert(std::derived_from<Object, NSObject>, "a member function of a table belongs to an NSObject");
+            return [&target = static_cast<Object&>(object), method = load<Function>()](
+                       auto&&... values) -> decltype(auto) {
+                return (target.*method)(std::forward<decltype(values)>(values)...);
+            };
+        } else {
+            return std::ref(*static_cast<Function*>(m_function.get()));
+        }
+    }
 
     std::string_view m_name;
     Sync m_sync = nullptr;
     Async m_async = nullptr;
     alignas(void*) std::array<std::byte, 2 * sizeof(void*)> m_member{};
+    std::shared_ptr<void> m_function;
 };
 
 /// The methods that a class of native objects publishes, and its superclass. One object a class, made once; immutable

@@ -1,18 +1,12 @@
-#include "bridge/AsyncResult.h"
-#include "bridge/NativeObjects.h"
+#include "tests/bridge/CallsWithoutPage.h"
 
-#include <gtest/gtest.h>
 #include <stdexcept>
-#include <vector>
 
 namespace tq::test {
 namespace {
 
-// A native object and the calls of a page that is not there.
-class NativeObjectsTest : public testing::Test {
+class NativeObjectsTest : public CallsWithoutPage {
 protected:
-    using Texts = std::vector<std::string>;
-
     class Service final : public NSObject {
     public:
         static const NSClass& staticClass()
@@ -30,28 +24,6 @@ protected:
             completion(std::nullopt, Complete::Yes);
         }
     };
-
-    struct Result final : AsyncResult {
-        Result(Texts& scripts, std::string callbackName)
-            : AsyncResult(std::move(callbackName))
-            , m_scripts(scripts)
-        {
-        }
-        void queueScript(std::string_view script) override { m_scripts.emplace_back(script); }
-        Texts& m_scripts;
-    };
-
-    std::string call(std::string_view name, std::optional<std::string_view> message)
-    {
-        return objects.call(
-            name, message,
-            [this](std::string callbackName) { return std::make_shared<Result>(scripts, std::move(callbackName)); },
-            [this](std::string_view missing) { missed.emplace_back(missing); });
-    }
-
-    NativeObjects objects;
-    Texts scripts;
-    Texts missed;
 };
 
 TEST_F(NativeObjectsTest, CallsAreAnsweredWithoutAnyView)

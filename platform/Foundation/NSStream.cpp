@@ -1,0 +1,7 @@
+#include "NSStream.h"
+
+namespace tq {
+
+ResultSink::~ResultSink() = default;
+
+} // namespace tq

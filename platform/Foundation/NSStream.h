@@ -1,0 +1,82 @@
+#pragma once
+
+#include "Export.h"
+#include "NSConversion.h"
+#include "NSTypes.h"
+
+#include <memory>
+#include <utility>
+
+namespace tq {
+
+/// Whether more results of the same call will follow.
+enum class Complete : bool { No, Yes };
+
+/// Where the results of one asynchronous call go. Any thread, one at a time.
+class TQWB_EXPORT ResultSink {
+public:
+    ResultSink() = default;
+    ResultSink(const ResultSink&) = delete;
+    ResultSink& operator=(const ResultSink&) = delete;
+    virtual ~ResultSink();
+
+    /// Takes one result; absent leaves the value of the previous one in place.
+    virtual void deliver(OptionalValue value, Complete complete) = 0;
+    /// Ends the call without a further result.
+    virtual void end() = 0;
+};
+
+/// What a function with types sends the results of an asynchronous call by: the last parameter of such a function. Keep
+/// it, and call it from any thread, but not from two at once. Copies are the same stream; when the last of them goes
+/// and nobody has finished it, it ends without a further result.
+///
+/// A function that fails with an exception before it has kept its stream ends it by that, too.
+template <class T> class Stream {
+public:
+    using Value = T;
+
+    /// What the library makes it of. Not for applications.
+    explicit Stream(std::shared_ptr<ResultSink> sink)
+        : m_state(std::make_shared<State>(std::move(sink)))
+    {
+    }
+
+    /// Sends a result that others will follow. After the end it does nothing.
+    void send(T value) const
+    {
+        if (!m_state->isOver)
+            m_state->sink->deliver(boost::json::value_from(std::move(value)), Complete::No);
+    }
+    /// Sends the last result.
+    void finish(T value) const
+    {
+        if (!m_state->isOver)
+            m_state->sink->deliver(boost::json::value_from(std::move(value)), Complete::Yes);
+        m_state->isOver = true;
+    }
+    /// Ends the stream; what was sent last was the last result.
+    void finish() const { m_state->end(); }
+
+private:
+    struct State {
+        explicit State(std::shared_ptr<ResultSink> newSink)
+            : sink(std::move(newSink))
+        {
+        }
+        State(const State&) = delete;
+        State& operator=(const State&) = delete;
+        ~State() { end(); }
+        void end()
+        {
+            if (!std::exchange(isOver, true))
+                sink->end();
+        }
+
+        const std::shared_ptr<ResultSink> sink;
+        bool isOver = false;
+    };
+
+    std::shared_ptr<State> m_state;
+};
+
+} // namespace tq

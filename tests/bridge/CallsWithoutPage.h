@@ -1,0 +1,40 @@
+#pragma once
+
+#include "bridge/AsyncResult.h"
+#include "bridge/NativeObjects.h"
+
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+namespace tq::test {
+
+using Texts = std::vector<std::string>;
+
+/// Native objects, and the calls of a page that is not there.
+class CallsWithoutPage : public testing::Test {
+protected:
+    struct Result final : AsyncResult {
+        Result(Texts& newScripts, std::string callbackName)
+            : AsyncResult(std::move(callbackName))
+            , scripts(newScripts)
+        {
+        }
+        void queueScript(std::string_view script) override { scripts.emplace_back(script); }
+        Texts& scripts;
+    };
+
+    std::string call(std::string_view name, std::optional<std::string_view> message)
+    {
+        return objects.call(
+            name, message,
+            [this](std::string callbackName) { return std::make_shared<Result>(scripts, std::move(callbackName)); },
+            [this](std::string_view missing) { missed.emplace_back(missing); });
+    }
+
+    NativeObjects objects;
+    Texts scripts;
+    Texts missed;
+};
+
+} // namespace tq::test
