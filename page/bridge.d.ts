@@ -6,6 +6,8 @@ export type NativeCallFailure =
     | "no-application"
     /** The application has no method of that name and kind. */
     | "no-method"
+    /** The method takes an argument of another type, and was not called; the error's message says what is wrong. */
+    | "bad-argument"
     /** The method was called and has failed. */
     | "failed"
     /** The method was called, and what it returned cannot be written or read. */
@@ -15,7 +17,7 @@ export type NativeCallFailure =
 
 /** The error of every call of the application that has no value. */
 export class NativeCallError extends Error {
-    constructor(method: string, reason: NativeCallFailure);
+    constructor(method: string, reason: NativeCallFailure, message?: string);
     /** The full name of the method that was called. */
     readonly method: string;
     readonly reason: NativeCallFailure;
@@ -42,12 +44,15 @@ export interface CallOptions {
     timeout?: number;
 }
 
-/** Calls an asynchronous native method. Fulfilled with its first result; rejected with what callSync would throw. */
+/**
+ * Calls an asynchronous native method. Fulfilled with its first result, undefined when it ends without any; rejected with
+ * what callSync would throw.
+ */
 export function callAsync<Value = unknown>(method: string, argument?: unknown, options?: CallOptions): Promise<Value>;
 
 /**
  * Calls an asynchronous native method; `callback` gets every result. `isLast` is true with the last one, and with no
- * other.
+ * other. A method that ends without a last result ends with undefined.
  *
  * @returns a function that abandons the call: `callback` is not called any more.
  * @throws what callSync throws.

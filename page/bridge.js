@@ -4,6 +4,7 @@
 const explanations = {
     "no-application": "the page is not shown by an application",
     "no-method": "the application has no such method",
+    "bad-argument": "the method takes another argument",
     failed: "the method has failed",
     unreadable: "the answer cannot be read",
     timeout: "no result came in time",
@@ -20,8 +21,8 @@ let lastCallback = 0;
 const functions = (window[Symbol.for("TQWhiteBoardLib.pageFunctions")] ??= new Map());
 
 export class NativeCallError extends Error {
-    constructor(method, reason) {
-        super(`${method}: ${explanations[reason]}`);
+    constructor(method, reason, message = `${method}: ${explanations[reason]}`) {
+        super(message);
         this.name = "NativeCallError";
         this.method = method;
         this.reason = reason;
@@ -48,6 +49,8 @@ function ask(method, message) {
     }
     if (typeof answer?.code !== "number")
         throw new NativeCallError(method, "unreadable");
+    if (answer.code !== 0 && typeof answer.data === "string" && answer.data !== "")
+        throw new NativeCallError(method, "bad-argument", answer.data);
     return answer;
 }
 
@@ -175,9 +178,10 @@ class ResultStream {
 
     constructor(method, argument) {
         this.#abandon = callWithCallback(method, argument, (value, isLast) => {
-            if (this.#waiting.length)
+            // Undefined is no result but the end without one.
+            if (value !== undefined && this.#waiting.length)
                 this.#waiting.shift()({ value, done: false });
-            else
+            else if (value !== undefined)
                 this.#results.push(value);
             if (isLast)
                 this.#finish();

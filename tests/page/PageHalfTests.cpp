@@ -1,3 +1,4 @@
+#include "TQWhiteBoardLib/NativeFunctions.h"
 #include "tests/support/PageTest.h"
 
 #include <boost/json/array.hpp>
@@ -303,6 +304,46 @@ TEST_F(PageHalfTest, StreamsGiveEveryResultAndEndAfterTheLast)
     tools->kept.back()("late", Complete::Yes);
     EXPECT_EQ(outcome("callAsync('app.count', 1)"), 1);
     EXPECT_EQ(ask("leftovers()"), 0);
+}
+
+TEST_F(PageHalfTest, FunctionsWithTypesSayWhatTheyCannotTakeAndEndTheirStreams)
+{
+    const auto count = [this](int last, Stream<int> numbers) {
+        // Dropped unfinished.
+        tools->workers.emplace_back([last, numbers = std::move(numbers)] {
+            for (int number = 1; number <= last; ++number)
+                numbers.send(number);
+        });
+    };
+    view->addJavascriptObject(nativeFunctions({ { "negate:", [](int number) { return -number; } },
+                                  { "add:", [](int left, int right) { return left + right; } }, { "count::", count } }),
+        "typed");
+    ask("window.why = (run) => outcome(async () => { try { return await run(); }"
+        " catch (error) { return [error.message, error.reason]; } }),"
+        " window.collect = async (results) => { const all = []; for await (const one of results) all.push(one);"
+        " return all; }, 0");
+    const std::vector<std::pair<std::string, OptionalValue>> rows{
+        { "callSync('typed.negate', 5)", -5 },
+        { "callSync('typed.add', [1, 2])", 3 },
+        { "callSync('typed.negate', 'x')", array{ "typed.negate: the argument is not an integer", "bad-argument" } },
+        { "callSync('typed.add', [1, 2 ** 31])", array{ "typed.add: argument 2 is out of range", "bad-argument" } },
+        { "callAsync('typed.count')", array{ "typed.count: the argument is missing", "bad-argument" } },
+        { "stream('typed.count', 1.5)", array{ "typed.count: the argument is not an integer", "bad-argument" } },
+        { "callWithCallback('typed.count', {}, report)",
+            array{ "typed.count: the argument is not an integer", "bad-argument" } },
+        { "collect(stream('typed.count', 3))", array{ 1, 2, 3 } },
+        { "collect(stream('typed.count', 0))", array{} },
+        { "callAsync('typed.count', 3)", 1 },
+        { "callAsync('typed.count', 0).then((value) => value === undefined)", true },
+        { "new Promise((done) => { const all = []; callWithCallback('typed.count', 1, (value, isLast) => {"
+          " all.push(value === undefined, isLast); if (isLast) done(all); }); })",
+            array{ false, false, true, true } },
+    };
+    for (const auto& [expression, expected] : rows)
+        EXPECT_EQ(outcome("why(() => " + expression + ")"), expected) << expression;
+    EXPECT_EQ(outcome("callSync('typed.negate', 'x')"), failure("typed.negate", "bad-argument"));
+    EXPECT_EQ(ask("leftovers()"), 0);
+    EXPECT_EQ(countOfLine("Js bridge: typed.negate: the argument is not an integer"), 2);
 }
 
 TEST_F(PageHalfTest, ResultsOfAnEarlierPagesCallsReachNobody)
