@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Answer.h"
 #include "DSCallInfo.h"
 #include "platform/UIKit/UIAlertView.h"
 #include "platform/WebKit/WKWebView.h"
@@ -69,6 +70,20 @@ public:
     void callHandler(std::string_view handlerName, boost::json::array arguments, JSCallback completionHandler);
     void callHandler(std::string_view handlerName, boost::json::array arguments);
     void callHandler(std::string_view handlerName, JSCallback completionHandler);
+    /// The same with types: `view.callHandler<int>("sum", [](tq::Answer<int> sum) { ... }, 3, 4)`.
+    /// @tparam T what an answer is made into; what it cannot be made of comes as an error.
+    /// @param callback takes an `Answer<T>`.
+    /// @param arguments the elements of the list of arguments, each of a type that JSON can be made of.
+    template <class T, class Callback, class... Arguments>
+    void callHandler(std::string_view handlerName, Callback callback, Arguments&&... arguments)
+    {
+        static_assert(AnswerType<T>, "an answer cannot be made into this type, or it is a view and would hold nothing");
+        static_assert((JSONWritable<Arguments> && ...), "no JSON can be made of the type of an argument");
+        static_assert(std::invocable<Callback&, Answer<T>>, "the callback takes an Answer of the type");
+        callHandler(handlerName, jsonList(std::forward<Arguments>(arguments)...),
+            JSCallback([name = std::string(handlerName), callback = std::move(callback)](
+                           OptionalValue value) mutable { callback(Answer<T>::read(name, std::move(value))); }));
+    }
     /// Asks the page whether it has the function. Main thread; the callback is called there, and never by a page that
     /// answers nothing.
     void hasJavascriptMethod(std::string_view handlerName, std::function<void(bool exists)> methodExistCallback);

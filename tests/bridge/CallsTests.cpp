@@ -220,5 +220,29 @@ TEST_F(CallsTest, ClosingIsTheListenersBusiness)
     EXPECT_EQ(closings, 1);
 }
 
+TEST_F(CallsTest, CallsWithTypesBringAnswersOfThatType)
+{
+    load(kPage);
+    ready();
+    const auto before = reports->values.size();
+    std::vector<std::optional<int>> sums;
+    Texts errors;
+    view->callHandler<int>(
+        "sum",
+        [&](const Answer<int>& sum) {
+            sums.push_back(sum.value);
+            errors.push_back(sum.error);
+        },
+        3, "vier", std::vector{ 0.5 }, OptionalValue());
+    waitForReports(before + 1);
+    EXPECT_EQ(messages(before), Texts{ R"(["sum",0,"[3,\"vier\",[5E-1],null]"])" });
+    for (const char* data : { "7", "\"secret\"", "2147483648", "null", "8" })
+        answer(std::string(R"({"id":0,"data":)") + data + "}");
+    EXPECT_EQ(sums, (std::vector<std::optional<int>>{ 7, std::nullopt, std::nullopt, std::nullopt, 8 }));
+    EXPECT_EQ(errors,
+        (Texts{ "", "sum: the answer is not an integer", "sum: the answer is out of range",
+            "sum: the answer is missing", "" }));
+}
+
 } // namespace
 } // namespace tq::test
