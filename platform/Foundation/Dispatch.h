@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Export.h"
+
 #include <chrono>
 #include <functional>
 
@@ -7,7 +9,7 @@ namespace tq {
 
 /// Runs the task on the main thread at a later turn of its loop, never inside the caller. Any thread. An exception that
 /// leaves the task is logged and goes no further.
-void dispatchToMain(std::function<void()> task);
+TQWB_EXPORT void dispatchToMain(std::function<void()> task);
 
 /// The same, not before the delay has passed.
 void dispatchToMainAfter(std::chrono::milliseconds delay, std::function<void()> task);
@@ -16,7 +18,7 @@ void dispatchToMainAfter(std::chrono::milliseconds delay, std::function<void()> 
 bool isMainThread();
 
 /// Writes the exception that is being handled to the log.
-void logCurrentException();
+TQWB_EXPORT void logCurrentException();
 
 /// Runs the task; an exception that leaves it is logged and goes no further.
 template <class Task> void runGuarded(const Task& task)

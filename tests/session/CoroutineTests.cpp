@@ -1,0 +1,318 @@
+#include "TQWhiteBoardLib/Coroutines.h"
+
+#include "TQWhiteBoardLib/TQWBWebView.h"
+#include "navigation/TQWBNaviManager.h"
+#include "tests/support/HttpsServer.h"
+#include "tests/support/PageTest.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <thread>
+
+namespace tq::test {
+namespace {
+
+using Texts = std::vector<std::string>;
+using Taker = std::shared_ptr<ResultTaker<int>>;
+
+// Says that it has gone, in a coroutine's frame for example.
+struct Guard {
+    explicit Guard(int& newCount)
+        : count(newCount)
+    {
+        ++count;
+    }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+    ~Guard() { --count; }
+    int& count;
+};
+
+// Coroutines that wait for a number which the test gives them.
+class CoroutineTest : public testing::Test {
+protected:
+    void SetUp() override { clearLog(); }
+
+    Operation<int> number()
+    {
+        return { [this](const Taker& newTaker) { taker = newTaker; }, -1 };
+    }
+    Task<int> twice()
+    {
+        const Guard guard(frames);
+        co_return 2 * co_await number();
+    }
+    Task<> keepTwice()
+    {
+        const Guard guard(frames);
+        received = co_await twice();
+    }
+    /// Gives the number on another thread, where the last reference to the taker goes, too.
+    std::jthread giveLater(int value)
+    {
+        return std::jthread([given = std::move(taker), value] { given->take(value); });
+    }
+
+    Taker taker;
+    int frames = 0;
+    std::optional<int> received;
+};
+
+TEST_F(CoroutineTest, ItGoesOnWithTheFirstResultOnTheMainThread)
+{
+    const auto task = keepTwice();
+    EXPECT_EQ(frames, 2) << "it starts at once";
+    taker->take(4);
+    taker->take(5);
+    EXPECT_FALSE(received) << "nothing goes on within a callback";
+    runPending();
+    EXPECT_EQ(received, 8);
+    EXPECT_TRUE(task.isDone());
+    EXPECT_EQ(frames, 0);
+
+    const auto other = keepTwice();
+    giveLater(6).join();
+    EXPECT_EQ(received, 8);
+    runUntil([&] { return other.isDone(); }, "the number has come from its thread");
+    EXPECT_EQ(received, 12);
+}
+
+TEST_F(CoroutineTest, CallbacksThatGoWithoutAResultLeaveNobodyWaiting)
+{
+    const auto task = keepTwice();
+    taker.reset();
+    runPending();
+    EXPECT_EQ(received, -2);
+    EXPECT_TRUE(task.isDone());
+}
+
+TEST_F(CoroutineTest, AnAbandonedOneIsNeverTouchedAgain)
+{
+    { // while the result is still to come, on another thread
+        auto task = std::optional(keepTwice());
+        task.reset();
+        EXPECT_EQ(frames, 0);
+        giveLater(1).join();
+    }
+    { // while it is on its way to the main thread
+        auto task = std::optional(keepTwice());
+        giveLater(1).join();
+        task.reset();
+        EXPECT_EQ(frames, 0);
+    }
+    { // while another takes its place
+        auto task = keepTwice();
+        giveLater(1).join();
+        task = keepTwice();
+        EXPECT_EQ(frames, 2);
+    }
+    runPending();
+    EXPECT_FALSE(received);
+    { // at whatever moment
+        for (int round = 0; round < 500; ++round) {
+            auto task = std::optional(keepTwice());
+            const auto thread = giveLater(round);
+            if (round % 2)
+                runPending();
+            task.reset();
+        }
+        runPending();
+    }
+    EXPECT_EQ(frames, 0);
+    EXPECT_EQ(logLines(), std::vector<std::string>());
+}
+
+TEST_F(CoroutineTest, ItMayLetGoOfItsOwnTask)
+{
+    std::optional<Task<>> task;
+    int steps = 0;
+    const auto letGo = [&]() -> Task<> {
+        const Guard guard(frames);
+        co_await number();
+        task.reset();
+        ++steps; // still running
+        co_await number();
+        ++steps;
+    };
+    task.emplace(letGo());
+    taker->take(1);
+    runPending();
+    EXPECT_EQ(steps, 1);
+    EXPECT_EQ(frames, 0) << "it has gone where it would have waited";
+
+    // The one that lets go is part of another.
+    const auto outer = [&]() -> Task<> {
+        const Guard guard(frames);
+        co_await letGo();
+        ++steps;
+    };
+    task.emplace(outer());
+    taker->take(1);
+    runPending();
+    EXPECT_EQ(steps, 2);
+    EXPECT_EQ(frames, 0);
+
+    // There is nothing more to wait for.
+    const auto last = [&]() -> Task<> {
+        const Guard guard(frames);
+        co_await number();
+        task.reset();
+    };
+    task.emplace(last());
+    taker->take(1);
+    runPending();
+    EXPECT_EQ(frames, 0);
+}
+
+TEST_F(CoroutineTest, ADetachedOneComesToItsEndAlone)
+{
+    keepTwice().detach();
+    EXPECT_EQ(frames, 2);
+    taker->take(3);
+    runPending();
+    EXPECT_EQ(received, 6);
+    EXPECT_EQ(frames, 0);
+}
+
+TEST_F(CoroutineTest, ExceptionsReachWhoAwaitsElseTheLog)
+{
+    const auto fail = [&](bool atOnce) -> Task<int> {
+        if (!atOnce)
+            co_await number();
+        throw std::runtime_error("on purpose");
+    };
+    std::string caught;
+    const auto awaitFailure = [&](bool atOnce) -> Task<> {
+        try {
+            co_await fail(atOnce);
+        } catch (const std::runtime_error& error) {
+            caught += error.what();
+        }
+    };
+    const auto first = awaitFailure(true);
+    EXPECT_EQ(caught, "on purpose");
+    const auto second = awaitFailure(false);
+    taker->take(1);
+    runPending();
+    EXPECT_EQ(caught, "on purposeon purpose");
+    EXPECT_EQ(countOfLine("on purpose"), 0);
+    EXPECT_TRUE(fail(true).isDone());
+    EXPECT_EQ(countOfLine("on purpose"), 1);
+    fail(false).detach();
+    taker->take(1);
+    runPending();
+    EXPECT_EQ(countOfLine("on purpose"), 2);
+}
+
+// The library's operations, with the real engine and real HTTPS.
+
+class CoroutineCallsTest : public PageTest {
+protected:
+    void SetUp() override
+    {
+        PageTest::SetUp();
+        use(DWKWebView::initWithFrame({}, nullptr));
+        load(R"(<script>
+            window._handleMessageFromNative = ({ method, callbackId: id, data: text }) => {
+                const answer = (data, complete) =>
+                    prompt("_dsbridge=_dsb.returnValue", JSON.stringify({ data: { id, data, complete } }));
+                if (method === "sum") answer(JSON.parse(text).reduce((a, b) => a + b), true);
+                if (method === "twice") answer("first", false), answer("second", true);
+            };
+            prompt("_dsbridge=_dsb.dsinit", "{}");
+            </script>)");
+    }
+};
+
+TEST_F(CoroutineCallsTest, TheFirstAnswerOfAPageFunctionIsAwaited)
+{
+    Texts lines;
+    const auto ask = [](DWKWebView& view, Texts& lines) -> Task<> {
+        const auto sum = co_await callHandler<int>(view, "sum", 3, 4);
+        lines.push_back(std::to_string(sum.value.value_or(0)));
+        lines.push_back((co_await callHandler<std::string>(view, "sum", 3, 4)).error);
+        lines.push_back((co_await callHandler<std::string>(view, "twice")).value.value_or(""));
+        lines.push_back((co_await callHandler<std::string>(view, "silent")).error);
+    };
+    const auto task = ask(*view, lines);
+    runUntil([&] { return lines.size() == 3; }, "three functions have answered");
+    EXPECT_EQ(lines, (Texts{ "7", "sum: the answer is not a text", "first" }));
+    std::ignore = PageTest::ask("0"); // the page has been called for the fourth time
+    EXPECT_FALSE(task.isDone());
+    view.reset();
+    runUntil([&] { return task.isDone(); }, "it goes on without its view");
+    EXPECT_EQ(lines.back(), "silent: no answer will come");
+}
+
+class CoroutineSessionTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        clearLog();
+        NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(HttpsServer::authority());
+        view = TQWBWebView::initWithFrame({ 0, 0, 200, 100 }, nullptr);
+        ASSERT_TRUE(view) << "these tests need a display";
+        boost::json::object answer{ { "iwbLeaseUri", server.host() }, { "iwbConferenceUri", server.host() } };
+        TQWBNaviManager::sharedInstance()->saveNavi(std::move(answer), "key", "token");
+    }
+    void TearDown() override
+    {
+        view->call("TQJSBridge.onRoomQuited", "{}");
+        const std::weak_ptr<TQWBWebView> watched = view;
+        view.reset();
+        runUntil([&] { return watched.expired(); }, "the view is destroyed");
+    }
+    static std::string answerTo(const ReceivedRequest& request)
+    {
+        if (request.line().starts_with("GET /conference/"))
+            return HttpsServer::answerWith(200, "<title>room</title>", "Content-Type: text/html\r\n");
+        if (request.line().find("/player") != std::string::npos)
+            return HttpsServer::answerWith(200, R"({"code":7,"desc":"no such recording"})");
+        return HttpsServer::answerWith(200, R"({"code":0,"key":"k1"})");
+    }
+    static std::string describe(const char* what, const TQWBOutcome& outcome)
+    {
+        return std::string(what) + (outcome ? " done" : " failed ") + (outcome ? "" : std::to_string(outcome.code))
+            + outcome.text.value_or("");
+    }
+    static Task<> visit(std::shared_ptr<TQWBWebView> view, Texts& lines)
+    {
+        const auto board = TQWhiteBoard::initWithWebView(std::move(view));
+        const auto room
+            = std::make_shared<TQWBRoomConfig>(TQWBRoomConfig{ "key", "token", "room", "user", "Ann", 0, 30 });
+        const auto record = std::make_shared<TQWBRecordConfig>(
+            TQWBRecordConfig{ "key", "token", "room", "user", "Ann", "https://r.example/1" });
+        lines.push_back(describe("quit", co_await quit(*board)));
+        lines.push_back(describe("replay", co_await replay(*board, record)));
+        lines.push_back(describe("join", co_await join(*board, room)));
+        EXPECT_TRUE(isMainThread());
+        lines.push_back(describe("quit", co_await quit(*board)));
+    }
+
+    HttpsServer server{ answerTo };
+    std::shared_ptr<TQWBWebView> view;
+};
+
+TEST_F(CoroutineSessionTest, ARoomIsVisitedInAStraightLine)
+{
+    Texts lines;
+    const auto task = visit(view, lines);
+    runUntil([&] { return task.isDone(); }, "the visit is over");
+    EXPECT_EQ(lines,
+        (Texts{ "quit failed 300010not in WhiteBoard", "replay failed 7no such recording", "join done", "quit done" }));
+}
+
+TEST_F(CoroutineSessionTest, AnAbandonedVisitHarmsNobody)
+{
+    for (std::size_t step = 0; step < 4; ++step) {
+        Texts lines;
+        auto task = std::optional(visit(view, lines));
+        runUntil([&] { return lines.size() >= step; }, "the visit has come so far");
+        task.reset();
+    }
+    // What was asked for last is answered: the visit's board is held until then.
+    runUntil([&] { return server.connections() >= 6; }, "the requests have been made");
+}
+
+} // namespace
+} // namespace tq::test
