@@ -4,6 +4,7 @@
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <iostream>
 
@@ -23,8 +24,62 @@ public:
     OptionalValue echo(OptionalValue argument) { return argument; }
 };
 
+// The same method with types, and with a conversion by hand.
+class Adder final : public NSObject {
+public:
+    static const NSClass& staticClass()
+    {
+        static const NSClass table(
+            "Adder", &NSObject::staticClass(), { { "typed:", &Adder::typed }, { "byHand:", &Adder::byHand } });
+        return table;
+    }
+    const NSClass& objectClass() const override { return staticClass(); }
+
+    std::int64_t typed(std::int64_t left, std::int64_t right) { return left + right; }
+    OptionalValue byHand(OptionalValue argument)
+    {
+        const auto* list = argument ? argument->if_array() : nullptr;
+        if (!list || list->size() != 2)
+            return std::nullopt;
+        boost::json::error_code noLeft;
+        boost::json::error_code noRight;
+        const auto left = (*list)[0].to_number<std::int64_t>(noLeft);
+        const auto right = (*list)[1].to_number<std::int64_t>(noRight);
+        if (noLeft || noRight)
+            return std::nullopt;
+        return left + right;
+    }
+};
+
 constexpr std::string_view kMessage = R"({"data":{"id":7,"name":"small","list":[1,2,3]}})";
+constexpr std::string_view kSum = R"({"data":[12345,678]})";
 constexpr int kCalls = 20000;
+
+template <class Operation> Seconds time(const Operation& operation)
+{
+    const auto start = Clock::now();
+    for (int i = 0; i < kCalls; ++i)
+        operation();
+    return Clock::now() - start;
+}
+
+Figure typedFigure(DWKWebView& view)
+{
+    view.addJavascriptObject(std::make_shared<Adder>(), "adder");
+    bool isSame = true;
+    const auto calls = [&](std::string_view name) {
+        return [&view, &isSame, name] {
+            return time([&] { isSame = view.call(name, kSum) == R"({"code":0,"data":13023})" && isSame; });
+        };
+    };
+    auto figure = compare("call:: alone, method with types", "the same converted by hand", 1.05, kCalls,
+        calls("adder.typed"), calls("adder.byHand"), 45);
+    if (!isSame) {
+        std::cerr << "bench: a sum is wrong\n";
+        std::exit(1);
+    }
+    return figure;
+}
 
 } // namespace
 
@@ -33,12 +88,6 @@ std::vector<Figure> dispatchFigures()
     const auto view = DWKWebView::initWithFrame({}, nullptr);
     view->addJavascriptObject(std::make_shared<Echo>(), "app");
     const auto expected = view->call("app.echo", kMessage);
-    auto time = [](const auto& operation) {
-        const auto start = Clock::now();
-        for (int i = 0; i < kCalls; ++i)
-            operation();
-        return Seconds(Clock::now() - start);
-    };
     std::size_t bytes = 0;
     auto figure = compare(
         "call:: alone, small message", "JSON parse and serialise", 2.0, kCalls,
@@ -57,7 +106,7 @@ std::vector<Figure> dispatchFigures()
         std::exit(1);
     }
     figure.note = std::to_string(std::lround(1 / figure.subjectTime.count())) + " calls a second";
-    return { figure };
+    return { figure, typedFigure(*view) };
 }
 
 } // namespace tq::bench
