@@ -1,11 +1,17 @@
 // A page's call: the method's name in the first line, the message after it.
 
+#include "TQWhiteBoardLib/NativeFunctions.h"
 #include "bridge/AsyncResult.h"
+#include "bridge/CallMessage.h"
+#include "bridge/JSBUtil.h"
 #include "bridge/NativeObjects.h"
 #include "fuzz/support/Fuzz.h"
 #include "fuzz/support/Reference.h"
+#include "platform/Foundation/NSNumberReading.h"
 
+#include <array>
 #include <boost/json/parse.hpp>
+#include <regex>
 #include <vector>
 
 namespace tq::fuzz {
@@ -137,6 +143,97 @@ void check(std::string_view methodName, std::optional<std::string_view> message)
         expect(objects.hasMethod(question), "a method that answers is there when it is asked for");
 }
 
+// Functions with types answer with what they were given, made of JSON and back.
+struct Typed {
+    std::shared_ptr<NSObject> object()
+    {
+        return nativeFunctions({
+            { "integer:", [this](std::int64_t number) { return ++calls, number; } },
+            { "small:", [this](signed char number) { return ++calls, number; } },
+            { "number:", [this](double number) { return ++calls, number; } },
+            { "text:", [this](std::string_view text) { return ++calls, std::string(text); } },
+            { "pair:",
+                [this](
+                    std::int32_t left, const std::vector<double>& right) { return ++calls, std::pair(left, right); } },
+            { "later::",
+                [this](std::optional<bool> is, Stream<bool> sink) { ++calls, sink.send(is.value_or(false)); } },
+        });
+    }
+
+    int calls = 0;
+};
+
+// Whether a value that was sent fits the function, by plain readings of it.
+bool fits(std::string_view function, const boost::json::value& value)
+{
+    const auto isWithin = [](const boost::json::value& number, std::int64_t least, std::int64_t greatest) {
+        const auto whole = wholeNumber(&number);
+        return whole && *whole >= least && *whole <= greatest;
+    };
+    if (function == "integer")
+        return wholeNumber(&value).has_value();
+    if (function == "small")
+        return isWithin(value, -128, 127);
+    if (function == "number")
+        return value.is_number() && !hasNonFinite(value);
+    if (function == "text")
+        return value.is_string();
+    if (function == "later")
+        return value.is_null() || value.is_bool();
+    const auto* list = value.if_array();
+    return list && list->size() == 2 && isWithin(list->at(0), INT32_MIN, INT32_MAX) && list->at(1).is_array()
+        && std::ranges::all_of(list->at(1).get_array(), [](const auto& number) { return number.is_number(); });
+}
+
+// Whether two values are equal, a number with a fraction of nothing being a whole one.
+bool areEqual(const boost::json::value& left, const boost::json::value& right)
+{
+    if (left.is_array() && right.is_array())
+        return std::ranges::equal(left.get_array(), right.get_array(), areEqual);
+    if (left.is_number() && right.is_number())
+        return areAlike(left.to_number<double>(), right.to_number<double>());
+    return left == right;
+}
+
+void checkTyped(std::string_view methodName, std::optional<std::string_view> message)
+{
+    NativeObjects objects;
+    Typed typed;
+    objects.add(typed.object(), "typed");
+    std::vector<std::string> scripts;
+    int missed = 0;
+    const auto answer = objects.call(
+        methodName, message, [&](std::string name) { return std::make_shared<Result>(scripts, std::move(name)); },
+        [&](std::string_view) { ++missed; });
+    const auto fullName = JSBUtil::trimmed(methodName);
+    const auto sent = CallMessage::read(message);
+    const auto data = sent.data.value_or(nullptr);
+    const auto [nameSpace, function] = JSBUtil::parseNamespace(fullName);
+    if (missed || nameSpace != "typed") {
+        expect(!typed.calls && answer == R"({"code":-1,"data":""})", "nothing was called");
+        return;
+    }
+    expect((typed.calls == 1) == fits(function, data), "what fits is called, once, and nothing else");
+    if (typed.calls && hasNonFinite(data)) {
+        expect(answer == "{}", "what JSON cannot hold is an empty map");
+        return;
+    }
+    const auto read = readMessage(answer);
+    expect((read.at("code") == 0) == (typed.calls == 1), "a mismatch is told");
+    if (typed.calls) {
+        expect(scripts.empty() || scripts.size() == 2, "a stream sends and ends");
+        expect(
+            areEqual(read.at("data"), sent.callbackName && data.is_null() ? false : data), "it comes back as it was");
+        return;
+    }
+    const std::string reason = std::string(read.at("data").as_string());
+    static const std::regex kReasons(": (the argument|argument [12]) (is missing|is out of range|is not "
+                                     "(an integer|a number|true or false|a text|a list( of 2)?|of the right form))");
+    expect(reason.starts_with(fullName) && std::regex_match(reason.substr(fullName.size()), kReasons),
+        "the reason says nothing of the data");
+    expect(scripts.empty(), "nothing follows a mismatch");
+}
+
 } // namespace
 } // namespace tq::fuzz
 
@@ -144,6 +241,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 {
     const auto text = tq::fuzz::textOf(data, size);
     const auto [name, message] = tq::fuzz::firstLineAndRest(text);
-    tq::fuzz::check(name, name.size() == text.size() ? std::nullopt : std::optional(message));
+    const auto given = name.size() == text.size() ? std::nullopt : std::optional(message);
+    tq::fuzz::check(name, given);
+    tq::fuzz::checkTyped(name, given);
     return 0;
 }
