@@ -267,21 +267,14 @@ function stopDrawing() {
     queue.pump();
 }
 
-function pointerDown(event) {
-    if (!mayDraw() || drawing.pointer !== null || !event.isPrimary || event.button !== 0)
-        return;
-    event.preventDefault();
+function penDown(pointer, event) {
     show("panel", false);
-    drawing.pointer = event.pointerId;
-    element("board").setPointerCapture(event.pointerId);
+    drawing.pointer = pointer;
     startStroke(board.place(event));
 }
 
-function pointerMove(event) {
-    if (event.pointerId !== drawing.pointer)
-        return;
-    const events = event.getCoalescedEvents?.() ?? [];
-    for (const step of events.length ? events : [event]) {
+function penMove(steps) {
+    for (const step of steps) {
         const point = board.place(step);
         if (drawing.pending.length === 0)
             requestAnimationFrame(flush);
@@ -294,11 +287,66 @@ function pointerMove(event) {
     }
 }
 
-function pointerUp(event) {
-    if (event.pointerId !== drawing.pointer)
-        return;
+function penUp() {
     endStroke();
     stopDrawing();
+}
+
+function pointerDown(event) {
+    if (!mayDraw() || drawing.pointer !== null || !event.isPrimary || event.button !== 0 || isEcho(event))
+        return;
+    event.preventDefault();
+    element("board").setPointerCapture(event.pointerId);
+    penDown(event.pointerId, event);
+}
+
+function pointerMove(event) {
+    if (event.pointerId !== drawing.pointer)
+        return;
+    const steps = event.getCoalescedEvents?.() ?? [];
+    penMove(steps.length ? steps : [event]);
+}
+
+function pointerUp(event) {
+    if (event.pointerId === drawing.pointer)
+        penUp();
+}
+
+// Not every engine makes pointer events of touches. Where one does, they come first, and the pen is down already.
+
+const longestEcho = 500; // ms
+const farthestEcho = 30; // px
+let lastTouch = null;
+/** Whether the engine made the event of a quick tap, before it knew that the page had taken the touch. */
+function isEcho(event) {
+    return lastTouch !== null && event.pointerType === "mouse" && event.timeStamp - lastTouch.time < longestEcho
+        && Math.hypot(event.clientX - lastTouch.x, event.clientY - lastTouch.y) < farthestEcho;
+}
+
+const touchName = (touch) => "touch " + touch.identifier;
+const drawingTouch = (event) => [...event.changedTouches].find((touch) => touchName(touch) === drawing.pointer);
+
+function touchStart(event) {
+    if (!mayDraw())
+        return;
+    // No mouse events in its wake, no menu after a while, no zoom by two fingers.
+    event.preventDefault();
+    if (drawing.pointer === null)
+        penDown(touchName(event.changedTouches[0]), event.changedTouches[0]);
+}
+
+function touchMove(event) {
+    const touch = drawingTouch(event);
+    if (touch)
+        penMove([touch]);
+}
+
+function touchEnd(event) {
+    const touch = drawingTouch(event);
+    if (!touch)
+        return;
+    lastTouch = { time: event.timeStamp, x: touch.clientX, y: touch.clientY };
+    penUp();
 }
 
 // Tools
@@ -362,6 +410,10 @@ function connectTools() {
     canvas.addEventListener("pointermove", pointerMove);
     canvas.addEventListener("pointerup", pointerUp);
     canvas.addEventListener("pointercancel", pointerUp);
+    canvas.addEventListener("touchstart", touchStart, { passive: false });
+    canvas.addEventListener("touchmove", touchMove);
+    canvas.addEventListener("touchend", touchEnd);
+    canvas.addEventListener("touchcancel", touchEnd);
     for (const button of all("#pens button"))
         button.onclick = () => choose({ color: button.dataset.color });
     for (const button of all("#widths button"))
