@@ -23,6 +23,19 @@ constexpr int kWideFrom = 1000;
 /// What a field can hold without keeping its user waiting, in bytes; no recording's address is as long.
 constexpr std::size_t kLongestAddress = 4096;
 
+/// For touches GtkPaned's handle is fifty pixels wide to either side, over whatever is there: the board and its
+/// buttons.
+void leaveTouchesToChildren(GtkWidget* paned)
+{
+    UniqueObject<GListModel> controllers(gtk_widget_observe_controllers(paned));
+    for (guint i = 0; i < g_list_model_get_n_items(controllers.get()); ++i) {
+        UniqueObject<GtkEventController> controller(
+            static_cast<GtkEventController*>(g_list_model_get_item(controllers.get(), i)));
+        if (GTK_IS_GESTURE_PAN(controller.get()))
+            gtk_event_controller_set_propagation_phase(controller.get(), GTK_PHASE_NONE);
+    }
+}
+
 } // namespace
 
 MainWindow::MainWindow(const Options& options, Actions actions)
@@ -109,6 +122,7 @@ void MainWindow::buildBody()
     gtk_paned_set_resize_end_child(m_paned, FALSE);
     gtk_paned_set_shrink_start_child(m_paned, FALSE);
     gtk_paned_set_shrink_end_child(m_paned, FALSE);
+    leaveTouchesToChildren(GTK_WIDGET(m_paned));
     gtk_widget_set_vexpand(GTK_WIDGET(m_paned), TRUE);
 
     m_stripPlace = GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
