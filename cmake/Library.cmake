@@ -32,6 +32,7 @@ add_library(tqwb_objects OBJECT
     platform/gtk/UIView.cpp
     platform/gtk/WKWebView.cpp
     platform/gtk/WKWebViewDialogs.cpp
+    platform/gtk/WKWebViewTouch.cpp
     platform/gtk/WKWebViewTrust.cpp
     session/ConferenceRequests.cpp
     session/TQWhiteBoard.cpp

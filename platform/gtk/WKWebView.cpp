@@ -69,6 +69,7 @@ WKWebView::Impl::Impl(WKWebView& view, const WKWebViewConfiguration& configurati
     connections.emplace_back(webView, "load-failed", G_CALLBACK(loadFailed), this);
     connections.emplace_back(webView, "load-failed-with-tls-errors", G_CALLBACK(loadFailedWithTlsErrors), this);
     connections.emplace_back(webView, "authenticate", G_CALLBACK(authenticate), this);
+    followTouches();
 }
 
 WKWebView::Impl::~Impl()

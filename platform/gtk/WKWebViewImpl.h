@@ -82,6 +82,8 @@ struct WKWebView::Impl {
     enum class TellView : bool { No, Yes };
     void cancelDialogs(TellView tellView);
 
+    void followTouches();
+    static gboolean touched(GtkEventController*, GdkEvent* event, gpointer impl);
     static void webProcessTerminated(WebKitWebView*, WebKitWebProcessTerminationReason reason, gpointer impl);
     static GtkWidget* create(WebKitWebView*, WebKitNavigationAction* action, gpointer impl);
     static void close(WebKitWebView*, gpointer impl);
@@ -104,6 +106,8 @@ struct WKWebView::Impl {
     std::vector<std::shared_ptr<UIView>> subviews;
     std::vector<Observer> observers;
     GObjectPointer<GtkGesture> pinchBlocker;
+    // The page was told how far off the engine's touches are.
+    bool areTouchesShifted = false;
     // Dialogs of the page that wait for the application's answer.
     std::vector<std::weak_ptr<PendingDialog>> pendingDialogs;
     // For the next dialog: most are calls, and answered at once.
