@@ -1,6 +1,8 @@
 #include "ClientPrograms.h"
 
 #include <boost/json/serialize.hpp>
+#include <chrono>
+#include <thread>
 
 namespace tq::test {
 
@@ -32,6 +34,19 @@ std::unique_ptr<Program> ClientPrograms::joined(const std::string& user)
     client->waitFor("success", "join");
     client->waitForLog("[TQ:Log] onLoadEnd");
     return client;
+}
+
+Screen::Window ClientPrograms::waitForWindow(const std::string& title)
+{
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (const auto window = Screen::get()->window(title))
+            return *window;
+        // Nobody tells of new windows.
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    ADD_FAILURE() << "waited in vain for the window \"" << title << "\"";
+    return {};
 }
 
 boost::json::value ClientPrograms::call(

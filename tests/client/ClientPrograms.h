@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/support/Program.h"
+#include "tests/support/Screen.h"
 
 #include <boost/json/value.hpp>
 #include <filesystem>
@@ -28,6 +29,9 @@ protected:
     Words playWords(const std::string& user, const std::string& url) const;
     /// A client that has joined, and whose page has loaded.
     std::unique_ptr<Program> joined(const std::string& user);
+    /// Waits until a window of that title is on the screen, and fails the test when none comes.
+    static Screen::Window waitForWindow(const std::string& title);
+
     const std::filesystem::path folder = std::filesystem::path(getenv("XDG_DATA_HOME")) / "clients";
     std::string host;
     std::string authority;

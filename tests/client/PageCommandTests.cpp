@@ -49,12 +49,6 @@ protected:
         std::ofstream(authority) << HttpsServer::authority();
         host = server.host();
     }
-    // Whether a window of that title is on the screen within the bound.
-    static bool hasWindow(const std::string& title)
-    {
-        return std::system(("timeout 60 xdotool search --sync --name '^" + title + "$' >/dev/null").c_str()) == 0;
-    }
-
     static std::string answer(const ReceivedRequest& request)
     {
         const auto line = request.line();
@@ -177,9 +171,11 @@ TEST_F(PageCommandTest, WhatThePageReportsReachesTheOutput)
 
 TEST_F(PageCommandTest, LabelsAreThoseOfTheDialogsToCome)
 {
+    if (!Screen::get())
+        GTEST_SKIP() << "nobody sees what is on this screen";
     auto client = joined("ann");
     client->write(R"(call ask ["first"])");
-    EXPECT_TRUE(hasWindow("提示"));
+    waitForWindow("提示");
     // A new view has the labels too, and what was asked of the old page is forgotten.
     client->write(R"(labels {"alertTitle":"Notice","alertBtn":"Fine"})");
     client->write("quit");
@@ -187,7 +183,7 @@ TEST_F(PageCommandTest, LabelsAreThoseOfTheDialogsToCome)
     client->write("join");
     client->waitFor("success", "join");
     client->write(R"(call ask ["second"])");
-    EXPECT_TRUE(hasWindow("Notice"));
+    waitForWindow("Notice");
     client->write("exit");
     EXPECT_EQ(client->end(), 0);
 
@@ -195,7 +191,7 @@ TEST_F(PageCommandTest, LabelsAreThoseOfTheDialogsToCome)
     client->write(R"(labels {"alertTitle":"Notice"})");
     client->write("labels {}");
     client->write(R"(call ask ["third"])");
-    EXPECT_TRUE(hasWindow("提示"));
+    waitForWindow("提示");
 }
 
 } // namespace

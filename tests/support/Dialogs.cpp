@@ -23,4 +23,32 @@ GtkWindow* dialog()
     return isAlone ? dialogs().front() : nullptr;
 }
 
+Screen::Window onScreen(Screen& screen, GtkWindow* window)
+{
+    const std::string title = gtk_window_get_title(window);
+    std::optional<Screen::Window> found;
+    runUntil(
+        [&] {
+            if (gtk_widget_get_width(GTK_WIDGET(window)) > 0)
+                found = screen.window(title);
+            return found.has_value();
+        },
+        "the window \"" + title + "\" is on the screen");
+    return found.value_or(Screen::Window{});
+}
+
+Screen::Point middleOf(Screen& screen, GtkWidget* widget)
+{
+    auto* native = gtk_widget_get_native(widget);
+    const auto surface = onScreen(screen, GTK_WINDOW(native)).surface;
+    double left = 0;
+    double top = 0;
+    gtk_native_get_surface_transform(native, &left, &top);
+    double x = 0;
+    double y = 0;
+    gtk_widget_translate_coordinates(
+        widget, GTK_WIDGET(native), gtk_widget_get_width(widget) / 2.0, gtk_widget_get_height(widget) / 2.0, &x, &y);
+    return { surface.x + left + x, surface.y + top + y };
+}
+
 } // namespace tq::test

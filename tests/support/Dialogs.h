@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Screen.h"
+
 #include <gtk/gtk.h>
 #include <vector>
 
@@ -10,5 +12,11 @@ std::vector<GtkWindow*> dialogs();
 
 /// The dialog on the screen, waited for; null, with the test failed, when there is none or more than one.
 GtkWindow* dialog();
+
+/// The window of this process as the screen has it, waited for.
+Screen::Window onScreen(Screen& screen, GtkWindow* window);
+
+/// The middle of a widget of a window on the screen.
+Screen::Point middleOf(Screen& screen, GtkWidget* widget);
 
 } // namespace tq::test

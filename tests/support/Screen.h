@@ -1,0 +1,54 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace tq::test {
+
+/// The screen that the tests run on, and the hands of its user. Places are in pixels from the screen's upper left.
+class Screen {
+public:
+    struct Point {
+        double x = 0;
+        double y = 0;
+    };
+    /// Where a window is.
+    struct Window {
+        /// Its drawing surface, with whatever shadow the toolkit draws.
+        Point surface;
+        /// What the user takes for the window.
+        Point corner;
+        double width = 0;
+        double height = 0;
+    };
+
+    /// The one of this run: X11's by way of xdotool, or that of a weston with our module in it. Null for another
+    /// Wayland screen, which nobody can touch from outside.
+    static Screen* get();
+
+    virtual ~Screen() = default;
+
+    /// The topmost window of that title that is visible.
+    virtual std::optional<Window> window(const std::string& title) = 0;
+    /// Gives the keyboard to a window that has just come, where nobody else does.
+    virtual void focus(const std::string& title) = 0;
+    virtual void move(Point place) = 0;
+    virtual void press() = 0;
+    virtual void release() = 0;
+    /// A key by its name: a small letter, Return, Escape, Tab or End.
+    virtual void key(const std::string& name) = 0;
+
+    virtual bool hasTouch() const = 0;
+    virtual void touch(int finger, Point place) = 0;
+    virtual void slide(int finger, Point place) = 0;
+    virtual void lift(int finger) = 0;
+
+    /// Everything that is on the screen, as a file that is easy to look at.
+    virtual void savePicture(const std::string& path) = 0;
+
+    void click(Point place);
+    void tap(Point place);
+};
+
+} // namespace tq::test

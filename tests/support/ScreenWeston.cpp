@@ -1,0 +1,83 @@
+#include "ScreenWeston.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <linux/input-event-codes.h>
+#include <map>
+#include <poll.h>
+#include <sstream>
+#include <stdexcept>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace tq::test {
+
+namespace {
+
+constexpr int kBoundMilliseconds = 30000;
+
+std::string text(Screen::Point place) { return " " + std::to_string(place.x) + " " + std::to_string(place.y); }
+
+} // namespace
+
+ScreenWeston::ScreenWeston(const std::string& path)
+    : m_socket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
+{
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    if (connect(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof(address)))
+        throw std::runtime_error("nobody listens at " + path);
+}
+
+ScreenWeston::~ScreenWeston() { close(m_socket); }
+
+std::optional<std::string> ScreenWeston::ask(const std::string& command)
+{
+    const auto line = command + "\n";
+    if (send(m_socket, line.data(), line.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(line.size()))
+        throw std::runtime_error("weston has gone");
+    std::string answer;
+    for (char letter = 0; letter != '\n'; answer += letter) {
+        pollfd one{ m_socket, POLLIN, 0 };
+        if (poll(&one, 1, kBoundMilliseconds) != 1 || read(m_socket, &letter, 1) != 1)
+            throw std::runtime_error("weston does not answer");
+    }
+    if (!answer.starts_with("ok"))
+        return std::nullopt;
+    return answer.substr(2);
+}
+
+void ScreenWeston::tell(const std::string& command) { EXPECT_TRUE(ask(command)) << command << " was refused"; }
+
+std::optional<Screen::Window> ScreenWeston::window(const std::string& title)
+{
+    const auto answer = ask("window " + title);
+    if (!answer)
+        return std::nullopt;
+    Window window;
+    std::istringstream(*answer) >> window.surface.x >> window.surface.y >> window.corner.x >> window.corner.y
+        >> window.width >> window.height;
+    return window;
+}
+
+void ScreenWeston::move(Point place) { tell("move" + text(place)); }
+void ScreenWeston::press() { tell("button down"); }
+void ScreenWeston::release() { tell("button up"); }
+
+void ScreenWeston::key(const std::string& name)
+{
+    static const std::map<std::string, int> codes{ { "Return", KEY_ENTER }, { "Escape", KEY_ESC }, { "Tab", KEY_TAB },
+        { "End", KEY_END }, { "a", KEY_A }, { "b", KEY_B } };
+    const auto code = std::to_string(codes.at(name));
+    tell("key " + code + " down");
+    tell("key " + code + " up");
+}
+
+void ScreenWeston::touch(int finger, Point place) { tell("touch down " + std::to_string(finger) + text(place)); }
+void ScreenWeston::slide(int finger, Point place) { tell("touch move " + std::to_string(finger) + text(place)); }
+void ScreenWeston::lift(int finger) { tell("touch up " + std::to_string(finger)); }
+void ScreenWeston::savePicture(const std::string& path) { tell("picture " + path); }
+
+} // namespace tq::test
