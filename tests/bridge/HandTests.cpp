@@ -1,0 +1,127 @@
+#include "TQWhiteBoardLib/gtk/NativeView.h"
+#include "tests/support/Dialogs.h"
+#include "tests/support/PageTest.h"
+#include "tests/support/Screen.h"
+
+#include <boost/json/serialize.hpp>
+#include <gtk/gtk.h>
+
+namespace tq::test {
+namespace {
+
+constexpr const char* kTitle = "Hands";
+
+// A page in a window on the screen, for a user who points at it.
+class HandTest : public PageTest {
+protected:
+    void SetUp() override
+    {
+        if (!screen)
+            GTEST_SKIP() << "nobody has hands for this screen";
+        PageTest::SetUp();
+        use(DWKWebView::initWithFrame({ 0, 0, 400, 300 }, nullptr));
+        m_window = GTK_WINDOW(gtk_window_new());
+        gtk_window_set_title(m_window, kTitle);
+        gtk_window_set_default_size(m_window, 500, 400);
+        gtk_window_set_child(m_window, nativeView(*view));
+        gtk_window_present(m_window);
+    }
+    void TearDown() override
+    {
+        PageTest::TearDown();
+        if (m_window)
+            gtk_window_destroy(m_window);
+    }
+    // The mouse, and the finger where there is one.
+    std::vector<std::function<void(Screen::Point)>> hands() const
+    {
+        std::vector<std::function<void(Screen::Point)>> list{ [this](auto place) { screen->click(place); } };
+        if (screen->hasTouch())
+            list.emplace_back([this](auto place) { screen->tap(place); });
+        return list;
+    }
+    std::string report(std::size_t index)
+    {
+        waitForReports(index + 1);
+        return reports->values.size() > index && reports->values[index]
+            ? boost::json::serialize(*reports->values[index])
+            : "nothing";
+    }
+    // The page fills the window, and what is reported waits for the engine to have drawn it.
+    void show(const std::string& html)
+    {
+        onScreen(*screen, m_window);
+        load("<style>html, body { margin: 0; height: 100% }</style>" + html);
+        const auto count = reports->values.size();
+        view->evaluateJavaScript("requestAnimationFrame(() => requestAnimationFrame(() => report('drawn')))");
+        waitForReports(count + 1);
+    }
+
+    Screen* const screen = Screen::get();
+    GtkWindow* m_window = nullptr;
+};
+
+GtkWidget* buttonIn(GtkWidget* widget, const std::string& label)
+{
+    if (GTK_IS_BUTTON(widget)) {
+        const char* shown = gtk_button_get_label(GTK_BUTTON(widget));
+        return shown && shown == label ? widget : nullptr;
+    }
+    GtkWidget* found = nullptr;
+    for (auto* child = gtk_widget_get_first_child(widget); child && !found; child = gtk_widget_get_next_sibling(child))
+        found = buttonIn(child, label);
+    return found;
+}
+
+TEST_F(HandTest, EveryHandAsksAndAnswers)
+{
+    show("<button style='width: 100%; height: 100%' onclick='report(confirm(\"sure?\"))'>ask</button>");
+    view->customJavascriptDialogLabelTitles(
+        { { { "confirmTitle", "Question" }, { "confirmCancelBtn", "No" }, { "confirmOkBtn", "Yes" } } });
+    for (const auto& point : hands()) {
+        for (const std::string answer : { "Yes", "No" }) {
+            const auto count = reports->values.size();
+            point(middleOf(*screen, nativeView(*view)));
+            auto* asked = dialog();
+            ASSERT_NE(asked, nullptr);
+            auto* button = buttonIn(GTK_WIDGET(asked), answer);
+            ASSERT_NE(button, nullptr);
+            point(middleOf(*screen, button));
+            EXPECT_EQ(report(count), answer == "Yes" ? "true" : "false");
+            runUntil([&] { return !screen->window("Question"); }, "the dialog has left the screen");
+        }
+    }
+}
+
+TEST_F(HandTest, TouchesReachThePageWhereTheyAre)
+{
+    if (!screen->hasTouch())
+        GTEST_SKIP() << "this screen has no touch";
+    show(R"(<div id="pad" style="height: 100%"></div><script>
+for (const name of ["touchstart", "touchmove", "touchend"])
+    pad.addEventListener(name, event => {
+        event.preventDefault();
+        const { identifier, clientX, clientY } = event.changedTouches[0];
+        touches.push([name, Math.round(clientX - innerWidth / 2), Math.round(clientY - innerHeight / 2)]);
+        if (name === "touchend" && !event.touches.length)
+            report(touches.splice(0));
+    }, { passive: false });
+const touches = [];
+</script>)");
+    const auto middle = middleOf(*screen, nativeView(*view));
+    const auto at = [&](double x, double y) { return Screen::Point{ middle.x + x, middle.y + y }; };
+    const auto count = reports->values.size();
+    screen->touch(0, at(0, 0));
+    screen->slide(0, at(30, 40));
+    screen->lift(0);
+    EXPECT_EQ(report(count), R"([["touchstart",0,0],["touchmove",30,40],["touchend",30,40]])");
+    screen->touch(0, at(-20, 10));
+    screen->touch(1, at(50, -10));
+    screen->lift(0);
+    screen->lift(1);
+    EXPECT_EQ(
+        report(count + 1), R"([["touchstart",-20,10],["touchstart",50,-10],["touchend",-20,10],["touchend",50,-10]])");
+}
+
+} // namespace
+} // namespace tq::test

@@ -1,0 +1,162 @@
+#include "ClientPrograms.h"
+
+#include <algorithm>
+#include <boost/json/value_to.hpp>
+#include <chrono>
+#include <cmath>
+#include <functional>
+
+namespace tq::test {
+namespace {
+
+constexpr int kLength = 120;
+
+// The client and the room page under a user's hands.
+class ClientHandTest : public ServiceTest {
+protected:
+    ClientHandTest()
+        : ServiceTest(2)
+    {
+    }
+    void SetUp() override
+    {
+        if (!screen)
+            GTEST_SKIP() << "nobody has hands for this screen";
+        ServiceTest::SetUp();
+        client = joined("ann");
+        window = waitForWindow("hall – Whiteboard");
+    }
+    // A place in the board's middle, and from it.
+    Screen::Point at(double x, double y) const
+    {
+        return { std::round(window.corner.x + window.width / 2) + x,
+            std::round(window.corner.y + window.height / 2) + y };
+    }
+    // The points of every stroke on the board, once they satisfy the condition.
+    using Strokes = std::vector<std::vector<double>>;
+    Strokes waitForStrokes(const std::function<bool(const Strokes&)>& condition)
+    {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
+        Strokes strokes;
+        while (std::chrono::steady_clock::now() < deadline) {
+            strokes.clear();
+            const auto board = call(*client, "board.strokes").as_array();
+            for (const auto& stroke : board)
+                strokes.push_back(boost::json::value_to<std::vector<double>>(stroke.at("points")));
+            if (condition(strokes))
+                return strokes;
+        }
+        ADD_FAILURE() << "waited in vain for strokes; there are " << strokes.size();
+        return strokes;
+    }
+    // The points of the stroke of that number, once its last is as far to the right.
+    std::vector<double> pointsOf(std::size_t number, double right = 0)
+    {
+        const auto strokes = waitForStrokes([&](const Strokes& list) {
+            return list.size() > number && list[number][list[number].size() - 2] >= right;
+        });
+        return strokes.size() > number ? strokes[number] : std::vector<double>{ 0, 0 };
+    }
+    // Points at places all across the window, then at the mark, and returns the dots that this has made, from the left.
+    Strokes dotsAcross(void (Screen::*point)(Screen::Point), const std::vector<double>& mark)
+    {
+        call(*client, "board.clear");
+        waitForStrokes([](const Strokes& list) { return list.empty(); });
+        const int half = static_cast<int>(window.width / 2);
+        for (int x = 20 - half; x < half; x += 36)
+            (screen->*point)(at(x, 0));
+        (screen->*point)(at(0, 80));
+        auto dots = waitForStrokes([&](const Strokes& list) {
+            return !list.empty() && std::hypot(list.back()[0] - mark[0], list.back()[1] - mark[1]) < 0.005;
+        });
+        std::ranges::sort(dots);
+        return dots;
+    }
+    // What the mouse has drawn there with a click.
+    std::vector<double> dotAt(Screen::Point place)
+    {
+        screen->click(place);
+        return pointsOf(m_dots++);
+    }
+    void expectFrom(const std::vector<double>& start, const std::vector<double>& end, const std::vector<double>& drawn)
+    {
+        const double pixel = std::abs(end[0] - start[0]) / kLength;
+        ASSERT_GE(drawn.size(), 4U);
+        for (const std::size_t axis : { std::size_t{ 0 }, std::size_t{ 1 } }) {
+            EXPECT_NEAR(drawn[axis], start[axis], 2 * pixel);
+            EXPECT_NEAR(drawn[drawn.size() - 2 + axis], end[axis], 3 * pixel);
+        }
+        for (std::size_t i = 2; i < drawn.size(); i += 2)
+            EXPECT_GE(drawn[i], drawn[i - 2]) << "it goes to the right only";
+    }
+
+    Screen* const screen = Screen::get();
+    std::unique_ptr<Program> client;
+    Screen::Window window;
+
+private:
+    std::size_t m_dots = 0;
+};
+
+TEST_F(ClientHandTest, AFingerDrawsWhatTheMouseDraws)
+{
+    const auto start = dotAt(at(0, 0));
+    const auto end = dotAt(at(kLength, -kLength / 2.0));
+    ASSERT_EQ(start.size(), 2U);
+    const auto almost = end[0] - (end[0] - start[0]) / 50;
+    screen->move(at(0, 0));
+    screen->press();
+    for (int x = 0; x <= kLength; x += 5)
+        screen->move(at(x, -x / 2.0));
+    screen->release();
+    expectFrom(start, end, pointsOf(2, almost));
+    if (!screen->hasTouch())
+        return;
+
+    // Other fingers come and go meanwhile: the first draws on alone.
+    screen->touch(0, at(0, 0));
+    for (int x = 0; x <= kLength; x += 5) {
+        screen->slide(0, at(x, -x / 2.0));
+        if (x == kLength / 4)
+            screen->touch(1, at(60, 60));
+        if (x == kLength / 2)
+            screen->touch(2, at(-60, 60));
+        if (x > kLength / 2)
+            screen->slide(2, at(-x, 60));
+        if (x == kLength * 3 / 4)
+            screen->lift(1);
+    }
+    screen->lift(0);
+    screen->lift(2);
+    expectFrom(start, end, pointsOf(3, almost));
+}
+
+TEST_F(ClientHandTest, TapsAreDotsWhereverClicksAre)
+{
+    const auto mark = dotAt(at(0, 80));
+    const auto clicked = dotsAcross(&Screen::click, mark);
+    ASSERT_GT(clicked.size(), 10U);
+    if (!screen->hasTouch())
+        return;
+    const auto tapped = dotsAcross(&Screen::tap, mark);
+    ASSERT_EQ(tapped.size(), clicked.size());
+    for (std::size_t i = 0; i < tapped.size(); ++i) {
+        EXPECT_EQ(tapped[i].size(), 2U);
+        EXPECT_NEAR(tapped[i][0], clicked[i][0], 0.003);
+        EXPECT_NEAR(tapped[i][1], clicked[i][1], 0.005);
+    }
+}
+
+TEST_F(ClientHandTest, TheButtonToLeaveIsPressed)
+{
+    const Screen::Point leave{ window.corner.x + 35, window.corner.y + 23 };
+    if (screen->hasTouch())
+        screen->tap(leave);
+    else
+        screen->click(leave);
+    client->waitFor("success", "quit");
+    waitForWindow("Whiteboard");
+}
+
+} // namespace
+} // namespace tq::test
