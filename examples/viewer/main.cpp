@@ -12,6 +12,7 @@ int main(int argc, char** argv) // viewer TOKEN [CERTIFICATES]
     gtk_init();
     auto view = tq::TQWBWebView::initWithFrame({ 0, 0, 1280, 720 }, nullptr);
     auto* window = gtk_window_new();
+    gtk_window_set_default_size(GTK_WINDOW(window), 1280, 720);
     gtk_window_set_child(GTK_WINDOW(window), tq::nativeView(*view));
     gtk_window_present(GTK_WINDOW(window));
 

@@ -20,6 +20,7 @@ template <AnswerType T> struct Answer {
     /// Why there is no value: "calculator.add: the answer is not an integer".
     std::string error;
 
+    /// Whether there is a value.
     explicit operator bool() const { return value.has_value(); }
 
     /// Reads what the page has answered. @param handlerName names the function in the error.

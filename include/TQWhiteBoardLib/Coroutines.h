@@ -30,6 +30,7 @@ using std::coroutine_traits;
 
 namespace tq {
 
+/// @cond
 /// What every coroutine of a `Task` has in common: who waits for it, and what becomes of it when its task goes.
 class TaskPromiseBase {
 public:
@@ -110,6 +111,7 @@ public:
     void return_void() const { }
     void take() { rethrow(); }
 };
+/// @endcond
 
 /// Work that is under way: what a coroutine returns. It runs at once, as far as its first `co_await`, and on the main
 /// thread, where it is to be called.
@@ -119,14 +121,19 @@ public:
 /// `co_await`.) An exception that leaves the coroutine reaches the one that awaits the task; if there is none, the log.
 template <class T = void> class [[nodiscard]] Task {
 public:
+    /// @cond
     struct promise_type : TaskPromise<T> {
         Task get_return_object() { return Task(std::coroutine_handle<promise_type>::from_promise(*this)); }
     };
 
+    /// @endcond
+
+    /// The work goes on under the new task.
     Task(Task&& other) noexcept
         : m_coroutine(std::exchange(other.m_coroutine, nullptr))
     {
     }
+    /// The work that was under way ends where it is.
     Task& operator=(Task&& other) noexcept
     {
         Task old(std::move(*this));
@@ -144,6 +151,7 @@ public:
             std::exchange(m_coroutine, nullptr).promise().m_isDetached = true;
     }
 
+    /// @cond
     /// What awaits the end of a task; the work is part of the waiting one then.
     class Waiting {
     public:
@@ -173,6 +181,7 @@ public:
         Task m_task;
         TaskPromiseBase* m_waiting = nullptr;
     };
+    /// @endcond
     /// Waits for the end: `co_await visit(room)`, or `co_await std::move(task)`.
     Waiting operator co_await() && { return Waiting(std::move(*this)); }
 
@@ -197,6 +206,7 @@ private:
     std::coroutine_handle<promise_type> m_coroutine;
 };
 
+/// @cond
 /// A coroutine that waits for a result. Known to the main thread, except for the result on its way there.
 template <class Result> struct AwaitedResult {
     std::optional<Result> result;
@@ -235,6 +245,8 @@ private:
     Result m_missing;
 };
 
+/// @endcond
+
 /// An operation that a coroutine of a `Task` awaits, in the expression that makes it. It starts then, and the coroutine
 /// goes on with the result on the main thread, never before that has come back to its loop. When the coroutine is
 /// destroyed meanwhile, the operation takes its course, and its result reaches nobody.
@@ -243,6 +255,7 @@ public:
     /// Starts the operation, with callbacks that hold the taker.
     using Start = std::function<void(const std::shared_ptr<ResultTaker<Result>>& taker)>;
 
+    /// @cond
     Operation(Start start, Result missing)
         : m_start(std::move(start))
         , m_missing(std::move(missing))
@@ -274,6 +287,7 @@ public:
         m_promise->resumed();
         return std::move(*m_awaited->result);
     }
+    /// @endcond
 
 private:
     Start m_start;
@@ -284,11 +298,14 @@ private:
 
 /// How an operation of a `TQWhiteBoard` has ended.
 struct TQWBOutcome {
+    /// Whether the success callback was the one that ran.
     bool isSuccess = false;
     /// Of a failure, as the error callback gets them.
     NSUInteger code = 0;
+    /// Of a failure; absent when the service sent none.
     OptionalText text;
 
+    /// Whether it was a success.
     explicit operator bool() const { return isSuccess; }
 };
 

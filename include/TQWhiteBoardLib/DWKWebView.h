@@ -32,6 +32,7 @@ public:
     /// @param configuration altered in place: it receives the bridge's start-up script. Absent: the default one.
     static std::shared_ptr<DWKWebView> initWithFrame(
         CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration);
+    /// For `initWithFrame`.
     explicit DWKWebView(Token);
     ~DWKWebView() override;
 
@@ -53,6 +54,7 @@ public:
     /// In debug mode an exception that leaves a native method ends the program, and a call that finds no method is
     /// shown to the page's user. Off at first.
     void setDebugMode(DebugMode mode) { m_isDebug = mode == DebugMode::On; }
+    /// Whether debug mode is on.
     bool isDebug() const { return m_isDebug; }
 
     /// Loads the page at the address. A text that is no address has no effect.
@@ -68,7 +70,9 @@ public:
     /// the last; may be empty. An exception that leaves it is logged, and ends the program in debug mode. It is held
     /// until the last answer, or until the view goes when none comes.
     void callHandler(std::string_view handlerName, boost::json::array arguments, JSCallback completionHandler);
+    /// The same, where nobody waits for answers.
     void callHandler(std::string_view handlerName, boost::json::array arguments);
+    /// The same without arguments.
     void callHandler(std::string_view handlerName, JSCallback completionHandler);
     /// The same with types: `view.callHandler<int>("sum", [](tq::Answer<int> sum) { ... }, 3, 4)`.
     /// @tparam T what an answer is made into; what it cannot be made of comes as an error.
@@ -110,6 +114,7 @@ public:
         if (m_dsUIDelegate.get().get() == this)
             m_dsUIDelegate.clear();
     }
+    /// Absent when none was set or it is gone.
     std::shared_ptr<WKUIDelegate> DSUIDelegate() const { return m_dsUIDelegate.get(); }
 
     /// Answers one call from the page; what the prompt channel runs. Not for applications. An exception that leaves the
@@ -128,9 +133,11 @@ public:
     OptionalValue onMessage(OptionalValue args, std::int32_t type);
     /// Whether there is a native method of the "name" and the "type" ("all", "asyn" or "syn").
     bool hasNativeMethod(const OptionalValue& args) const;
+    /// Tells the close listener. @returns absent.
     OptionalValue closePage(OptionalValue args);
     /// Hands an answer of the page to the call that it is for. @param result "id", "data" and "complete".
     OptionalValue returnValue(OptionalValue result);
+    /// The page is ready: sends what was kept for it. @returns absent.
     OptionalValue dsinit(OptionalValue args);
     /// Sends the calls that were kept for a page that was not ready, and keeps no more.
     void dispatchStartupQueue();

@@ -7,17 +7,17 @@ namespace tq {
 /// What it takes to replay a recorded room. Made empty and filled field by field.
 struct TQWBRecordConfig {
     /// The application's key at the conference service.
-    OptionalText appKey;
+    OptionalText appKey{};
     /// The user's token. What follows its last "@", if anything, is a list of navigation addresses separated by ";".
-    OptionalText token;
+    OptionalText token{};
     /// The room that was recorded.
-    OptionalText roomId;
+    OptionalText roomId{};
     /// Names the user at the service.
-    OptionalText userId;
+    OptionalText userId{};
     /// The name that people see.
-    OptionalText userName;
+    OptionalText userName{};
     /// The recording's address.
-    OptionalText url;
+    OptionalText url{};
 };
 
 } // namespace tq

@@ -9,15 +9,15 @@ namespace tq {
 /// What it takes to join a live room. Made empty and filled field by field.
 struct TQWBRoomConfig {
     /// The application's key at the conference service.
-    OptionalText appKey;
+    OptionalText appKey{};
     /// The user's token. What follows its last "@", if anything, is a list of navigation addresses separated by ";".
-    OptionalText token;
+    OptionalText token{};
     /// The room at the service; whoever gives the same one meets there.
-    OptionalText roomId;
+    OptionalText roomId{};
     /// Names the user at the service.
-    OptionalText userId;
+    OptionalText userId{};
     /// The name that the others in the room see.
-    OptionalText userName;
+    OptionalText userName{};
     /// 0 is a presenter, every other value a viewer.
     NSUInteger roleType = 0;
     /// How long the room is wanted, in minutes, from 0 to 10000. 0 means that nothing was asked for: the join makes it

@@ -23,12 +23,14 @@ class NSObject;
 /// The name of a synchronous native method: "name:", one colon, at the end. Anything else does not compile.
 class SyncMethodName {
 public:
+    /// Takes a string literal.
     consteval SyncMethodName(const char* name)
         : m_text(name)
     {
         if (m_text.find(':') != m_text.size() - 1 || m_text.size() < 2)
             throw "a synchronous method is named \"name:\"";
     }
+    /// The name, colon and all.
     constexpr std::string_view text() const { return m_text; }
 
 private:
@@ -38,6 +40,7 @@ private:
 /// The name of an asynchronous native method: "name::" or "name:label:", two colons. Anything else does not compile.
 class AsyncMethodName {
 public:
+    /// Takes a string literal.
     consteval AsyncMethodName(const char* name)
         : m_text(name)
     {
@@ -45,6 +48,7 @@ public:
         if (first == 0 || first == m_text.npos || m_text.find(':', first + 1) != m_text.size() - 1)
             throw "a method with a completion or a stream is named \"name::\" or \"name:label:\"";
     }
+    /// The name, colons and all.
     constexpr std::string_view text() const { return m_text; }
 
 private:
@@ -111,12 +115,14 @@ public:
         }
     }
 
+    /// The name in the table, colons and all.
     std::string_view name() const { return m_name; }
     /// @param mismatch says why a function with types could not be called; as it was if it was called.
     OptionalValue invoke(NSObject& object, OptionalValue&& argument, std::string& mismatch) const
     {
         return m_sync(*this, object, std::move(argument), mismatch);
     }
+    /// Calls an asynchronous method. @param sink takes the results.
     void invoke(NSObject& object, OptionalValue&& argument, const std::shared_ptr<ResultSink>& sink,
         std::string& mismatch) const
     {
@@ -175,13 +181,18 @@ public:
     NSClass(const NSClass&) = delete;
     NSClass& operator=(const NSClass&) = delete;
 
+    /// The class's own name.
     const std::string& name() const { return m_name; }
+    /// The table of the base class; null for the root.
     const NSClass* superclass() const { return m_superclass; }
+    /// The class's own methods, without those of its superclass.
     const std::vector<NSMethod>& methods() const { return m_methods; }
 
     /// The methods that answer to one name: the first of each kind, the most derived class first.
     struct Candidates {
+        /// Null when there is none.
         const NSMethod* sync = nullptr;
+        /// Null when there is none.
         const NSMethod* async = nullptr;
     };
     /// What answers to a name that is written without colons; methods of the root class never do.

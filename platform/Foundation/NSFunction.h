@@ -21,6 +21,7 @@ namespace tq {
 /// thread (not from two threads at once); absent leaves the value of the previous result in place.
 using NSCompletion = std::function<void(OptionalValue value, Complete complete)>;
 
+/// @cond
 /// What a function takes and returns; there is none of what is overloaded or a template.
 template <class Function> struct Signature {
 };
@@ -69,6 +70,7 @@ template <class Function> using LastParameterOf = ParameterOf<Function, std::tup
 
 template <class T> inline constexpr bool kIsStream = false;
 template <class T> inline constexpr bool kIsStream<Stream<T>> = true;
+/// @endcond
 
 /// A function whose last parameter is a `Stream`.
 template <class Function>

@@ -33,6 +33,7 @@ public:
 /// A function that fails with an exception before it has kept its stream ends it by that, too.
 template <class T> class Stream {
 public:
+    /// What is sent.
     using Value = T;
 
     /// What the library makes it of. Not for applications.

@@ -108,11 +108,5 @@ TEST_F(ClientTest, WrongOptionsEndTheProgramWithAMessage)
     }
 }
 
-TEST_F(ClientTest, TheViewerJoins)
-{
-    Program viewer({ TQWB_VIEWER_BINARY, "good@" + host, authority }, folder / "viewer.log");
-    viewer.waitForLog("[TQ:Log] onLoadEnd");
-}
-
 } // namespace
 } // namespace tq::test

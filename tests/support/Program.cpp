@@ -124,6 +124,17 @@ boost::json::object Program::waitFor(const std::string& event, const std::string
     return waitFor(event, boost::json::object{ { "operation", operation } });
 }
 
+void Program::waitForLine(const std::string& text)
+{
+    std::string read;
+    while (const auto line = readLine()) {
+        if (line->find(text) != std::string::npos)
+            return;
+        read += *line + '\n';
+    }
+    ADD_FAILURE() << "waited in vain for \"" << text << "\" in the output:\n" << read << "log:\n" << log();
+}
+
 void Program::waitForLog(const std::string& text)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kBoundMilliseconds);

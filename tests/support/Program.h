@@ -28,6 +28,8 @@ public:
     boost::json::object waitFor(const std::string& event, const boost::json::object& members = {});
     /// The same for an event of that operation.
     boost::json::object waitFor(const std::string& event, const std::string& operation);
+    /// Reads on until a line of the output holds the text, be it JSON or not.
+    void waitForLine(const std::string& text);
     /// Waits until what is written on standard error holds the text.
     void waitForLog(const std::string& text);
     std::string log() const;
