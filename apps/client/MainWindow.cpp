@@ -16,10 +16,6 @@ constexpr const char* kStartPage = "start";
 constexpr const char* kBoardPage = "board";
 constexpr const char* kProgramTitle = "Whiteboard";
 
-/// Below this width the log goes under the board, and the room's state under the header bar.
-constexpr int kNarrowBelow = 600;
-/// From this width on there is room for the log without asking for it.
-constexpr int kWideFrom = 1000;
 /// What a field can hold without keeping its user waiting, in bytes; no recording's address is as long.
 constexpr std::size_t kLongestAddress = 4096;
 
@@ -57,9 +53,7 @@ MainWindow::MainWindow(const Options& options, Actions actions)
     }),
         this);
     sessionStateChanged({});
-    applyLayout(options.size.width >= kWideFrom  ? Layout::Wide
-            : options.size.width >= kNarrowBelow ? Layout::Medium
-                                                 : Layout::Narrow);
+    applyLayout(layoutOf(options.size.width, options.size.height));
 }
 
 MainWindow::~MainWindow()
@@ -101,11 +95,11 @@ void MainWindow::buildHeader()
     }),
         this);
 
-    auto* header = GTK_HEADER_BAR(gtk_header_bar_new());
-    gtk_header_bar_set_title_widget(header, GTK_WIDGET(m_headerPlace));
-    gtk_header_bar_pack_start(header, m_leaveButton);
-    gtk_header_bar_pack_end(header, GTK_WIDGET(m_logButton));
-    gtk_window_set_titlebar(m_window, GTK_WIDGET(header));
+    m_header = GTK_HEADER_BAR(gtk_header_bar_new());
+    gtk_header_bar_set_title_widget(m_header, GTK_WIDGET(m_headerPlace));
+    gtk_header_bar_pack_start(m_header, m_leaveButton);
+    gtk_header_bar_pack_end(m_header, GTK_WIDGET(m_logButton));
+    gtk_window_set_titlebar(m_window, GTK_WIDGET(m_header));
 }
 
 void MainWindow::buildBody()
@@ -161,16 +155,16 @@ void MainWindow::followSize()
     m_signals.connect(m_window, "realize", G_CALLBACK(+[](GtkWidget* window, gpointer data) {
         auto* self = static_cast<MainWindow*>(data);
         self->m_signals.connect(gtk_native_get_surface(GTK_NATIVE(window)), "layout",
-            G_CALLBACK(
-                +[](GdkSurface*, int width, int, gpointer owner) { static_cast<MainWindow*>(owner)->resized(width); }),
+            G_CALLBACK(+[](GdkSurface*, int width, int height, gpointer owner) {
+                static_cast<MainWindow*>(owner)->resized(layoutOf(width, height));
+            }),
             self);
     }),
         this);
 }
 
-void MainWindow::resized(int width)
+void MainWindow::resized(Layout layout)
 {
-    Layout layout = width >= kWideFrom ? Layout::Wide : width >= kNarrowBelow ? Layout::Medium : Layout::Narrow;
     if (layout == m_layout)
         return;
     // Not in the middle of the layout that told us.
@@ -190,11 +184,18 @@ void MainWindow::applyLayout(Layout layout)
     gtk_orientable_set_orientation(GTK_ORIENTABLE(m_paned), orientation);
     m_log.setOrientation(orientation);
     m_recording.setOrientation(orientation);
+    m_start.setLayout(layout);
+    // A screen of that size shows one window; nobody makes it smaller.
+    gtk_header_bar_set_decoration_layout(m_header, isNarrow ? ":close" : nullptr);
+    auto setSmall = isSmall(layout) ? gtk_widget_add_css_class : gtk_widget_remove_css_class;
+    setSmall(GTK_WIDGET(m_window), "small");
     gtk_toggle_button_set_active(m_logButton, layout == Layout::Wide);
     gtk_widget_set_visible(m_log.widget(), layout == Layout::Wide);
 
     if (GtkWidget* place = gtk_widget_get_parent(m_pill.widget()))
         gtk_box_remove(GTK_BOX(place), m_pill.widget());
+    gtk_orientable_set_orientation(
+        GTK_ORIENTABLE(m_headerPlace), layout == Layout::Short ? GTK_ORIENTATION_HORIZONTAL : GTK_ORIENTATION_VERTICAL);
     gtk_box_append(isNarrow ? m_stripPlace : m_headerPlace, m_pill.widget());
     gtk_widget_set_visible(GTK_WIDGET(m_stripPlace), isNarrow);
     showTitle();

@@ -2,6 +2,7 @@
 
 #include "EventLog.h"
 #include "GLibTypes.h"
+#include "Layout.h"
 #include "MessageBar.h"
 #include "RecordingBar.h"
 #include "SessionObserver.h"
@@ -46,20 +47,19 @@ public:
     void sessionCaptured(const tq::UIImage& image) override;
 
 private:
-    enum class Layout { Unknown, Narrow, Medium, Wide };
-
     void buildHeader();
     void buildBody();
     void addShortcuts();
     void addShortcut(const char* trigger, GtkShortcutFunc function);
     void followSize();
-    void resized(int width);
+    void resized(Layout layout);
     void applyLayout(Layout layout);
     void showTitle();
     void setBoardVisible(bool isVisible);
 
     GtkWindow* m_window;
     Actions m_actions;
+    GtkHeaderBar* m_header = nullptr;
     GtkLabel* m_title = nullptr;
     GtkWidget* m_leaveButton = nullptr;
     GtkToggleButton* m_logButton = nullptr;

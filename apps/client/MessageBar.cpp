@@ -1,5 +1,7 @@
 #include "MessageBar.h"
 
+#include "CloseButton.h"
+
 namespace tqclient {
 
 MessageBar::MessageBar()
@@ -19,8 +21,10 @@ MessageBar::MessageBar()
         gtk_widget_set_focusable(GTK_WIDGET(label), FALSE);
         gtk_box_append(GTK_BOX(texts), GTK_WIDGET(label));
     }
-    GtkWidget* close = gtk_button_new_with_mnemonic("Dismi_ss");
-    gtk_widget_set_valign(close, GTK_ALIGN_CENTER);
+    // The rest of a long text is in the log.
+    gtk_label_set_lines(m_detail, 3);
+    gtk_label_set_ellipsize(m_detail, PANGO_ELLIPSIZE_END);
+    GtkWidget* close = closeButton();
     m_signals.connect(close, "clicked",
         G_CALLBACK(+[](GtkButton*, gpointer self) { static_cast<MessageBar*>(self)->dismiss(); }), this);
 

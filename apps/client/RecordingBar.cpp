@@ -1,5 +1,6 @@
 #include "RecordingBar.h"
 
+#include "CloseButton.h"
 #include "Text.h"
 
 namespace tqclient {
@@ -19,33 +20,38 @@ RecordingBar::RecordingBar(std::function<void(const std::string& url)> replay)
     : m_replay(std::move(replay))
     , m_revealer(GTK_REVEALER(gtk_revealer_new()))
     , m_bar(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 12))
+    , m_content(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6))
     , m_address(GTK_LABEL(gtk_label_new(nullptr)))
     , m_replayButton(gtk_button_new_with_mnemonic("Re_play"))
 {
     GtkWidget* texts = gtk_box_new(GTK_ORIENTATION_VERTICAL, 2);
     gtk_widget_set_hexpand(texts, TRUE);
+    gtk_widget_set_valign(texts, GTK_ALIGN_CENTER);
     GtkWidget* title = gtk_label_new("The recording is saved");
     gtk_widget_add_css_class(title, "title");
-    gtk_label_set_xalign(GTK_LABEL(title), 0);
-    gtk_label_set_xalign(m_address, 0);
-    gtk_label_set_ellipsize(m_address, PANGO_ELLIPSIZE_MIDDLE);
+    for (GtkLabel* label : { GTK_LABEL(title), m_address }) {
+        gtk_label_set_xalign(label, 0);
+        gtk_label_set_ellipsize(label, PANGO_ELLIPSIZE_MIDDLE);
+        gtk_box_append(GTK_BOX(texts), GTK_WIDGET(label));
+    }
     gtk_widget_add_css_class(GTK_WIDGET(m_address), "dim-label");
-    gtk_box_append(GTK_BOX(texts), title);
-    gtk_box_append(GTK_BOX(texts), GTK_WIDGET(m_address));
 
     GtkWidget* buttons = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
     gtk_widget_set_valign(buttons, GTK_ALIGN_CENTER);
     GtkWidget* copyButton = gtk_button_new_with_label("Copy address");
-    GtkWidget* dismissButton = gtk_button_new_with_label("Dismiss");
-    for (GtkWidget* button : { m_replayButton, copyButton, dismissButton })
-        gtk_box_append(GTK_BOX(buttons), button);
+    GtkWidget* dismissButton = closeButton();
+    gtk_box_append(GTK_BOX(buttons), m_replayButton);
+    gtk_box_append(GTK_BOX(buttons), copyButton);
     m_signals.connect(m_replayButton, "clicked", handler<&RecordingBar::replay>(), this);
     m_signals.connect(copyButton, "clicked", handler<&RecordingBar::copyAddress>(), this);
     m_signals.connect(dismissButton, "clicked", handler<&RecordingBar::dismiss>(), this);
 
     gtk_widget_add_css_class(m_bar, "recording-bar");
-    gtk_box_append(GTK_BOX(m_bar), texts);
-    gtk_box_append(GTK_BOX(m_bar), buttons);
+    gtk_widget_set_hexpand(m_content, TRUE);
+    gtk_box_append(GTK_BOX(m_content), texts);
+    gtk_box_append(GTK_BOX(m_content), buttons);
+    gtk_box_append(GTK_BOX(m_bar), m_content);
+    gtk_box_append(GTK_BOX(m_bar), dismissButton);
     gtk_revealer_set_child(m_revealer, m_bar);
 }
 
@@ -66,7 +72,7 @@ void RecordingBar::show(const SessionState& state)
 
 void RecordingBar::setOrientation(GtkOrientation orientation)
 {
-    gtk_orientable_set_orientation(GTK_ORIENTABLE(m_bar), orientation);
+    gtk_orientable_set_orientation(GTK_ORIENTABLE(m_content), orientation);
 }
 
 void RecordingBar::replay()

@@ -31,6 +31,7 @@ private:
     std::string m_url;
     GtkRevealer* m_revealer;
     GtkWidget* m_bar;
+    GtkWidget* m_content;
     GtkLabel* m_address;
     GtkWidget* m_replayButton;
     Signals m_signals;

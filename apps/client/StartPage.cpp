@@ -24,6 +24,9 @@ StartPage::StartPage(const Options& options, JoinForm::Submit join, ReplayForm::
     : m_join(options, std::move(join))
     , m_replay(options, std::move(replay))
     , m_scroller(gtk_scrolled_window_new())
+    , m_column(gtk_box_new(GTK_ORIENTATION_VERTICAL, 10))
+    , m_introduction{ centeredLabel("Whiteboard", "headline"),
+        centeredLabel("Draw together in a live room, or watch a recorded one.", "dim-label") }
     , m_forms(GTK_STACK(gtk_stack_new()))
     , m_spinner(GTK_SPINNER(gtk_spinner_new()))
 {
@@ -40,18 +43,15 @@ StartPage::StartPage(const Options& options, JoinForm::Submit join, ReplayForm::
     gtk_stack_switcher_set_stack(GTK_STACK_SWITCHER(switcher), m_forms);
     gtk_widget_set_halign(switcher, GTK_ALIGN_CENTER);
 
-    GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 10);
-    gtk_widget_add_css_class(column, "start-page");
-    gtk_widget_set_halign(column, GTK_ALIGN_CENTER);
-    gtk_widget_set_valign(column, GTK_ALIGN_CENTER);
-    gtk_box_append(GTK_BOX(column), centeredLabel("Whiteboard", "headline"));
-    gtk_box_append(
-        GTK_BOX(column), centeredLabel("Draw together in a live room, or watch a recorded one.", "dim-label"));
-    gtk_box_append(GTK_BOX(column), switcher);
-    gtk_box_append(GTK_BOX(column), GTK_WIDGET(m_forms));
-    gtk_box_append(GTK_BOX(column), GTK_WIDGET(m_spinner));
+    gtk_widget_add_css_class(m_column, "start-page");
+    gtk_widget_set_valign(m_column, GTK_ALIGN_CENTER);
+    for (GtkWidget* label : m_introduction)
+        gtk_box_append(GTK_BOX(m_column), label);
+    gtk_box_append(GTK_BOX(m_column), switcher);
+    gtk_box_append(GTK_BOX(m_column), GTK_WIDGET(m_forms));
+    gtk_box_append(GTK_BOX(m_column), GTK_WIDGET(m_spinner));
     gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(m_scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
-    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(m_scroller), column);
+    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(m_scroller), m_column);
 
     m_signals.connect(m_forms, "notify::visible-child",
         G_CALLBACK(+[](GObject*, GParamSpec*, gpointer self) { static_cast<StartPage*>(self)->formSwitched(); }), this);
@@ -80,6 +80,13 @@ void StartPage::show(const SessionState& state)
     m_replay.grid().setBusy(busy);
     gtk_spinner_set_spinning(m_spinner, isBusy);
     gtk_widget_set_visible(GTK_WIDGET(m_spinner), isBusy);
+}
+
+void StartPage::setLayout(Layout layout)
+{
+    gtk_widget_set_halign(m_column, layout == Layout::Narrow ? GTK_ALIGN_FILL : GTK_ALIGN_CENTER);
+    for (GtkWidget* label : m_introduction)
+        gtk_widget_set_visible(label, layout != Layout::Short);
 }
 
 void StartPage::focus()

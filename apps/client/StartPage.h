@@ -1,9 +1,12 @@
 #pragma once
 
 #include "JoinForm.h"
+#include "Layout.h"
 #include "ReplayForm.h"
 #include "SessionState.h"
 #include "Signals.h"
+
+#include <vector>
 
 namespace tqclient {
 
@@ -16,6 +19,8 @@ public:
     /// Keeps the forms from being sent while an operation is under way.
     void show(const SessionState& state);
     void setReplayUrl(const std::string& url) { m_replay.setUrl(url); }
+    /// Gives the forms the space that there is.
+    void setLayout(Layout layout);
     void focus();
 
 private:
@@ -25,6 +30,9 @@ private:
     JoinForm m_join;
     ReplayForm m_replay;
     GtkWidget* m_scroller;
+    GtkWidget* m_column;
+    // What a low window has no room for.
+    std::vector<GtkWidget*> m_introduction;
     GtkStack* m_forms;
     GtkSpinner* m_spinner;
     Signals m_signals;

@@ -36,6 +36,9 @@ constexpr std::string_view kRules = R"(
 .event-log.bottom { border-top-width: 1px; }
 .event-log-bar { padding: 4px 4px 4px 12px; }
 .event-log textview, .event-log textview text { background: transparent; }
+.small button, .small entry, .small passwordentry { min-width: 24px; min-height: 34px; }
+.small windowcontrols > button { min-width: 44px; min-height: 44px; }
+.small .start-page { padding: 10px 12px; }
 .capture-preview { padding: 8px 12px; border-top: 1px solid alpha(currentColor, 0.15); }
 .capture-picture { border: 1px solid alpha(currentColor, 0.2); background: white; }
 )";

@@ -1,0 +1,15 @@
+#include "CloseButton.h"
+
+namespace tqclient {
+
+GtkWidget* closeButton()
+{
+    GtkWidget* button = gtk_button_new_from_icon_name("window-close-symbolic");
+    gtk_widget_add_css_class(button, "flat");
+    gtk_widget_set_valign(button, GTK_ALIGN_CENTER);
+    gtk_widget_set_tooltip_text(button, "Dismiss (Esc)");
+    gtk_accessible_update_property(GTK_ACCESSIBLE(button), GTK_ACCESSIBLE_PROPERTY_LABEL, "Dismiss", -1);
+    return button;
+}
+
+} // namespace tqclient
