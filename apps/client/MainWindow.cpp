@@ -2,11 +2,14 @@
 
 #include "MainThread.h"
 #include "Options.h"
+#include "ShortcutsHelp.h"
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "TQWhiteBoardLib/gtk/NativeView.h"
 
+#include <algorithm>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 namespace tqclient {
 
@@ -90,7 +93,10 @@ void MainWindow::buildHeader()
     gtk_widget_set_tooltip_text(GTK_WIDGET(m_logButton), "Show what has happened in the room (F9)");
     m_signals.connect(m_logButton, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer data) {
         auto* self = static_cast<MainWindow*>(data);
-        gtk_widget_set_visible(self->m_log.widget(), gtk_toggle_button_get_active(button));
+        bool isShown = gtk_toggle_button_get_active(button);
+        if (!isShown && self->hasFocus(self->m_log.widget()))
+            self->focusContent();
+        gtk_widget_set_visible(self->m_log.widget(), isShown);
         gtk_widget_remove_css_class(GTK_WIDGET(button), "suggested-action");
     }),
         this);
@@ -127,27 +133,113 @@ void MainWindow::buildBody()
     gtk_box_append(GTK_BOX(body), m_recording.widget());
     gtk_box_append(GTK_BOX(body), GTK_WIDGET(m_paned));
     gtk_window_set_child(m_window, body);
+    followFocus(m_message.widget());
+    followFocus(m_recording.widget());
+}
+
+template <auto method> void MainWindow::addShortcut(const char* trigger, GtkPropagationPhase phase)
+{
+    auto run = [](GtkWidget*, GVariant*, gpointer self) -> gboolean {
+        return (static_cast<MainWindow*>(self)->*method)() ? TRUE : FALSE;
+    };
+    GtkEventController* controller = gtk_shortcut_controller_new();
+    gtk_event_controller_set_propagation_phase(controller, phase);
+    gtk_shortcut_controller_add_shortcut(GTK_SHORTCUT_CONTROLLER(controller),
+        gtk_shortcut_new(gtk_shortcut_trigger_parse_string(trigger), gtk_callback_action_new(run, this, nullptr)));
+    gtk_widget_add_controller(GTK_WIDGET(m_window), controller);
 }
 
 void MainWindow::addShortcuts()
 {
-    addShortcut("F9", [](GtkWidget*, GVariant*, gpointer data) -> gboolean {
-        GtkToggleButton* button = static_cast<MainWindow*>(data)->m_logButton;
-        gtk_toggle_button_set_active(button, !gtk_toggle_button_get_active(button));
-        return TRUE;
-    });
-    addShortcut("<Control>q|<Control>w", [](GtkWidget*, GVariant*, gpointer data) -> gboolean {
-        gtk_window_close(static_cast<MainWindow*>(data)->m_window);
-        return TRUE;
-    });
+    // Before the page sees them: whatever it does with its keys, there is a way out of it.
+    addShortcut<&MainWindow::goToNextPart<GTK_DIR_TAB_FORWARD>>("F6", GTK_PHASE_CAPTURE);
+    addShortcut<&MainWindow::goToNextPart<GTK_DIR_TAB_BACKWARD>>("<Shift>F6", GTK_PHASE_CAPTURE);
+    addShortcut<&MainWindow::toggleLog>("F9", GTK_PHASE_CAPTURE);
+    addShortcut<&MainWindow::showHelp>("F1", GTK_PHASE_CAPTURE);
+    addShortcut<&MainWindow::close>("<Control>q|<Control>w", GTK_PHASE_CAPTURE);
+    // What has opened within the page, or within a field, closes first.
+    addShortcut<&MainWindow::closeWhatIsOpen>("Escape", GTK_PHASE_BUBBLE);
 }
 
-void MainWindow::addShortcut(const char* trigger, GtkShortcutFunc function)
+bool MainWindow::toggleLog()
 {
-    GtkEventController* controller = gtk_shortcut_controller_new();
-    gtk_shortcut_controller_add_shortcut(GTK_SHORTCUT_CONTROLLER(controller),
-        gtk_shortcut_new(gtk_shortcut_trigger_parse_string(trigger), gtk_callback_action_new(function, this, nullptr)));
-    gtk_widget_add_controller(GTK_WIDGET(m_window), controller);
+    gtk_toggle_button_set_active(m_logButton, !gtk_toggle_button_get_active(m_logButton));
+    return true;
+}
+
+bool MainWindow::showHelp()
+{
+    showShortcutsHelp(m_window);
+    return true;
+}
+
+bool MainWindow::close()
+{
+    gtk_window_close(m_window);
+    return true;
+}
+
+bool MainWindow::closeWhatIsOpen()
+{
+    if (m_message.isShown())
+        m_message.dismiss();
+    else if (m_recording.isShown())
+        m_recording.dismiss();
+    else if (m_layout != Layout::Wide && gtk_toggle_button_get_active(m_logButton))
+        toggleLog();
+    else
+        return false;
+    return true;
+}
+
+bool MainWindow::hasFocus(GtkWidget* part) const
+{
+    GtkWidget* focus = gtk_window_get_focus(m_window);
+    return focus && (focus == part || gtk_widget_is_ancestor(focus, part));
+}
+
+template <GtkDirectionType direction> bool MainWindow::goToNextPart()
+{
+    std::vector<GtkWidget*> parts{ GTK_WIDGET(m_pages), GTK_WIDGET(m_header) };
+    if (m_message.isShown())
+        parts.push_back(m_message.widget());
+    if (m_recording.isShown())
+        parts.push_back(m_recording.widget());
+    if (gtk_widget_get_visible(m_log.widget()))
+        parts.push_back(m_log.widget());
+    if (direction == GTK_DIR_TAB_BACKWARD)
+        std::ranges::reverse(parts);
+    auto at = std::ranges::find_if(parts, [this](GtkWidget* part) { return hasFocus(part); });
+    if (at != parts.end())
+        std::ranges::rotate(parts, at + 1);
+    for (GtkWidget* part : parts) {
+        if (part == GTK_WIDGET(m_pages))
+            focusContent();
+        else if (!gtk_widget_child_focus(part, GTK_DIR_TAB_FORWARD))
+            continue;
+        break;
+    }
+    gtk_window_set_focus_visible(m_window, TRUE);
+    return true;
+}
+
+void MainWindow::focusContent()
+{
+    if (std::string_view(gtk_stack_get_visible_child_name(m_pages)) == kStartPage)
+        m_start.focus();
+    else if (m_view)
+        gtk_widget_grab_focus(tq::nativeView(*m_view));
+}
+
+void MainWindow::followFocus(GtkWidget* bar)
+{
+    // The focus does not go with the bar.
+    m_signals.connect(bar, "notify::reveal-child", G_CALLBACK(+[](GObject* revealer, GParamSpec*, gpointer data) {
+        auto* self = static_cast<MainWindow*>(data);
+        if (!gtk_revealer_get_reveal_child(GTK_REVEALER(revealer)) && self->hasFocus(GTK_WIDGET(revealer)))
+            self->focusContent();
+    }),
+        this);
 }
 
 void MainWindow::followSize()
@@ -233,10 +325,7 @@ void MainWindow::setBoardVisible(bool isVisible)
     if (std::string_view(gtk_stack_get_visible_child_name(m_pages)) == page)
         return;
     gtk_stack_set_visible_child_name(m_pages, page);
-    if (!isVisible)
-        m_start.focus();
-    else if (m_view)
-        gtk_widget_grab_focus(tq::nativeView(*m_view));
+    focusContent();
 }
 
 void MainWindow::sessionViewChanged(const std::shared_ptr<tq::TQWBWebView>& view)

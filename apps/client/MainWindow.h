@@ -50,7 +50,15 @@ private:
     void buildHeader();
     void buildBody();
     void addShortcuts();
-    void addShortcut(const char* trigger, GtkShortcutFunc function);
+    template <auto method> void addShortcut(const char* trigger, GtkPropagationPhase phase);
+    bool toggleLog();
+    bool showHelp();
+    bool close();
+    bool closeWhatIsOpen();
+    template <GtkDirectionType direction> bool goToNextPart();
+    void focusContent();
+    void followFocus(GtkWidget* bar);
+    bool hasFocus(GtkWidget* part) const;
     void followSize();
     void resized(Layout layout);
     void applyLayout(Layout layout);

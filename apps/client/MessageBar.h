@@ -14,6 +14,7 @@ public:
 
     GtkWidget* widget() const { return GTK_WIDGET(m_revealer); }
     void show(const std::string& title, const std::string& detail);
+    bool isShown() const { return gtk_revealer_get_reveal_child(m_revealer); }
     void dismiss();
 
 private:

@@ -20,12 +20,13 @@ public:
     void show(const SessionState& state);
     /// Sets whether the buttons stand beside the text or below it.
     void setOrientation(GtkOrientation orientation);
+    bool isShown() const { return gtk_revealer_get_reveal_child(m_revealer); }
+    void dismiss();
 
 private:
     template <void (RecordingBar::*method)()> static GCallback handler();
     void replay();
     void copyAddress();
-    void dismiss();
 
     std::function<void(const std::string& url)> m_replay;
     std::string m_url;

@@ -39,6 +39,7 @@ constexpr std::string_view kRules = R"(
 .small button, .small entry, .small passwordentry { min-width: 24px; min-height: 34px; }
 .small windowcontrols > button { min-width: 44px; min-height: 44px; }
 .small .start-page { padding: 10px 12px; }
+.shortcuts { padding: 18px; }
 .capture-preview { padding: 8px 12px; border-top: 1px solid alpha(currentColor, 0.15); }
 .capture-picture { border: 1px solid alpha(currentColor, 0.2); background: white; }
 )";
