@@ -1,5 +1,7 @@
 #include "CloseButton.h"
 
+#include "Accessible.h"
+
 namespace tqclient {
 
 GtkWidget* closeButton()
@@ -8,7 +10,7 @@ GtkWidget* closeButton()
     gtk_widget_add_css_class(button, "flat");
     gtk_widget_set_valign(button, GTK_ALIGN_CENTER);
     gtk_widget_set_tooltip_text(button, "Dismiss (Esc)");
-    gtk_accessible_update_property(GTK_ACCESSIBLE(button), GTK_ACCESSIBLE_PROPERTY_LABEL, "Dismiss", -1);
+    setAccessibleName(button, "Dismiss");
     return button;
 }
 

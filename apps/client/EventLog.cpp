@@ -1,5 +1,6 @@
 #include "EventLog.h"
 
+#include "Accessible.h"
 #include "Text.h"
 
 #include <algorithm>
@@ -40,6 +41,8 @@ EventLog::EventLog()
     , m_failureTag(gtk_text_buffer_create_tag(
           m_buffer, nullptr, "weight", PANGO_WEIGHT_BOLD, "foreground-rgba", &kAlarming, nullptr))
 {
+    setAccessibleName(GTK_WIDGET(m_view), "Events");
+    setAccessibleName(m_scroller, "Events");
     gtk_text_view_set_editable(m_view, FALSE);
     gtk_text_view_set_cursor_visible(m_view, FALSE);
     gtk_text_view_set_accepts_tab(m_view, FALSE);

@@ -87,6 +87,9 @@ void FormGrid::submit()
 void FormGrid::complain(GtkEditable* field, const std::string& hint)
 {
     gtk_widget_add_css_class(GTK_WIDGET(field), "error");
+    // Whoever does not see the hint hears it with the field.
+    gtk_accessible_update_property(GTK_ACCESSIBLE(field), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION, hint.c_str(), -1);
+    gtk_accessible_update_state(GTK_ACCESSIBLE(field), GTK_ACCESSIBLE_STATE_INVALID, GTK_ACCESSIBLE_INVALID_TRUE, -1);
     gtk_label_set_text(m_hint, hint.c_str());
     gtk_widget_set_visible(GTK_WIDGET(m_hint), TRUE);
     gtk_widget_grab_focus(GTK_WIDGET(field));
@@ -94,8 +97,11 @@ void FormGrid::complain(GtkEditable* field, const std::string& hint)
 
 void FormGrid::clearComplaint()
 {
-    for (const Field& field : m_fields)
+    for (const Field& field : m_fields) {
         gtk_widget_remove_css_class(GTK_WIDGET(field.editable), "error");
+        gtk_accessible_reset_property(GTK_ACCESSIBLE(field.editable), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION);
+        gtk_accessible_reset_state(GTK_ACCESSIBLE(field.editable), GTK_ACCESSIBLE_STATE_INVALID);
+    }
     gtk_widget_set_visible(GTK_WIDGET(m_hint), FALSE);
 }
 

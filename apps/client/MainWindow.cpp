@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include "Accessible.h"
 #include "MainThread.h"
 #include "Options.h"
 #include "ShortcutsHelp.h"
@@ -124,6 +125,7 @@ void MainWindow::buildBody()
     gtk_paned_set_shrink_end_child(m_paned, FALSE);
     leaveTouchesToChildren(GTK_WIDGET(m_paned));
     gtk_widget_set_vexpand(GTK_WIDGET(m_paned), TRUE);
+    setAccessibleName(GTK_WIDGET(m_paned), "Board and events");
 
     m_stripPlace = GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
     gtk_widget_add_css_class(GTK_WIDGET(m_stripPlace), "status-strip");
@@ -336,6 +338,7 @@ void MainWindow::sessionViewChanged(const std::shared_ptr<tq::TQWBWebView>& view
     if (!m_view)
         return;
     GtkWidget* widget = tq::nativeView(*m_view);
+    setAccessibleName(widget, "The room's page");
     gtk_widget_set_hexpand(widget, TRUE);
     gtk_widget_set_vexpand(widget, TRUE);
     gtk_box_append(m_board, widget);

@@ -1,5 +1,6 @@
 #include "MessageBar.h"
 
+#include "Accessible.h"
 #include "CloseButton.h"
 
 namespace tqclient {
@@ -28,17 +29,18 @@ MessageBar::MessageBar()
     m_signals.connect(close, "clicked",
         G_CALLBACK(+[](GtkButton*, gpointer self) { static_cast<MessageBar*>(self)->dismiss(); }), this);
 
-    GtkWidget* bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 12);
-    gtk_widget_add_css_class(bar, "message-bar");
-    gtk_box_append(GTK_BOX(bar), texts);
-    gtk_box_append(GTK_BOX(bar), close);
-    gtk_revealer_set_child(m_revealer, bar);
+    m_bar = boxWithRole(GTK_ACCESSIBLE_ROLE_ALERT, GTK_ORIENTATION_HORIZONTAL, 12);
+    gtk_widget_add_css_class(m_bar, "message-bar");
+    gtk_box_append(GTK_BOX(m_bar), texts);
+    gtk_box_append(GTK_BOX(m_bar), close);
+    gtk_revealer_set_child(m_revealer, m_bar);
 }
 
 void MessageBar::show(const std::string& title, const std::string& detail)
 {
     gtk_label_set_text(m_title, title.c_str());
     gtk_label_set_text(m_detail, detail.c_str());
+    setAccessibleName(m_bar, title + ": " + detail);
     gtk_revealer_set_reveal_child(m_revealer, TRUE);
 }
 

@@ -19,6 +19,7 @@ public:
 
 private:
     GtkRevealer* m_revealer;
+    GtkWidget* m_bar;
     GtkLabel* m_title;
     GtkLabel* m_detail;
     Signals m_signals;

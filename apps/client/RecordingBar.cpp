@@ -1,5 +1,6 @@
 #include "RecordingBar.h"
 
+#include "Accessible.h"
 #include "CloseButton.h"
 #include "Text.h"
 
@@ -19,7 +20,7 @@ template <void (RecordingBar::*method)()> GCallback RecordingBar::handler()
 RecordingBar::RecordingBar(std::function<void(const std::string& url)> replay)
     : m_replay(std::move(replay))
     , m_revealer(GTK_REVEALER(gtk_revealer_new()))
-    , m_bar(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 12))
+    , m_bar(boxWithRole(GTK_ACCESSIBLE_ROLE_STATUS, GTK_ORIENTATION_HORIZONTAL, 12))
     , m_content(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6))
     , m_address(GTK_LABEL(gtk_label_new(nullptr)))
     , m_replayButton(gtk_button_new_with_mnemonic("Re_play"))
@@ -47,6 +48,7 @@ RecordingBar::RecordingBar(std::function<void(const std::string& url)> replay)
     m_signals.connect(dismissButton, "clicked", handler<&RecordingBar::dismiss>(), this);
 
     gtk_widget_add_css_class(m_bar, "recording-bar");
+    setAccessibleName(m_bar, "The recording is saved");
     gtk_widget_set_hexpand(m_content, TRUE);
     gtk_box_append(GTK_BOX(m_content), texts);
     gtk_box_append(GTK_BOX(m_content), buttons);

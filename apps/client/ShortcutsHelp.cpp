@@ -1,5 +1,7 @@
 #include "ShortcutsHelp.h"
 
+#include "Accessible.h"
+
 #include <algorithm>
 
 namespace tqclient {
@@ -71,7 +73,7 @@ void showShortcutsHelp(GtkWindow* parent)
     gtk_scrolled_window_set_max_content_height(
         GTK_SCROLLED_WINDOW(scroller), std::max(200, gtk_widget_get_height(GTK_WIDGET(parent)) - 100));
     gtk_widget_set_focusable(scroller, TRUE);
-    gtk_accessible_update_property(GTK_ACCESSIBLE(scroller), GTK_ACCESSIBLE_PROPERTY_LABEL, "Keys", -1);
+    setAccessibleName(scroller, "Keys");
     gtk_window_set_child(GTK_WINDOW(window), scroller);
 
     GtkEventController* keys = gtk_shortcut_controller_new();

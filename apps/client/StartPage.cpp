@@ -1,5 +1,7 @@
 #include "StartPage.h"
 
+#include "Accessible.h"
+
 #include <string_view>
 
 namespace tqclient {
@@ -43,6 +45,9 @@ StartPage::StartPage(const Options& options, JoinForm::Submit join, ReplayForm::
     gtk_stack_switcher_set_stack(GTK_STACK_SWITCHER(switcher), m_forms);
     gtk_widget_set_halign(switcher, GTK_ALIGN_CENTER);
 
+    setAccessibleName(switcher, "What to open");
+    setAccessibleName(GTK_WIDGET(m_spinner), "Working");
+    setAccessibleName(m_scroller, "Whiteboard");
     gtk_widget_add_css_class(m_column, "start-page");
     gtk_widget_set_valign(m_column, GTK_ALIGN_CENTER);
     for (GtkWidget* label : m_introduction)

@@ -1,5 +1,7 @@
 #include "StatusPill.h"
 
+#include "Accessible.h"
+
 namespace tqclient {
 
 namespace {
@@ -26,8 +28,9 @@ const char* styleOf(Phase phase)
 } // namespace
 
 StatusPill::StatusPill()
-    : m_box(sinkRef(GTK_BOX(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6))))
-    , m_dot(gtk_label_new("●"))
+    : m_box(sinkRef(GTK_BOX(boxWithRole(GTK_ACCESSIBLE_ROLE_STATUS, GTK_ORIENTATION_HORIZONTAL, 6))))
+    , m_dot(GTK_WIDGET(
+          g_object_new(GTK_TYPE_LABEL, "accessible-role", GTK_ACCESSIBLE_ROLE_PRESENTATION, "label", "●", nullptr)))
     , m_label(GTK_LABEL(gtk_label_new(nullptr)))
 {
     gtk_widget_set_halign(widget(), GTK_ALIGN_CENTER);
@@ -47,6 +50,7 @@ void StatusPill::show(const SessionState& state)
     auto summary = state.summary();
     gtk_label_set_text(m_label, summary.c_str());
     gtk_widget_set_tooltip_text(widget(), summary.c_str());
+    setAccessibleName(widget(), summary);
     gtk_widget_set_visible(m_dot, state.isRecording);
 }
 
