@@ -1,5 +1,7 @@
 #include "CapturePreview.h"
 
+#include "Translation.h"
+
 #include <string>
 
 namespace tqclient {
@@ -13,15 +15,15 @@ CapturePreview::CapturePreview()
     gtk_widget_add_css_class(m_box, "capture-preview");
     gtk_widget_set_visible(m_box, FALSE);
     gtk_widget_add_css_class(GTK_WIDGET(m_picture), "capture-picture");
-    gtk_picture_set_alternative_text(m_picture, "The captured board");
+    gtk_picture_set_alternative_text(m_picture, _("The captured board"));
     gtk_widget_set_size_request(GTK_WIDGET(m_picture), 112, 70);
     gtk_widget_set_valign(GTK_WIDGET(m_picture), GTK_ALIGN_CENTER);
 
     GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 6);
     gtk_widget_set_valign(column, GTK_ALIGN_CENTER);
     GtkWidget* buttons = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
-    GtkWidget* copyButton = gtk_button_new_with_label("Copy");
-    GtkWidget* saveButton = gtk_button_new_with_label("Save…");
+    GtkWidget* copyButton = gtk_button_new_with_label(_("Copy"));
+    GtkWidget* saveButton = gtk_button_new_with_label(_("Save…"));
     gtk_box_append(GTK_BOX(buttons), copyButton);
     gtk_box_append(GTK_BOX(buttons), saveButton);
     gtk_label_set_xalign(m_failure, 0);
@@ -47,7 +49,7 @@ void CapturePreview::show(const tq::UIImage& image)
     if (!m_texture)
         return;
     gtk_picture_set_paintable(m_picture, GDK_PAINTABLE(m_texture.get()));
-    auto caption = "Captured, " + std::to_string(image.width()) + "×" + std::to_string(image.height());
+    auto caption = formatted(_("Captured, %d×%d"), static_cast<int>(image.width()), static_cast<int>(image.height()));
     gtk_label_set_text(m_caption, caption.c_str());
     gtk_widget_set_visible(GTK_WIDGET(m_failure), FALSE);
     gtk_widget_set_visible(m_box, TRUE);
@@ -61,9 +63,9 @@ G_GNUC_BEGIN_IGNORE_DEPRECATIONS
 void CapturePreview::save()
 {
     auto* window = GTK_WINDOW(gtk_widget_get_root(m_box));
-    auto* chooser
-        = gtk_file_chooser_native_new("Save the picture", window, GTK_FILE_CHOOSER_ACTION_SAVE, "_Save", "_Cancel");
-    gtk_file_chooser_set_current_name(GTK_FILE_CHOOSER(chooser), "whiteboard.png");
+    auto* chooser = gtk_file_chooser_native_new(
+        _("Save the picture"), window, GTK_FILE_CHOOSER_ACTION_SAVE, _("_Save"), _("_Cancel"));
+    gtk_file_chooser_set_current_name(GTK_FILE_CHOOSER(chooser), _("whiteboard.png"));
     m_question.reset(GTK_NATIVE_DIALOG(chooser));
     gtk_native_dialog_set_modal(m_question.get(), TRUE);
     auto answered = +[](GtkNativeDialog* dialog, int response, gpointer self) {

@@ -2,6 +2,7 @@
 
 #include "Accessible.h"
 #include "Text.h"
+#include "Translation.h"
 
 #include <algorithm>
 
@@ -32,7 +33,7 @@ std::string timeOfDay()
 
 EventLog::EventLog()
     : m_box(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0))
-    , m_placeholder(gtk_label_new("Nothing has happened yet."))
+    , m_placeholder(gtk_label_new(_("Nothing has happened yet.")))
     , m_scroller(gtk_scrolled_window_new())
     , m_view(GTK_TEXT_VIEW(gtk_text_view_new()))
     , m_buffer(gtk_text_view_get_buffer(m_view))
@@ -41,8 +42,8 @@ EventLog::EventLog()
     , m_failureTag(gtk_text_buffer_create_tag(
           m_buffer, nullptr, "weight", PANGO_WEIGHT_BOLD, "foreground-rgba", &kAlarming, nullptr))
 {
-    setAccessibleName(GTK_WIDGET(m_view), "Events");
-    setAccessibleName(m_scroller, "Events");
+    setAccessibleName(GTK_WIDGET(m_view), _("Events"));
+    setAccessibleName(m_scroller, _("Events"));
     gtk_text_view_set_editable(m_view, FALSE);
     gtk_text_view_set_cursor_visible(m_view, FALSE);
     gtk_text_view_set_accepts_tab(m_view, FALSE);
@@ -78,12 +79,12 @@ void EventLog::addBar()
 {
     GtkWidget* bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 4);
     gtk_widget_add_css_class(bar, "event-log-bar");
-    GtkWidget* title = gtk_label_new("Events");
+    GtkWidget* title = gtk_label_new(_("Events"));
     gtk_widget_add_css_class(title, "heading");
     gtk_label_set_xalign(GTK_LABEL(title), 0);
     gtk_widget_set_hexpand(title, TRUE);
-    GtkWidget* copyButton = gtk_button_new_with_mnemonic("_Copy all");
-    GtkWidget* clearButton = gtk_button_new_with_label("Clear");
+    GtkWidget* copyButton = gtk_button_new_with_mnemonic(_("_Copy all"));
+    GtkWidget* clearButton = gtk_button_new_with_label(_("Clear"));
     gtk_box_append(GTK_BOX(bar), title);
     for (GtkWidget* button : { copyButton, clearButton }) {
         gtk_widget_add_css_class(button, "flat");
@@ -153,7 +154,8 @@ void EventLog::showWaiting()
     if (m_waiting.empty())
         return;
     if (m_leftOut)
-        append({ m_waiting.front().time, "…", std::to_string(m_leftOut) + " more events", Severity::Plain });
+        append({ m_waiting.front().time, "…",
+            formatted(ngettext("%u more event", "%u more events", m_leftOut), m_leftOut), Severity::Plain });
     for (const auto& line : m_waiting)
         append(line);
     m_waiting.clear();

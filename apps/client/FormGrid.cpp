@@ -1,5 +1,7 @@
 #include "FormGrid.h"
 
+#include "Translation.h"
+
 namespace tqclient {
 
 namespace {
@@ -79,7 +81,7 @@ void FormGrid::submit()
     clearComplaint();
     for (const Field& field : m_fields) {
         if (field.required == Required::Yes && textOf(field.editable).empty())
-            return complain(field.editable, field.name + " is missing.");
+            return complain(field.editable, formatted(_("“%s” is missing."), field.name.c_str()));
     }
     m_submit();
 }

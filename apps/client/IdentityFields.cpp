@@ -1,13 +1,15 @@
 #include "IdentityFields.h"
 
+#include "Translation.h"
+
 namespace tqclient {
 
 IdentityFields::IdentityFields(FormGrid& form)
-    : m_appKey(form.addText("_App key", "the application's key"))
-    , m_token(form.addText("_Token", "your token", FormGrid::Echo::Hidden))
-    , m_room(form.addText("R_oom", "the room's identifier"))
-    , m_user(form.addText("_User", "your identifier"))
-    , m_name(form.addText("_Name", "what the others see"))
+    : m_appKey(form.addText(_("_App key"), _("the application's key")))
+    , m_token(form.addText(_("_Token"), _("your token"), FormGrid::Echo::Hidden))
+    , m_room(form.addText(_("R_oom"), _("the room's identifier")))
+    , m_user(form.addText(_("_User"), _("your identifier")))
+    , m_name(form.addText(_("_Name"), _("what the others see")))
 {
 }
 

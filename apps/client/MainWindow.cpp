@@ -6,6 +6,7 @@
 #include "ShortcutsHelp.h"
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "TQWhiteBoardLib/gtk/NativeView.h"
+#include "Translation.h"
 
 #include <algorithm>
 #include <string_view>
@@ -18,7 +19,6 @@ namespace {
 
 constexpr const char* kStartPage = "start";
 constexpr const char* kBoardPage = "board";
-constexpr const char* kProgramTitle = "Whiteboard";
 
 /// What a field can hold without keeping its user waiting, in bytes; no recording's address is as long.
 constexpr std::size_t kLongestAddress = 4096;
@@ -45,7 +45,7 @@ MainWindow::MainWindow(const Options& options, Actions actions)
     , m_start(options, m_actions.join, m_actions.replay)
     , m_self(std::make_shared<MainWindow*>(this))
 {
-    gtk_window_set_title(m_window, kProgramTitle);
+    gtk_window_set_title(m_window, _("Whiteboard"));
     gtk_window_set_default_size(m_window, options.size.width, options.size.height);
     buildHeader();
     buildBody();
@@ -74,15 +74,15 @@ void MainWindow::present()
 
 void MainWindow::buildHeader()
 {
-    m_title = GTK_LABEL(gtk_label_new(kProgramTitle));
+    m_title = GTK_LABEL(gtk_label_new(_("Whiteboard")));
     gtk_widget_add_css_class(GTK_WIDGET(m_title), "title");
     gtk_label_set_ellipsize(m_title, PANGO_ELLIPSIZE_END);
     m_headerPlace = GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 2));
     gtk_widget_set_valign(GTK_WIDGET(m_headerPlace), GTK_ALIGN_CENTER);
     gtk_box_append(m_headerPlace, GTK_WIDGET(m_title));
 
-    m_leaveButton = gtk_button_new_with_mnemonic("_Leave");
-    gtk_widget_set_tooltip_text(m_leaveButton, "Leave the room");
+    m_leaveButton = gtk_button_new_with_mnemonic(_("_Leave"));
+    gtk_widget_set_tooltip_text(m_leaveButton, _("Leave the room"));
     m_signals.connect(m_leaveButton, "clicked", G_CALLBACK(+[](GtkButton*, gpointer data) {
         auto* self = static_cast<MainWindow*>(data);
         self->m_message.dismiss();
@@ -90,8 +90,8 @@ void MainWindow::buildHeader()
     }),
         this);
 
-    m_logButton = GTK_TOGGLE_BUTTON(gtk_toggle_button_new_with_mnemonic("E_vents"));
-    gtk_widget_set_tooltip_text(GTK_WIDGET(m_logButton), "Show what has happened in the room (F9)");
+    m_logButton = GTK_TOGGLE_BUTTON(gtk_toggle_button_new_with_mnemonic(_("E_vents")));
+    gtk_widget_set_tooltip_text(GTK_WIDGET(m_logButton), _("Show what has happened in the room (F9)"));
     m_signals.connect(m_logButton, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer data) {
         auto* self = static_cast<MainWindow*>(data);
         bool isShown = gtk_toggle_button_get_active(button);
@@ -125,7 +125,7 @@ void MainWindow::buildBody()
     gtk_paned_set_shrink_end_child(m_paned, FALSE);
     leaveTouchesToChildren(GTK_WIDGET(m_paned));
     gtk_widget_set_vexpand(GTK_WIDGET(m_paned), TRUE);
-    setAccessibleName(GTK_WIDGET(m_paned), "Board and events");
+    setAccessibleName(GTK_WIDGET(m_paned), _("Board and events"));
 
     m_stripPlace = GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
     gtk_widget_add_css_class(GTK_WIDGET(m_stripPlace), "status-strip");
@@ -300,9 +300,10 @@ void MainWindow::sessionStateChanged(const SessionState& state)
     m_pill.show(state);
     m_start.show(state);
     m_recording.show(state);
-    const std::string& title = state.showsBoard && !state.room.empty() ? state.room : kProgramTitle;
-    gtk_label_set_text(m_title, title.c_str());
-    gtk_window_set_title(m_window, (title == kProgramTitle ? title : title + " – " + kProgramTitle).c_str());
+    const std::string program = _("Whiteboard");
+    bool isNamed = state.showsBoard && !state.room.empty();
+    gtk_label_set_text(m_title, (isNamed ? state.room : program).c_str());
+    gtk_window_set_title(m_window, (isNamed ? state.room + " – " + program : program).c_str());
     gtk_widget_set_visible(m_leaveButton, state.showsBoard);
     gtk_widget_set_sensitive(m_leaveButton, !state.isBusy());
     if (state.isBusy())
@@ -338,7 +339,7 @@ void MainWindow::sessionViewChanged(const std::shared_ptr<tq::TQWBWebView>& view
     if (!m_view)
         return;
     GtkWidget* widget = tq::nativeView(*m_view);
-    setAccessibleName(widget, "The room's page");
+    setAccessibleName(widget, _("The room's page"));
     gtk_widget_set_hexpand(widget, TRUE);
     gtk_widget_set_vexpand(widget, TRUE);
     gtk_box_append(m_board, widget);

@@ -1,5 +1,7 @@
 #include "Options.h"
 
+#include "Translation.h"
+
 #include <charconv>
 #include <glib.h>
 #include <system_error>
@@ -214,16 +216,15 @@ std::string_view Options::usage()
     return "usage: tqwhiteboard [join | play] [options]; tqwhiteboard --help lists the options";
 }
 
-std::string_view Options::help()
+std::string Options::help()
 {
-    return R"(Shows a shared whiteboard room.
-
-usage:
-  tqwhiteboard [common options]
-  tqwhiteboard join --app-key K --token T --room R --user U --name N [--role 0] [--minutes M]
-  tqwhiteboard play --app-key K --token T --room R --user U --name N --url URL
-
-rooms:
+    return std::string(_("Shows a shared whiteboard room.\n")) + "\n" + _("usage:\n") +
+        R"(  tqwhiteboard [OPTIONS]
+  tqwhiteboard join --app-key K --token T --room R --user U --name N [--role 0] [--minutes M] [OPTIONS]
+  tqwhiteboard play --app-key K --token T --room R --user U --name N --url URL [OPTIONS]
+)"
+        "\n"
+        + _(R"(rooms:
   --app-key K        the application's key at the conference service
   --token T          the user's token; what follows its last "@" is a list of navigation hosts
   --room R           the room to join, or the room that was recorded
@@ -232,17 +233,17 @@ rooms:
   --role 0           0 joins as presenter (the default), any other number as viewer
   --minutes M        how long the room is wanted; 0 (the default) asks for a day
   --url URL          the recording's address
-
-common:
+)") + "\n"
+        + _(R"(common options:
   --ca FILE          trust the certificates of this PEM file too
   --trust-any-page   show the room page whatever its server's certificate
   --size WxH         the window's size in points (default 1280x800)
   --debug            end the program where a native method throws
   --help, --version
-
-An option that is left out leaves its field absent; --option=VALUE takes any value, "--" included.
-
-Standard output is one JSON object a line. Standard input takes one command a line:
+)") + "\n"
+        + _(R"(An option that is left out leaves its field absent; --option=VALUE takes any value, "--" included.
+)") + "\n"
+        + _(R"(Standard output is one JSON object a line. Standard input takes one command a line:
   join, play, quit   run the operation (again), after those that are under way
   call NAME [LIST]   call a function of the room's page with the arguments of a JSON list; prints its answers
   exists NAME        ask whether the page has the function
@@ -250,7 +251,7 @@ Standard output is one JSON object a line. Standard input takes one command a li
                      confirmTitle, confirmCancelBtn, confirmOkBtn, promptCancelBtn, promptOkBtn; {} for the defaults
   screenshot PATH    write a picture of the board as a PNG file
   exit               end the program at once
-)";
+)");
 }
 
 std::shared_ptr<tq::TQWBRoomConfig> Options::roomConfig() const

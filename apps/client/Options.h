@@ -48,7 +48,8 @@ struct Options {
     /// @param arguments without the program's own name.
     static std::variant<Options, UsageError> parse(std::span<const std::string_view> arguments);
     static std::string_view usage();
-    static std::string_view help();
+    /// In the user's language.
+    static std::string help();
 
     /// New records with these fields.
     std::shared_ptr<tq::TQWBRoomConfig> roomConfig() const;

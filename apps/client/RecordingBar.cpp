@@ -3,6 +3,7 @@
 #include "Accessible.h"
 #include "CloseButton.h"
 #include "Text.h"
+#include "Translation.h"
 
 namespace tqclient {
 
@@ -23,12 +24,12 @@ RecordingBar::RecordingBar(std::function<void(const std::string& url)> replay)
     , m_bar(boxWithRole(GTK_ACCESSIBLE_ROLE_STATUS, GTK_ORIENTATION_HORIZONTAL, 12))
     , m_content(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6))
     , m_address(GTK_LABEL(gtk_label_new(nullptr)))
-    , m_replayButton(gtk_button_new_with_mnemonic("Re_play"))
+    , m_replayButton(gtk_button_new_with_mnemonic(_("Re_play")))
 {
     GtkWidget* texts = gtk_box_new(GTK_ORIENTATION_VERTICAL, 2);
     gtk_widget_set_hexpand(texts, TRUE);
     gtk_widget_set_valign(texts, GTK_ALIGN_CENTER);
-    GtkWidget* title = gtk_label_new("The recording is saved");
+    GtkWidget* title = gtk_label_new(_("The recording is saved"));
     gtk_widget_add_css_class(title, "title");
     for (GtkLabel* label : { GTK_LABEL(title), m_address }) {
         gtk_label_set_xalign(label, 0);
@@ -39,7 +40,7 @@ RecordingBar::RecordingBar(std::function<void(const std::string& url)> replay)
 
     GtkWidget* buttons = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6);
     gtk_widget_set_valign(buttons, GTK_ALIGN_CENTER);
-    GtkWidget* copyButton = gtk_button_new_with_label("Copy address");
+    GtkWidget* copyButton = gtk_button_new_with_label(_("Copy address"));
     GtkWidget* dismissButton = closeButton();
     gtk_box_append(GTK_BOX(buttons), m_replayButton);
     gtk_box_append(GTK_BOX(buttons), copyButton);
@@ -48,7 +49,7 @@ RecordingBar::RecordingBar(std::function<void(const std::string& url)> replay)
     m_signals.connect(dismissButton, "clicked", handler<&RecordingBar::dismiss>(), this);
 
     gtk_widget_add_css_class(m_bar, "recording-bar");
-    setAccessibleName(m_bar, "The recording is saved");
+    setAccessibleName(m_bar, _("The recording is saved"));
     gtk_widget_set_hexpand(m_content, TRUE);
     gtk_box_append(GTK_BOX(m_content), texts);
     gtk_box_append(GTK_BOX(m_content), buttons);
@@ -68,7 +69,8 @@ void RecordingBar::offer(const std::string& url)
 
 void RecordingBar::show(const SessionState& state)
 {
-    gtk_button_set_label(GTK_BUTTON(m_replayButton), state.phase == Phase::InRoom ? "Leave and re_play" : "Re_play");
+    gtk_button_set_label(
+        GTK_BUTTON(m_replayButton), state.phase == Phase::InRoom ? _("Leave and re_play") : _("Re_play"));
     gtk_widget_set_sensitive(m_replayButton, !state.isBusy());
 }
 

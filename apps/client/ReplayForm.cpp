@@ -1,11 +1,13 @@
 #include "ReplayForm.h"
 
+#include "Translation.h"
+
 namespace tqclient {
 
 ReplayForm::ReplayForm(const Options& options, Submit submit)
-    : m_grid("Open the recordin_g", [this] { submitted(); })
+    : m_grid(_("Open the recordin_g"), [this] { submitted(); })
     , m_identity(m_grid)
-    , m_url(m_grid.addText("A_ddress", "the recording's address"))
+    , m_url(m_grid.addText(_("A_ddress"), _("the recording's address")))
     , m_submit(std::move(submit))
 {
     gtk_entry_set_input_purpose(GTK_ENTRY(m_url), GTK_INPUT_PURPOSE_URL);

@@ -4,6 +4,7 @@
 #include "MainThread.h"
 #include "Session.h"
 #include "Text.h"
+#include "Translation.h"
 
 namespace tqclient {
 
@@ -93,7 +94,7 @@ void RoomEvents::result(const std::string& call, tq::OptionalValue value)
 
 void RoomEvents::exists(const std::string& function, bool exists)
 {
-    auto shown = displayText(function, kLongestName) + (exists ? " yes" : " no");
+    auto shown = displayText(function, kLongestName) + " " + (exists ? _("yes") : _("no"));
     tell("exists", { { "name", function }, { "value", exists } },
         [shown](Session& session) { session.pageHasAnswered("exists", shown); });
 }

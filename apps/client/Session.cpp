@@ -7,6 +7,7 @@
 #include "Options.h"
 #include "RoomEvents.h"
 #include "Text.h"
+#include "Translation.h"
 
 #include <glib.h>
 
@@ -22,11 +23,11 @@ std::string failureTitle(Operation operation)
 {
     switch (operation) {
     case Operation::Join:
-        return "The room could not be joined";
+        return _("The room could not be joined");
     case Operation::Play:
-        return "The recording could not be opened";
+        return _("The recording could not be opened");
     case Operation::Quit:
-        return "The room could not be left";
+        return _("The room could not be left");
     }
     return {};
 }
@@ -58,7 +59,7 @@ void Session::leave()
         m_waiting.push_back({ Operation::Quit, AfterFailure::LeaveAnyway });
         return runNext();
     }
-    logEvent("replay closed");
+    logEvent(_("replay closed"));
     closeBoard();
     setPhase(Phase::NotJoined);
 }
@@ -169,7 +170,7 @@ void Session::announce(Operation operation)
         m_state.isPresenter = operation == Operation::Join && m_roomConfig->roleType == 0;
         m_state.isRecording = false;
     }
-    logEvent(nameOf(operation), m_state.room.empty() ? "" : "room " + m_state.room);
+    logEvent(nameOf(operation), m_state.room.empty() ? "" : formatted(_("room %s"), m_state.room.c_str()));
     setPhase(operation == Operation::Join  ? Phase::Joining
             : operation == Operation::Play ? Phase::OpeningReplay
                                            : Phase::Leaving);
@@ -211,7 +212,7 @@ void Session::failed(const std::string& failure)
     if (m_request.afterFailure == AfterFailure::LeaveAnyway && m_state.showsBoard) {
         closeBoard();
         setPhase(Phase::Left);
-        return tellFailure("The service does not know that you have left", failure);
+        return tellFailure(_("The service does not know that you have left"), failure);
     }
     if (!m_state.showsBoard && operation != Operation::Quit) {
         m_state.failure = failure;
@@ -319,7 +320,7 @@ void Session::roomHasFailed(const tq::TQWBException& exception)
         failure += ": " + displayText(*exception.msg, 500);
     logEvent("onWBRoomException", failure, Severity::Failure);
     roomHasEnded(Phase::Failed, failure);
-    tellFailure("The room has failed", failure);
+    tellFailure(_("The room has failed"), failure);
 }
 
 void Session::recordingHasStarted()
@@ -330,7 +331,7 @@ void Session::recordingHasStarted()
 
 void Session::recordingHasEnded(const tq::OptionalText& url)
 {
-    logEvent("onWBRecordEnd", url ? *url : "without an address");
+    logEvent("onWBRecordEnd", url ? *url : _("without an address"));
     setRecording(Recording::No);
     if (auto observer = m_observer.lock())
         observer->sessionRecorded(url);
@@ -340,7 +341,8 @@ void Session::permissionHasChanged(tq::NSInteger status)
 {
     bool isKnown = status == kPresenter || status == kViewer;
     logEvent("onWBPermissionChange",
-        "status " + std::to_string(status) + (isKnown ? status == kPresenter ? " (presenter)" : " (viewer)" : ""));
+        isKnown ? status == kPresenter ? _("presenter") : _("viewer")
+                : formatted(_("status %s"), std::to_string(status).c_str()));
     if (!isKnown)
         return;
     m_state.isPresenter = status == kPresenter;
@@ -351,12 +353,12 @@ void Session::permissionHasChanged(tq::NSInteger status)
 void Session::boardWasCaptured(const std::shared_ptr<tq::UIImage>& image)
 {
     logEvent("onWBCaptureEnd",
-        image ? std::to_string(image->width()) + "×" + std::to_string(image->height()) : "no usable picture");
+        image ? std::to_string(image->width()) + "×" + std::to_string(image->height()) : _("no usable picture"));
     if (auto observer = m_observer.lock(); observer && image)
         observer->sessionCaptured(*image);
 }
 
-void Session::pageWantsToBeClosed() { logEvent("closePage", "the page asks to be closed"); }
+void Session::pageWantsToBeClosed() { logEvent("closePage", _("the page asks to be closed")); }
 
 void Session::pageHasAnswered(std::string_view question, std::string_view answer) { logEvent(question, answer); }
 

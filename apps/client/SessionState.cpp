@@ -1,5 +1,7 @@
 #include "SessionState.h"
 
+#include "Translation.h"
+
 namespace tqclient {
 
 bool SessionState::isBusy() const
@@ -11,22 +13,24 @@ std::string SessionState::summary() const
 {
     switch (phase) {
     case Phase::NotJoined:
-        return "Not joined";
+        return _("Not joined");
     case Phase::Joining:
-        return "Joining…";
+        return _("Joining…");
     case Phase::OpeningReplay:
-        return "Opening the replay…";
+        return _("Opening the replay…");
     case Phase::InRoom:
-        return std::string(isRecording ? "Recording in room " : "In room ") + room
-            + (isPresenter ? " as presenter" : " as viewer");
+        if (isRecording)
+            return formatted(isPresenter ? _("Recording in room %s as presenter") : _("Recording in room %s as viewer"),
+                room.c_str());
+        return formatted(isPresenter ? _("In room %s as presenter") : _("In room %s as viewer"), room.c_str());
     case Phase::Replaying:
-        return "Replaying room " + room;
+        return formatted(_("Replaying room %s"), room.c_str());
     case Phase::Leaving:
-        return "Leaving…";
+        return _("Leaving…");
     case Phase::Left:
-        return "Left room " + room;
+        return formatted(_("Left room %s"), room.c_str());
     case Phase::Failed:
-        return "Failed " + failure;
+        return formatted(_("Failed: %s"), failure.c_str());
     }
     return {};
 }

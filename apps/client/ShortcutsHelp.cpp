@@ -1,6 +1,7 @@
 #include "ShortcutsHelp.h"
 
 #include "Accessible.h"
+#include "Translation.h"
 
 #include <algorithm>
 
@@ -8,23 +9,25 @@ namespace tqclient {
 
 namespace {
 
+constexpr int kWidth = 480;
+
 struct Row {
     const char* keys;
     const char* meaning;
 };
 
 constexpr Row kRows[] = {
-    { "F6", "Go to the next part of the window: board, header bar, messages, events" },
-    { "Shift+F6", "Go to the part before" },
-    { "Tab", "Go to the next control of the part" },
-    { "Enter", "Send the form that is filled in" },
-    { "Alt+L", "Leave the room" },
-    { "F9", "Show or hide the events" },
-    { "Esc", "Close what has opened: a message, the offer of a recording, the events" },
-    { "Ctrl+Q", "End the program" },
-    { "Ctrl+Z", "On the board: undo your last stroke" },
-    { "E", "On the board: take the eraser" },
-    { "F1", "Show these keys" },
+    { "F6", N_("Go to the next part of the window: board, header bar, messages, events") },
+    { "Shift+F6", N_("Go to the part before") },
+    { "Tab", N_("Go to the next control of the part") },
+    { "Enter", N_("Send the form that is filled in") },
+    { "Alt+L", N_("Leave the room") },
+    { "F9", N_("Show or hide the events") },
+    { "Esc", N_("Close what has opened: a message, the offer of a recording, the events") },
+    { "Ctrl+Q", N_("End the program") },
+    { "Ctrl+Z", N_("On the board: undo your last stroke") },
+    { "E", N_("On the board: take the eraser") },
+    { "F1", N_("Show these keys") },
 };
 
 GtkWidget* rowLabel(const char* text, const char* style)
@@ -44,9 +47,8 @@ GtkWidget* table()
     gtk_grid_set_column_spacing(GTK_GRID(grid), 18);
     int line = 0;
     for (const Row& row : kRows) {
-        GtkWidget* meaning = rowLabel(row.meaning, "body");
+        GtkWidget* meaning = rowLabel(_(row.meaning), "body");
         gtk_label_set_wrap(GTK_LABEL(meaning), TRUE);
-        gtk_label_set_max_width_chars(GTK_LABEL(meaning), 40);
         gtk_widget_set_hexpand(meaning, TRUE);
         gtk_grid_attach(GTK_GRID(grid), rowLabel(row.keys, "heading"), 0, line, 1, 1);
         gtk_grid_attach(GTK_GRID(grid), meaning, 1, line++, 1, 1);
@@ -59,7 +61,7 @@ GtkWidget* table()
 void showShortcutsHelp(GtkWindow* parent)
 {
     GtkWidget* window = gtk_window_new();
-    gtk_window_set_title(GTK_WINDOW(window), "Keys");
+    gtk_window_set_title(GTK_WINDOW(window), _("Keys"));
     gtk_window_set_transient_for(GTK_WINDOW(window), parent);
     gtk_window_set_modal(GTK_WINDOW(window), TRUE);
     gtk_window_set_destroy_with_parent(GTK_WINDOW(window), TRUE);
@@ -68,13 +70,13 @@ void showShortcutsHelp(GtkWindow* parent)
     gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
     gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), table());
     // No larger than the window that it explains, whose screen may be small.
-    gtk_scrolled_window_set_propagate_natural_width(GTK_SCROLLED_WINDOW(scroller), TRUE);
     gtk_scrolled_window_set_propagate_natural_height(GTK_SCROLLED_WINDOW(scroller), TRUE);
     gtk_scrolled_window_set_max_content_height(
         GTK_SCROLLED_WINDOW(scroller), std::max(200, gtk_widget_get_height(GTK_WIDGET(parent)) - 100));
     gtk_widget_set_focusable(scroller, TRUE);
-    setAccessibleName(scroller, "Keys");
+    setAccessibleName(scroller, _("Keys"));
     gtk_window_set_child(GTK_WINDOW(window), scroller);
+    gtk_window_set_default_size(GTK_WINDOW(window), std::min(kWidth, gtk_widget_get_width(GTK_WIDGET(parent))), -1);
 
     GtkEventController* keys = gtk_shortcut_controller_new();
     auto close = [](GtkWidget* widget, GVariant*, gpointer) -> gboolean {

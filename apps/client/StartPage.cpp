@@ -1,6 +1,8 @@
 #include "StartPage.h"
 
 #include "Accessible.h"
+#include "MainThread.h"
+#include "Translation.h"
 
 #include <string_view>
 
@@ -27,14 +29,15 @@ StartPage::StartPage(const Options& options, JoinForm::Submit join, ReplayForm::
     , m_replay(options, std::move(replay))
     , m_scroller(gtk_scrolled_window_new())
     , m_column(gtk_box_new(GTK_ORIENTATION_VERTICAL, 10))
-    , m_introduction{ centeredLabel("Whiteboard", "headline"),
-        centeredLabel("Draw together in a live room, or watch a recorded one.", "dim-label") }
+    , m_introduction{ centeredLabel(_("Whiteboard"), "headline"),
+        centeredLabel(_("Draw together in a live room, or watch a recorded one."), "dim-label") }
     , m_forms(GTK_STACK(gtk_stack_new()))
     , m_spinner(GTK_SPINNER(gtk_spinner_new()))
+    , m_self(std::make_shared<StartPage*>(this))
 {
-    GtkStackPage* joinPage = gtk_stack_add_titled(m_forms, m_join.grid().widget(), kJoinPage, "_Join a room");
+    GtkStackPage* joinPage = gtk_stack_add_titled(m_forms, m_join.grid().widget(), kJoinPage, _("_Join a room"));
     GtkStackPage* replayPage
-        = gtk_stack_add_titled(m_forms, m_replay.grid().widget(), kReplayPage, "_Replay a recording");
+        = gtk_stack_add_titled(m_forms, m_replay.grid().widget(), kReplayPage, _("_Replay a recording"));
     gtk_stack_page_set_use_underline(joinPage, TRUE);
     gtk_stack_page_set_use_underline(replayPage, TRUE);
     gtk_stack_set_vhomogeneous(m_forms, FALSE);
@@ -45,9 +48,9 @@ StartPage::StartPage(const Options& options, JoinForm::Submit join, ReplayForm::
     gtk_stack_switcher_set_stack(GTK_STACK_SWITCHER(switcher), m_forms);
     gtk_widget_set_halign(switcher, GTK_ALIGN_CENTER);
 
-    setAccessibleName(switcher, "What to open");
-    setAccessibleName(GTK_WIDGET(m_spinner), "Working");
-    setAccessibleName(m_scroller, "Whiteboard");
+    setAccessibleName(switcher, _("What to open"));
+    setAccessibleName(GTK_WIDGET(m_spinner), _("Working"));
+    setAccessibleName(m_scroller, _("Whiteboard"));
     gtk_widget_add_css_class(m_column, "start-page");
     gtk_widget_set_valign(m_column, GTK_ALIGN_CENTER);
     for (GtkWidget* label : m_introduction)
@@ -58,6 +61,9 @@ StartPage::StartPage(const Options& options, JoinForm::Submit join, ReplayForm::
     gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(m_scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
     gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(m_scroller), m_column);
 
+    m_signals.connect(gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(m_scroller)), "notify::page-size",
+        G_CALLBACK(+[](GObject*, GParamSpec*, gpointer self) { static_cast<StartPage*>(self)->heightChanged(); }),
+        this);
     m_signals.connect(m_forms, "notify::visible-child",
         G_CALLBACK(+[](GObject*, GParamSpec*, gpointer self) { static_cast<StartPage*>(self)->formSwitched(); }), this);
 }
@@ -92,6 +98,27 @@ void StartPage::setLayout(Layout layout)
     gtk_widget_set_halign(m_column, layout == Layout::Narrow ? GTK_ALIGN_FILL : GTK_ALIGN_CENTER);
     for (GtkWidget* label : m_introduction)
         gtk_widget_set_visible(label, layout != Layout::Short);
+}
+
+void StartPage::heightChanged()
+{
+    // Not in the middle of the layout that told us.
+    postToMain([weakThis = std::weak_ptr(m_self)] {
+        if (auto self = weakThis.lock())
+            (*self)->keepFocusInSight();
+    });
+}
+
+void StartPage::keepFocusInSight()
+{
+    GtkRoot* root = gtk_widget_get_root(m_scroller);
+    GtkWidget* focus = root ? gtk_root_get_focus(root) : nullptr;
+    graphene_rect_t place;
+    if (!focus || !gtk_widget_is_ancestor(focus, m_column) || !gtk_widget_compute_bounds(focus, m_column, &place))
+        return;
+    constexpr double kMargin = 8;
+    gtk_adjustment_clamp_page(gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(m_scroller)),
+        place.origin.y - kMargin, place.origin.y + place.size.height + kMargin);
 }
 
 void StartPage::focus()

@@ -6,6 +6,7 @@
 #include "SessionState.h"
 #include "Signals.h"
 
+#include <memory>
 #include <vector>
 
 namespace tqclient {
@@ -26,6 +27,9 @@ public:
 private:
     bool showsReplay() const;
     void formSwitched();
+    void heightChanged();
+    /// A screen keyboard, or a message, takes its space from below or above.
+    void keepFocusInSight();
 
     JoinForm m_join;
     ReplayForm m_replay;
@@ -35,6 +39,7 @@ private:
     std::vector<GtkWidget*> m_introduction;
     GtkStack* m_forms;
     GtkSpinner* m_spinner;
+    std::shared_ptr<StartPage*> m_self;
     Signals m_signals;
 };
 

@@ -1,6 +1,7 @@
 #include "StatusPill.h"
 
 #include "Accessible.h"
+#include "Translation.h"
 
 namespace tqclient {
 
@@ -36,7 +37,7 @@ StatusPill::StatusPill()
     gtk_widget_set_halign(widget(), GTK_ALIGN_CENTER);
     gtk_widget_set_valign(widget(), GTK_ALIGN_CENTER);
     gtk_widget_add_css_class(m_dot, "recording-dot");
-    gtk_widget_set_tooltip_text(m_dot, "The room is being recorded");
+    gtk_widget_set_tooltip_text(m_dot, _("The room is being recorded"));
     gtk_label_set_ellipsize(m_label, PANGO_ELLIPSIZE_END);
     gtk_box_append(m_box.get(), m_dot);
     gtk_box_append(m_box.get(), GTK_WIDGET(m_label));

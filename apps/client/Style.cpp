@@ -36,8 +36,10 @@ constexpr std::string_view kRules = R"(
 .event-log.bottom { border-top-width: 1px; }
 .event-log-bar { padding: 4px 4px 4px 12px; }
 .event-log textview, .event-log textview text { background: transparent; }
-.small button, .small entry, .small passwordentry { min-width: 24px; min-height: 34px; }
-.small windowcontrols > button { min-width: 44px; min-height: 44px; }
+.small button { min-width: 24px; min-height: 34px; }
+.small entry { min-height: 42px; }
+.small headerbar { min-height: 0; }
+.small headerbar button { margin: 2px 0; }
 .small .start-page { padding: 10px 12px; }
 .shortcuts { padding: 18px; }
 .capture-preview { padding: 8px 12px; border-top: 1px solid alpha(currentColor, 0.15); }

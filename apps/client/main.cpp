@@ -3,12 +3,14 @@
 #include "Options.h"
 #include "Style.h"
 #include "TQWhiteBoardLib/TQWhiteBoard.h"
+#include "Translation.h"
 #include "platform/Foundation/NSURLSession.h"
 
 #include <clocale>
 #include <csignal>
 #include <string_view>
 #include <vector>
+#include <webkit/webkit.h>
 
 namespace {
 
@@ -52,12 +54,14 @@ int runClient(const Options& options)
     std::signal(SIGTTIN, SIG_IGN);
     auto lines = std::make_shared<JsonLines>();
     g_set_prgname("tqwhiteboard");
-    g_set_application_name("Whiteboard");
+    g_set_application_name(_("Whiteboard"));
     if (!gtk_init_check()) {
         g_printerr("tqwhiteboard: no display to show a window on\n");
         return kFailure;
     }
     installStyle();
+    // The engine does not ask the system which languages its user reads.
+    webkit_web_context_set_preferred_languages(webkit_web_context_get_default(), g_get_language_names());
     Client(options, lines).run();
     return kSuccess;
 }
@@ -67,13 +71,14 @@ int runClient(const Options& options)
 int main(int argc, char** argv)
 {
     std::setlocale(LC_ALL, "");
+    installTranslations();
     std::vector<std::string_view> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
     auto parsed = Options::parse(arguments);
     if (const auto* error = std::get_if<UsageError>(&parsed))
         return refuse(error->message);
     const auto& options = std::get<Options>(parsed);
     if (options.command == StartCommand::Help)
-        return answer(std::string(Options::help()));
+        return answer(Options::help());
     if (options.command == StartCommand::Version)
         return answer("tqwhiteboard " + tq::TQWhiteBoard::getVersion() + "\n");
     if (options.caFile) {
