@@ -14,9 +14,10 @@ namespace {
 constexpr std::size_t s_boardMessage = 48U << 10U;
 constexpr std::size_t s_bytesOfPoint = 20;
 
-void notify(Member& member, std::string_view text)
+/// @param name what a page that speaks other languages knows the text by.
+void notify(Member& member, std::string_view name, std::string_view text)
 {
-    member.send(json::serialize(json::object{ { "type", "notice" }, { "text", text } }));
+    member.send(json::serialize(json::object{ { "type", "notice" }, { "name", name }, { "text", text } }));
 }
 
 json::object strokeEvent(const char* type, const std::string& uid, std::int64_t id)
@@ -141,7 +142,7 @@ bool Room::mayControl(Member& member) const
 {
     if (member.role() == Role::Presenter)
         return true;
-    notify(member, "Only a presenter may do that.");
+    notify(member, "notPresenter", "Only a presenter may do that.");
     return false;
 }
 
@@ -157,7 +158,7 @@ void Room::handle(Member& member, const LiveMessage::Begin& begin)
     const bool isAllowed = mayControl(member);
     if (!isAllowed || isFull) {
         if (isAllowed)
-            notify(member, "The board is full. Clear it to draw on.");
+            notify(member, "boardFull", "The board is full. Clear it to draw on.");
         member.send(json::serialize(strokeEvent("remove", member.uid(), begin.id)));
         return;
     }
@@ -249,7 +250,10 @@ void Room::handle(Member& member, const LiveMessage::ChangeRole& change)
     const auto found = m_members.find(change.uid);
     // A room keeps a presenter: nobody steps down, others ask one to.
     if (found == m_members.end() || found->second.get() == &member) {
-        notify(member, found == m_members.end() ? "That person has left." : "Ask another presenter to do that.");
+        if (found == m_members.end())
+            notify(member, "personGone", "That person has left.");
+        else
+            notify(member, "notYourself", "Ask another presenter to do that.");
         return;
     }
     if (change.role == Role::Viewer)

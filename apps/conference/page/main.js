@@ -10,6 +10,8 @@ import { showPeople } from "./people.js";
 import { Player } from "./player.js";
 import { RoomConnection } from "./room.js";
 import { Budget, StrokeQueue } from "./strokes.js";
+import { fillIn, text, textOr } from "./texts.js";
+import { connectToolbar } from "./toolbar.js";
 
 const element = (id) => document.getElementById(id);
 const all = (selector) => [...document.querySelectorAll(selector)];
@@ -55,22 +57,24 @@ function show(id, isShown) {
 }
 
 let toastTimer = 0;
-function say(text) {
-    element("toast").textContent = text;
-    show("toast", true);
+function say(words) {
+    // Always there, so that what it says is heard.
+    element("toast").textContent = words;
     clearTimeout(toastTimer);
-    toastTimer = setTimeout(() => show("toast", false), 3500);
+    toastTimer = setTimeout(() => { element("toast").textContent = ""; }, 3500);
 }
 
 /** Ends the room; `end` is what listeners to its events are told. */
-function cover(title, text, code, end) {
+function cover(title, words, code, end) {
     element("cover-title").textContent = title;
-    element("cover-text").textContent = text;
-    element("cover-code").textContent = code ? "Code " + code : "";
+    element("cover-text").textContent = words;
+    element("cover-code").textContent = code ? text("code", { code }) : "";
     show("cover", true);
-    show("panel", false);
+    togglePanel(false);
+    for (const part of all("header, main, footer"))
+        part.inert = true;
     room.state = "over";
-    showState("over", "Closed");
+    showState("over", text("closed"));
     stopDrawing();
     queue.stop();
     showTools();
@@ -78,9 +82,9 @@ function cover(title, text, code, end) {
     takeCalls();
 }
 
-function showState(name, text) {
+function showState(name, words) {
     element("state").className = "state " + name;
-    element("state").textContent = text;
+    element("state").textContent = words;
 }
 
 function mayDraw() {
@@ -98,10 +102,9 @@ function showTools() {
         button.setAttribute("aria-pressed", button.dataset.color === pen.color);
     for (const button of all("#widths button"))
         button.setAttribute("aria-pressed", Number(button.dataset.width) === pen.width);
-    const text = room.isRecording ? "Stop recording" : "Start recording";
     element("record").setAttribute("aria-pressed", room.isRecording);
-    element("record").setAttribute("aria-label", text);
-    element("record").title = text;
+    element("record").setAttribute("aria-label", text("record"));
+    element("record").title = text(room.isRecording ? "stopRecording" : "startRecording");
     show("recording", room.isRecording);
 }
 
@@ -119,11 +122,11 @@ function setRecording(isRecording, url) {
     showTools();
     events.tell(isRecording ? { type: "recording", on: true } : { type: "recording", on: false, url: url ?? null });
     if (isRecording) {
-        say("Recording started");
+        say(text("recordingStarted"));
         report("onRecordStart");
         return;
     }
-    say(url === null ? "The recording could not be saved" : "Recording ended");
+    say(text(url === null ? "recordingLost" : "recordingEnded"));
     report("onRecordEnd", url ? { url } : {});
 }
 
@@ -169,7 +172,7 @@ function takeMembers(members) {
             queue.stop();
         }
         if (!isFirst)
-            say(role === "presenter" ? "You may draw now" : "You are watching now");
+            say(text(role === "presenter" ? "mayDraw" : "mayWatch"));
         report("onStatusChange", { status: status[role] });
     }
     if (!isFirst)
@@ -179,7 +182,7 @@ function takeMembers(members) {
 }
 
 function enter(message) {
-    element("room").textContent = document.title = shownText(message.room) || "Whiteboard";
+    element("room").textContent = document.title = shownText(message.room) || text("title");
     if (message.mode === "replay") {
         room.connection.finish();
         replay(message.source);
@@ -193,13 +196,14 @@ function enter(message) {
 }
 
 function quit() {
-    cover("You have left the room", "This board is closed.", 0, { reason: "quit" });
+    cover(text("youLeft"), text("boardClosed"), 0, { reason: "quit" });
     report("onRoomQuited");
     room.connection.finish(); // the service takes this for the page's goodbye
 }
 
 function fail({ code, msg }) {
-    cover("This room is closed", msg[0].toUpperCase() + msg.slice(1) + ".", code, { reason: "failed", code, msg });
+    const words = textOr("failed" + code, msg[0].toUpperCase() + msg.slice(1) + ".");
+    cover(text("roomClosed"), words, code, { reason: "failed", code, msg });
     report("onRoomException", { code, msg });
 }
 
@@ -209,15 +213,14 @@ const handlers = {
     board: (message) => board.load(message.strokes),
     ready: loaded,
     recording: (message) => setRecording(message.on, message.url),
-    notice: (message) => say(message.text),
+    notice: (message) => say(textOr(message.name, message.text)),
     quit,
 };
 
 const listener = {
     stateChanged(state) {
         room.state = state;
-        const texts = { connecting: "Connecting…", reconnecting: "Reconnecting…", live: "Live" };
-        showState(state, texts[state]);
+        showState(state, text(state));
         if (state !== "live") {
             stopDrawing();
             queue.stop();
@@ -268,7 +271,7 @@ function stopDrawing() {
 }
 
 function penDown(pointer, event) {
-    show("panel", false);
+    togglePanel(false);
     drawing.pointer = pointer;
     startStroke(board.place(event));
 }
@@ -355,14 +358,14 @@ function capture() {
     const data = board.capture();
     if (isInApplication()) {
         report("onCaptureEnd", { data });
-        say("Picture taken");
+        say(text("pictureTaken"));
         return;
     }
     const link = document.createElement("a");
     link.href = "data:image/png;base64," + data;
     link.download = (room.isReplay ? "recording" : "whiteboard") + ".png";
     link.click();
-    say("Picture saved");
+    say(text("pictureSaved"));
 }
 
 let clearTimer = 0;
@@ -370,6 +373,7 @@ function askToClear(isAsking) {
     clearTimeout(clearTimer);
     element("clear").classList.toggle("sure", isAsking);
     show("clear-question", isAsking);
+    element("clear").setAttribute("aria-label", text(isAsking ? "clearSure" : "clear"));
     if (isAsking)
         clearTimer = setTimeout(() => askToClear(false), 3000);
 }
@@ -387,13 +391,27 @@ function choose(change) {
 }
 
 function togglePanel(isShown) {
+    if (!isShown && element("panel").contains(document.activeElement))
+        element("people").focus();
     show("panel", isShown);
     element("people").setAttribute("aria-expanded", isShown);
 }
 
+/** Closes what has opened; the application hears of the key when there was nothing. */
+function escape(event) {
+    const isAsking = element("clear").classList.contains("sure");
+    if (!isAsking && element("panel").hidden)
+        return;
+    event.preventDefault();
+    if (isAsking)
+        askToClear(false);
+    else
+        togglePanel(false);
+}
+
 function keyDown(event) {
     if (event.key === "Escape")
-        togglePanel(false);
+        escape(event);
     if (!mayDraw() || event.altKey)
         return;
     if ((event.ctrlKey || event.metaKey) && event.key.toLowerCase() === "z") {
@@ -424,6 +442,7 @@ function connectTools() {
     element("clear").onclick = clear;
     element("record").onclick = () => room.connection.send({ type: "record", on: !room.isRecording });
     element("people").onclick = () => togglePanel(element("panel").hidden);
+    all("[role=toolbar]").forEach(connectToolbar);
     document.addEventListener("keydown", keyDown);
     window.addEventListener("resize", showMembers);
 }
@@ -439,7 +458,7 @@ function showPlayer(player) {
     // The slider has steps; the end is the end all the same.
     element("position").value = player.position < player.duration ? player.position : element("position").max;
     element("time").textContent = clockText(player.position) + " / " + clockText(player.duration);
-    element("play").setAttribute("aria-label", player.isPlaying ? "Pause" : "Play");
+    element("play").setAttribute("aria-label", text(player.isPlaying ? "pause" : "play"));
     element("play-icon").setAttribute("href", player.isPlaying ? "#icon-pause" : "#icon-play");
 }
 
@@ -455,8 +474,8 @@ async function replay(source) {
         return;
     }
     room.player = player;
-    element("room").textContent = document.title = shownText(player.room) || "Recording";
-    showState("live", "Recording");
+    element("room").textContent = document.title = shownText(player.room) || text("recording");
+    showState("live", text("recording"));
     const step = Number(element("position").step);
     element("position").max = Math.ceil(player.duration / step) * step;
     element("position").oninput = () => player.seek(Number(element("position").value));
@@ -465,6 +484,7 @@ async function replay(source) {
     player.play();
 }
 
+fillIn();
 report("onLoadStart");
 offerFunctions({
     queue,

@@ -1,5 +1,7 @@
 // Names are texts of strangers: what would hide, turn its neighbours around or pile up on them is not shown.
 
+import { text as spoken } from "./texts.js";
+
 const longest = 32; // letters, as a reader counts them
 // Controls, direction marks and other letters without a shape; the joiners stay, which some scripts and emoji need.
 const shapeless = /(?![\u200c\u200d])[\p{Cc}\p{Cf}\p{Co}\p{Cs}\u115f\u1160\u2800\u3164\uffa0]/gu;
@@ -16,7 +18,7 @@ export function shownText(text) {
 
 /** What a member is called in the page. */
 export function nameOf(member) {
-    return shownText(member.name) || shownText(member.uid) || "Somebody";
+    return shownText(member.name) || shownText(member.uid) || spoken("somebody");
 }
 
 /** A name as a node that leaves the direction of the text around it alone. */

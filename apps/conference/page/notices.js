@@ -1,6 +1,7 @@
 // Says who has joined and who has left: for a moment, and several at once in one line.
 
 import { nameNode, nameOf } from "./names.js";
+import { text } from "./texts.js";
 
 const gatherTime = 500; // milliseconds
 const showTime = 4500;
@@ -13,8 +14,8 @@ function listOf(names) {
     const others = names.length - named.length;
     const items = named.map((name) => nameNode(name));
     if (others)
-        items.push(`${others} others`);
-    return items.flatMap((item, i) => (i === 0 ? [item] : [i === items.length - 1 ? " and " : ", ", item]));
+        items.push(text("others", { count: others }));
+    return items.flatMap((item, i) => (i === 0 ? [item] : [text(i === items.length - 1 ? "and" : "comma"), item]));
 }
 
 export class PeopleNotices {
@@ -41,16 +42,17 @@ export class PeopleNotices {
         this.#timer = 0;
         const changes = [...this.#changes.values()];
         this.#changes.clear();
-        this.#say(changes.filter((change) => change.hasJoined), "joined");
-        this.#say(changes.filter((change) => !change.hasJoined), "left");
+        this.#say(changes.filter((change) => change.hasJoined), "joined", "joinedMany");
+        this.#say(changes.filter((change) => !change.hasJoined), "left", "leftMany");
     }
 
-    #say(changes, what) {
+    #say(changes, one, many) {
         if (changes.length === 0)
             return;
         const line = document.createElement("p");
-        const verb = changes.length === 1 ? "has" : "have";
-        line.append(...listOf(changes.map((change) => change.name)), ` ${verb} ${what}`);
+        const names = listOf(changes.map((change) => change.name));
+        const [before, after] = text(changes.length === 1 ? one : many, { names: "\n" }).split("\n");
+        line.append(before, ...names, after);
         this.#place.append(line);
         while (this.#place.children.length > mostLines)
             this.#place.firstElementChild.remove();

@@ -1,6 +1,7 @@
 // Who is in the room: the chips beside the room's name, and the list that names everybody.
 
 import { nameNode, nameOf } from "./names.js";
+import { text as spoken } from "./texts.js";
 
 const seatColors = ["#1971c2", "#d9363e", "#2b8a3e", "#f08c00", "#7048e8", "#0c8599", "#c2255c", "#5c940d"];
 
@@ -11,12 +12,12 @@ function text(tag, name, content) {
     return node;
 }
 
-/** The dot, the name and "(you)" of a member. */
+/** The dot and the name of a member, and which one is the user. */
 function labelsOf(member, me) {
     const dot = text("span", "dot", "");
     dot.style.background = seatColors[member.seat % seatColors.length];
     const labels = [dot, nameNode(nameOf(member))];
-    return member.uid === me.uid ? [...labels, text("span", "you", "(you)")] : labels;
+    return member.uid === me.uid ? [...labels, text("span", "you", spoken("you"))] : labels;
 }
 
 function chipOf(member, me) {
@@ -27,10 +28,13 @@ function chipOf(member, me) {
 
 function rowOf(member, me, changeRole) {
     const row = document.createElement("li");
-    row.append(...labelsOf(member, me), text("span", "role", member.role === "presenter" ? "Presenter" : "Viewer"));
+    row.append(...labelsOf(member, me), text("span", "role", spoken(member.role)));
     if (me.role === "presenter" && member.uid !== me.uid) {
         const other = member.role === "presenter" ? "viewer" : "presenter";
-        const button = text("button", "", other === "presenter" ? "Let draw" : "Only watch");
+        const change = other === "presenter" ? "letDraw" : "onlyWatch";
+        const button = text("button", "", spoken(change));
+        button.dataset.uid = member.uid;
+        button.setAttribute("aria-label", spoken(change + "Name", { name: nameOf(member) }));
         button.type = "button";
         button.onclick = () => changeRole(member.uid, other);
         row.append(button);
@@ -51,6 +55,11 @@ export function showPeople(members, me, changeRole) {
         used += chip.offsetWidth + 6;
         chip.hidden = used > space;
     }
-    document.getElementById("list").replaceChildren(...ordered.map((member) => rowOf(member, me, changeRole)));
+    const list = document.getElementById("list");
+    const focused = list.contains(document.activeElement) ? document.activeElement.dataset.uid : null;
+    list.replaceChildren(...ordered.map((member) => rowOf(member, me, changeRole)));
+    // Whoever was at somebody's button stays there.
+    if (focused !== null)
+        [...list.querySelectorAll("button")].find((button) => button.dataset.uid === focused)?.focus();
     document.getElementById("count").textContent = ordered.length;
 }
