@@ -10,6 +10,7 @@ namespace tqclient {
 namespace {
 
 constexpr int kWidth = 480;
+constexpr int kBarHeight = 50;
 
 struct Row {
     const char* keys;
@@ -66,27 +67,29 @@ void showShortcutsHelp(GtkWindow* parent)
     gtk_window_set_modal(GTK_WINDOW(window), TRUE);
     gtk_window_set_destroy_with_parent(GTK_WINDOW(window), TRUE);
 
+    GtkWidget* keys = table();
     GtkWidget* scroller = gtk_scrolled_window_new();
     gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
-    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), table());
-    // No larger than the window that it explains, whose screen may be small.
-    gtk_scrolled_window_set_propagate_natural_height(GTK_SCROLLED_WINDOW(scroller), TRUE);
-    gtk_scrolled_window_set_max_content_height(
-        GTK_SCROLLED_WINDOW(scroller), std::max(200, gtk_widget_get_height(GTK_WIDGET(parent)) - 100));
+    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), keys);
     gtk_widget_set_focusable(scroller, TRUE);
     setAccessibleName(scroller, _("Keys"));
     gtk_window_set_child(GTK_WINDOW(window), scroller);
-    gtk_window_set_default_size(GTK_WINDOW(window), std::min(kWidth, gtk_widget_get_width(GTK_WIDGET(parent))), -1);
+    // No larger than the window that it explains, whose screen may be small.
+    const int width = std::min(kWidth, gtk_widget_get_width(GTK_WIDGET(parent)));
+    int height = 0;
+    gtk_widget_measure(keys, GTK_ORIENTATION_VERTICAL, width, nullptr, &height, nullptr, nullptr);
+    gtk_window_set_default_size(
+        GTK_WINDOW(window), width, std::min(height, gtk_widget_get_height(GTK_WIDGET(parent)) - kBarHeight));
 
-    GtkEventController* keys = gtk_shortcut_controller_new();
+    GtkEventController* shortcuts = gtk_shortcut_controller_new();
     auto close = [](GtkWidget* widget, GVariant*, gpointer) -> gboolean {
         gtk_window_close(GTK_WINDOW(widget));
         return TRUE;
     };
-    gtk_shortcut_controller_add_shortcut(GTK_SHORTCUT_CONTROLLER(keys),
+    gtk_shortcut_controller_add_shortcut(GTK_SHORTCUT_CONTROLLER(shortcuts),
         gtk_shortcut_new(
             gtk_shortcut_trigger_parse_string("Escape|F1"), gtk_callback_action_new(close, nullptr, nullptr)));
-    gtk_widget_add_controller(window, keys);
+    gtk_widget_add_controller(window, shortcuts);
     gtk_window_present(GTK_WINDOW(window));
 }
 

@@ -114,11 +114,13 @@ void StartPage::keepFocusInSight()
     GtkRoot* root = gtk_widget_get_root(m_scroller);
     GtkWidget* focus = root ? gtk_root_get_focus(root) : nullptr;
     graphene_rect_t place;
-    if (!focus || !gtk_widget_is_ancestor(focus, m_column) || !gtk_widget_compute_bounds(focus, m_column, &place))
+    if (!focus || !gtk_widget_is_ancestor(focus, m_column)
+        || !gtk_widget_compute_bounds(focus, gtk_widget_get_parent(m_column), &place))
         return;
     constexpr double kMargin = 8;
-    gtk_adjustment_clamp_page(gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(m_scroller)),
-        place.origin.y - kMargin, place.origin.y + place.size.height + kMargin);
+    GtkAdjustment* scrolled = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(m_scroller));
+    const double top = gtk_adjustment_get_value(scrolled) + place.origin.y;
+    gtk_adjustment_clamp_page(scrolled, top - kMargin, top + place.size.height + kMargin);
 }
 
 void StartPage::focus()
