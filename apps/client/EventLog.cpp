@@ -83,7 +83,7 @@ void EventLog::addBar()
     gtk_widget_add_css_class(title, "heading");
     gtk_label_set_xalign(GTK_LABEL(title), 0);
     gtk_widget_set_hexpand(title, TRUE);
-    GtkWidget* copyButton = gtk_button_new_with_mnemonic(_("_Copy all"));
+    GtkWidget* copyButton = mnemonicButton(_("_Copy all"));
     GtkWidget* clearButton = gtk_button_new_with_label(_("Clear"));
     gtk_box_append(GTK_BOX(bar), title);
     for (GtkWidget* button : { copyButton, clearButton }) {

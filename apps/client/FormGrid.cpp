@@ -1,17 +1,16 @@
 #include "FormGrid.h"
 
+#include "Accessible.h"
 #include "Translation.h"
 
 namespace tqclient {
 
 namespace {
 
-std::string withoutMnemonic(std::string_view label)
+void showPeekIcon(GtkWidget* field)
 {
-    std::string name(label);
-    if (auto mark = name.find('_'); mark != name.npos)
-        name.erase(mark, 1);
-    return name;
+    gtk_password_entry_set_show_peek_icon(GTK_PASSWORD_ENTRY(field), TRUE);
+    setAccessibleName(gtk_widget_get_last_child(field), _("Show what is typed"));
 }
 
 } // namespace
@@ -19,7 +18,7 @@ std::string withoutMnemonic(std::string_view label)
 FormGrid::FormGrid(const char* action, std::function<void()> submit)
     : m_grid(GTK_GRID(gtk_grid_new()))
     , m_hint(GTK_LABEL(gtk_label_new(nullptr)))
-    , m_button(gtk_button_new_with_mnemonic(action))
+    , m_button(mnemonicButton(action))
     , m_submit(std::move(submit))
 {
     gtk_grid_set_row_spacing(m_grid, 6);
@@ -50,7 +49,7 @@ GtkEditable* FormGrid::addText(const char* label, const char* placeholder, Echo 
     GtkWidget* field = echo == Echo::Hidden ? gtk_password_entry_new() : gtk_entry_new();
     g_object_set(field, "placeholder-text", placeholder, nullptr);
     if (echo == Echo::Hidden)
-        gtk_password_entry_set_show_peek_icon(GTK_PASSWORD_ENTRY(field), TRUE);
+        showPeekIcon(field);
     gtk_editable_set_width_chars(GTK_EDITABLE(field), 14);
     gtk_editable_set_max_width_chars(GTK_EDITABLE(field), 34);
     m_signals.connect(field, "activate",

@@ -1,14 +1,35 @@
 #include "JoinForm.h"
 
+#include "Accessible.h"
 #include "Translation.h"
 
 namespace tqclient {
 
 namespace {
 
-constexpr guint kPresenter = 0;
-constexpr guint kViewer = 1;
 constexpr std::int32_t kMostMinutes = 10000;
+
+GtkWidget* choice(const char* label)
+{
+    GtkWidget* button = gtk_check_button_new_with_mnemonic(label);
+    setAccessibleName(button, withoutMnemonic(label));
+    gtk_accessible_reset_relation(GTK_ACCESSIBLE(button), GTK_ACCESSIBLE_RELATION_LABELLED_BY);
+    return button;
+}
+
+/// Adds the choice of a role, with the viewer chosen; answers the presenter's button.
+GtkCheckButton* addRoles(FormGrid& form)
+{
+    GtkWidget* roles = boxWithRole(GTK_ACCESSIBLE_ROLE_RADIO_GROUP, GTK_ORIENTATION_HORIZONTAL, 18);
+    GtkWidget* presenter = choice(_("Pr_esenter"));
+    GtkWidget* viewer = choice(_("Vie_wer"));
+    gtk_check_button_set_group(GTK_CHECK_BUTTON(viewer), GTK_CHECK_BUTTON(presenter));
+    gtk_check_button_set_active(GTK_CHECK_BUTTON(viewer), TRUE);
+    gtk_box_append(GTK_BOX(roles), presenter);
+    gtk_box_append(GTK_BOX(roles), viewer);
+    form.addField(_("Role"), roles);
+    return GTK_CHECK_BUTTON(presenter);
+}
 
 } // namespace
 
@@ -18,10 +39,9 @@ JoinForm::JoinForm(const Options& options, Submit submit)
     , m_viewerRole(options.role ? options.role : 1)
     , m_submit(std::move(submit))
 {
-    const char* roles[] = { _("Presenter"), _("Viewer"), nullptr };
-    m_role = GTK_DROP_DOWN(gtk_drop_down_new_from_strings(roles));
-    gtk_drop_down_set_selected(m_role, options.role ? kViewer : kPresenter);
-    m_grid.addField(_("Rol_e"), GTK_WIDGET(m_role));
+    m_presenter = addRoles(m_grid);
+    if (!options.role)
+        gtk_check_button_set_active(m_presenter, TRUE);
     m_minutes = m_grid.addText(_("_Minutes"), _("1440, a whole day"), FormGrid::Echo::Plain, FormGrid::Required::No);
     gtk_entry_set_input_purpose(GTK_ENTRY(m_minutes), GTK_INPUT_PURPOSE_DIGITS);
     if (options.minutes)
@@ -43,7 +63,7 @@ void JoinForm::submitted()
         .roomId = identity.room,
         .userId = identity.user,
         .userName = identity.name,
-        .roleType = gtk_drop_down_get_selected(m_role) == kPresenter ? 0 : m_viewerRole,
+        .roleType = gtk_check_button_get_active(m_presenter) ? 0 : m_viewerRole,
         .minutes = *minutes,
     }));
 }

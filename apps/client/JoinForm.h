@@ -23,7 +23,7 @@ private:
 
     FormGrid m_grid;
     IdentityFields m_identity;
-    GtkDropDown* m_role;
+    GtkCheckButton* m_presenter;
     GtkEditable* m_minutes;
     tq::NSUInteger m_viewerRole;
     Submit m_submit;

@@ -81,7 +81,7 @@ void MainWindow::buildHeader()
     gtk_widget_set_valign(GTK_WIDGET(m_headerPlace), GTK_ALIGN_CENTER);
     gtk_box_append(m_headerPlace, GTK_WIDGET(m_title));
 
-    m_leaveButton = gtk_button_new_with_mnemonic(_("_Leave"));
+    m_leaveButton = mnemonicButton(_("_Leave"));
     gtk_widget_set_tooltip_text(m_leaveButton, _("Leave the room"));
     m_signals.connect(m_leaveButton, "clicked", G_CALLBACK(+[](GtkButton*, gpointer data) {
         auto* self = static_cast<MainWindow*>(data);
@@ -90,7 +90,8 @@ void MainWindow::buildHeader()
     }),
         this);
 
-    m_logButton = GTK_TOGGLE_BUTTON(gtk_toggle_button_new_with_mnemonic(_("E_vents")));
+    m_logButton = GTK_TOGGLE_BUTTON(gtk_toggle_button_new());
+    setMnemonicLabel(GTK_WIDGET(m_logButton), _("E_vents"));
     gtk_widget_set_tooltip_text(GTK_WIDGET(m_logButton), _("Show what has happened in the room (F9)"));
     m_signals.connect(m_logButton, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer data) {
         auto* self = static_cast<MainWindow*>(data);
@@ -339,7 +340,9 @@ void MainWindow::sessionViewChanged(const std::shared_ptr<tq::TQWBWebView>& view
     if (!m_view)
         return;
     GtkWidget* widget = tq::nativeView(*m_view);
-    setAccessibleName(widget, _("The room's page"));
+    // The engine's widget within is the one that has the focus.
+    for (GtkWidget* named : { widget, gtk_widget_get_first_child(widget) })
+        setAccessibleName(named, _("The room's page"));
     gtk_widget_set_hexpand(widget, TRUE);
     gtk_widget_set_vexpand(widget, TRUE);
     gtk_box_append(m_board, widget);

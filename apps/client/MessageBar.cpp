@@ -2,6 +2,7 @@
 
 #include "Accessible.h"
 #include "CloseButton.h"
+#include "Translation.h"
 
 namespace tqclient {
 
@@ -31,6 +32,7 @@ MessageBar::MessageBar()
 
     m_bar = boxWithRole(GTK_ACCESSIBLE_ROLE_ALERT, GTK_ORIENTATION_HORIZONTAL, 12);
     gtk_widget_add_css_class(m_bar, "message-bar");
+    setAccessibleName(m_bar, _("Message"));
     gtk_box_append(GTK_BOX(m_bar), texts);
     gtk_box_append(GTK_BOX(m_bar), close);
     gtk_revealer_set_child(m_revealer, m_bar);

@@ -24,7 +24,7 @@ RecordingBar::RecordingBar(std::function<void(const std::string& url)> replay)
     , m_bar(boxWithRole(GTK_ACCESSIBLE_ROLE_STATUS, GTK_ORIENTATION_HORIZONTAL, 12))
     , m_content(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6))
     , m_address(GTK_LABEL(gtk_label_new(nullptr)))
-    , m_replayButton(gtk_button_new_with_mnemonic(_("Re_play")))
+    , m_replayButton(mnemonicButton(_("Re_play")))
 {
     GtkWidget* texts = gtk_box_new(GTK_ORIENTATION_VERTICAL, 2);
     gtk_widget_set_hexpand(texts, TRUE);
@@ -69,8 +69,7 @@ void RecordingBar::offer(const std::string& url)
 
 void RecordingBar::show(const SessionState& state)
 {
-    gtk_button_set_label(
-        GTK_BUTTON(m_replayButton), state.phase == Phase::InRoom ? _("Leave and re_play") : _("Re_play"));
+    setMnemonicLabel(m_replayButton, state.phase == Phase::InRoom ? _("Leave and re_play") : _("Re_play"));
     gtk_widget_set_sensitive(m_replayButton, !state.isBusy());
 }
 

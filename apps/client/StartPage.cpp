@@ -22,6 +22,15 @@ GtkWidget* centeredLabel(const char* text, const char* style)
     return label;
 }
 
+void nameTabs(GtkWidget* switcher, std::initializer_list<const char*> titles)
+{
+    GtkWidget* tab = gtk_widget_get_first_child(switcher);
+    for (const char* title : titles) {
+        setAccessibleName(tab, withoutMnemonic(title));
+        tab = gtk_widget_get_next_sibling(tab);
+    }
+}
+
 } // namespace
 
 StartPage::StartPage(const Options& options, JoinForm::Submit join, ReplayForm::Submit replay)
@@ -47,6 +56,7 @@ StartPage::StartPage(const Options& options, JoinForm::Submit join, ReplayForm::
     GtkWidget* switcher = gtk_stack_switcher_new();
     gtk_stack_switcher_set_stack(GTK_STACK_SWITCHER(switcher), m_forms);
     gtk_widget_set_halign(switcher, GTK_ALIGN_CENTER);
+    nameTabs(switcher, { gtk_stack_page_get_title(joinPage), gtk_stack_page_get_title(replayPage) });
 
     setAccessibleName(switcher, _("What to open"));
     setAccessibleName(GTK_WIDGET(m_spinner), _("Working"));

@@ -37,6 +37,7 @@ constexpr std::string_view kRules = R"(
 .event-log-bar { padding: 4px 4px 4px 12px; }
 .event-log textview, .event-log textview text { background: transparent; }
 .small button { min-width: 24px; min-height: 34px; }
+.small checkbutton { min-height: 44px; }
 .small entry { min-height: 42px; }
 .small headerbar { min-height: 0; }
 .small headerbar button { margin: 2px 0; }
