@@ -1,5 +1,6 @@
 #include "CapturePreview.h"
 
+#include "Accessible.h"
 #include "Translation.h"
 
 #include <string>
@@ -15,7 +16,7 @@ CapturePreview::CapturePreview()
     gtk_widget_add_css_class(m_box, "capture-preview");
     gtk_widget_set_visible(m_box, FALSE);
     gtk_widget_add_css_class(GTK_WIDGET(m_picture), "capture-picture");
-    gtk_picture_set_alternative_text(m_picture, _("The captured board"));
+    setAccessibleName(GTK_WIDGET(m_picture), _("The captured board"));
     gtk_widget_set_size_request(GTK_WIDGET(m_picture), 112, 70);
     gtk_widget_set_valign(GTK_WIDGET(m_picture), GTK_ALIGN_CENTER);
 

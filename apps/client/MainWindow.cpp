@@ -36,12 +36,16 @@ void leaveTouchesToChildren(GtkWidget* paned)
     }
 }
 
+/// The widget within the view that can have the focus: the engine's own.
+GtkWidget* engineWidget(const tq::TQWBWebView& view) { return gtk_widget_get_first_child(tq::nativeView(view)); }
+
 } // namespace
 
 MainWindow::MainWindow(const Options& options, Actions actions)
     : m_window(GTK_WINDOW(gtk_window_new()))
     , m_actions(std::move(actions))
-    , m_recording(m_actions.replayRecorded)
+    , m_message([this] { leavePart(m_message.widget()); })
+    , m_recording(m_actions.replayRecorded, [this] { leavePart(m_recording.widget()); })
     , m_start(options, m_actions.join, m_actions.replay)
     , m_self(std::make_shared<MainWindow*>(this))
 {
@@ -96,8 +100,8 @@ void MainWindow::buildHeader()
     m_signals.connect(m_logButton, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer data) {
         auto* self = static_cast<MainWindow*>(data);
         bool isShown = gtk_toggle_button_get_active(button);
-        if (!isShown && self->hasFocus(self->m_log.widget()))
-            self->focusContent();
+        if (!isShown)
+            self->leavePart(self->m_log.widget());
         gtk_widget_set_visible(self->m_log.widget(), isShown);
         gtk_widget_remove_css_class(GTK_WIDGET(button), "suggested-action");
     }),
@@ -136,8 +140,6 @@ void MainWindow::buildBody()
     gtk_box_append(GTK_BOX(body), m_recording.widget());
     gtk_box_append(GTK_BOX(body), GTK_WIDGET(m_paned));
     gtk_window_set_child(m_window, body);
-    followFocus(m_message.widget());
-    followFocus(m_recording.widget());
 }
 
 template <auto method> void MainWindow::addShortcut(const char* trigger, GtkPropagationPhase phase)
@@ -231,18 +233,13 @@ void MainWindow::focusContent()
     if (std::string_view(gtk_stack_get_visible_child_name(m_pages)) == kStartPage)
         m_start.focus();
     else if (m_view)
-        gtk_widget_grab_focus(tq::nativeView(*m_view));
+        gtk_widget_grab_focus(engineWidget(*m_view));
 }
 
-void MainWindow::followFocus(GtkWidget* bar)
+void MainWindow::leavePart(GtkWidget* part)
 {
-    // The focus does not go with the bar.
-    m_signals.connect(bar, "notify::reveal-child", G_CALLBACK(+[](GObject* revealer, GParamSpec*, gpointer data) {
-        auto* self = static_cast<MainWindow*>(data);
-        if (!gtk_revealer_get_reveal_child(GTK_REVEALER(revealer)) && self->hasFocus(GTK_WIDGET(revealer)))
-            self->focusContent();
-    }),
-        this);
+    if (hasFocus(part))
+        focusContent();
 }
 
 void MainWindow::followSize()
@@ -340,8 +337,7 @@ void MainWindow::sessionViewChanged(const std::shared_ptr<tq::TQWBWebView>& view
     if (!m_view)
         return;
     GtkWidget* widget = tq::nativeView(*m_view);
-    // The engine's widget within is the one that has the focus.
-    for (GtkWidget* named : { widget, gtk_widget_get_first_child(widget) })
+    for (GtkWidget* named : { widget, engineWidget(*m_view) })
         setAccessibleName(named, _("The room's page"));
     gtk_widget_set_hexpand(widget, TRUE);
     gtk_widget_set_vexpand(widget, TRUE);

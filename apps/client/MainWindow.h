@@ -57,7 +57,7 @@ private:
     bool closeWhatIsOpen();
     template <GtkDirectionType direction> bool goToNextPart();
     void focusContent();
-    void followFocus(GtkWidget* bar);
+    void leavePart(GtkWidget* part);
     bool hasFocus(GtkWidget* part) const;
     void followSize();
     void resized(Layout layout);

@@ -6,8 +6,9 @@
 
 namespace tqclient {
 
-MessageBar::MessageBar()
-    : m_revealer(GTK_REVEALER(gtk_revealer_new()))
+MessageBar::MessageBar(std::function<void()> leaving)
+    : m_leaving(std::move(leaving))
+    , m_bar(boxWithRole(GTK_ACCESSIBLE_ROLE_ALERT, GTK_ORIENTATION_HORIZONTAL, 12))
     , m_title(GTK_LABEL(gtk_label_new(nullptr)))
     , m_detail(GTK_LABEL(gtk_label_new(nullptr)))
 {
@@ -30,12 +31,11 @@ MessageBar::MessageBar()
     m_signals.connect(close, "clicked",
         G_CALLBACK(+[](GtkButton*, gpointer self) { static_cast<MessageBar*>(self)->dismiss(); }), this);
 
-    m_bar = boxWithRole(GTK_ACCESSIBLE_ROLE_ALERT, GTK_ORIENTATION_HORIZONTAL, 12);
+    gtk_widget_set_visible(m_bar, FALSE);
     gtk_widget_add_css_class(m_bar, "message-bar");
     setAccessibleName(m_bar, _("Message"));
     gtk_box_append(GTK_BOX(m_bar), texts);
     gtk_box_append(GTK_BOX(m_bar), close);
-    gtk_revealer_set_child(m_revealer, m_bar);
 }
 
 void MessageBar::show(const std::string& title, const std::string& detail)
@@ -43,9 +43,13 @@ void MessageBar::show(const std::string& title, const std::string& detail)
     gtk_label_set_text(m_title, title.c_str());
     gtk_label_set_text(m_detail, detail.c_str());
     setAccessibleName(m_bar, title + ": " + detail);
-    gtk_revealer_set_reveal_child(m_revealer, TRUE);
+    gtk_widget_set_visible(m_bar, TRUE);
 }
 
-void MessageBar::dismiss() { gtk_revealer_set_reveal_child(m_revealer, FALSE); }
+void MessageBar::dismiss()
+{
+    m_leaving();
+    gtk_widget_set_visible(m_bar, FALSE);
+}
 
 } // namespace tqclient

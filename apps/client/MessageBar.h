@@ -3,6 +3,7 @@
 #include "GLibTypes.h"
 #include "Signals.h"
 
+#include <functional>
 #include <string>
 
 namespace tqclient {
@@ -10,15 +11,16 @@ namespace tqclient {
 /// Tells of a failure above the board, until it is dismissed.
 class MessageBar {
 public:
-    MessageBar();
+    /// @param leaving runs before the bar goes, while what is in it may have the focus.
+    explicit MessageBar(std::function<void()> leaving);
 
-    GtkWidget* widget() const { return GTK_WIDGET(m_revealer); }
+    GtkWidget* widget() const { return m_bar; }
     void show(const std::string& title, const std::string& detail);
-    bool isShown() const { return gtk_revealer_get_reveal_child(m_revealer); }
+    bool isShown() const { return gtk_widget_get_visible(m_bar); }
     void dismiss();
 
 private:
-    GtkRevealer* m_revealer;
+    std::function<void()> m_leaving;
     GtkWidget* m_bar;
     GtkLabel* m_title;
     GtkLabel* m_detail;

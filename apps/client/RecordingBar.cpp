@@ -18,9 +18,9 @@ template <void (RecordingBar::*method)()> GCallback RecordingBar::handler()
     return G_CALLBACK(+[](GtkButton*, gpointer self) { (static_cast<RecordingBar*>(self)->*method)(); });
 }
 
-RecordingBar::RecordingBar(std::function<void(const std::string& url)> replay)
+RecordingBar::RecordingBar(std::function<void(const std::string& url)> replay, std::function<void()> leaving)
     : m_replay(std::move(replay))
-    , m_revealer(GTK_REVEALER(gtk_revealer_new()))
+    , m_leaving(std::move(leaving))
     , m_bar(boxWithRole(GTK_ACCESSIBLE_ROLE_STATUS, GTK_ORIENTATION_HORIZONTAL, 12))
     , m_content(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 6))
     , m_address(GTK_LABEL(gtk_label_new(nullptr)))
@@ -55,7 +55,7 @@ RecordingBar::RecordingBar(std::function<void(const std::string& url)> replay)
     gtk_box_append(GTK_BOX(m_content), buttons);
     gtk_box_append(GTK_BOX(m_bar), m_content);
     gtk_box_append(GTK_BOX(m_bar), dismissButton);
-    gtk_revealer_set_child(m_revealer, m_bar);
+    gtk_widget_set_visible(m_bar, FALSE);
 }
 
 void RecordingBar::offer(const std::string& url)
@@ -64,7 +64,7 @@ void RecordingBar::offer(const std::string& url)
     auto shown = displayText(url, kLongestAddress);
     gtk_label_set_text(m_address, shown.c_str());
     gtk_widget_set_tooltip_text(GTK_WIDGET(m_address), shown.c_str());
-    gtk_revealer_set_reveal_child(m_revealer, TRUE);
+    gtk_widget_set_visible(m_bar, TRUE);
 }
 
 void RecordingBar::show(const SessionState& state)
@@ -86,6 +86,10 @@ void RecordingBar::replay()
 
 void RecordingBar::copyAddress() { gdk_clipboard_set_text(gtk_widget_get_clipboard(m_bar), m_url.c_str()); }
 
-void RecordingBar::dismiss() { gtk_revealer_set_reveal_child(m_revealer, FALSE); }
+void RecordingBar::dismiss()
+{
+    m_leaving();
+    gtk_widget_set_visible(m_bar, FALSE);
+}
 
 } // namespace tqclient

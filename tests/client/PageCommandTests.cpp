@@ -28,6 +28,8 @@ registerStream("count", (answer, last) => {
 register("report", (event, details) => callSync("TQJSBridge." + event, details));
 register("close", () => closePage());
 register("ask", (text) => alert(text));
+register("language", () => navigator.language);
+window.addEventListener("keydown", (event) => event.preventDefault(), true);
 const take = window._handleMessageFromNative;
 window._handleMessageFromNative = (message) => {
     if (message.method !== "infinite")
@@ -192,6 +194,22 @@ TEST_F(PageCommandTest, LabelsAreThoseOfTheDialogsToCome)
     client->write("labels {}");
     client->write(R"(call ask ["third"])");
     waitForWindow("提示");
+}
+
+TEST_F(PageCommandTest, ThePageKnowsTheUsersLanguageAndKeepsNoKeyToItself)
+{
+    setenv("LC_ALL", "C.UTF-8", 1);
+    setenv("LANGUAGE", "zh_CN", 1);
+    auto client = joined("ann");
+    unsetenv("LC_ALL");
+    unsetenv("LANGUAGE");
+    EXPECT_EQ(call(*client, "language"), "zh-CN");
+    EXPECT_TRUE(hasWindow("hall – 白板"));
+    // The page lets no key go on; the way to the header bar is the window's all the same, and its first button leaves.
+    ASSERT_EQ(std::system("timeout 60 xdotool search --sync --onlyvisible --name '^hall – 白板$' windowfocus --sync"
+                          " key F6 key Return"),
+        0);
+    client->waitFor("success", "quit");
 }
 
 } // namespace

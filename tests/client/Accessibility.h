@@ -1,0 +1,58 @@
+#pragma once
+
+#include <functional>
+#include <gio/gio.h>
+#include <memory>
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace tq::test {
+
+/// A widget, or a part of a page, as a screen reader meets it.
+struct AccessibleNode {
+    std::string name;
+    std::string description;
+    std::string role;
+    bool isFocusable = false;
+    bool isFocused = false;
+    /// Whether it has a place in its window.
+    bool isShown = false;
+    /// In its window.
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+    std::vector<AccessibleNode> children;
+
+    /// The nodes below this one, and itself, that the test holds for.
+    std::vector<const AccessibleNode*> find(const std::function<bool(const AccessibleNode&)>& test) const;
+    /// The names of all of them in one text, for a failure's message.
+    std::string outline(int depth = 0) const;
+};
+
+/// What screen readers read over: a bus of the test's own, for programs that are started while it lives.
+class AccessibilityBus {
+public:
+    /// @param folder where the bus has its address.
+    explicit AccessibilityBus(const std::string& folder);
+    ~AccessibilityBus();
+    AccessibilityBus(const AccessibilityBus&) = delete;
+    AccessibilityBus& operator=(const AccessibilityBus&) = delete;
+
+    /// All that is there now: the programs, their windows and what is in them.
+    AccessibleNode read() const;
+    /// Reads until the test holds; fails the test when the bound is reached first. What was read last.
+    AccessibleNode readUntil(const std::string& what, const std::function<bool(const AccessibleNode&)>& test) const;
+
+private:
+    AccessibleNode read(const std::string& program, const std::string& path, int depth, bool isShown) const;
+    std::shared_ptr<GVariant> call(const std::string& program, const std::string& path, const char* interface,
+        const char* method, GVariant* arguments = nullptr) const;
+    std::string textOf(const std::string& program, const std::string& path, const char* property) const;
+
+    pid_t m_daemon = 0;
+    std::shared_ptr<GDBusConnection> m_connection;
+};
+
+} // namespace tq::test

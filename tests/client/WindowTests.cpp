@@ -1,0 +1,254 @@
+#include "Accessibility.h"
+#include "ClientPrograms.h"
+
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <set>
+
+namespace tq::test {
+namespace {
+
+/// The client's window, driven by keys and seen as a screen reader sees it.
+class WindowTest : public ServiceTest {
+protected:
+    WindowTest()
+        : ServiceTest(4)
+    {
+    }
+    ~WindowTest() override { speak("C", ""); }
+    void SetUp() override
+    {
+        ServiceTest::SetUp();
+        bus = std::make_unique<AccessibilityBus>(folder);
+    }
+
+    static void speak(const char* locale, const char* languages)
+    {
+        setenv("LC_ALL", locale, 1);
+        setenv("LANGUAGE", languages, 1);
+    }
+    // Presses what the words of xdotool say, in the client's window.
+    static void press(const std::string& words)
+    {
+        EXPECT_EQ(std::system(("timeout 60 xdotool " + words).c_str()), 0) << words;
+    }
+    static void giveKeyboard(const std::string& title)
+    {
+        press("search --sync --onlyvisible --name '^" + title + "$' windowfocus --sync");
+    }
+    void waitForFocus(const std::string& name) const
+    {
+        bus->readUntil("the focus on \"" + name + "\"", [&](const AccessibleNode& all) {
+            return !all.find([&](const AccessibleNode& node) { return node.isFocused && node.name == name; }).empty();
+        });
+    }
+    // Until there is something on the screen of that name, or no longer.
+    void waitForShown(const std::string& name, bool isShown = true) const
+    {
+        bus->readUntil("\"" + name + "\" on the screen: " + (isShown ? "yes" : "no"), [&](const AccessibleNode& all) {
+            return isShown
+                != all.find([&](const AccessibleNode& node) { return node.name == name && node.isShown; }).empty();
+        });
+    }
+    std::unique_ptr<AccessibilityBus> bus;
+};
+
+bool hasName(const AccessibleNode& node)
+{
+    // What has none is given its class's.
+    return !node.name.empty() && !node.name.starts_with("Gtk") && !node.name.starts_with("WebKit")
+        && node.name.find('_') == std::string::npos;
+}
+
+bool isPressed(const AccessibleNode& node)
+{
+    static const std::set<std::string> kRoles{ "button", "toggle button", "tab", "checkbox", "radio button" };
+    return kRoles.contains(node.role);
+}
+
+void expectNames(const AccessibleNode& all)
+{
+    const auto controls = all.find([](const AccessibleNode& node) {
+        return node.isFocusable || isPressed(node) || (node.role == "image" && node.isShown);
+    });
+    EXPECT_GT(controls.size(), 5U);
+    for (const auto* control : controls)
+        EXPECT_TRUE(hasName(*control)) << control->outline();
+}
+
+// Places are those of the controls' contents, without the padding and the border of five points above and below.
+constexpr int kFingerHeight = 44 - 10;
+
+void expectInside(const AccessibleNode& window, int width, int height)
+{
+    EXPECT_LE(window.width, width) << "the window cannot be as narrow";
+    EXPECT_LE(window.height, height) << "the window cannot be as low";
+    // The forms and the log scroll, up and down only.
+    const auto scrolled = window.find(
+        [](const AccessibleNode& node) { return node.role == "group" && node.isFocusable && node.isShown; });
+    std::set<const AccessibleNode*> mayBeBelow;
+    for (const auto* scroller : scrolled) {
+        const auto below = scroller->find([](const AccessibleNode&) { return true; });
+        mayBeBelow.insert(below.begin(), below.end());
+    }
+    const auto controls = window.find([](const AccessibleNode& node) { return node.isFocusable && node.isShown; });
+    for (const auto* control : controls) {
+        EXPECT_GE(control->x, 0) << control->outline();
+        EXPECT_LE(control->x + control->width, window.width) << control->outline();
+        if (mayBeBelow.contains(control))
+            continue;
+        EXPECT_LE(control->y + control->height, window.height) << control->outline();
+    }
+    const auto buttons
+        = window.find([](const AccessibleNode& node) { return isPressed(node) && node.isFocusable && node.isShown; });
+    for (const auto* button : buttons)
+        EXPECT_GE(button->height, kFingerHeight) << button->outline();
+}
+
+/// A small screen, and the language that its user reads.
+struct Screen {
+    int width;
+    int height;
+    const char* languages;
+    const char* program;
+    const char* open;
+    const char* missing;
+    const char* failed;
+    const char* leave;
+    const char* saved;
+    const char* copyAll;
+    const char* picture;
+    const char* keys;
+};
+
+constexpr Screen kScreens[] = {
+    { 360, 720, "en", "Whiteboard", "Open the recording", "“Token” is missing.", "The room could not be joined",
+        "Leave", "The recording is saved", "Copy all", "The captured board", "Keys" },
+    { 720, 360, "zh_CN", "白板", "打开录像", "请填写“令牌”。", "无法加入房间", "离开", "录像已保存", "全部复制",
+        "截取的白板图片", "按键" },
+    { 360, 720, "zh_CN", "白板", "打开录像", "请填写“令牌”。", "无法加入房间", "离开", "录像已保存", "全部复制",
+        "截取的白板图片", "按键" },
+    { 720, 360, "en", "Whiteboard", "Open the recording", "“Token” is missing.", "The room could not be joined",
+        "Leave", "The recording is saved", "Copy all", "The captured board", "Keys" },
+};
+
+class SmallScreenTest : public WindowTest, public testing::WithParamInterface<Screen> {
+protected:
+    void expectGoodWindow(const char* state) const
+    {
+        SCOPED_TRACE(state);
+        const auto all = bus->read();
+        expectNames(all);
+        const auto windows = all.find([](const AccessibleNode& node) { return node.role == "window"; });
+        ASSERT_FALSE(windows.empty()) << all.outline();
+        expectInside(*windows.front(), GetParam().width, GetParam().height);
+    }
+};
+
+TEST_P(SmallScreenTest, EveryStateFitsAndHasItsNames)
+{
+    const auto& screen = GetParam();
+    speak("C.UTF-8", screen.languages);
+    const std::string size = std::to_string(screen.width) + "x" + std::to_string(screen.height);
+    auto client = start({ "join", "--app-key", "key", "--size", size });
+    client->waitFor("error", "join");
+    waitForShown(screen.failed);
+    expectGoodWindow("failed to join");
+    giveKeyboard(screen.program);
+    press("key Escape");
+    waitForShown(screen.failed, false);
+    press("key alt+i");
+    waitForShown(screen.missing);
+    expectGoodWindow("a field is missing");
+    press("key alt+r");
+    waitForShown(screen.open);
+    expectGoodWindow("form of a replay");
+    press("key F1");
+    giveKeyboard(screen.keys);
+    waitForShown(screen.keys);
+    expectNames(bus->read());
+    client.reset();
+
+    auto words = joinWords("ann");
+    words.insert(words.end(), { "--size", size });
+    client = start(words);
+    client->waitForLog("[TQ:Log] onLoadEnd");
+    waitForShown(screen.leave);
+    expectGoodWindow("in the room");
+    client->write("call room.record [true]");
+    client->waitFor("onWBRecordStart");
+    client->write("call room.record [false]");
+    client->waitFor("onWBRecordEnd");
+    client->write("call board.capture");
+    client->waitFor("onWBCaptureEnd");
+    giveKeyboard("hall – " + std::string(screen.program));
+    press("key F9");
+    waitForShown(screen.saved);
+    waitForShown(screen.copyAll);
+    waitForShown(screen.picture);
+    expectGoodWindow("with everything open");
+}
+
+INSTANTIATE_TEST_SUITE_P(Screens, SmallScreenTest, testing::ValuesIn(kScreens), [](const auto& info) {
+    return std::string(info.param.width < info.param.height ? "upright_" : "sideways_") + info.param.languages;
+});
+
+TEST_F(WindowTest, KeysAloneLeadIntoARoomAndOut)
+{
+    auto client = start({ "--ca", authority });
+    giveKeyboard("Whiteboard");
+    waitForFocus("App key");
+    press("type --delay 1 key");
+    press("key Tab type --delay 1 good@" + host);
+    press("key Tab type --delay 1 hall");
+    press("key Tab type --delay 1 ann");
+    waitForFocus("User");
+    // What is missing is said where the keyboard is.
+    press("key Return");
+    waitForFocus("Name");
+    const auto window = bus->read();
+    const auto asked = window.find([](const AccessibleNode& node) { return node.isFocused; });
+    ASSERT_EQ(asked.size(), 1U);
+    EXPECT_EQ(asked[0]->description, "“Name” is missing.");
+    press("type --delay 1 Ann");
+    press("key Return");
+    client->waitFor("success", "join");
+    client->waitForLog("[TQ:Log] onLoadEnd");
+
+    // The board has the keyboard: its first control, its tools, and the last of these, which records.
+    press("key Tab key Tab key End key Return");
+    client->waitFor("onWBRecordStart");
+    press("key Return");
+    client->waitFor("onWBRecordEnd");
+    waitForShown("Leave and replay");
+    press("key F6");
+    waitForFocus("Leave");
+    press("key F6");
+    waitForFocus("Leave and replay");
+    press("key Escape");
+    waitForShown("Leave and replay", false);
+    // The board has it again, from its last tool on.
+    press("key Return");
+    client->waitFor("onWBRecordStart");
+    press("key shift+F6"); // the events, then the header bar
+    press("key shift+F6");
+    waitForFocus("Leave");
+    press("key Return");
+    client->waitFor("onWBRoomQuit");
+    client->waitFor("success", "quit");
+
+    waitForFocus("Join the room");
+    press("key Return");
+    client->waitFor("success", "join");
+    press("key alt+l");
+    client->waitFor("success", "quit");
+    press("key F1");
+    giveKeyboard("Keys");
+    press("key Escape");
+    giveKeyboard("Whiteboard");
+    press("key ctrl+q");
+    EXPECT_EQ(client->end(), 0);
+}
+
+} // namespace
+} // namespace tq::test
