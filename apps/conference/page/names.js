@@ -1,6 +1,6 @@
 // Names are texts of strangers: what would hide, turn its neighbours around or pile up on them is not shown.
 
-import { text as spoken } from "./texts.js";
+import { text } from "./texts.js";
 
 const longest = 32; // letters, as a reader counts them
 // Controls, direction marks and other letters without a shape; the joiners stay, which some scripts and emoji need.
@@ -18,7 +18,7 @@ export function shownText(text) {
 
 /** What a member is called in the page. */
 export function nameOf(member) {
-    return shownText(member.name) || shownText(member.uid) || spoken("somebody");
+    return shownText(member.name) || shownText(member.uid) || text("somebody");
 }
 
 /** A name as a node that leaves the direction of the text around it alone. */

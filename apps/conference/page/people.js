@@ -1,23 +1,23 @@
 // Who is in the room: the chips beside the room's name, and the list that names everybody.
 
 import { nameNode, nameOf } from "./names.js";
-import { text as spoken } from "./texts.js";
+import { text } from "./texts.js";
 
 const seatColors = ["#1971c2", "#d9363e", "#2b8a3e", "#f08c00", "#7048e8", "#0c8599", "#c2255c", "#5c940d"];
 
-function text(tag, name, content) {
-    const node = document.createElement(tag);
-    node.className = name;
-    node.textContent = content;
-    return node;
+function node(tag, name, content) {
+    const element = document.createElement(tag);
+    element.className = name;
+    element.textContent = content;
+    return element;
 }
 
 /** The dot and the name of a member, and which one is the user. */
 function labelsOf(member, me) {
-    const dot = text("span", "dot", "");
+    const dot = node("span", "dot", "");
     dot.style.background = seatColors[member.seat % seatColors.length];
     const labels = [dot, nameNode(nameOf(member))];
-    return member.uid === me.uid ? [...labels, text("span", "you", spoken("you"))] : labels;
+    return member.uid === me.uid ? [...labels, node("span", "you", text("you"))] : labels;
 }
 
 function chipOf(member, me) {
@@ -28,13 +28,13 @@ function chipOf(member, me) {
 
 function rowOf(member, me, changeRole) {
     const row = document.createElement("li");
-    row.append(...labelsOf(member, me), text("span", "role", spoken(member.role)));
+    row.append(...labelsOf(member, me), node("span", "role", text(member.role)));
     if (me.role === "presenter" && member.uid !== me.uid) {
         const other = member.role === "presenter" ? "viewer" : "presenter";
         const change = other === "presenter" ? "letDraw" : "onlyWatch";
-        const button = text("button", "", spoken(change));
+        const button = node("button", "", text(change));
         button.dataset.uid = member.uid;
-        button.setAttribute("aria-label", spoken(change + "Name", { name: nameOf(member) }));
+        button.setAttribute("aria-label", text(change + "Name", { name: nameOf(member) }));
         button.type = "button";
         button.onclick = () => changeRole(member.uid, other);
         row.append(button);
