@@ -317,13 +317,17 @@ function pointerUp(event) {
 
 // Not every engine makes pointer events of touches. Where one does, they come first, and the pen is down already.
 
-const longestEcho = 500; // ms
+const longestEcho = 2000; // ms, of an engine that is busy
 const farthestEcho = 30; // px
-let lastTouch = null;
+let touches = []; // that have ended, and may have an echo
+const recentTouches = (event) => touches.filter((touch) => event.timeStamp - touch.time < longestEcho);
+
 /** Whether the engine made the event of a quick tap, before it knew that the page had taken the touch. */
 function isEcho(event) {
-    return lastTouch !== null && event.pointerType === "mouse" && event.timeStamp - lastTouch.time < longestEcho
-        && Math.hypot(event.clientX - lastTouch.x, event.clientY - lastTouch.y) < farthestEcho;
+    const isNear = ({ x, y }) => Math.hypot(event.clientX - x, event.clientY - y) < farthestEcho;
+    const touch = event.pointerType === "mouse" && recentTouches(event).find(isNear);
+    touches = touches.filter((other) => other !== touch);
+    return Boolean(touch);
 }
 
 const touchName = (touch) => "touch " + touch.identifier;
@@ -348,7 +352,7 @@ function touchEnd(event) {
     const touch = drawingTouch(event);
     if (!touch)
         return;
-    lastTouch = { time: event.timeStamp, x: touch.clientX, y: touch.clientY };
+    touches = [...recentTouches(event), { time: event.timeStamp, x: touch.clientX, y: touch.clientY }];
     penUp();
 }
 
