@@ -4,8 +4,11 @@ include(GNUInstallDirs)
 
 # Below include/TQWhiteBoardLib, there as here.
 set(public_headers
+    Answer.h
+    Coroutines.h
     DSCallInfo.h
     DWKWebView.h
+    NativeFunctions.h
     TQWBException.h
     TQWBNaviDataInfo.h
     TQWBPermissionProtocol.h
@@ -21,11 +24,15 @@ set(public_headers
 # What these include of the platform's headers. They are installed beside them, where a quoted "platform/..." is looked for
 # first: users need no search path of their own for it.
 set(platform_headers
+    platform/Foundation/Dispatch.h
     platform/Foundation/Export.h
     platform/Foundation/NSClass.h
+    platform/Foundation/NSConversion.h
     platform/Foundation/NSError.h
+    platform/Foundation/NSFunction.h
     platform/Foundation/NSObject.h
     platform/Foundation/NSOperationQueue.h
+    platform/Foundation/NSStream.h
     platform/Foundation/NSTypes.h
     platform/Foundation/NSURL.h
     platform/Foundation/NSURLRequest.h

@@ -5,7 +5,7 @@
 set -euo pipefail
 
 tool=$1 prefix=$2 consumer=$3 scratch=$4
-readonly seconds=30
+readonly seconds=60
 die() { printf 'consumer.sh: %s\n' "$*" >&2; exit 1; }
 
 service=""
@@ -44,4 +44,4 @@ host="$(sed -n 's/.*"host":"\([^"]*\)".*/\1/p' <<<"$ready")"
 [[ -n $host ]] || die "the service did not say where it is: $ready"
 
 export XDG_DATA_HOME="$scratch/data" XDG_CACHE_HOME="$scratch/cache" GTK_A11Y=none
-timeout "$seconds" ./consumer "demo@$host" "$scratch/conference/ca.pem" || die "the program ended with status $?"
+timeout "$seconds" ./consumer "demo@$host" "$scratch/conference/ca.pem" || die "the program ended with status $? (124: not in $seconds seconds)"
