@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <ostream>
 #include <set>
 
 namespace tq::test {
@@ -120,6 +121,11 @@ struct Screen {
     const char* picture;
     const char* keys;
 };
+
+void PrintTo(const Screen& screen, std::ostream* out)
+{
+    *out << screen.width << "x" << screen.height << " " << screen.languages;
+}
 
 constexpr Screen kScreens[] = {
     { 360, 720, "en", "Whiteboard", "Open the recording", "“Token” is missing.", "The room could not be joined",
