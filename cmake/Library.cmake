@@ -55,6 +55,10 @@ target_link_libraries(tqwb_objects
         Threads::Threads
 )
 
+if(TQWB_PRECOMPILED_HEADERS)
+    target_precompile_headers(tqwb_objects PRIVATE <boost/json.hpp> <functional> <map> <memory> <string> <vector>)
+endif()
+
 add_library(TQWhiteBoardLib SHARED)
 add_library(TQWhiteBoardLib::TQWhiteBoardLib ALIAS TQWhiteBoardLib)
 target_link_libraries(TQWhiteBoardLib PRIVATE tqwb_objects PUBLIC Boost::json)

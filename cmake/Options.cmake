@@ -4,6 +4,7 @@ option(TQWB_BUILD_BENCH "Build the benchmarks" OFF)
 option(TQWB_BUILD_PACKAGES "Have cpack make Debian packages" OFF)
 option(TQWB_CORE_ONLY "Build only what needs no engine, as a static library, with its tests" OFF)
 option(TQWB_BUILD_FUZZERS "Build the fuzzers of the core; for clang++" OFF)
+option(TQWB_PRECOMPILED_HEADERS "Read the largest headers once for many files" OFF)
 option(TQWB_WARNINGS_AS_ERRORS "Fail the build on any compiler warning" ON)
 set(TQWB_SANITIZERS "" CACHE STRING "Sanitizers to build with, as in -fsanitize= (for example address,undefined)")
 set(TQWB_DEFAULT_NAVIGATION
