@@ -204,7 +204,7 @@ TEST_F(PageCommandTest, ThePageKnowsTheUsersLanguageAndKeepsNoKeyToItself)
     unsetenv("LC_ALL");
     unsetenv("LANGUAGE");
     EXPECT_EQ(call(*client, "language"), "zh-CN");
-    EXPECT_TRUE(hasWindow("hall – 白板"));
+    waitForWindow("hall – 白板");
     // The page lets no key go on; the way to the header bar is the window's all the same, and its first button leaves.
     ASSERT_EQ(std::system("timeout 60 xdotool search --sync --onlyvisible --name '^hall – 白板$' windowfocus --sync"
                           " key F6 key Return"),
