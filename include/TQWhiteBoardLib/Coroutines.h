@@ -13,7 +13,7 @@
 #if !defined(__cpp_lib_coroutine)
 #error "Include <TQWhiteBoardLib/Coroutines.h> before <coroutine>"
 #endif
-namespace std::experimental { // NOLINT(cert-dcl58-cpp): where this compiler looks for them
+namespace std::experimental { // where this compiler looks for them
 using std::coroutine_handle;
 using std::coroutine_traits;
 }

@@ -64,26 +64,27 @@ template <class T, Direction direction> consteval bool isConvertible()
 {
     constexpr bool toJSON = direction == Direction::ToJSON;
     using Has = std::conditional_t<toJSON, boost::json::has_value_from<T>, boost::json::has_value_to<T>>;
+    constexpr bool isText = boost::json::is_string_like<T>::value;
+    constexpr bool isMap = boost::json::is_map_like<T>::value;
+    constexpr bool isSequence = boost::json::is_sequence_like<T>::value;
+    constexpr bool isOwn = JSONType<T> || (toJSON ? HasConversionToJSON<T> : HasConversionFromJSON<T>);
     if constexpr (!std::is_object_v<T> || !Has::value)
         return false;
-    else if constexpr (JSONType<T>)
-        return true;
     else if constexpr (kIsOptional<T> || kIsVariant<T> || kIsTuple<T>)
         return arePartsConvertible<direction>(std::type_identity<T>());
-    else if constexpr (toJSON ? HasConversionToJSON<T> : HasConversionFromJSON<T>)
+    else if constexpr (isOwn || !(isText || isSequence))
         return true;
-    else if constexpr (boost::json::is_string_like<T>::value)
+    else if constexpr (isText)
         return toJSON || std::constructible_from<T, boost::json::string_view>;
-    else if constexpr (boost::json::is_map_like<T>::value)
+    else if constexpr (isMap)
         return isConvertible<typename T::mapped_type, direction>();
-    else if constexpr (boost::json::is_sequence_like<T>::value) {
+    else {
         using Element = std::iter_value_t<decltype(std::begin(std::declval<T&>()))>;
         if constexpr (std::same_as<Element, T>)
             return false;
         else
             return isConvertible<Element, direction>();
-    } else
-        return true;
+    }
 }
 
 /// A type that the library makes of a JSON value: numbers, `bool`, texts, `std::optional`, containers, tuples and
@@ -101,6 +102,11 @@ enum class JSONKind { Integer, Number, Truth, Text, List, Map, Other };
 
 template <class T> consteval JSONKind kindOf()
 {
+    namespace json = boost::json;
+    constexpr bool isOwn = std::same_as<T, json::value> || HasConversionFromJSON<T>;
+    constexpr bool isText = json::is_string_like<T>::value || json::is_described_enum<T>::value;
+    constexpr bool isMap = json::is_map_like<T>::value || json::is_described_class<T>::value;
+    constexpr bool isList = json::is_sequence_like<T>::value || kIsTuple<T>;
     if constexpr (kIsOptional<T>)
         return kindOf<typename T::value_type>();
     else if constexpr (std::same_as<T, bool>)
@@ -109,19 +115,11 @@ template <class T> consteval JSONKind kindOf()
         return JSONKind::Integer;
     else if constexpr (std::is_floating_point_v<T>)
         return JSONKind::Number;
-    else if constexpr (std::same_as<T, boost::json::object>)
-        return JSONKind::Map;
-    else if constexpr (std::same_as<T, boost::json::array> || kIsTuple<T>)
-        return JSONKind::List;
-    else if constexpr (std::same_as<T, boost::json::string>)
+    else if constexpr (std::same_as<T, json::string> || (isText && !isOwn))
         return JSONKind::Text;
-    else if constexpr (std::same_as<T, boost::json::value> || HasConversionFromJSON<T>)
-        return JSONKind::Other;
-    else if constexpr (boost::json::is_string_like<T>::value || boost::json::is_described_enum<T>::value)
-        return JSONKind::Text;
-    else if constexpr (boost::json::is_map_like<T>::value || boost::json::is_described_class<T>::value)
+    else if constexpr (std::same_as<T, json::object> || (isMap && !isOwn))
         return JSONKind::Map;
-    else if constexpr (boost::json::is_sequence_like<T>::value)
+    else if constexpr (isList && !isOwn)
         return JSONKind::List;
     else
         return JSONKind::Other;
@@ -149,15 +147,17 @@ template <JSONReadable T> std::optional<T> readJSON(boost::json::value& value)
             return std::optional<T>(std::in_place);
         auto present = readJSON<typename T::value_type>(value);
         return present ? std::optional<T>(std::in_place, std::move(*present)) : std::nullopt;
+    } else if constexpr (std::is_arithmetic_v<T> && !std::same_as<T, bool>) {
+        // What follows comes to the same, by a longer way.
+        boost::json::error_code error;
+        const auto number = value.to_number<T>(error);
+        if constexpr (std::is_floating_point_v<T>)
+            return error || !std::isfinite(number) ? std::nullopt : std::optional<T>(number);
+        else
+            return error ? std::nullopt : std::optional<T>(number);
     } else {
         auto read = boost::json::try_value_to<T>(value);
-        if (!read)
-            return std::nullopt;
-        if constexpr (std::is_floating_point_v<T>) {
-            if (!std::isfinite(*read))
-                return std::nullopt;
-        }
-        return std::optional<T>(std::in_place, std::move(*read));
+        return read ? std::optional<T>(std::in_place, std::move(*read)) : std::nullopt;
     }
 }
 
@@ -173,7 +173,9 @@ template <JSONWritable... Objects> boost::json::array jsonList(Objects&&... obje
 /// Makes a value of an object; absent of an absent one.
 template <class T> OptionalValue writeJSON(T&& result)
 {
-    if constexpr (kIsOptional<std::remove_cvref_t<T>>) {
+    if constexpr (std::integral<std::remove_cvref_t<T>>)
+        return OptionalValue(std::in_place, result);
+    else if constexpr (kIsOptional<std::remove_cvref_t<T>>) {
         if (!result)
             return std::nullopt;
         return boost::json::value_from(*std::forward<T>(result));

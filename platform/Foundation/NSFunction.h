@@ -151,54 +151,58 @@ template <class Function> consteval void checkFunction()
     }
 }
 
+template <class Function, class Call, std::size_t... I>
+OptionalValue callWithElements(
+    boost::json::array& list, std::string& mismatch, const Call& call, std::index_sequence<I...>)
+{
+    std::tuple<std::optional<ValueOf<Function, I>>...> values{ readJSON<ValueOf<Function, I>>(list[I])... };
+    if ((std::get<I>(values).has_value() && ...))
+        return call(std::move(*std::get<I>(values))...);
+    const auto blame = [&](std::size_t index, JSONKind kind) {
+        mismatch = mismatchText("argument " + std::to_string(index + 1), kind, list[index]);
+        return true;
+    };
+    // The first that does not fit.
+    static_cast<void>(((!std::get<I>(values) && blame(I, kindOf<ValueOf<Function, I>>())) || ...));
+    return std::nullopt;
+}
+
 /// Calls with the parameters that the page's argument makes, or says why there are none.
+/// @param call returns the result, absent for none.
 template <class Function, class Call>
-void callWithArguments(OptionalValue&& argument, std::string& mismatch, const Call& call)
+OptionalValue callWithArguments(OptionalValue&& argument, std::string& mismatch, const Call& call)
 {
     constexpr auto kCount = kArgumentCount<Function>;
-    boost::json::value nothing;
-    auto& whole = argument ? *argument : nothing;
-    if constexpr (kCount == 0) {
-        call();
-    } else if constexpr (kCount == 1) {
+    if constexpr (kCount == 0)
+        return call();
+    // None at all is read as null is.
+    auto& whole = argument ? *argument : argument.emplace();
+    if constexpr (kCount == 1) {
         using Value = ValueOf<Function, 0>;
-        if (auto value = readJSON<Value>(whole))
-            call(std::move(*value));
-        else
-            mismatch = mismatchText("the argument", kindOf<Value>(), whole);
-    } else {
+        auto value = readJSON<Value>(whole);
+        if (value)
+            return call(std::move(*value));
+        mismatch = mismatchText("the argument", kindOf<Value>(), whole);
+    } else if constexpr (kCount > 1) {
         auto* list = whole.if_array();
-        if (!list || list->size() != kCount) {
-            mismatch = countMismatchText(kCount);
-            return;
-        }
-        [&]<std::size_t... I>(std::index_sequence<I...>)
-        {
-            std::tuple<std::optional<ValueOf<Function, I>>...> values{ readJSON<ValueOf<Function, I>>((*list)[I])... };
-            const auto isRead = [&](std::size_t index, bool isPresent, JSONKind kind) {
-                if (!isPresent)
-                    mismatch = mismatchText("argument " + std::to_string(index + 1), kind, (*list)[index]);
-                return isPresent;
-            };
-            if ((isRead(I, std::get<I>(values).has_value(), kindOf<ValueOf<Function, I>>()) && ...))
-                call(std::move(*std::get<I>(values))...);
-        }
-        (std::make_index_sequence<kCount>());
+        if (list && list->size() == kCount)
+            return callWithElements<Function>(*list, mismatch, call, std::make_index_sequence<kCount>());
+        mismatch = countMismatchText(kCount);
     }
+    return std::nullopt;
 }
 
 /// Calls a synchronous function. @param function the function, or whatever stands for it.
 template <class Function, class Callable>
 OptionalValue callSync(const Callable& function, OptionalValue&& argument, std::string& mismatch)
 {
-    OptionalValue result;
-    callWithArguments<Function>(std::move(argument), mismatch, [&](auto&&... values) {
-        if constexpr (std::is_void_v<ResultOf<Function>>)
+    return callWithArguments<Function>(std::move(argument), mismatch, [&](auto&&... values) -> OptionalValue {
+        if constexpr (std::is_void_v<ResultOf<Function>>) {
             function(std::forward<decltype(values)>(values)...);
-        else
-            result = writeJSON(function(std::forward<decltype(values)>(values)...));
+            return std::nullopt;
+        } else
+            return writeJSON(function(std::forward<decltype(values)>(values)...));
     });
-    return result;
 }
 
 /// Calls an asynchronous function.
@@ -207,8 +211,10 @@ void callAsync(
     const Callable& function, OptionalValue&& argument, const std::shared_ptr<ResultSink>& sink, std::string& mismatch)
 {
     using Results = std::remove_cvref_t<LastParameterOf<Function>>;
-    callWithArguments<Function>(std::move(argument), mismatch,
-        [&](auto&&... values) { function(std::forward<decltype(values)>(values)..., Results(sink)); });
+    callWithArguments<Function>(std::move(argument), mismatch, [&](auto&&... values) -> OptionalValue {
+        function(std::forward<decltype(values)>(values)..., Results(sink));
+        return std::nullopt;
+    });
 }
 
 } // namespace tq

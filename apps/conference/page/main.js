@@ -317,15 +317,18 @@ function pointerUp(event) {
 
 // Not every engine makes pointer events of touches. Where one does, they come first, and the pen is down already.
 
-const longestEcho = 2000; // ms, of an engine that is busy
+const mostEchoes = 50;
+const latestEcho = 100; // ms
 const farthestEcho = 30; // px
 let touches = []; // that have ended, and may have an echo
-const recentTouches = (event) => touches.filter((touch) => event.timeStamp - touch.time < longestEcho);
 
-/** Whether the engine made the event of a quick tap, before it knew that the page had taken the touch. */
+/**
+ * Whether the engine made the event of a quick tap, before it knew that the page had taken the touch. However late it
+ * comes, its time is the finger's.
+ */
 function isEcho(event) {
-    const isNear = ({ x, y }) => Math.hypot(event.clientX - x, event.clientY - y) < farthestEcho;
-    const touch = event.pointerType === "mouse" && recentTouches(event).find(isNear);
+    const touch = event.pointerType === "mouse" && touches.find(({ time, x, y }) =>
+        event.timeStamp < time + latestEcho && Math.hypot(event.clientX - x, event.clientY - y) < farthestEcho);
     touches = touches.filter((other) => other !== touch);
     return Boolean(touch);
 }
@@ -352,7 +355,7 @@ function touchEnd(event) {
     const touch = drawingTouch(event);
     if (!touch)
         return;
-    touches = [...recentTouches(event), { time: event.timeStamp, x: touch.clientX, y: touch.clientY }];
+    touches = [...touches.slice(-mostEchoes), { time: event.timeStamp, x: touch.clientX, y: touch.clientY }];
     penUp();
 }
 
