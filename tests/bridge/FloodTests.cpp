@@ -47,8 +47,8 @@ private:
     guint m_source;
 };
 
-// What a user takes for an application that hangs; the sanitizers' slowness allowed for.
-constexpr Milliseconds kLongestStall = std::chrono::milliseconds(500);
+// What a user takes for an application that hangs; the sanitizers' slowness and a machine with other work allowed for.
+constexpr Milliseconds kLongestStall = std::chrono::milliseconds(2000);
 
 // How often the page calls; TQWB_FLOOD_CALLS asks for more than a quick run makes.
 long calls()
