@@ -319,7 +319,7 @@ function pointerUp(event) {
 
 const mostEchoes = 50;
 const latestEcho = 100; // ms
-const farthestEcho = 30; // px
+const farthestEcho = 20; // px
 let touches = []; // that have ended, and may have an echo
 
 /**
@@ -337,12 +337,14 @@ const touchName = (touch) => "touch " + touch.identifier;
 const drawingTouch = (event) => [...event.changedTouches].find((touch) => touchName(touch) === drawing.pointer);
 
 function touchStart(event) {
-    if (!mayDraw())
+    const touch = event.changedTouches[0];
+    // The engine looks for the element under the finger beside it, when the window has a shadow.
+    if (!mayDraw() || document.elementFromPoint(touch.clientX, touch.clientY) !== element("board"))
         return;
     // No mouse events in its wake, no menu after a while, no zoom by two fingers.
     event.preventDefault();
     if (drawing.pointer === null)
-        penDown(touchName(event.changedTouches[0]), event.changedTouches[0]);
+        penDown(touchName(touch), touch);
 }
 
 function touchMove(event) {
@@ -435,10 +437,10 @@ function connectTools() {
     canvas.addEventListener("pointermove", pointerMove);
     canvas.addEventListener("pointerup", pointerUp);
     canvas.addEventListener("pointercancel", pointerUp);
-    canvas.addEventListener("touchstart", touchStart, { passive: false });
-    canvas.addEventListener("touchmove", touchMove);
-    canvas.addEventListener("touchend", touchEnd);
-    canvas.addEventListener("touchcancel", touchEnd);
+    document.addEventListener("touchstart", touchStart, { passive: false });
+    document.addEventListener("touchmove", touchMove);
+    document.addEventListener("touchend", touchEnd);
+    document.addEventListener("touchcancel", touchEnd);
     for (const button of all("#pens button"))
         button.onclick = () => choose({ color: button.dataset.color });
     for (const button of all("#widths button"))
