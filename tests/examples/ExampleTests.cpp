@@ -25,7 +25,8 @@ TEST_F(ExampleTest, TheViewerJoins)
     viewer->waitForLine("joined");
     viewer->waitForLog("[TQ:Log] onLoadEnd");
     auto refused = run("viewer", { "good@" + host });
-    refused->waitForLog("300003: ");
+    // Where the service is was learnt by the one before.
+    refused->waitForLog("300005: SSL");
 }
 
 TEST_F(ExampleTest, TheConversationComesToItsEnd)
