@@ -216,7 +216,7 @@ template <GtkDirectionType direction> bool MainWindow::goToNextPart()
         std::ranges::reverse(parts);
     auto at = std::ranges::find_if(parts, [this](GtkWidget* part) { return hasFocus(part); });
     if (at != parts.end())
-        std::ranges::rotate(parts, at + 1);
+        std::rotate(parts.begin(), at + 1, parts.end());
     for (GtkWidget* part : parts) {
         if (part == GTK_WIDGET(m_pages))
             focusContent();
