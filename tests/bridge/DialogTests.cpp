@@ -1,11 +1,8 @@
-#include "TQWhiteBoardLib/gtk/NativeView.h"
 #include "tests/support/Dialogs.h"
-#include "tests/support/PageTest.h"
+#include "tests/support/PageWindowTest.h"
 
 #include <algorithm>
 #include <array>
-#include <boost/json/serialize.hpp>
-#include <gtk/gtk.h>
 #include <stdexcept>
 #include <webkit/webkit.h>
 
@@ -13,21 +10,6 @@ namespace tq::test {
 namespace {
 
 using Texts = std::vector<std::string>;
-
-void collect(GtkWidget* widget, GType type, std::vector<GtkWidget*>& found)
-{
-    if (G_TYPE_CHECK_INSTANCE_TYPE(widget, type) && gtk_widget_get_visible(widget))
-        found.push_back(widget);
-    for (auto* child = gtk_widget_get_first_child(widget); child; child = gtk_widget_get_next_sibling(child))
-        collect(child, type, found);
-}
-
-std::vector<GtkWidget*> widgetsIn(GtkWindow* window, GType type)
-{
-    std::vector<GtkWidget*> found;
-    collect(GTK_WIDGET(window), type, found);
-    return found;
-}
 
 // Everything that the window says, from the top: title, message, buttons.
 Texts textsOf(GtkWindow* window)
@@ -106,39 +88,19 @@ public:
     }
 };
 
-class DialogTest : public PageTest {
+class DialogTest : public PageWindowTest {
 protected:
-    void SetUp() override
-    {
-        PageTest::SetUp();
-        use(DWKWebView::initWithFrame({ 0, 0, 400, 300 }, nullptr));
-        m_window = GTK_WINDOW(gtk_window_new());
-        gtk_window_set_default_size(m_window, 500, 400);
-        gtk_window_set_child(m_window, nativeView(*view));
-        gtk_window_present(m_window);
-    }
     void TearDown() override
     {
-        PageTest::TearDown();
-        if (m_window)
-            gtk_window_destroy(m_window);
+        PageWindowTest::TearDown();
         EXPECT_TRUE(dialogs().empty()) << "a dialog outlives its view";
     }
     // Lets the page ask; the answer arrives as a report.
     void begin(const std::string& expression) { view->evaluateJavaScript("report([" + expression + "])"); }
-    std::string answerFrom(std::size_t report)
-    {
-        waitForReports(report + 1);
-        return reports->values.size() > report && reports->values[report]
-            ? boost::json::serialize(*reports->values[report])
-            : "nothing";
-    }
     void blockScript(bool isBlocking)
     {
         call("_dsb.disableJavascriptDialogBlock", isBlocking ? R"({"data":{}})" : R"({"data":{"disable":true}})");
     }
-
-    GtkWindow* m_window = nullptr;
 };
 
 struct Kind {

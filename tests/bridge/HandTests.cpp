@@ -1,10 +1,6 @@
-#include "TQWhiteBoardLib/gtk/NativeView.h"
 #include "tests/support/Dialogs.h"
-#include "tests/support/PageTest.h"
+#include "tests/support/PageWindowTest.h"
 #include "tests/support/Screen.h"
-
-#include <boost/json/serialize.hpp>
-#include <gtk/gtk.h>
 
 namespace tq::test {
 namespace {
@@ -12,25 +8,14 @@ namespace {
 constexpr const char* kTitle = "Hands";
 
 // A page in a window on the screen, for a user who points at it.
-class HandTest : public PageTest {
+class HandTest : public PageWindowTest {
 protected:
     void SetUp() override
     {
         if (!screen)
             GTEST_SKIP() << "nobody has hands for this screen";
-        PageTest::SetUp();
-        use(DWKWebView::initWithFrame({ 0, 0, 400, 300 }, nullptr));
-        m_window = GTK_WINDOW(gtk_window_new());
+        PageWindowTest::SetUp();
         gtk_window_set_title(m_window, kTitle);
-        gtk_window_set_default_size(m_window, 500, 400);
-        gtk_window_set_child(m_window, nativeView(*view));
-        gtk_window_present(m_window);
-    }
-    void TearDown() override
-    {
-        PageTest::TearDown();
-        if (m_window)
-            gtk_window_destroy(m_window);
     }
     // The mouse, and the finger where there is one.
     std::vector<std::function<void(Screen::Point)>> hands() const
@@ -39,13 +24,6 @@ protected:
         if (screen->hasTouch())
             list.emplace_back([this](auto place) { screen->tap(place); });
         return list;
-    }
-    std::string report(std::size_t index)
-    {
-        waitForReports(index + 1);
-        return reports->values.size() > index && reports->values[index]
-            ? boost::json::serialize(*reports->values[index])
-            : "nothing";
     }
     // The page fills the window, and what is reported waits for the engine to have drawn it.
     void show(const std::string& html)
@@ -58,19 +36,16 @@ protected:
     }
 
     Screen* const screen = Screen::get();
-    GtkWindow* m_window = nullptr;
 };
 
-GtkWidget* buttonIn(GtkWidget* widget, const std::string& label)
+GtkWidget* buttonIn(GtkWindow* window, const std::string& label)
 {
-    if (GTK_IS_BUTTON(widget)) {
-        const char* shown = gtk_button_get_label(GTK_BUTTON(widget));
-        return shown && shown == label ? widget : nullptr;
+    for (auto* button : widgetsIn(window, GTK_TYPE_BUTTON)) {
+        const char* shown = gtk_button_get_label(GTK_BUTTON(button));
+        if (shown && shown == label)
+            return button;
     }
-    GtkWidget* found = nullptr;
-    for (auto* child = gtk_widget_get_first_child(widget); child && !found; child = gtk_widget_get_next_sibling(child))
-        found = buttonIn(child, label);
-    return found;
+    return nullptr;
 }
 
 TEST_F(HandTest, EveryHandAsksAndAnswers)
@@ -84,10 +59,10 @@ TEST_F(HandTest, EveryHandAsksAndAnswers)
             point(middleOf(*screen, nativeView(*view)));
             auto* asked = dialog();
             ASSERT_NE(asked, nullptr);
-            auto* button = buttonIn(GTK_WIDGET(asked), answer);
+            auto* button = buttonIn(asked, answer);
             ASSERT_NE(button, nullptr);
             point(middleOf(*screen, button));
-            EXPECT_EQ(report(count), answer == "Yes" ? "true" : "false");
+            EXPECT_EQ(answerFrom(count), answer == "Yes" ? "true" : "false");
             runUntil([&] { return !screen->window("Question"); }, "the dialog has left the screen");
         }
     }
@@ -114,13 +89,13 @@ const touches = [];
     screen->touch(0, at(0, 0));
     screen->slide(0, at(30, 40));
     screen->lift(0);
-    EXPECT_EQ(report(count), R"([["touchstart",0,0],["touchmove",30,40],["touchend",30,40]])");
+    EXPECT_EQ(answerFrom(count), R"([["touchstart",0,0],["touchmove",30,40],["touchend",30,40]])");
     screen->touch(0, at(-20, 10));
     screen->touch(1, at(50, -10));
     screen->lift(0);
     screen->lift(1);
-    EXPECT_EQ(
-        report(count + 1), R"([["touchstart",-20,10],["touchstart",50,-10],["touchend",-20,10],["touchend",50,-10]])");
+    EXPECT_EQ(answerFrom(count + 1),
+        R"([["touchstart",-20,10],["touchstart",50,-10],["touchend",-20,10],["touchend",50,-10]])");
 }
 
 } // namespace

@@ -3,6 +3,24 @@
 #include "MainLoop.h"
 
 namespace tq::test {
+namespace {
+
+void collect(GtkWidget* widget, GType type, std::vector<GtkWidget*>& found)
+{
+    if (G_TYPE_CHECK_INSTANCE_TYPE(widget, type) && gtk_widget_get_visible(widget))
+        found.push_back(widget);
+    for (auto* child = gtk_widget_get_first_child(widget); child; child = gtk_widget_get_next_sibling(child))
+        collect(child, type, found);
+}
+
+} // namespace
+
+std::vector<GtkWidget*> widgetsIn(GtkWindow* window, GType type)
+{
+    std::vector<GtkWidget*> found;
+    collect(GTK_WIDGET(window), type, found);
+    return found;
+}
 
 std::vector<GtkWindow*> dialogs()
 {

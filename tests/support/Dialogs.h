@@ -19,4 +19,7 @@ Screen::Window onScreen(Screen& screen, GtkWindow* window);
 /// The middle of a widget of a window on the screen.
 Screen::Point middleOf(Screen& screen, GtkWidget* widget);
 
+/// The visible widgets of that type in a window, from the top.
+std::vector<GtkWidget*> widgetsIn(GtkWindow* window, GType type);
+
 } // namespace tq::test
