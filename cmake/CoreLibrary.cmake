@@ -1,5 +1,5 @@
 # The core alone, for any machine that has a C++ library.
-find_package(Boost 1.81 REQUIRED)
+find_package(Boost 1.81 CONFIG REQUIRED)
 find_package(Threads REQUIRED)
 
 add_library(tqwb_json STATIC platform/core/BoostJson.cpp)

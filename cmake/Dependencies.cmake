@@ -1,11 +1,16 @@
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(Boost 1.81 REQUIRED COMPONENTS json)
+find_package(Boost 1.81 CONFIG REQUIRED COMPONENTS json)
 pkg_check_modules(WEBKIT REQUIRED IMPORTED_TARGET webkitgtk-6.0>=2.40)
 pkg_check_modules(GTK REQUIRED IMPORTED_TARGET gtk4>=4.8)
 pkg_check_modules(CURL REQUIRED IMPORTED_TARGET libcurl>=7.85)
 pkg_check_modules(SQLITE REQUIRED IMPORTED_TARGET sqlite3)
 pkg_check_modules(SOUP REQUIRED IMPORTED_TARGET libsoup-3.0)
+
+# The code is written for the oldest of them: what newer ones call deprecated is all that it has, and what they add is not
+# there everywhere.
+target_compile_definitions(PkgConfig::GTK INTERFACE
+    GDK_VERSION_MIN_REQUIRED=GDK_VERSION_4_8 GDK_VERSION_MAX_ALLOWED=GDK_VERSION_4_8)
 
 # The toolkit's headers are not ours to keep free of warnings.
 foreach(dependency WEBKIT GTK CURL SQLITE SOUP)

@@ -58,9 +58,6 @@ void CapturePreview::show(const tq::UIImage& image)
 
 void CapturePreview::copy() { gdk_clipboard_set_texture(gtk_widget_get_clipboard(m_box), m_texture.get()); }
 
-// What replaces the file chooser is newer than the oldest toolkit that is supported.
-G_GNUC_BEGIN_IGNORE_DEPRECATIONS
-
 void CapturePreview::save()
 {
     auto* window = GTK_WINDOW(gtk_widget_get_root(m_box));
@@ -77,8 +74,6 @@ void CapturePreview::save()
     g_signal_connect(chooser, "response", G_CALLBACK(answered), this);
     gtk_native_dialog_show(m_question.get());
 }
-
-G_GNUC_END_IGNORE_DEPRECATIONS
 
 void CapturePreview::write(GFile* file)
 {

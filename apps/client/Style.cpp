@@ -52,10 +52,7 @@ constexpr std::string_view kRules = R"(
 void installStyle()
 {
     UniqueObject<GtkCssProvider> provider(gtk_css_provider_new());
-    // What replaces this function is newer than the oldest toolkit that is supported.
-    G_GNUC_BEGIN_IGNORE_DEPRECATIONS
     gtk_css_provider_load_from_data(provider.get(), kRules.data(), static_cast<gssize>(kRules.size()));
-    G_GNUC_END_IGNORE_DEPRECATIONS
     gtk_style_context_add_provider_for_display(
         gdk_display_get_default(), GTK_STYLE_PROVIDER(provider.get()), GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
 }

@@ -63,11 +63,14 @@ gboolean WKWebView::Impl::touched(GtkEventController*, GdkEvent* event, gpointer
     double x = 0;
     double y = 0;
     gdk_event_get_position(event, &x, &y);
-    gtk_widget_translate_coordinates(GTK_WIDGET(window), GTK_WIDGET(self.webView), x - left, y - top, &x, &y);
+    const graphene_point_t inWindow{ static_cast<float>(x - left), static_cast<float>(y - top) };
+    graphene_point_t inView{};
+    if (!gtk_widget_compute_point(GTK_WIDGET(window), GTK_WIDGET(self.webView), &inWindow, &inView))
+        return FALSE;
     const double zoom = webkit_web_view_get_zoom_level(self.webView);
     std::string script = kScript;
     const char* separator = "(";
-    for (const double length : { x, y, left, top }) {
+    for (const double length : { double(inView.x), double(inView.y), left, top }) {
         script += separator + number(length / zoom);
         separator = ", ";
     }

@@ -95,7 +95,7 @@ TEST(LifeTest, JoinsAndQuitsLeaveNothingBehind)
         if (cycle + 1 == kWarmUp)
             warm = residentMemory();
     }
-    if (!warm)
+    if (warm == 0)
         return;
     const auto end = residentMemory();
     std::cout << cycles() << " cycles: " << warm << " MiB after " << kWarmUp << ", " << end << " MiB at the end\n";

@@ -2,6 +2,8 @@
 
 #include "MainLoop.h"
 
+#include <gtest/gtest.h>
+
 namespace tq::test {
 namespace {
 
@@ -62,11 +64,10 @@ Screen::Point middleOf(Screen& screen, GtkWidget* widget)
     double left = 0;
     double top = 0;
     gtk_native_get_surface_transform(native, &left, &top);
-    double x = 0;
-    double y = 0;
-    gtk_widget_translate_coordinates(
-        widget, GTK_WIDGET(native), gtk_widget_get_width(widget) / 2.0, gtk_widget_get_height(widget) / 2.0, &x, &y);
-    return { surface.x + left + x, surface.y + top + y };
+    const graphene_point_t middle{ float(gtk_widget_get_width(widget)) / 2, float(gtk_widget_get_height(widget)) / 2 };
+    graphene_point_t inWindow{};
+    EXPECT_TRUE(gtk_widget_compute_point(widget, GTK_WIDGET(native), &middle, &inWindow));
+    return { surface.x + left + double(inWindow.x), surface.y + top + double(inWindow.y) };
 }
 
 } // namespace tq::test
