@@ -150,18 +150,61 @@ readonly stroke_left=150 stroke_right=600 stroke_middle=375 stroke_height=90
 readonly stroke_area=500x260+125+245 stroke_end=75x260+540+245
 readonly least_pixels=500 least_end_pixels=50
 
-# A wave of arcs, up and down by turns.
+readonly stroke_step=5 stroke_arc=75
+
+# A wave of arcs, up and down by turns. The engine merges what comes faster than the page takes it, which may be slow: the
+# pointer waits at each place until the page has it.
 draw_stroke() {
-    local x along rise direction
-    xdotool mousemove "$stroke_left" "$stroke_middle" mousedown 1
-    for ((x = stroke_left; x <= stroke_right; x += 5)); do
-        along=$(((x - stroke_left) % 75))
-        direction=$(((x - stroke_left) / 75 % 2 ? -1 : 1))
-        rise=$((along * (75 - along) * 4 * stroke_height / (75 * 75)))
-        # At the speed of a hand: the engine merges what comes faster than it draws.
-        xdotool mousemove "$x" "$((stroke_middle - direction * rise))" sleep 0.02
+    local x along rise direction last=""
+    for ((x = stroke_left; x <= stroke_right; x += stroke_step)); do
+        along=$(((x - stroke_left) % stroke_arc))
+        direction=$(((x - stroke_left) / stroke_arc % 2 ? -1 : 1))
+        rise=$((along * (stroke_arc - along) * 4 * stroke_height / (stroke_arc * stroke_arc)))
+        xdotool mousemove "$x" "$((stroke_middle - direction * rise))"
+        [[ -n $last ]] || xdotool mousedown 1
+        wait_for 30 ada "place of the stroke" goes_on ada "$last"
+        last="$(last_place)"
     done
     xdotool mouseup 1
+    is_wave || die "the stroke is not the wave that was drawn: $answer"
+}
+
+# The places of the last stroke in "answer", as numbers between commas; the last of them.
+answered_places() {
+    local places=${answer##*\"points\":[}
+    [[ $answer != *\"points\":* ]] || printf '%s' "${places%%]*}"
+}
+last_place() { answered_places | grep -o '[^,]*,[^,]*$' || true; }
+# goes_on NAME PLACE: whether the last stroke on the client's page has gone on from that place.
+goes_on() {
+    ask "$1" board.strokes
+    [[ "$(last_place)" != "$2" ]]
+}
+# Whether the last stroke in "answer" is the wave, to two points of the window. The board is sixteen by nine. A place
+# counts once, however often the page was told of it.
+is_wave() {
+    answered_places | awk -v RS=, -v width=$((stroke_right - stroke_left)) -v height="$stroke_height" \
+        -v arc="$stroke_arc" -v step="$stroke_step" '
+        BEGIN { count = 0 }
+        NR % 2 { x = $1; next }
+        !count || x != across[count - 1] || $1 != down[count - 1] { across[count] = x; down[count++] = $1 }
+        END {
+            point = (across[count - 1] - across[0]) / width
+            wrong = count != width / step + 1 || point <= 0
+            for (i = 0; i < count && !wrong; ++i) {
+                along = i * step % arc
+                rise = along * (arc - along) * 4 * height / arc ^ 2 * (int(i * step / arc) % 2 ? -1 : 1)
+                right = (across[i] - across[0]) / point - i * step
+                up = (down[0] - down[i]) / point * 9 / 16 - rise
+                wrong = right ^ 2 > 4 || up ^ 2 > 4
+            }
+            exit wrong
+        }'
+}
+# has_wave NAME: whether the client has been told of the wave, which "answer" then holds.
+has_wave() {
+    ask "$1" board.strokes
+    is_wave
 }
 
 # ink_pixels FILE AREA: how many pixels are as dark as ink; the board itself is white.
