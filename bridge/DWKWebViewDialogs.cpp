@@ -43,10 +43,10 @@ void DWKWebView::showDialog(const std::shared_ptr<UIAlertView>& dialog)
 void DWKWebView::runJavaScriptAlertPanelWithMessage(
     WKWebView& webView, std::string_view message, const WKFrameInfo& frame, std::function<void()> completion)
 {
-    if (isLeavingPage())
-        return;
     if (!m_jsDialogBlock)
         completion();
+    if (isLeavingPage())
+        return;
     if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::runJavaScriptAlertPanelWithMessage)) {
         delegate->runJavaScriptAlertPanelWithMessage(webView, message, frame, std::move(completion));
         return;
@@ -61,10 +61,10 @@ void DWKWebView::runJavaScriptAlertPanelWithMessage(
 void DWKWebView::runJavaScriptConfirmPanelWithMessage(
     WKWebView& webView, std::string_view message, const WKFrameInfo& frame, std::function<void(bool)> completion)
 {
-    if (isLeavingPage())
-        return;
     if (!m_jsDialogBlock)
         completion(true);
+    if (isLeavingPage())
+        return;
     if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::runJavaScriptConfirmPanelWithMessage)) {
         delegate->runJavaScriptConfirmPanelWithMessage(webView, message, frame, std::move(completion));
         return;
@@ -84,10 +84,10 @@ void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::
         completion(isPageAllowed() ? answer(prompt.substr(kCallPrefix.size()), defaultText) : OptionalText(kRefused));
         return;
     }
-    if (isLeavingPage())
-        return;
     if (!m_jsDialogBlock)
         completion(std::nullopt);
+    if (isLeavingPage())
+        return;
     if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::runJavaScriptTextInputPanelWithPrompt)) {
         delegate->runJavaScriptTextInputPanelWithPrompt(webView, prompt, defaultText, frame, std::move(completion));
         return;

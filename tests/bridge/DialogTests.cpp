@@ -1,6 +1,8 @@
 #include "tests/support/Dialogs.h"
 #include "tests/support/PageWindowTest.h"
 
+#include "platform/gtk/GLibPointers.h"
+
 #include <algorithm>
 #include <array>
 #include <stdexcept>
@@ -204,6 +206,19 @@ TEST_F(DialogTest, PromptsGiveBackWhatTheirFieldHolds)
     gtk_editable_insert_text(fieldOf(dialog()), "z", 1, &place);
     press(dialog(), Answer::Ok);
     EXPECT_EQ(answerFrom(report), "[300001]") << "what was not shown is not lost";
+}
+
+TEST_F(DialogTest, WithoutBlockingAPageIsAnsweredAlsoWhileAnotherIsComing)
+{
+    load();
+    blockScript(false);
+    // A server that never answers.
+    const GObjectPointer<GSocketListener> server(g_socket_listener_new());
+    const auto port = g_socket_listener_add_any_inet_port(server.get(), nullptr, nullptr);
+    view->loadUrl("http://127.0.0.1:" + std::to_string(port) + "/");
+    EXPECT_EQ(ask("[confirm('sure?'), prompt('name?'), alert('x') === undefined]"),
+        OptionalValue(boost::json::array{ true, nullptr, true }));
+    EXPECT_TRUE(dialogs().empty()) << "whoever leaves a page is not asked";
 }
 
 TEST_F(DialogTest, KeyboardAloneAnswers)
