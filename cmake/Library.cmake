@@ -14,6 +14,7 @@ add_library(tqwb_objects OBJECT
     navigation/TQWBNaviCache.cpp
     navigation/TQWBNaviManager.cpp
     platform/WebKit/WKDelegates.cpp
+    platform/gtk/AlertContent.cpp
     platform/gtk/CurlErrors.cpp
     platform/gtk/CurlTransfer.cpp
     platform/gtk/DefaultsDatabase.cpp
@@ -24,6 +25,7 @@ add_library(tqwb_objects OBJECT
     platform/gtk/NSURLSession.cpp
     platform/gtk/NSUserDefaults.cpp
     platform/gtk/Random.cpp
+    platform/gtk/ShownText.cpp
     platform/gtk/UIAlertView.cpp
     platform/gtk/UIImage.cpp
     platform/gtk/UIProgressView.cpp

@@ -25,10 +25,12 @@ public:
 /// Whether an alert has a field for text.
 enum class UIAlertViewStyle { Default, PlainTextInput };
 
-/// A small modal window with a message and one or two buttons. While it is shown it lives by itself; over one window
-/// there is one alert at a time, and the others wait for their turn (twenty of one delegate at most, more are cancelled
-/// unseen). An alert that is shown goes with the window that it was shown over, as if it had been cancelled. Enter
-/// presses the other button (the cancel button when it is the only one), Escape the cancel button. Main thread only.
+/// A small window with a message and one or two buttons, modal to the window that it is shown over. It fits any screen
+/// of 360 by 720 or 720 by 360, whatever its texts, which are cut when they are too long to be laid out soon. While it
+/// is shown it lives by itself; over one window there is one alert at a time, and the others wait for their turn
+/// (twenty of one delegate at most, more are cancelled unseen). An alert that is shown goes with the window that it was
+/// shown over, as if it had been cancelled. Enter presses the other button (the cancel button when it is the only one),
+/// Escape the cancel button. Main thread only.
 class TQWB_EXPORT UIAlertView : public std::enable_shared_from_this<UIAlertView> {
 public:
     /// @param delegate held weakly. @param otherButtonTitle absent: there is only the cancel button.

@@ -14,15 +14,13 @@ public:
     static std::shared_ptr<UITextField> initWithFrame(CGRect frame);
     ~UITextField() override;
 
-    /// What the field holds. Of a text that is too long for the screen the beginning is shown and can be changed; the
-    /// rest stays behind it, unseen.
+    /// What the field shows, and nothing else.
     std::string text() const;
+    /// Shows the beginning of a text: 1,000 characters at most, in one line, without those that nobody sees.
     void setText(std::string_view text);
 
 private:
     explicit UITextField(CGRect frame);
-
-    std::string m_hiddenText;
 };
 
 } // namespace tq

@@ -3,6 +3,7 @@
 #include "../Foundation/Dispatch.h"
 #include "../Foundation/NSLog.h"
 #include "../UIKit/UITextField.h"
+#include "AlertContent.h"
 #include "GLibPointers.h"
 
 #include <algorithm>
@@ -19,66 +20,11 @@ constexpr std::int64_t kCancelButton = 0;
 constexpr std::int64_t kOtherButton = 1;
 // Alerts of one delegate that wait; a page that asks for more without end gets them refused.
 constexpr long kMostWaiting = 20;
-// Characters of a text that are shown; laying out more keeps the user waiting.
-constexpr std::size_t kMostShown = 10000;
-constexpr std::size_t kMostInTitle = 200;
-// The layout of a text without blanks takes a time that grows with its square.
-constexpr std::size_t kLongestWord = 50;
-// Bytes; an area to scroll has a height of its own, which few words do not fill.
-constexpr std::size_t kMostUnscrolled = 200;
-constexpr long kMostLinesUnscrolled = 5;
-constexpr int kTextWidth = 48;
-constexpr int kSpacing = 12;
-
-// Whether a line may be broken there without taking a letter apart.
-bool canBreakBetween(gunichar before, gunichar after)
-{
-    constexpr gunichar kJoiner = 0x200D;
-    return before != kJoiner && after != kJoiner && !g_unichar_ismark(after);
-}
-
-// What can be shown of a text: its beginning, with invisible places to break a line in overlong words.
-std::string shown(const std::string& text, std::size_t most = kMostShown)
-{
-    const GCharPointer valid(g_utf8_make_valid(text.data(), static_cast<gssize>(std::min(text.size(), 4 * most))));
-    std::string result;
-    std::size_t count = 0;
-    std::size_t wordLength = 0;
-    gunichar previous = 0;
-    for (const char* at = valid.get(); *at; at = g_utf8_next_char(at)) {
-        if (count++ == most)
-            return result + "…";
-        const auto character = g_utf8_get_char(at);
-        wordLength = g_unichar_isspace(character) ? 0 : wordLength + 1;
-        if (wordLength >= kLongestWord && canBreakBetween(previous, character)) {
-            result += "\u200B";
-            wordLength = 0;
-        }
-        previous = character;
-        result.append(at, static_cast<std::size_t>(g_utf8_next_char(at) - at));
-    }
-    return result;
-}
-
-GtkWidget* createLabel(const std::string& text, const char* cssClass)
-{
-    const auto characters = shown(text);
-    const auto length = g_utf8_strlen(characters.c_str(), -1);
-    auto* label = gtk_label_new(characters.c_str());
-    // A width to rely on: the height is measured before the width is known.
-    gtk_label_set_width_chars(GTK_LABEL(label), int(std::min<glong>(length, kTextWidth * 2 / 3)));
-    gtk_label_set_wrap(GTK_LABEL(label), TRUE);
-    gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
-    gtk_label_set_max_width_chars(GTK_LABEL(label), kTextWidth);
-    // Several lines are read from the side, a few words are looked at.
-    if (length > 3L * kTextWidth)
-        gtk_label_set_xalign(GTK_LABEL(label), 0);
-    else
-        gtk_label_set_justify(GTK_LABEL(label), GTK_JUSTIFY_CENTER);
-    gtk_widget_add_css_class(label, cssClass);
-    gtk_widget_set_visible(label, text.empty() ? FALSE : TRUE);
-    return label;
-}
+// What fits a telephone held sideways, and what is high enough for anybody.
+constexpr int kLeastHeight = 320;
+constexpr int kMostHeight = 640;
+// What the toolkit may draw around a window.
+constexpr int kFrame = 12;
 
 } // namespace
 
@@ -94,9 +40,7 @@ struct UIAlertView::Impl {
     void present();
     void close();
     void finish(std::optional<std::int64_t> button);
-    GtkWidget* createContent();
-    GtkWidget* createTexts() const;
-    GtkWidget* createButton(const std::string& label, GCallback clicked);
+    void addContent();
     void addEscape();
 
     static void cancel(gpointer, gpointer impl) { static_cast<Impl*>(impl)->finish(kCancelButton); }
@@ -135,62 +79,21 @@ struct UIAlertView::Impl {
     GtkWidget* defaultButton = nullptr;
 };
 
-GtkWidget* UIAlertView::Impl::createTexts() const
+void UIAlertView::Impl::addContent()
 {
-    auto* texts = gtk_box_new(GTK_ORIENTATION_VERTICAL, kSpacing);
-    gtk_box_append(GTK_BOX(texts), createLabel(title, message.empty() ? "body" : "title-4"));
-    gtk_box_append(GTK_BOX(texts), createLabel(message, "body"));
-    if (title.size() + message.size() <= kMostUnscrolled
-        && std::ranges::count(title, '\n') + std::ranges::count(message, '\n') <= kMostLinesUnscrolled)
-        return texts;
-    auto* scroller = gtk_scrolled_window_new();
-    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
-    gtk_scrolled_window_set_propagate_natural_width(GTK_SCROLLED_WINDOW(scroller), TRUE);
-    gtk_scrolled_window_set_propagate_natural_height(GTK_SCROLLED_WINDOW(scroller), TRUE);
-    const int height = parent ? gtk_widget_get_height(GTK_WIDGET(parent)) : 0;
-    gtk_scrolled_window_set_max_content_height(GTK_SCROLLED_WINDOW(scroller), std::clamp(height / 2, 160, 600));
-    // The keyboard scrolls a long text.
-    gtk_widget_set_focusable(scroller, TRUE);
-    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), texts);
-    return scroller;
-}
-
-GtkWidget* UIAlertView::Impl::createButton(const std::string& label, GCallback clicked)
-{
-    auto* button = gtk_button_new_with_label(shown(label, kMostInTitle).c_str());
-    gtk_widget_set_hexpand(button, TRUE);
-    if (auto* text = gtk_button_get_child(GTK_BUTTON(button)); GTK_IS_LABEL(text)) {
-        gtk_label_set_ellipsize(GTK_LABEL(text), PANGO_ELLIPSIZE_END);
-        gtk_label_set_max_width_chars(GTK_LABEL(text), kTextWidth / 2);
-    }
-    g_signal_connect(button, "clicked", clicked, this);
-    return button;
-}
-
-GtkWidget* UIAlertView::Impl::createContent()
-{
-    auto* content = gtk_box_new(GTK_ORIENTATION_VERTICAL, kSpacing + kSpacing / 2);
-    for (auto* set : { gtk_widget_set_margin_top, gtk_widget_set_margin_bottom, gtk_widget_set_margin_start,
-             gtk_widget_set_margin_end })
-        set(content, 2 * kSpacing);
-    gtk_widget_set_size_request(content, 260, -1);
-    gtk_box_append(GTK_BOX(content), createTexts());
-    if (field) {
-        auto* entry = static_cast<GtkWidget*>(field->nativeHandle());
+    auto* entry = field ? static_cast<GtkWidget*>(field->nativeHandle()) : nullptr;
+    if (entry)
         gtk_entry_set_activates_default(GTK_ENTRY(entry), TRUE);
-        gtk_box_append(GTK_BOX(content), entry);
-    }
-    auto* buttons = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, kSpacing);
-    gtk_box_set_homogeneous(GTK_BOX(buttons), TRUE);
-    defaultButton = createButton(cancelTitle, G_CALLBACK(cancel));
-    gtk_box_append(GTK_BOX(buttons), defaultButton);
+    AlertContent content(title, message, entry);
+    defaultButton = content.addButton(cancelTitle);
+    g_signal_connect(defaultButton, "clicked", G_CALLBACK(cancel), this);
     if (otherTitle) {
-        defaultButton = createButton(*otherTitle, G_CALLBACK(accept));
-        gtk_box_append(GTK_BOX(buttons), defaultButton);
+        defaultButton = content.addButton(*otherTitle);
+        g_signal_connect(defaultButton, "clicked", G_CALLBACK(accept), this);
     }
     gtk_widget_add_css_class(defaultButton, "suggested-action");
-    gtk_box_append(GTK_BOX(content), buttons);
-    return content;
+    const int height = parent ? gtk_widget_get_height(GTK_WIDGET(parent)) : 0;
+    content.putInto(window, std::clamp(height, kLeastHeight, kMostHeight) - kFrame);
 }
 
 void UIAlertView::Impl::addEscape()
@@ -206,9 +109,10 @@ void UIAlertView::Impl::addEscape()
 
 void UIAlertView::Impl::present()
 {
-    window = static_cast<GtkWindow*>(g_object_new(GTK_TYPE_WINDOW, "modal", TRUE, "resizable", FALSE, "accessible-role",
-        GTK_ACCESSIBLE_ROLE_ALERT_DIALOG, nullptr));
-    gtk_window_set_title(window, shown(title, kMostInTitle).c_str());
+    // Over no window there is none to hold up.
+    window = static_cast<GtkWindow*>(g_object_new(GTK_TYPE_WINDOW, "modal", parent ? TRUE : FALSE, "resizable", FALSE,
+        "accessible-role", GTK_ACCESSIBLE_ROLE_ALERT_DIALOG, nullptr));
+    gtk_window_set_title(window, lineOf(title).c_str());
     gtk_window_set_transient_for(window, parent);
     // The application's other windows go on; without a group of its own the alert would hold up all of them.
     if (parent && !gtk_window_has_group(parent)) {
@@ -222,7 +126,7 @@ void UIAlertView::Impl::present()
     auto* bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
     gtk_widget_set_visible(bar, FALSE);
     gtk_window_set_titlebar(window, bar);
-    gtk_window_set_child(window, createContent());
+    addContent();
     g_signal_connect(window, "close-request", G_CALLBACK(closeRequest), this);
     addEscape();
     gtk_window_set_default_widget(window, defaultButton);

@@ -30,7 +30,7 @@ int main(int argc, char** argv)
     setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1);
     setenv("XDG_CACHE_HOME", (folder / "cache").c_str(), 1);
     setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
-    setenv("GTK_A11Y", "none", 1);
+    setenv("GTK_A11Y", "test", 1);
     for (const char* name : { "http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY" })
         unsetenv(name);
     tq::test::captureLog();

@@ -1,0 +1,159 @@
+#include "AlertContent.h"
+
+#include "ShownText.h"
+
+#include <algorithm>
+
+namespace tq {
+
+namespace {
+
+// Longer texts keep the user waiting while they are laid out.
+constexpr TextLimits kText{ 1500, 100 };
+constexpr TextLimits kTitle{ 300, 10 };
+constexpr TextLimits kLine{ 200, 1 };
+// With the margins it fits a screen that is 360 wide.
+constexpr int kWidth = 296;
+constexpr int kMargin = 20;
+constexpr int kSpacing = 12;
+constexpr int kGap = 18;
+// A fingertip's.
+constexpr int kControlHeight = 44;
+// Beside the texts.
+constexpr int kScrollBarWidth = 24;
+// Several lines are read from the side, a few words are looked at.
+constexpr long kMostCentred = 140;
+
+int heightOf(GtkWidget* widget, int width)
+{
+    int height = 0;
+    gtk_widget_measure(widget, GTK_ORIENTATION_VERTICAL, width, nullptr, &height, nullptr, nullptr);
+    return height;
+}
+
+int widthOf(GtkWidget* widget)
+{
+    int width = 0;
+    gtk_widget_measure(widget, GTK_ORIENTATION_HORIZONTAL, -1, nullptr, &width, nullptr, nullptr);
+    return width;
+}
+
+GtkWidget* createLabel(const std::string& text, TextLimits limits, const char* cssClass)
+{
+    const auto characters = shownText(text, limits);
+    auto* label = gtk_label_new(characters.c_str());
+    gtk_label_set_wrap(GTK_LABEL(label), TRUE);
+    gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
+    if (g_utf8_strlen(characters.c_str(), -1) > kMostCentred)
+        gtk_label_set_xalign(GTK_LABEL(label), 0);
+    else
+        gtk_label_set_justify(GTK_LABEL(label), GTK_JUSTIFY_CENTER);
+    gtk_widget_add_css_class(label, cssClass);
+    // High stacks of marks stay within their text.
+    gtk_widget_set_overflow(label, GTK_OVERFLOW_HIDDEN);
+    gtk_widget_set_visible(label, text.empty() ? FALSE : TRUE);
+    return label;
+}
+
+// A width that is told saves the toolkit from looking for one, which it does by laying out the text again and again.
+void setWidth(GtkWidget* label, int width)
+{
+    auto* metrics = pango_context_get_metrics(gtk_widget_get_pango_context(label), nullptr, nullptr);
+    const int character = std::max(pango_font_metrics_get_approximate_char_width(metrics),
+        pango_font_metrics_get_approximate_digit_width(metrics));
+    pango_font_metrics_unref(metrics);
+    const int characters = std::max(width * PANGO_SCALE / std::max(character, 1), 1);
+    gtk_label_set_width_chars(GTK_LABEL(label), characters);
+    gtk_label_set_max_width_chars(GTK_LABEL(label), characters);
+}
+
+GtkWidget* createScroller(GtkWidget* child)
+{
+    auto* scroller = gtk_scrolled_window_new();
+    gtk_scrolled_window_set_overlay_scrolling(GTK_SCROLLED_WINDOW(scroller), FALSE);
+    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), child);
+    return scroller;
+}
+
+void setHeight(GtkWidget* scroller, int height, int mostHeight)
+{
+    const bool isScrolled = height > mostHeight;
+    gtk_scrolled_window_set_policy(
+        GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, isScrolled ? GTK_POLICY_ALWAYS : GTK_POLICY_EXTERNAL);
+    // The keyboard scrolls a long text.
+    gtk_widget_set_focusable(scroller, isScrolled ? TRUE : FALSE);
+    gtk_widget_set_size_request(scroller, -1, std::min(height, mostHeight));
+}
+
+} // namespace
+
+std::string lineOf(const std::string& text) { return shownText(text, kLine); }
+
+AlertContent::AlertContent(const std::string& title, const std::string& message, GtkWidget* field)
+    : m_box(gtk_box_new(GTK_ORIENTATION_VERTICAL, kGap))
+    , m_texts(gtk_box_new(GTK_ORIENTATION_VERTICAL, kSpacing))
+    , m_field(field)
+    , m_buttons(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, kSpacing))
+{
+    for (auto* set : { gtk_widget_set_margin_top, gtk_widget_set_margin_bottom, gtk_widget_set_margin_start,
+             gtk_widget_set_margin_end })
+        set(m_box, kMargin);
+    gtk_widget_set_size_request(m_box, kWidth, -1);
+    auto* heading = message.empty() ? createLabel(title, kText, "body") : createLabel(title, kTitle, "title-4");
+    for (auto* label : { heading, createLabel(message, kText, "body") }) {
+        m_labels.push_back(label);
+        gtk_box_append(GTK_BOX(m_texts), label);
+    }
+    gtk_box_append(GTK_BOX(m_box), createScroller(m_texts));
+    if (m_field) {
+        gtk_widget_set_size_request(m_field, -1, kControlHeight);
+        gtk_accessible_update_property(
+            GTK_ACCESSIBLE(m_field), GTK_ACCESSIBLE_PROPERTY_LABEL, gtk_label_get_text(GTK_LABEL(heading)), -1);
+        gtk_box_append(GTK_BOX(m_box), m_field);
+    }
+    gtk_box_append(GTK_BOX(m_box), createScroller(m_buttons));
+}
+
+GtkWidget* AlertContent::addButton(const std::string& label)
+{
+    auto* button = gtk_button_new_with_label(lineOf(label).c_str());
+    gtk_widget_set_hexpand(button, TRUE);
+    gtk_widget_set_size_request(button, -1, kControlHeight);
+    gtk_box_append(GTK_BOX(m_buttons), button);
+    return button;
+}
+
+void AlertContent::arrangeButtons()
+{
+    bool areShort = true;
+    for (auto* button = gtk_widget_get_first_child(m_buttons); button; button = gtk_widget_get_next_sibling(button))
+        areShort = areShort && widthOf(button) <= (kWidth - kSpacing) / 2;
+    gtk_box_set_homogeneous(GTK_BOX(m_buttons), areShort ? TRUE : FALSE);
+    if (areShort)
+        return;
+    gtk_orientable_set_orientation(GTK_ORIENTABLE(m_buttons), GTK_ORIENTATION_VERTICAL);
+    for (auto* button = gtk_widget_get_first_child(m_buttons); button; button = gtk_widget_get_next_sibling(button)) {
+        auto* label = gtk_button_get_child(GTK_BUTTON(button));
+        gtk_label_set_wrap(GTK_LABEL(label), TRUE);
+        gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
+        gtk_label_set_justify(GTK_LABEL(label), GTK_JUSTIFY_CENTER);
+        setWidth(label, kWidth / 2);
+    }
+}
+
+void AlertContent::putInto(GtkWindow* window, int height)
+{
+    gtk_window_set_child(window, m_box);
+    for (auto* label : m_labels)
+        setWidth(label, kWidth - kScrollBarWidth);
+    arrangeButtons();
+    const int field = m_field ? std::max(heightOf(m_field, kWidth), kControlHeight) + kGap : 0;
+    const int rest = height - 2 * kMargin - kGap - field;
+    const int texts = heightOf(m_texts, kWidth);
+    const int buttons = heightOf(m_buttons, kWidth);
+    const int mostButtons = std::max(rest / 2, rest - texts);
+    setHeight(gtk_widget_get_first_child(m_box), texts, rest - std::min(buttons, mostButtons));
+    setHeight(gtk_widget_get_last_child(m_box), buttons, mostButtons);
+}
+
+} // namespace tq
