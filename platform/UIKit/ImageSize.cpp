@@ -4,7 +4,7 @@ namespace tq {
 
 namespace {
 
-// A big-endian number of so many bytes; the caller has checked that they are there.
+// Numbers of so many bytes; the caller has checked that they are there.
 std::uint32_t bigEndian(std::string_view bytes, std::size_t offset, std::size_t count)
 {
     std::uint32_t number = 0;
@@ -13,11 +13,19 @@ std::uint32_t bigEndian(std::string_view bytes, std::size_t offset, std::size_t 
     return number;
 }
 
+std::uint32_t littleEndian(std::string_view bytes, std::size_t offset, std::size_t count)
+{
+    std::uint32_t number = 0;
+    while (count-- > 0)
+        number = number << 8U | static_cast<std::uint8_t>(bytes[offset + count]);
+    return number;
+}
+
 std::optional<ImageSize> sizeOfPNG(std::string_view bytes)
 {
     if (bytes.size() < 24 || bytes.substr(12, 4) != "IHDR")
         return std::nullopt;
-    return ImageSize{ bigEndian(bytes, 16, 4), bigEndian(bytes, 20, 4) };
+    return ImageSize{ ImageFormat::PNG, bigEndian(bytes, 16, 4), bigEndian(bytes, 20, 4) };
 }
 
 // Frame headers are the markers C0 to CF, but for three that mean tables.
@@ -36,7 +44,7 @@ std::optional<ImageSize> sizeOfJPEG(std::string_view bytes)
             continue;
         }
         if (isFrameHeader(marker))
-            return ImageSize{ bigEndian(bytes, offset + 7, 2), bigEndian(bytes, offset + 5, 2) };
+            return ImageSize{ ImageFormat::JPEG, bigEndian(bytes, offset + 7, 2), bigEndian(bytes, offset + 5, 2) };
         // Markers without a length do not stand before the frame in any usual file.
         const auto length = bigEndian(bytes, offset + 2, 2);
         if (marker < 0xC0 || (marker >= 0xD0 && marker <= 0xD9) || length < 2)
@@ -44,6 +52,105 @@ std::optional<ImageSize> sizeOfJPEG(std::string_view bytes)
         offset += 2 + length;
     }
     return std::nullopt;
+}
+
+std::optional<ImageSize> sizeOfGIF(std::string_view bytes)
+{
+    if (bytes.size() < 13)
+        return std::nullopt;
+    return ImageSize{ ImageFormat::GIF, littleEndian(bytes, 6, 2), littleEndian(bytes, 8, 2) };
+}
+
+std::optional<ImageSize> sizeOfBMP(std::string_view bytes)
+{
+    constexpr std::uint32_t kOldHead = 12;
+    if (bytes.size() < 26)
+        return std::nullopt;
+    if (littleEndian(bytes, 14, 4) == kOldHead)
+        return ImageSize{ ImageFormat::BMP, littleEndian(bytes, 18, 2), littleEndian(bytes, 20, 2) };
+    // A height below zero is that of a picture that is written from the top.
+    const auto height = littleEndian(bytes, 22, 4);
+    return ImageSize{ ImageFormat::BMP, littleEndian(bytes, 18, 4), height >> 31U ? 0U - height : height };
+}
+
+// The numbers of a TIFF file's first directory that tell how much memory it takes.
+class TiffDirectory {
+public:
+    explicit TiffDirectory(std::string_view bytes)
+        : m_bytes(bytes)
+        , m_isBigEndian(bytes[0] == 'M')
+    {
+    }
+
+    /// False for a directory that is not there.
+    bool read()
+    {
+        const std::size_t start = number(4, 4);
+        if (start < 8 || start > m_bytes.size() - 2)
+            return false;
+        const std::size_t count = number(start, 2);
+        if (count > (m_bytes.size() - start - 2) / kEntry)
+            return false;
+        for (std::size_t i = count; i > 0; --i)
+            readEntry(start + 2 + (i - 1) * kEntry); // of two the first counts
+        return true;
+    }
+
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint32_t bits = 1;
+    std::uint32_t samples = 1;
+    std::uint32_t tileWidth = 0;
+    std::uint32_t tileHeight = 0;
+
+private:
+    static constexpr std::size_t kEntry = 12;
+    static constexpr std::uint32_t kShort = 3;
+    static constexpr std::uint32_t kLong = 4;
+    static constexpr std::uint32_t kUnknown = 0xFFFFFFFF;
+
+    std::uint32_t number(std::size_t offset, std::size_t count) const
+    {
+        return m_isBigEndian ? bigEndian(m_bytes, offset, count) : littleEndian(m_bytes, offset, count);
+    }
+    void readEntry(std::size_t at)
+    {
+        const struct {
+            std::uint32_t tag;
+            std::uint32_t TiffDirectory::*member;
+        } rows[] = { { 256, &TiffDirectory::width }, { 257, &TiffDirectory::height }, { 258, &TiffDirectory::bits },
+            { 277, &TiffDirectory::samples }, { 322, &TiffDirectory::tileWidth }, { 323, &TiffDirectory::tileHeight } };
+        for (const auto& row : rows) {
+            if (row.tag == number(at, 2))
+                this->*row.member = firstNumber(at);
+        }
+    }
+    std::uint32_t firstNumber(std::size_t at) const
+    {
+        const auto type = number(at + 2, 2);
+        const std::size_t length = type == kShort ? 2 : 4;
+        const auto count = number(at + 4, 4);
+        if ((type != kShort && type != kLong) || !count)
+            return kUnknown;
+        // What does not fit the entry is elsewhere.
+        const std::size_t offset = count > 4 / length ? number(at + 8, 4) : at + 8;
+        return offset <= m_bytes.size() - length ? number(offset, length) : kUnknown;
+    }
+
+    std::string_view m_bytes;
+    bool m_isBigEndian;
+};
+
+std::optional<ImageSize> sizeOfTIFF(std::string_view bytes)
+{
+    constexpr std::uint32_t kMostSamples = 4;
+    constexpr std::uint32_t kMostBits = 16;
+    constexpr std::uint32_t kLargestTile = 4096;
+    TiffDirectory directory(bytes);
+    if (bytes.size() < 10 || !directory.read() || directory.samples > kMostSamples || directory.bits > kMostBits
+        || directory.tileWidth > kLargestTile || directory.tileHeight > kLargestTile)
+        return std::nullopt;
+    return ImageSize{ ImageFormat::TIFF, directory.width, directory.height };
 }
 
 } // namespace
@@ -55,6 +162,12 @@ std::optional<ImageSize> encodedImageSize(std::string_view bytes)
         return sizeOfPNG(bytes);
     if (bytes.starts_with("\xFF\xD8\xFF"sv))
         return sizeOfJPEG(bytes);
+    if (bytes.starts_with("GIF87a"sv) || bytes.starts_with("GIF89a"sv))
+        return sizeOfGIF(bytes);
+    if (bytes.starts_with("BM"sv))
+        return sizeOfBMP(bytes);
+    if (bytes.starts_with("II*\0"sv) || bytes.starts_with("MM\0*"sv))
+        return sizeOfTIFF(bytes);
     return std::nullopt;
 }
 

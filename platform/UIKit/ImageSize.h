@@ -6,13 +6,19 @@
 
 namespace tq {
 
-/// Width and height in pixels.
+/// What a picture's bytes are, by their beginning.
+enum class ImageFormat { PNG, JPEG, GIF, BMP, TIFF };
+
+/// Width and height in pixels, and the format that they were read by.
 struct ImageSize {
+    ImageFormat format;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
 };
 
-/// What the head of a PNG or JPEG file says of its size, without decoding it; absent for anything else.
+/// What the head of a picture's file says of its size, without decoding it: for GIF that of the whole screen, for TIFF
+/// that of the first picture. Absent for anything else, and for a TIFF picture that takes far more memory to decode
+/// than its size tells.
 std::optional<ImageSize> encodedImageSize(std::string_view bytes);
 
 } // namespace tq

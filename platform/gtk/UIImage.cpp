@@ -11,6 +11,33 @@ struct UIImage::Impl {
     GObjectPointer<GdkTexture> texture;
 };
 
+namespace {
+
+// By a decoder that is named: the toolkit would choose one by other signs than those that the size was read by.
+GObjectPointer<GdkTexture> decode(std::string_view bytes, const char* format)
+{
+    const GObjectPointer<GdkPixbufLoader> loader(gdk_pixbuf_loader_new_with_type(format, nullptr));
+    if (!loader)
+        return nullptr;
+    const bool isTaken
+        = gdk_pixbuf_loader_write(loader.get(), reinterpret_cast<const guchar*>(bytes.data()), bytes.size(), nullptr);
+    const bool isWhole = gdk_pixbuf_loader_close(loader.get(), nullptr);
+    auto* picture = isTaken && isWhole ? gdk_pixbuf_loader_get_pixbuf(loader.get()) : nullptr;
+    return GObjectPointer<GdkTexture>(picture ? gdk_texture_new_for_pixbuf(picture) : nullptr);
+}
+
+GObjectPointer<GdkTexture> decode(std::string_view bytes, ImageFormat format)
+{
+    if (format == ImageFormat::GIF)
+        return decode(bytes, "gif");
+    if (format == ImageFormat::BMP)
+        return decode(bytes, "bmp");
+    const GBytesPointer data(g_bytes_new(bytes.data(), bytes.size()));
+    return GObjectPointer<GdkTexture>(gdk_texture_new_from_bytes(data.get(), nullptr));
+}
+
+} // namespace
+
 UIImage::UIImage(std::unique_ptr<Impl> impl)
     : m_impl(std::move(impl))
 {
@@ -25,8 +52,7 @@ std::shared_ptr<UIImage> UIImage::imageWithData(std::string_view bytes)
     const auto size = encodedImageSize(bytes);
     if (!size || !size->width || !size->height || std::uint64_t{ size->width } * size->height > kMaxPixels)
         return nullptr;
-    const GBytesPointer data(g_bytes_new(bytes.data(), bytes.size()));
-    GObjectPointer<GdkTexture> texture(gdk_texture_new_from_bytes(data.get(), nullptr));
+    auto texture = decode(bytes, size->format);
     if (!texture)
         return nullptr;
     return std::shared_ptr<UIImage>(new UIImage(std::make_unique<Impl>(Impl{ std::move(texture) })));

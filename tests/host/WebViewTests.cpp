@@ -66,6 +66,57 @@ static_assert(!TQWBRecordProtocol::methodsOf<InheritingListener>().onWBRecordEnd
 constexpr const char* kImage
     = "iVBORw0KGgoAAAANSUhEUgAAAAIAAAABCAIAAAB7QOjdAAAADUlEQVR4nGP4zwAE/wEHAAH/4iOeWQAAAABJRU5ErkJggg==";
 
+// Pictures of three pixels by two, or less.
+constexpr struct {
+    const char* name;
+    const char* bytes;
+    const char* event;
+} kPictures[] = {
+    { "GIF", "R0lGODlhAwACAPAAAP8AAAAA/yH5BAAAAAAALAAAAAADAAIAAAIDhIMFADs=", "capture 3x2" },
+    { "GIF of two pictures",
+        "R0lGODlhAwACAPAAAP8AAAAA/yH5BAAAAAAAIf8LTkVUU0NBUEUyLjADAQAAACwAAAAAAwACAAACA4SDBQAh+QQAAAAAACwAAAAAAwACAID//"
+        "wAA//8CA4yBBQA7",
+        "capture 3x2" },
+    { "BMP", "Qk1OAAAAAAAAADYAAAAoAAAAAwAAAAIAAAABABgAAAAAABgAAAATCwAAEwsAAAAAAAAAAAAAECAwECAwECAwAAAAECAwECAwECAwAAAA",
+        "capture 3x2" },
+    { "BMP from the top",
+        "Qk1OAAAAAAAAADYAAAAoAAAAAwAAAP7///8BABgAAAAAABgAAAATCwAAEwsAAAAAAAAAAAAAECAwECAwECAwAAAAECAwECAwECAwAAAA",
+        "capture 3x2" },
+    { "BMP of old", "Qk0yAAAAAAAAABoAAAAMAAAAAwACAAEAGAD/AAD/AAD/AAAAAAAAAP8AAP8AAP8AAAA=", "capture 3x2" },
+    { "TIFF",
+        "SUkqAAgAAAAJAAABBAABAAAAAwAAAAEBBAABAAAAAgAAAAIBAwABAAAACAAAAAMBAwABAAAAAQAAAAYBAwABAAAAAQAAABEBBAABAAAAegAAAB"
+        "UBAwABAAAAAQAAABYBBAABAAAAAgAAABcBBAABAAAABgAAAAAAAAAQQHCg0P8=",
+        "capture 3x2" },
+    { "TIFF, big-endian",
+        "TU0AKgAAAAgACQEAAAQAAAABAAAAAwEBAAQAAAABAAAAAgECAAMAAAABAAgAAAEDAAMAAAABAAEAAAEGAAMAAAABAAEAAAERAAQAAAABAAAAeg"
+        "EVAAMAAAABAAEAAAEWAAQAAAABAAAAAgEXAAQAAAABAAAABgAAAAAQQHCg0P8=",
+        "capture 3x2" },
+    { "GIF that claims too much", "R0lGODlh//////AAAP8AAAAA/yH5BAAAAAAALAAAAAADAAIAAAIDhIMFADs=", "no capture" },
+    { "BMP that claims too much",
+        "Qk1OAAAAAAAAADYAAAAoAAAAYOoAAGDqAAABABgAAAAAABgAAAATCwAAEwsAAAAAAAAAAAAAECAwECAwECAwAAAAECAwECAwECAwAAAA",
+        "no capture" },
+    { "BMP from the top that claims too much",
+        "Qk1OAAAAAAAAADYAAAAoAAAAYOoAAKAV//8BABgAAAAAABgAAAATCwAAEwsAAAAAAAAAAAAAECAwECAwECAwAAAAECAwECAwECAwAAAA",
+        "no capture" },
+    { "TIFF that claims too much",
+        "SUkqAAgAAAAJAAABBAABAAAAYOoAAAEBBAABAAAAYOoAAAIBAwABAAAACAAAAAMBAwABAAAAAQAAAAYBAwABAAAAAQAAABEBBAABAAAAegAAAB"
+        "UBAwABAAAAAQAAABYBBAABAAAAYOoAABcBBAABAAAABgAAAAAAAAAQQHCg0P8=",
+        "no capture" },
+    { "TIFF, big-endian, that claims too much",
+        "TU0AKgAAAAgACQEAAAQAAAABAADqYAEBAAQAAAABAADqYAECAAMAAAABAAgAAAEDAAMAAAABAAEAAAEGAAMAAAABAAEAAAERAAQAAAABAAAAeg"
+        "EVAAMAAAABAAEAAAEWAAQAAAABAADqYAEXAAQAAAABAAAABgAAAAAQQHCg0P8=",
+        "no capture" },
+    { "TIFF of many samples",
+        "SUkqAAgAAAAJAAABBAABAAAAAwAAAAEBBAABAAAAAgAAAAIBAwABAAAACAAAAAMBAwABAAAAAQAAAAYBAwABAAAAAQAAABEBBAABAAAAegAAAB"
+        "UBAwABAAAAYOoAABYBBAABAAAAAgAAABcBBAABAAAABgAAAAAAAAAQQHCg0P8=",
+        "no capture" },
+    { "TIFF of one huge tile",
+        "SUkqAAgAAAALAAABBAABAAAAAwAAAAEBBAABAAAAAgAAAAIBAwABAAAACAAAAAMBAwABAAAAAQAAAAYBAwABAAAAAQAAABEBBAABAAAAkgAAAB"
+        "UBAwABAAAAAQAAABYBBAABAAAAAgAAABcBBAABAAAABgAAAEIBBAABAAAAAAABAEMBBAABAAAAAAABAAAAAAAQQHCg0P8=",
+        "no capture" },
+    { "TIFF without its directory", "SUkqAAgAAAAAAA==", "no capture" },
+};
+
 std::string inLinesOf(std::string text, std::size_t length)
 {
     for (auto at = length; at < text.size(); at += length + 2)
@@ -221,6 +272,15 @@ TEST_F(WebViewTest, EventsReachTheDelegatesUnderBothNames)
             EXPECT_EQ(listener->events, row.events);
             EXPECT_TRUE(hasLineBeginning(row.logLine));
         }
+    }
+}
+
+TEST_F(WebViewTest, CapturesOfEveryUsualFormatArrive)
+{
+    make();
+    for (const auto& [name, picture, expected] : kPictures) {
+        event("TQJSBridge.onCaptureEnd", R"({"data":")" + std::string(picture) + R"("})");
+        EXPECT_EQ(listener->events.back(), expected) << name;
     }
 }
 
