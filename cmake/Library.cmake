@@ -36,6 +36,7 @@ add_library(tqwb_objects OBJECT
     platform/gtk/WKWebViewDialogs.cpp
     platform/gtk/WKWebViewTouch.cpp
     platform/gtk/WKWebViewTrust.cpp
+    platform/gtk/WidgetStyle.cpp
     session/ConferenceRequests.cpp
     session/TQWhiteBoard.cpp
 )

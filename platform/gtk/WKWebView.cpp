@@ -90,23 +90,27 @@ void WKWebView::Impl::apply(const UIScrollView& scrollView)
 {
     webkit_user_content_manager_remove_all_style_sheets(userContentManager.get());
     if (!scrollView.scrollEnabled || !scrollView.panGestureRecognizerEnabled) {
-        auto* sheet = webkit_user_style_sheet_new("html { overflow: hidden !important }",
+        // A body that scrolls in a usual page does so in the viewport's name; with a root that clips it would be a
+        // scrolling area of its own. Visible, it is cut off by the root and lies where it always did.
+        auto* sheet = webkit_user_style_sheet_new(
+            "html { overflow: hidden !important } html > body { overflow: visible !important }",
             WEBKIT_USER_CONTENT_INJECT_TOP_FRAME, WEBKIT_USER_STYLE_LEVEL_USER, nullptr, nullptr);
         webkit_user_content_manager_add_style_sheet(userContentManager.get(), sheet);
         webkit_user_style_sheet_unref(sheet);
     }
-    if (pinchBlocker)
-        gtk_widget_remove_controller(GTK_WIDGET(webView), GTK_EVENT_CONTROLLER(pinchBlocker.release()));
-    if (scrollView.pinchGestureRecognizerEnabled)
-        return;
-    auto* blocker = gtk_gesture_zoom_new();
-    gtk_event_controller_set_propagation_phase(GTK_EVENT_CONTROLLER(blocker), GTK_PHASE_CAPTURE);
-    g_signal_connect(blocker, "begin", G_CALLBACK(+[](GtkGesture* gesture, GdkEventSequence*, gpointer) {
-        gtk_gesture_set_state(gesture, GTK_EVENT_SEQUENCE_CLAIMED);
-    }),
-        nullptr);
-    pinchBlocker = retained(blocker);
-    gtk_widget_add_controller(GTK_WIDGET(webView), GTK_EVENT_CONTROLLER(blocker));
+    // A gesture of our own would compete with the engine's for the fingers; without its own one, all of them are the
+    // page's.
+    const GObjectPointer<GListModel> controllers(gtk_widget_observe_controllers(GTK_WIDGET(webView)));
+    for (guint i = 0; i < g_list_model_get_n_items(controllers.get()); ++i) {
+        const GObjectPointer<GtkEventController> controller(
+            static_cast<GtkEventController*>(g_list_model_get_item(controllers.get(), i)));
+        if (!GTK_IS_GESTURE_ZOOM(controller.get()))
+            continue;
+        const auto phase = gtk_event_controller_get_propagation_phase(controller.get());
+        pinchPhase = phase == GTK_PHASE_NONE ? pinchPhase : phase;
+        gtk_event_controller_set_propagation_phase(
+            controller.get(), scrollView.pinchGestureRecognizerEnabled ? pinchPhase : GTK_PHASE_NONE);
+    }
 }
 
 void WKWebView::Impl::load(const std::string& uri)
@@ -233,6 +237,8 @@ void WKWebView::setBackgroundColor(UIColor color)
 {
     const GdkRGBA native{ color.red, color.green, color.blue, color.alpha };
     webkit_web_view_set_background_color(m_impl->webView, &native);
+    // The engine's view is clear until the first page is painted.
+    m_impl->style.setRules(m_impl->style.selector() + " { background: " + cssColor(color) + "; }");
 }
 
 void WKWebView::setScrollView(const UIScrollView& scrollView)

@@ -2,6 +2,7 @@
 
 #include "../WebKit/WKWebView.h"
 #include "GLibPointers.h"
+#include "WidgetStyle.h"
 
 #include <string>
 #include <vector>
@@ -100,12 +101,14 @@ struct WKWebView::Impl {
 
     WKWebView& view;
     GObjectPointer<GtkWidget> overlay;
+    WidgetStyle style{ overlay.get() };
     GObjectPointer<WebKitUserContentManager> userContentManager{ webkit_user_content_manager_new() };
     WebKitWebView* webView = nullptr;
     std::vector<SignalConnection> connections;
     std::vector<std::shared_ptr<UIView>> subviews;
     std::vector<Observer> observers;
-    GObjectPointer<GtkGesture> pinchBlocker;
+    // When the engine's own gesture is asked.
+    GtkPropagationPhase pinchPhase = GTK_PHASE_BUBBLE;
     // The page was told how far off the engine's touches are.
     bool areTouchesShifted = false;
     // Dialogs of the page that wait for the application's answer.

@@ -2,6 +2,8 @@
 #include "tests/support/PageWindowTest.h"
 #include "tests/support/Screen.h"
 
+#include <sstream>
+
 namespace tq::test {
 namespace {
 
@@ -96,6 +98,65 @@ const touches = [];
     screen->lift(1);
     EXPECT_EQ(answerFrom(count + 1),
         R"([["touchstart",-20,10],["touchstart",50,-10],["touchend",-20,10],["touchend",50,-10]])");
+}
+
+TEST_F(HandTest, TwoFingersAreThePagesAndZoomNothing)
+{
+    if (!screen->hasTouch())
+        GTEST_SKIP() << "this screen has no touch";
+    view->setScrollView({ .pinchGestureRecognizerEnabled = false });
+    // Where each touch has begun, where it has moved to, and how large the page is then.
+    show(R"(<div id="pad" style="height: 100%; touch-action: none"></div><script>
+let touches = [];
+for (const name of ["touchstart", "touchmove", "touchend"])
+    pad.addEventListener(name, event => {
+        for (const { identifier, clientX } of event.changedTouches) {
+            const place = Math.round(clientX - innerWidth / 2);
+            if (name === "touchstart")
+                touches.push({ identifier, places: [place] });
+            else if (name === "touchmove")
+                touches.findLast(touch => touch.identifier === identifier).places[1] = place;
+        }
+        if (name === "touchend" && !event.touches.length)
+            report([...touches.splice(0).map(touch => touch.places), visualViewport.scale]);
+    }, { passive: true });
+</script>)");
+    const auto middle = middleOf(*screen, nativeView(*view));
+    // d and u: a finger goes down and up, m: it moves away from the other one. 0 is the left one, 1 the right one.
+    const struct {
+        const char* steps;
+        const char* seen;
+    } rows[] = {
+        { "d0 d1 m0 m1 u0 u1", "[[-20,-120],[20,120],1]" },
+        { "d0 d1 m1 m0 u1 u0", "[[-20,-120],[20,120],1]" },
+        { "d0 m0 d1 m1 u0 u1", "[[-20,-120],[20,120],1]" },
+        { "d0 m0 d1 m0 m1 u1 u0", "[[-20,-220],[20,120],1]" },
+        { "d1 m1 d0 m0 m1 u0 u1", "[[20,220],[-20,-120],1]" },
+        { "d0 d1 u1 d1 m0 m1 u0 u1", "[[-20,-120],[20],[20,120],1]" },
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.steps);
+        const auto count = reports->values.size();
+        double distance[] = { 20, 20 };
+        std::istringstream steps(row.steps);
+        for (std::string step; steps >> step;) {
+            const int finger = step[1] - '0';
+            const auto place = [&] {
+                return Screen::Point{ middle.x + (finger ? 1 : -1) * distance[finger], middle.y };
+            };
+            if (step[0] == 'd') {
+                distance[finger] = 20;
+                screen->touch(finger, place());
+            } else if (step[0] == 'u') {
+                screen->lift(finger);
+            }
+            for (int i = 0; step[0] == 'm' && i < 10; ++i) {
+                distance[finger] += 10;
+                screen->slide(finger, place());
+            }
+        }
+        EXPECT_EQ(answerFrom(count), row.seen);
+    }
 }
 
 } // namespace

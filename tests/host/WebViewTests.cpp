@@ -2,9 +2,11 @@
 #include "tests/support/PageTest.h"
 
 #include "TQWhiteBoardLib/TQWBWebView.h"
+#include "TQWhiteBoardLib/gtk/NativeView.h"
 #include "host/TQWBBridge.h"
 #include "platform/Foundation/NSURLSession.h"
 #include "platform/UIKit/UIScreen.h"
+#include "platform/gtk/GLibPointers.h"
 
 #include <algorithm>
 #include <boost/json/serialize.hpp>
@@ -194,6 +196,14 @@ TEST_F(WebViewTest, ThePageCannotScrollAndInnerAreasCan)
     load("<style>body{height:9000px}#in{height:50px;overflow:auto}#in p{height:900px}</style><div id=in><p></div>");
     EXPECT_EQ(ask("getComputedStyle(document.documentElement).overflow"), OptionalValue("hidden"));
     EXPECT_EQ(ask("getComputedStyle(document.getElementById('in')).overflowY"), OptionalValue("auto"));
+    const char* const kScrolled
+        = "[document.body, document.getElementById('in')].map(part => { part.scrollTop = 50; return part.scrollTop; })";
+    for (const std::string style :
+        { "body{height:9000px}", "html,body{height:100%} body{overflow:auto}", "html,body{height:100%;overflow:scroll}",
+            "html{overflow:auto} body{height:100vh;overflow-y:scroll!important}" }) {
+        load("<style>" + style + "#in{height:50px;overflow:auto} p{height:9000px}</style><div id=in><p></div><p>");
+        EXPECT_EQ(ask(kScrolled), OptionalValue(boost::json::array{ 0, 50 })) << style;
+    }
     EXPECT_EQ(room->scrollView(),
         (UIScrollView{ false, false, false, false, false, false, UIScrollViewContentInsetAdjustmentBehavior::Never }));
     EXPECT_EQ(room->tintColor(), UIColor::clearColor());
@@ -273,6 +283,30 @@ TEST_F(WebViewTest, EventsReachTheDelegatesUnderBothNames)
             EXPECT_TRUE(hasLineBeginning(row.logLine));
         }
     }
+}
+
+TEST_F(WebViewTest, TheViewIsWhiteBeforeItsFirstPage)
+{
+    make();
+    auto* window = GTK_WINDOW(gtk_window_new());
+    gtk_window_set_default_size(window, 300, 200);
+    gtk_window_set_child(window, nativeView(*room));
+    gtk_window_present(window);
+    runUntil([&] { return gtk_widget_get_width(nativeView(*room)) == 300; }, "the view has its place");
+    const GObjectPointer<GdkPaintable> picture(gtk_widget_paintable_new(nativeView(*room)));
+    auto* snapshot = gtk_snapshot_new();
+    gdk_paintable_snapshot(picture.get(), snapshot, 300, 200);
+    auto* node = gtk_snapshot_free_to_node(snapshot);
+    ASSERT_NE(node, nullptr);
+    auto* renderer = gtk_native_get_renderer(GTK_NATIVE(window));
+    const GObjectPointer<GdkTexture> texture(gsk_renderer_render_texture(renderer, node, nullptr));
+    gsk_render_node_unref(node);
+    std::vector<std::uint8_t> pixels(300 * 200 * 4);
+    gdk_texture_download(texture.get(), pixels.data(), 300 * 4);
+    const auto* middle = &pixels[(100 * 300 + 150) * 4];
+    EXPECT_EQ(std::vector<int>(middle, middle + 4), (std::vector<int>{ 255, 255, 255, 255 }));
+    gtk_window_set_child(window, nullptr);
+    gtk_window_destroy(window);
 }
 
 TEST_F(WebViewTest, CapturesOfEveryUsualFormatArrive)
