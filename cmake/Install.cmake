@@ -10,12 +10,14 @@ set(public_headers
     DWKWebView.h
     NativeFunctions.h
     TQWBException.h
+    TQWBNaviCode.h
     TQWBNaviDataInfo.h
     TQWBPermissionProtocol.h
     TQWBRecordConfig.h
     TQWBRecordProtocol.h
     TQWBRoomConfig.h
     TQWBRoomStatusProtocol.h
+    TQWBSessionCode.h
     TQWBWebView.h
     TQWhiteBoard.h
     TQWhiteBoardLib.h

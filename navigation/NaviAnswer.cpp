@@ -1,6 +1,6 @@
 #include "NaviAnswer.h"
 
-#include "NaviCodes.h"
+#include "TQWhiteBoardLib/TQWBNaviCode.h"
 #include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSNumberReading.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "NaviCodes.h"
+#include "TQWhiteBoardLib/TQWBNaviCode.h"
 #include "TQWhiteBoardLib/TQWBNaviDataInfo.h"
 #include "platform/Foundation/NSError.h"
 #include "platform/Foundation/NSObject.h"

@@ -1,3 +1,4 @@
+#include "TQWhiteBoardLib/TQWBSessionCode.h"
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "TQWhiteBoardLib/TQWhiteBoard.h"
 #include "platform/Foundation/Dispatch.h"
@@ -5,7 +6,6 @@
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSNumberReading.h"
 #include "session/ServiceAnswer.h"
-#include "session/SessionCodes.h"
 
 namespace tq {
 
@@ -23,9 +23,9 @@ struct RequestKind {
     NSUInteger urlMissingCode;
 };
 
-constexpr RequestKind kJoin{ "joinWhiteBoard", TQWBCodeRequestFailed, TQWBCodeJoinUrlMissing };
-constexpr RequestKind kPlay{ "play video", TQWBCodePlayRequestFailed, TQWBCodePlayUrlMissing };
-constexpr RequestKind kQuit{ "QuitWhiteBoard", TQWBCodeRequestFailed, 0 };
+constexpr RequestKind kJoin{ "joinWhiteBoard", TQWBSessionCodeRequestFailed, TQWBSessionCodeJoinUrlMissing };
+constexpr RequestKind kPlay{ "play video", TQWBSessionCodePlayRequestFailed, TQWBSessionCodePlayUrlMissing };
+constexpr RequestKind kQuit{ "QuitWhiteBoard", TQWBSessionCodeRequestFailed, 0 };
 
 void setServiceHeaders(NSMutableURLRequest& request, const OptionalText& appKey, const OptionalText& token)
 {

@@ -1,12 +1,12 @@
 #include "TQWhiteBoardLib/TQWhiteBoard.h"
 
 #include "DefaultNavigation.h"
+#include "TQWhiteBoardLib/TQWBSessionCode.h"
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "navigation/NaviAddresses.h"
 #include "navigation/TQWBNaviManager.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/Random.h"
-#include "session/SessionCodes.h"
 
 namespace tq {
 
@@ -38,13 +38,13 @@ std::shared_ptr<TQWhiteBoard> TQWhiteBoard::initWithWebView(std::shared_ptr<TQWB
 void TQWhiteBoard::joinWithConfig(std::shared_ptr<TQWBRoomConfig> config, TQWBSuccess success, TQWBFailure error)
 {
     if (!webView()) {
-        fail(error, TQWBCodeNotInitialized, "SDK not init");
+        fail(error, TQWBSessionCodeNotInitialized, "SDK not init");
         return;
     }
     if (config && !config->minutes)
         config->minutes = kDefaultMinutes;
     if (!invaliedRoomConfig(config.get())) {
-        fail(error, TQWBCodeInvalidConfig, "config is invalid");
+        fail(error, TQWBSessionCodeInvalidConfig, "config is invalid");
         return;
     }
     withNavigation(
@@ -56,11 +56,11 @@ void TQWhiteBoard::joinWithConfig(std::shared_ptr<TQWBRoomConfig> config, TQWBSu
 void TQWhiteBoard::playWithConfig(std::shared_ptr<TQWBRecordConfig> config, TQWBSuccess success, TQWBFailure error)
 {
     if (!webView()) {
-        fail(error, TQWBCodeNotInitialized, "SDK not init");
+        fail(error, TQWBSessionCodeNotInitialized, "SDK not init");
         return;
     }
     if (!invaliedRecordConfig(config.get())) {
-        fail(error, TQWBCodeInvalidConfig, "config is invalid");
+        fail(error, TQWBSessionCodeInvalidConfig, "config is invalid");
         return;
     }
     withNavigation(
@@ -72,16 +72,16 @@ void TQWhiteBoard::playWithConfig(std::shared_ptr<TQWBRecordConfig> config, TQWB
 void TQWhiteBoard::quitWhiteBoard(TQWBSuccess success, TQWBFailure error)
 {
     if (!webView()) {
-        fail(error, TQWBCodeNotInitialized, "SDK not init");
+        fail(error, TQWBSessionCodeNotInitialized, "SDK not init");
         return;
     }
     const auto config = roomConfig();
     if (!config) {
-        fail(error, TQWBCodeNotInRoom, "not in WhiteBoard");
+        fail(error, TQWBSessionCodeNotInRoom, "not in WhiteBoard");
         return;
     }
     if (!config->appKey || !config->token || !config->roomId || !config->userId) {
-        fail(error, TQWBCodeNotInRoom, "config is invalid");
+        fail(error, TQWBSessionCodeNotInRoom, "config is invalid");
         return;
     }
     withNavigation(config->appKey, config->token, error, [success = std::move(success), error](TQWhiteBoard& self) {

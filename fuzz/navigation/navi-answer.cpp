@@ -1,10 +1,10 @@
 // A navigation server's answer: the status in the first line, the body after it. What is good is kept and read again.
 
+#include "TQWhiteBoardLib/TQWBNaviCode.h"
 #include "fuzz/support/Fuzz.h"
 #include "fuzz/support/Reference.h"
 #include "navigation/NaviAge.h"
 #include "navigation/NaviAnswer.h"
-#include "navigation/NaviCodes.h"
 #include "navigation/NaviEntry.h"
 #include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSNumberReading.h"

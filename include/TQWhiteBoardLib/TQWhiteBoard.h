@@ -20,8 +20,8 @@ class TQWBWebView;
 
 /// Called once when an operation has succeeded. Empty: nobody wants to know.
 using TQWBSuccess = std::function<void()>;
-/// Called once when an operation has failed, with a code and a text (absent when the service sent none). Empty: nobody
-/// wants to know.
+/// Called once when an operation has failed, with a code (`TQWBSessionCode`, `TQWBNaviCode` or the service's own) and a
+/// text (absent when the service sent none). Empty: nobody wants to know.
 using TQWBFailure = std::function<void(NSUInteger code, const OptionalText& text)>;
 
 /// A session with a whiteboard room: joins a live one, replays a recorded one, leaves the one that was joined.

@@ -1,7 +1,7 @@
+#include "TQWhiteBoardLib/TQWBNaviCode.h"
 #include "navigation/NaviAddresses.h"
 #include "navigation/NaviAge.h"
 #include "navigation/NaviAnswer.h"
-#include "navigation/NaviCodes.h"
 #include "navigation/NaviEntry.h"
 
 #include <boost/json/parse.hpp>

@@ -1,6 +1,6 @@
+#include "TQWhiteBoardLib/TQWBSessionCode.h"
 #include "TQWhiteBoardLib/TQWhiteBoard.h"
 #include "session/ServiceAnswer.h"
-#include "session/SessionCodes.h"
 
 #include <gtest/gtest.h>
 #include <limits>
@@ -39,7 +39,7 @@ TEST(SessionRules, RecordsAreCheckedForPresenceAndMinutesForTheirRange)
 TEST(SessionRules, CodesAndRolesAreMachineWordsAndMinutesAreNot)
 {
     static_assert(sizeof(NSUInteger) == sizeof(void*) && sizeof(NSInteger) == sizeof(void*));
-    static_assert(sizeof(TQWBRoomConfig::roleType) == sizeof(void*) && sizeof(TQWBCode) == sizeof(void*));
+    static_assert(sizeof(TQWBRoomConfig::roleType) == sizeof(void*) && sizeof(TQWBSessionCode) == sizeof(void*));
     static_assert(sizeof(TQWBRoomConfig::minutes) == 4 && sizeof(ServiceAnswer::code) == 4);
     struct Row {
         const char* json;

@@ -4,15 +4,15 @@
 
 namespace tq {
 
-/// Codes of failed navigation.
+/// Codes of failed navigation: the conference service was not found.
 enum TQWBNaviCode : NSUInteger {
     /// There is no address to ask.
     TQWBNaviCodeInvalidUrl = static_cast<NSUInteger>(-1),
-    /// The server refused the token; no other one is asked.
+    /// A server refused the token; no other one is asked.
     TQWBNaviCodeUnauthorized = 100010,
-    /// The server could not be reached, or answered another status than 200.
+    /// The last server could not be reached, gave another status than 200, or an answer that is too long.
     TQWBNaviCodeRequestFailed = 300003,
-    /// The answer lacks an address of the service.
+    /// The last server's answer lacks an address of the service.
     TQWBNaviCodeAnswerIncomplete = 300004,
 };
 
