@@ -12,6 +12,7 @@ set(TQWB_CORE_SOURCES
     navigation/NaviAddresses.cpp
     navigation/NaviAnswer.cpp
     navigation/NaviEntry.cpp
+    platform/Foundation/JSONEncoding.cpp
     platform/Foundation/NSClass.cpp
     platform/Foundation/NSConversion.cpp
     platform/Foundation/NSData.cpp

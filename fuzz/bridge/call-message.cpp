@@ -34,9 +34,12 @@ void checkName(std::string_view name)
 void check(std::string_view text)
 {
     checkName(text);
-    // Beginning with a blank it takes the longer way.
+    // What a page sends is characters and ends at the first zero, never bytes in some encoding.
+    if (!isPlainlyUTF8(text) || text.find('\0') != text.npos)
+        return;
+    // Ending with a blank it takes the longer way.
     const auto message = CallMessage::read(text);
-    const auto other = CallMessage::read(" " + std::string(text));
+    const auto other = CallMessage::read(std::string(text) + " ");
     expect(message.callbackName == other.callbackName, "the name is read the same by either way");
     expect(message.data.has_value() == other.data.has_value(), "the data is there by either way");
     expect(!message.data || areAlike(*message.data, *other.data), "the data is read the same by either way");

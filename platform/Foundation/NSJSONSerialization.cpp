@@ -1,5 +1,7 @@
 #include "NSJSONSerialization.h"
 
+#include "JSONEncoding.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -258,15 +260,17 @@ void writePretty(std::string& text, const boost::json::value& value, std::size_t
 
 } // namespace
 
-OptionalValue NSJSONSerialization::JSONObjectWithData(std::string_view text, std::string* error)
+OptionalValue NSJSONSerialization::JSONObjectWithData(std::string_view data, std::string* error)
 {
-    if (!isUTF8(text)) {
+    std::string storage;
+    const auto text = utf8OfJSON(data, storage);
+    if (!text || !isUTF8(*text)) {
         if (error)
-            *error = "the text is not UTF-8";
+            *error = "the text is not UTF-8, UTF-16 or UTF-32";
         return std::nullopt;
     }
     boost::json::error_code failure;
-    auto value = boost::json::parse({ text.data(), text.size() }, failure, {}, optionsFor(kMaxDepth));
+    auto value = boost::json::parse({ text->data(), text->size() }, failure, {}, optionsFor(kMaxDepth));
     if (!failure)
         return value;
     if (error)

@@ -10,9 +10,10 @@ namespace tq {
 /// Reading and writing of JSON texts. Nesting deeper than 512 is an error on both ways.
 class NSJSONSerialization {
 public:
+    /// @param data is a text in UTF-8, UTF-16 or UTF-32, with a byte-order mark or without.
     /// @param error receives the parser's message when the text is no JSON; may be null.
     /// @returns the value, a top-level null included; absent after an error.
-    static OptionalValue JSONObjectWithData(std::string_view text, std::string* error = nullptr);
+    static OptionalValue JSONObjectWithData(std::string_view data, std::string* error = nullptr);
 
     /// The value that a text begins with, which counts as lying one level deep; what follows it is left alone.
     /// @param text is UTF-8. @param length receives how far the value goes, with blanks after it.

@@ -54,6 +54,42 @@ TEST(SessionRules, CodesAndRolesAreMachineWordsAndMinutesAreNot)
     EXPECT_EQ(ServiceAnswer(std::nullopt).failureCode(), 0U);
 }
 
+// The text in units of so many bytes.
+std::string encoded(std::u32string_view text, std::size_t width, bool isBigEndian)
+{
+    std::string bytes;
+    for (const char32_t unit : text) {
+        for (std::size_t index = 0; index < width; ++index)
+            bytes += static_cast<char>(unit >> 8 * (isBigEndian ? width - 1 - index : index));
+    }
+    return bytes;
+}
+
+TEST(SessionRules, ARefusalIsOneInEveryEncoding)
+{
+    // As units of UTF-16; the last member is one character of two units.
+    constexpr std::u32string_view kBegin = U"{\"code\":4001,\"desc\":\"\u00E9\u20AC";
+    const auto pair = std::u32string(kBegin) + std::u32string{ 0xD83D, 0xDE00 } + U"\"}";
+    const auto lone = std::u32string(kBegin) + std::u32string{ 0xDE00, 0xD83D } + U"\"}";
+    const auto whole = std::u32string(kBegin) + U"\U0001F600\"}";
+    constexpr auto kText = "é€\U0001F600";
+    EXPECT_EQ(ServiceAnswer("\xEF\xBB\xBF{\"code\":4001}").code, 4001);
+    EXPECT_EQ(ServiceAnswer("\xEF\xBB\xBF\xEF\xBB\xBF{\"code\":4001}").code, 0);
+    for (const bool isBigEndian : { true, false }) {
+        for (const std::u32string_view mark : { U"", U"\uFEFF" }) {
+            const auto begin = std::u32string(mark);
+            for (const auto& data : { encoded(begin + pair, 2, isBigEndian), encoded(begin + whole, 4, isBigEndian) }) {
+                const ServiceAnswer answer(data);
+                EXPECT_EQ(answer.code, 4001);
+                EXPECT_EQ(answer.desc, boost::json::value(kText));
+                EXPECT_EQ(ServiceAnswer(data + "}").code, 0) << "half a character";
+            }
+            EXPECT_EQ(ServiceAnswer(encoded(begin + lone, 2, isBigEndian)).code, 0) << "no characters";
+            EXPECT_EQ(ServiceAnswer(encoded(begin + pair, 4, isBigEndian)).code, 0) << "no characters";
+        }
+    }
+}
+
 TEST(SessionRules, AKeyThatIsNoTextIsTakenAsItWouldBeWritten)
 {
     EXPECT_EQ(ServiceAnswer(R"({"key":"a b"})").key, "a b");
