@@ -15,6 +15,8 @@ add_library(tqwb_objects OBJECT
     navigation/TQWBNaviManager.cpp
     platform/WebKit/WKDelegates.cpp
     platform/gtk/AlertContent.cpp
+    platform/gtk/BackgroundWork.cpp
+    platform/gtk/CurlAddress.cpp
     platform/gtk/CurlErrors.cpp
     platform/gtk/CurlTransfer.cpp
     platform/gtk/DefaultsDatabase.cpp

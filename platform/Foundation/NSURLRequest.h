@@ -3,6 +3,7 @@
 #include "NSTypes.h"
 #include "NSURL.h"
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <utility>
@@ -15,7 +16,7 @@ enum class NSURLRequestCachePolicy { UseProtocolCachePolicy, ReloadIgnoringLocal
 
 /// One HTTP request, before it is sent.
 struct NSMutableURLRequest {
-    /// Absent: a request for nothing; loading it has no effect and sending it fails.
+    /// Absent: a request for nothing; loading it has no effect and sending it fails. Nor is one with a fragment sent.
     std::optional<NSURL> URL{};
     /// The verb, in capitals.
     std::string HTTPMethod = "GET";
@@ -25,6 +26,8 @@ struct NSMutableURLRequest {
     OptionalText HTTPBody{};
     /// Seconds from start to the end of the answer.
     double timeoutInterval = 60;
+    /// Bytes that the answer's body may have at most; a longer one is an error.
+    std::size_t maximumAnswerLength = std::size_t{ 16 } << 20U;
     /// Whether the answer may be one from before.
     NSURLRequestCachePolicy cachePolicy = NSURLRequestCachePolicy::UseProtocolCachePolicy;
 

@@ -1,17 +1,15 @@
 #include "CurlTransfer.h"
 
 #include "../Foundation/Dispatch.h"
+#include "BackgroundWork.h"
+#include "CurlAddress.h"
 #include "CurlErrors.h"
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <curl/curl.h>
 #include <fstream>
-#include <memory>
-#include <mutex>
 #include <sstream>
 #include <string_view>
 #include <variant>
@@ -22,69 +20,22 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::size_t kMaxBody = 16U << 20U;
 constexpr int kMaxRedirections = 5;
 
-struct CurlRelease {
-    void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
-    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
-    void operator()(CURLU* url) const { curl_url_cleanup(url); }
-    void operator()(char* text) const { curl_free(text); }
-};
-using CurlHandle = std::unique_ptr<CURL, CurlRelease>;
-using CurlList = std::unique_ptr<curl_slist, CurlRelease>;
-using CurlUrl = std::unique_ptr<CURLU, CurlRelease>;
-using CurlText = std::unique_ptr<char, CurlRelease>;
-
-// Counts the transfers under way. When the process ends, it stops them and waits for them a little, so that none of
-// them meets libraries that have been taken down already.
-class TransfersUnderWay {
-public:
-    static TransfersUnderWay& shared()
-    {
-        // The library below registers its own clean-up when it starts, and must be cleaned up after us.
-        static const CURLcode started = curl_global_init(CURL_GLOBAL_DEFAULT);
-        static_cast<void>(started);
-        static TransfersUnderWay transfers;
-        return transfers;
-    }
-    ~TransfersUnderWay()
-    {
-        m_isEnding = true;
-        std::unique_lock lock(m_mutex);
-        m_changed.wait_for(lock, std::chrono::seconds(2), [this] { return !m_count; });
-    }
-    TransfersUnderWay(const TransfersUnderWay&) = delete;
-    TransfersUnderWay& operator=(const TransfersUnderWay&) = delete;
-
-    bool isEnding() const { return m_isEnding; }
-
-    /// Counts while it exists.
-    class Entry {
-    public:
-        Entry() { shared().add(1); }
-        ~Entry() { shared().add(-1); }
-        Entry(const Entry&) = delete;
-        Entry& operator=(const Entry&) = delete;
-    };
-
-private:
-    TransfersUnderWay() = default;
-    void add(int change)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_count += change;
-        m_changed.notify_all();
-    }
-
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    int m_count = 0;
-    std::atomic<bool> m_isEnding = false;
-};
+// The library below registers its own clean-up when it starts.
+void ensureStarted()
+{
+    static const CURLcode s_started = [] {
+        const auto code = curl_global_init(CURL_GLOBAL_DEFAULT);
+        BackgroundWork::waitBeforeExit();
+        return code;
+    }();
+    static_cast<void>(s_started);
+}
 
 struct Answer {
-    std::string body;
+    const std::size_t maximumLength;
+    std::string body{};
     bool isTooLong = false;
     // The empty line has come that ends the head; a connection that is closed before it counts for libcurl as well.
     bool isHeadWhole = false;
@@ -93,7 +44,8 @@ struct Answer {
 std::size_t receive(char* data, std::size_t, std::size_t size, void* target)
 {
     auto& answer = *static_cast<Answer*>(target);
-    if (answer.body.size() + size > kMaxBody) {
+    BackgroundWork::stopIfEnding();
+    if (answer.body.size() + size > answer.maximumLength) {
         answer.isTooLong = true;
         return 0;
     }
@@ -119,7 +71,8 @@ std::size_t receiveHead(char* data, std::size_t, std::size_t size, void* target)
 
 int stopWhenEnding(void*, curl_off_t, curl_off_t, curl_off_t, curl_off_t)
 {
-    return TransfersUnderWay::shared().isEnding() ? 1 : 0;
+    BackgroundWork::stopIfEnding();
+    return 0;
 }
 
 bool isHeaderText(std::string_view text)
@@ -149,8 +102,7 @@ CurlList headerList(const NSMutableURLRequest& request)
 void setMethod(CURL* handle, const NSMutableURLRequest& request)
 {
     if (request.HTTPMethod == "POST") {
-        static const std::string s_nothing;
-        const auto& body = request.HTTPBody ? *request.HTTPBody : s_nothing;
+        const std::string_view body = request.HTTPBody ? std::string_view(*request.HTTPBody) : "";
         curl_easy_setopt(handle, CURLOPT_POST, 1L);
         curl_easy_setopt(handle, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
         curl_easy_setopt(handle, CURLOPT_POSTFIELDS, body.data());
@@ -159,12 +111,12 @@ void setMethod(CURL* handle, const NSMutableURLRequest& request)
     }
 }
 
-void setLimits(CURL* handle, Clock::time_point deadline)
+void setLimits(CURL* handle, Clock::time_point deadline, std::size_t maximumLength)
 {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
     curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(std::max<std::int64_t>(left, 1)));
     // For what the head says of its body's length, even a length that no number holds.
-    curl_easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(kMaxBody));
+    curl_easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(maximumLength));
     curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);
     curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(handle, CURLOPT_NOPROGRESS, 0L);
@@ -175,39 +127,53 @@ void setLimits(CURL* handle, Clock::time_point deadline)
 #endif
 }
 
-std::string partOf(CURLU* url, CURLUPart part)
+// What is wrong with where a redirection leads; null when nothing is.
+const char* refusal(const NSURL& from, const std::optional<NSURL>& to)
 {
-    char* text = nullptr;
-    curl_url_get(url, part, &text, CURLU_DEFAULT_PORT);
-    const CurlText owned(text);
-    return text ? text : "";
-}
-
-bool haveSameOrigin(const char* first, const char* second)
-{
-    const CurlUrl one(curl_url());
-    const CurlUrl other(curl_url());
-    if (curl_url_set(one.get(), CURLUPART_URL, first, 0) || curl_url_set(other.get(), CURLUPART_URL, second, 0))
-        return false;
-    return std::ranges::all_of(std::array{ CURLUPART_SCHEME, CURLUPART_HOST, CURLUPART_PORT },
-        [&](CURLUPart part) { return partOf(one.get(), part) == partOf(other.get(), part); });
+    if (!to)
+        return "The server redirects to an address that is none.";
+    const auto here = originOf(from.absoluteString());
+    const auto there = originOf(to->absoluteString());
+    if (!there)
+        return "The server redirects to another scheme, which is refused.";
+    if (here->host != there->host)
+        return "The server redirects to another host, which is refused.";
+    if (here->scheme != there->scheme)
+        return "The server redirects to another scheme, which is refused.";
+    return here->port != there->port ? "The server redirects to another port, which is refused." : nullptr;
 }
 
 // The request that a redirection asks for, or the error that it is.
 std::variant<NSMutableURLRequest, NSError> redirected(
-    const NSMutableURLRequest& request, long status, const char* target)
+    const NSMutableURLRequest& request, NSInteger status, const std::string& location)
 {
-    if (!haveSameOrigin(request.URL->absoluteString().c_str(), target))
-        return transferError(NSURLErrorBadServerResponse, "The server redirects to another host, which is refused.");
     auto next = request;
-    next.URL = NSURL::URLWithString(target);
-    if (!next.URL)
-        return transferError(NSURLErrorBadServerResponse, "The server redirects to an address that is none.");
+    const auto target = resolveCurlAddress(request.URL->absoluteString(), location);
+    // A fragment is nothing that could be sent.
+    next.URL = NSURL::URLWithString(target.substr(0, target.find('#')));
+    if (const char* reason = refusal(*request.URL, next.URL))
+        return transferError(NSURLErrorBadServerResponse, reason);
     if (status == 303 || (status < 303 && request.HTTPMethod == "POST")) {
         next.HTTPMethod = "GET";
         next.HTTPBody.reset();
     }
     return next;
+}
+
+// Where an answer leads, as it says it; empty when nowhere.
+std::string locationOf(CURL* handle, long status)
+{
+    curl_header* header = nullptr;
+    const bool isRedirection = status >= 300 && status < 400;
+    if (!isRedirection || curl_easy_header(handle, "Location", 0, CURLH_HEADER, -1, &header) != CURLHE_OK)
+        return {};
+    return header->value;
+}
+
+std::string lengthText(std::size_t length)
+{
+    constexpr std::size_t kMega = std::size_t{ 1 } << 20U;
+    return length % kMega ? std::to_string(length / 1024) + " KiB" : std::to_string(length / kMega) + " MiB";
 }
 
 // Certificates given by hand take the place of the system's bundle, though not of its folder. Where there is no folder,
@@ -225,20 +191,34 @@ std::string systemAnchorsLostBy(CURL* handle)
     return content.str();
 }
 
+std::optional<NSError> errorOf(CURLcode code, const Answer& answer, const char* detail)
+{
+    if (answer.isTooLong || code == CURLE_FILESIZE_EXCEEDED)
+        return transferError(
+            NSURLErrorDataLengthExceedsMaximum, "The answer is longer than " + lengthText(answer.maximumLength) + ".");
+    if (code != CURLE_OK)
+        return transferErrorFromCurl(code, detail);
+    if (!answer.isHeadWhole)
+        return transferError(NSURLErrorNetworkConnectionLost, "The connection was closed in the middle of the answer.");
+    return std::nullopt;
+}
+
 // One request and its answer.
 struct Exchange {
     TransferOutcome outcome;
     // Where the answer leads; empty when nowhere.
-    std::string redirection;
+    std::string location;
 };
 
 Exchange exchange(const NSMutableURLRequest& request, const OptionalText& extraTrustAnchors, Clock::time_point deadline)
 {
     const CurlHandle handle(curl_easy_init());
     const auto headers = headerList(request);
-    Answer answer;
+    const auto address = readCurlAddress(request.URL->absoluteString());
+    Answer answer{ .maximumLength = request.maximumAnswerLength };
     std::array<char, CURL_ERROR_SIZE> errorText{};
-    curl_easy_setopt(handle.get(), CURLOPT_URL, request.URL->absoluteString().c_str());
+    curl_easy_setopt(handle.get(), CURLOPT_CURLU, address.get());
+    curl_easy_setopt(handle.get(), CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(handle.get(), CURLOPT_HTTPHEADER, headers.get());
     curl_easy_setopt(handle.get(), CURLOPT_WRITEFUNCTION, receive);
     curl_easy_setopt(handle.get(), CURLOPT_WRITEDATA, &answer);
@@ -246,7 +226,7 @@ Exchange exchange(const NSMutableURLRequest& request, const OptionalText& extraT
     curl_easy_setopt(handle.get(), CURLOPT_HEADERDATA, &answer);
     curl_easy_setopt(handle.get(), CURLOPT_ERRORBUFFER, errorText.data());
     setMethod(handle.get(), request);
-    setLimits(handle.get(), deadline);
+    setLimits(handle.get(), deadline, request.maximumAnswerLength);
     std::string anchors;
     if (extraTrustAnchors) {
         anchors = *extraTrustAnchors + systemAnchorsLostBy(handle.get());
@@ -255,28 +235,14 @@ Exchange exchange(const NSMutableURLRequest& request, const OptionalText& extraT
     }
 
     const auto code = curl_easy_perform(handle.get());
-    Exchange result;
+    BackgroundWork::stopIfEnding();
+    if (const auto error = errorOf(code, answer, errorText.data()))
+        return { { .error = error }, {} };
     long status = 0;
     curl_easy_getinfo(handle.get(), CURLINFO_RESPONSE_CODE, &status);
-    if (status)
-        result.outcome.response = NSHTTPURLResponse{ request.URL->absoluteString(), static_cast<NSInteger>(status) };
-    if (code == CURLE_ABORTED_BY_CALLBACK)
-        result.outcome.isAbandoned = true;
-    if (answer.isTooLong || code == CURLE_FILESIZE_EXCEEDED) {
-        result.outcome.error = transferError(NSURLErrorDataLengthExceedsMaximum, "The answer is longer than 16 MiB.");
-    } else if (code != CURLE_OK) {
-        result.outcome.error = transferErrorFromCurl(code, errorText.data());
-    } else if (!answer.isHeadWhole) {
-        result.outcome.error
-            = transferError(NSURLErrorNetworkConnectionLost, "The connection was closed in the middle of the answer.");
-    } else {
-        result.outcome.data = std::move(answer.body);
-        char* target = nullptr;
-        curl_easy_getinfo(handle.get(), CURLINFO_REDIRECT_URL, &target);
-        if (target)
-            result.redirection = target;
-    }
-    return result;
+    return { { .data = std::move(answer.body),
+                 .response = NSHTTPURLResponse{ request.URL->absoluteString(), static_cast<NSInteger>(status) } },
+        locationOf(handle.get(), status) };
 }
 
 TransferOutcome follow(NSMutableURLRequest request, const OptionalText& extraTrustAnchors)
@@ -284,15 +250,12 @@ TransferOutcome follow(NSMutableURLRequest request, const OptionalText& extraTru
     const auto deadline
         = Clock::now() + std::chrono::milliseconds(static_cast<std::int64_t>(request.timeoutInterval * 1000));
     for (int redirections = 0; redirections <= kMaxRedirections; ++redirections) {
-        auto [outcome, target] = exchange(request, extraTrustAnchors, deadline);
-        if (target.empty())
+        auto [outcome, location] = exchange(request, extraTrustAnchors, deadline);
+        if (location.empty())
             return std::move(outcome);
-        auto next = redirected(request, static_cast<long>(outcome.response->statusCode), target.c_str());
-        if (auto* error = std::get_if<NSError>(&next)) {
-            outcome.data.reset();
-            outcome.error = std::move(*error);
-            return std::move(outcome);
-        }
+        auto next = redirected(request, outcome.response->statusCode, location);
+        if (auto* error = std::get_if<NSError>(&next))
+            return { .error = std::move(*error) };
         request = std::get<NSMutableURLRequest>(std::move(next));
     }
     return { .error = transferError(NSURLErrorHTTPTooManyRedirects, "The server redirects too often.") };
@@ -302,12 +265,16 @@ TransferOutcome follow(NSMutableURLRequest request, const OptionalText& extraTru
 
 TransferOutcome performTransfer(const NSMutableURLRequest& request, const OptionalText& extraTrustAnchors)
 {
-    if (!request.URL)
+    if (!request.URL || !originOf(request.URL->absoluteString()))
         return { .error = transferError(NSURLErrorUnsupportedURL, "unsupported URL") };
+    // What stands in an address after this sign is never sent: the request would be another one than was asked for.
+    if (request.URL->absoluteString().find('#') != std::string::npos)
+        return { .error
+            = transferError(NSURLErrorUnsupportedURL, "The address has a fragment, which cannot be sent.") };
     if (!std::ranges::all_of(request.headers, [](const auto& header) { return isHeaderText(header.second); }))
         return { .error
             = transferError(NSURLErrorUnknown, "A header value holds a line break or a control character.") };
-    const TransfersUnderWay::Entry entry;
+    ensureStarted();
     return follow(request, extraTrustAnchors);
 }
 

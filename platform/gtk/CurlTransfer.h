@@ -12,14 +12,13 @@ namespace tq {
 struct TransferOutcome {
     /// Absent after an error.
     OptionalText data{};
-    /// Absent when no answer began.
+    /// Absent after an error, also when an answer had begun.
     std::optional<NSHTTPURLResponse> response{};
     std::optional<NSError> error{};
-    /// The process is ending: nobody is to be told.
-    bool isAbandoned = false;
 };
 
-/// Sends the request and waits for the end of the answer, no longer than the request's time-out. Any thread.
+/// Sends the request and waits for the end of the answer, no longer than the request's time-out. On any
+/// thread, within `BackgroundWork`: does not return when the process is ending.
 /// @param extraTrustAnchors certificates trusted beside the system's own.
 TransferOutcome performTransfer(const NSMutableURLRequest& request, const OptionalText& extraTrustAnchors);
 

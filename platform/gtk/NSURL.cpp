@@ -1,21 +1,40 @@
 #include "../Foundation/NSURL.h"
 
-#include "GLibPointers.h"
+#include "CurlAddress.h"
 
 #include <algorithm>
-#include <memory>
 
 namespace tq {
 
 namespace {
 
-struct UriRelease {
-    void operator()(GUri* uri) const { g_uri_unref(uri); }
-};
-
-std::unique_ptr<GUri, UriRelease> parsed(const std::string& text)
+bool isLetter(char character)
 {
-    return std::unique_ptr<GUri, UriRelease>(g_uri_parse(text.c_str(), G_URI_FLAGS_PARSE_RELAXED, nullptr));
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
+}
+
+bool isOfScheme(char character)
+{
+    return isLetter(character) || (character >= '0' && character <= '9')
+        || std::string_view("+-.").find(character) != std::string_view::npos;
+}
+
+bool beginsWithScheme(std::string_view text)
+{
+    const auto scheme = text.substr(0, text.find(':'));
+    return scheme.size() < text.size() && !scheme.empty() && isLetter(scheme.front())
+        && std::ranges::all_of(scheme, isOfScheme);
+}
+
+// Addresses of other schemes are the engine's to read.
+bool isForTransfers(std::string_view text)
+{
+    const auto begins = [text](std::string_view scheme) {
+        return text.size() >= scheme.size()
+            && std::ranges::equal(text.substr(0, scheme.size()), scheme,
+                [](char one, char other) { return one == other || (isLetter(one) && (one | 0x20) == other); });
+    };
+    return begins("https:") || begins("http:");
 }
 
 } // namespace
@@ -25,37 +44,26 @@ std::optional<NSURL> NSURL::URLWithString(std::string_view text)
     std::string address(text);
     const bool isPrintableAscii
         = std::ranges::all_of(address, [](char character) { return character > ' ' && character < 0x7F; });
-    if (address.empty() || !isPrintableAscii)
-        return std::nullopt;
-    // Hosts are checked as far as the engine and the transfers would: brackets, ports, percent signs.
-    if (!g_uri_is_valid(address.c_str(), G_URI_FLAGS_PARSE_RELAXED, nullptr))
+    if (!isPrintableAscii || !beginsWithScheme(address) || (isForTransfers(address) && !readCurlAddress(address)))
         return std::nullopt;
     return NSURL(std::move(address));
 }
 
 OptionalText NSURL::origin() const
 {
-    const auto uri = parsed(m_text);
-    const char* host = uri ? g_uri_get_host(uri.get()) : nullptr;
-    if (!host || !*host)
+    const auto origin = originOf(m_text);
+    if (!origin)
         return std::nullopt;
-    const std::string scheme = g_uri_get_scheme(uri.get());
-    const bool isBracketed = std::string_view(host).find(':') != std::string_view::npos;
-    auto text = scheme + "://" + (isBracketed ? "[" + std::string(host) + "]" : host);
-    const int port = g_uri_get_port(uri.get());
-    if (port > 0 && !(scheme == "https" && port == 443) && !(scheme == "http" && port == 80))
-        text += ":" + std::to_string(port);
-    std::ranges::transform(text, text.begin(), g_ascii_tolower);
-    return text;
+    return origin->scheme + "://" + origin->host + (origin->port.empty() ? "" : ":") + origin->port;
 }
 
 bool NSURL::isOriginAlone() const
 {
-    const auto uri = parsed(m_text);
-    if (!uri || g_uri_get_userinfo(uri.get()) || g_uri_get_query(uri.get()) || g_uri_get_fragment(uri.get()))
+    if (!readCurlAddress(m_text))
         return false;
-    const std::string_view path = g_uri_get_path(uri.get());
-    return path.empty() || path == "/";
+    const auto rest = std::string_view(m_text).substr(m_text.find(':') + 3);
+    const auto end = std::min(rest.find_first_of("/?#"), rest.size());
+    return rest.substr(0, end).find('@') == rest.npos && (end == rest.size() || rest.substr(end) == "/");
 }
 
 } // namespace tq

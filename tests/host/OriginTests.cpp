@@ -158,12 +158,6 @@ TEST_F(OriginTest, OnlyOriginsAreTakenForSuch)
     EXPECT_TRUE(view->setAllowedOrigins(std::vector{ loud + "/" }));
     EXPECT_EQ(answerAt(good()), kAnswered);
     EXPECT_EQ(answerAt(other()), kRefused);
-    const std::vector<std::pair<std::string, OptionalText>> rows{ { "https://host:443/a", "https://host" },
-        { "http://host:80", "http://host" }, { "http://host:443", "http://host:443" },
-        { "https://[::1]:8443/", "https://[::1]:8443" }, { "https://a@host/", "https://host" },
-        { "data:,x", std::nullopt } };
-    for (const auto& [address, origin] : rows)
-        EXPECT_EQ(NSURL::URLWithString(address)->origin(), origin) << address;
 }
 
 } // namespace

@@ -247,6 +247,64 @@ TEST_F(SessionTest, AbsentMembersAreLeftOutAndEmptyHeadersAreSent)
     FAIL() << "no replay was asked for";
 }
 
+// The key and the token go to the host that was named, or nowhere.
+TEST_F(SessionTest, AServiceWithoutAHostIsAskedForNothing)
+{
+    for (const std::string& host : Lines{ "", "/", "/" + server.host(), "//" + server.host(), "?", "#", "@", ":443",
+             "a@", "\\" + server.host(), "a\\@" + server.host(), "local%68ost" + server.host().substr(9) }) {
+        SCOPED_TRACE(host);
+        knowService(json(host), json(server.host()));
+        EXPECT_EQ(join()->code, 300005U);
+        EXPECT_EQ(play()->code, 300007U);
+        knowService(json(server.host()), json(server.host()));
+        EXPECT_EQ(join()->successes, 1);
+        knowService(json(host), json(server.host()));
+        const auto before = server.requests().size();
+        const auto left = quit();
+        EXPECT_EQ(left->code, 300005U);
+        EXPECT_EQ(left->text, "unsupported URL");
+        for (const auto& request : server.requests())
+            EXPECT_FALSE(request.line().starts_with("DELETE")) << before;
+    }
+}
+
+TEST_F(SessionTest, RoomAndUserArriveAsTheyStand)
+{
+    const std::vector<std::pair<std::string, std::string>> rows{ { "..", ".." }, { ".", "." }, { "%2e%2E", "..%2f.." },
+        { "../..", "a/../../b" }, { "a//b/", "/" }, { "100%", "%zz%" }, { "a?b=c", "d&e" },
+        { R"(!"$&'()*+,-;<=>@[\]^_`{|}~:)", "A\\b" } };
+    for (const auto& [room, user] : rows) {
+        SCOPED_TRACE(room);
+        config->roomId = room;
+        config->userId = user;
+        EXPECT_EQ(join()->successes, 1);
+        EXPECT_EQ(quit()->successes, 1);
+        board = TQWhiteBoard::initWithWebView(view);
+        std::vector<std::string> lines;
+        for (const auto& request : server.requests()) {
+            if (!request.line().starts_with("GET"))
+                lines.push_back(request.line());
+        }
+        ASSERT_GE(lines.size(), 2U);
+        EXPECT_EQ(lines[lines.size() - 2], "POST /api/v1/iwb/join/" + room + " HTTP/1.1");
+        EXPECT_EQ(lines.back(), "DELETE /api/v1/iwb/hubs/" + room + "/users/" + user + " HTTP/1.1");
+    }
+    // What cannot arrive is not sent. (The user stands in the body when a room is joined.)
+    EXPECT_EQ(join()->successes, 1);
+    const auto count = [&] {
+        return std::ranges::count_if(
+            server.requests(), [](const auto& request) { return !request.line().starts_with("GET"); });
+    };
+    const auto before = count();
+    for (const char* text : { "a b", "a#b", "a\tb", "\xC3\xA9" }) {
+        config->userId = text;
+        EXPECT_EQ(quit()->code, 300005U) << text;
+        config->roomId = text;
+        EXPECT_EQ(join()->code, 300005U) << text;
+    }
+    EXPECT_EQ(count(), before);
+}
+
 TEST_F(SessionTest, RolesAndMinutesAreTheRecords)
 {
     config->roleType = 3;
