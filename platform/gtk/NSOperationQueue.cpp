@@ -1,6 +1,7 @@
 #include "../Foundation/NSOperationQueue.h"
 
 #include "../Foundation/Dispatch.h"
+#include "BackgroundWork.h"
 
 #include <condition_variable>
 #include <deque>
@@ -16,6 +17,13 @@ struct NSOperationQueue::Impl {
     std::deque<std::function<void()>> operations;
     bool isClosed = false;
 
+    // What an operation holds is let go of with it.
+    static void perform(std::function<void()> operation)
+    {
+        const BackgroundWork work;
+        runGuarded(operation);
+        operation = nullptr;
+    }
     void run()
     {
         std::unique_lock lock(mutex);
@@ -26,8 +34,7 @@ struct NSOperationQueue::Impl {
             auto operation = std::move(operations.front());
             operations.pop_front();
             lock.unlock();
-            runGuarded(operation);
-            operation = nullptr;
+            perform(std::move(operation));
             lock.lock();
         }
     }

@@ -1,6 +1,7 @@
 #include "../Foundation/NSURLSession.h"
 
 #include "../Foundation/Dispatch.h"
+#include "BackgroundWork.h"
 #include "CurlErrors.h"
 #include "CurlTransfer.h"
 #include "GLibPointers.h"
@@ -82,7 +83,7 @@ struct NSURLSession::DataTask::Impl {
     }
     void complete(TransferOutcome&& outcome)
     {
-        if (auto done = std::exchange(completion, nullptr); done && !outcome.isAbandoned)
+        if (auto done = std::exchange(completion, nullptr); done)
             done(std::move(outcome.data), outcome.response, outcome.error);
         delegate.reset();
     }
@@ -127,6 +128,7 @@ void NSURLSession::DataTask::resume()
     };
     try {
         std::thread([impl = m_impl, deliver]() mutable {
+            const BackgroundWork work;
             auto outcome = impl->transfer();
             deliver(std::move(impl), std::move(outcome));
         }).detach();

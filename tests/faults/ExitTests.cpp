@@ -1,0 +1,125 @@
+// The process ends by `exit` while transfers are under way.
+
+#include "tests/support/HttpsServer.h"
+#include "tests/support/MainLoop.h"
+
+#include "navigation/TQWBNaviManager.h"
+#include "platform/Foundation/Dispatch.h"
+#include "platform/Foundation/NSURLSession.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <random>
+#include <thread>
+#include <unistd.h>
+
+namespace tq::test {
+namespace {
+
+constexpr const char* kHost = "TQWB_TEST_EXIT_HOST";
+
+// The server is the first process's, and not ended with the one that ends.
+class ExitTest : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (getenv(kHost)) {
+            NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(getenv("TQWB_TEST_ANCHOR"));
+            return;
+        }
+        m_server = std::make_unique<HttpsServer>(
+            [this](const ReceivedRequest& request, Wire& wire) {
+                if (request.line().find("/silent") != std::string::npos)
+                    wire.waitForEnd();
+                else
+                    wire.send(HttpsServer::answerWith(200, R"({"iwbLeaseUri":"l","iwbConferenceUri":"c"})"));
+            },
+            HttpsServer::Transport{});
+        setenv(kHost, m_server->host().c_str(), 1);
+        setenv("TQWB_TEST_ANCHOR", HttpsServer::authority().c_str(), 1);
+    }
+    void TearDown() override { unsetenv(kHost); }
+    static std::optional<NSURL> at(const std::string& path)
+    {
+        return NSURL::URLWithString("https://" + std::string(getenv(kHost)) + path);
+    }
+    static void request(const std::string& path, NSURLCompletion completion)
+    {
+        auto session = NSURLSession::sessionWithConfiguration(
+            NSURLSessionConfiguration::defaultSessionConfiguration(), nullptr, NSOperationQueue::create());
+        session->dataTaskWithRequest({ .URL = at(path) }, std::move(completion)).resume();
+    }
+
+private:
+    std::unique_ptr<HttpsServer> m_server;
+};
+
+using Clock = std::chrono::steady_clock;
+
+std::atomic<bool> s_isTakenDown = false;
+Clock::time_point s_end = Clock::time_point::max();
+
+// Goes when the process ends, after all that was made later.
+struct Early {
+    ~Early()
+    {
+        s_isTakenDown = true;
+        if (s_end != Clock::time_point::max() && Clock::now() - s_end > std::chrono::seconds(1))
+            _exit(3);
+    }
+} s_early;
+
+TEST_F(ExitTest, ACallbackThatIsRunningMeetsNothingThatHasBeenTakenDown)
+{
+    const auto end = [] {
+        std::atomic<bool> isRunning = false;
+        request("/", [&](auto&&...) {
+            isRunning = true;
+            const auto until = Clock::now() + std::chrono::milliseconds(300);
+            while (Clock::now() < until && !s_isTakenDown)
+                std::this_thread::yield();
+            if (s_isTakenDown)
+                _exit(1);
+        });
+        runUntil([&] { return isRunning.load(); }, "the callback runs");
+        std::exit(0);
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(ExitTest, ACallbackMayEndTheProcessWithoutWaitingForItself)
+{
+    const auto end = [] {
+        request("/", [](auto&&...) {
+            s_end = Clock::now();
+            std::exit(0);
+        });
+        runUntil([] { return false; }, "the process ends");
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(ExitTest, TransfersInEveryStateEndWithTheProcess)
+{
+    constexpr int kRounds = 8;
+    const auto end = [](int round) {
+        std::minstd_rand random(static_cast<unsigned>(round));
+        std::atomic<int> answers = 0;
+        for (int number = 0; number < 12; ++number) {
+            request(number % 3 ? "/" : "/silent", [&](auto&&...) { ++answers; });
+            TQWBNaviManager::sharedInstance()->requestNavis(
+                TQWBNaviManager::URLList{ at("/silent"), at("/") }, "key", "token", "v", 0.05 * number,
+                [&](bool) { ++answers; }, nullptr);
+        }
+        const auto wanted = static_cast<int>(random() % 8);
+        runUntil([&] { return answers >= wanted; }, "some have ended");
+        std::exit(0);
+    };
+    for (int round = 0; round < kRounds; ++round)
+        EXPECT_EXIT(end(round), testing::ExitedWithCode(0), "");
+}
+
+} // namespace
+} // namespace tq::test
