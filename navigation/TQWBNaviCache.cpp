@@ -33,6 +33,13 @@ std::shared_ptr<TQWBNaviDataInfo> TQWBNaviManager::getNaviData(
     return entry ? naviDataOfEntry(*entry) : nullptr;
 }
 
+std::shared_ptr<TQWBNaviDataInfo> TQWBNaviManager::freshNaviData(
+    const OptionalText& appKey, const OptionalText& token) const
+{
+    const auto entry = readEntry(appKey, token);
+    return entry && !isNaviEntryStale(*entry, currentTimestamp()) ? naviDataOfEntry(*entry) : nullptr;
+}
+
 bool TQWBNaviManager::saveNavi(
     const std::optional<boost::json::object>& answer, const OptionalText& appKey, const OptionalText& token)
 {

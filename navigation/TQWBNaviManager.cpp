@@ -10,6 +10,10 @@ namespace tq {
 
 namespace {
 
+// A good answer is some hundred bytes, of which two are host names of 253 letters at most. It is read, kept and read
+// again on the main thread, and at every operation for two hours.
+constexpr std::size_t kMaximumAnswerLength = std::size_t{ 64 } << 10U;
+
 std::string errorDescription(const std::optional<NSError>& error)
 {
     if (!error)
@@ -24,6 +28,7 @@ NSMutableURLRequest naviRequest(const std::optional<NSURL>& navi, const Optional
     NSMutableURLRequest request{ .URL = navi,
         .HTTPMethod = "POST",
         .timeoutInterval = timeout,
+        .maximumAnswerLength = kMaximumAnswerLength,
         .cachePolicy = NSURLRequestCachePolicy::ReloadIgnoringLocalCacheData };
     request.setValue("application/x-www-form-urlencoded", "Content-Type");
     request.setValue(appKey, "appId");
@@ -49,6 +54,17 @@ std::optional<TQWBNaviManager::URLList> TQWBNaviManager::getAllNaviURLS(
     for (const auto& server : *servers)
         urls.push_back(NSURL::URLWithString(server));
     return urls;
+}
+
+std::optional<std::vector<std::string>> TQWBNaviManager::formatNaviServers(
+    const std::optional<std::vector<std::string>>& servers)
+{
+    return tq::formatNaviServers(servers);
+}
+
+std::string TQWBNaviManager::formatCorrectNaviServer(std::string_view server)
+{
+    return tq::formatCorrectNaviServer(server);
 }
 
 void TQWBNaviManager::requestNavis(const std::optional<URLList>& navis, const OptionalText& appKey,

@@ -28,7 +28,7 @@ using NaviFailure = std::function<void(NSUInteger code, const OptionalText& body
 ///
 /// Any thread. Callbacks run on the main thread, but for the failure of an empty list of addresses, which is told at
 /// once to the caller. Overlapping requests run side by side.
-class TQWBNaviManager final : public NSObject, public NSURLSessionDelegate {
+class TQWBNaviManager final : public NSObject, public NSURLSessionTaskDelegate {
 public:
     /// A list of addresses; an entry is absent where the text was no valid address.
     using URLList = std::vector<std::optional<NSURL>>;
@@ -40,6 +40,12 @@ public:
     /// @returns absent when there are no defaults.
     static std::optional<URLList> getAllNaviURLS(
         const OptionalText& token, const std::optional<std::vector<std::string>>& naviArr);
+
+    /// Every address that is not empty, made whole; absent for an absent or empty list.
+    static std::optional<std::vector<std::string>> formatNaviServers(
+        const std::optional<std::vector<std::string>>& servers);
+    /// The address with "https://" before it unless it begins with "http", and with "config.json" at its end.
+    static std::string formatCorrectNaviServer(std::string_view server);
 
     /// Asks the addresses one after the other until one gives a good answer, and stores that.
     /// @param timeout of each attempt, in seconds.
@@ -57,6 +63,8 @@ public:
     bool needRequestNavi(const OptionalText& appKey, const OptionalText& token) const;
     /// What is stored for the pair, however old; absent when nothing is.
     std::shared_ptr<TQWBNaviDataInfo> getNaviData(const OptionalText& appKey, const OptionalText& token) const;
+    /// Both at once, with one look at the store: what is stored for the pair; absent when a request is needed.
+    std::shared_ptr<TQWBNaviDataInfo> freshNaviData(const OptionalText& appKey, const OptionalText& token) const;
     /// Stores an answer for the pair, in the place of an older one.
     /// @returns false, with nothing changed, for an absent answer, one whose addresses are null, and one that is nested
     /// too deeply to be stored.

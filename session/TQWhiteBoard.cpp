@@ -93,13 +93,13 @@ void TQWhiteBoard::quitWhiteBoard(TQWBSuccess success, TQWBFailure error)
 void TQWhiteBoard::withNavigation(
     const OptionalText& appKey, const OptionalText& token, TQWBFailure error, std::function<void(TQWhiteBoard&)> next)
 {
-    if (TQWBNaviManager::sharedInstance()->needRequestNavi(appKey, token)) {
-        auto proceed = [self = shared_from_this(), next = std::move(next)] { next(*self); };
-        requestNavi(appKey, token, std::move(proceed), std::move(error));
+    if (auto data = TQWBNaviManager::sharedInstance()->freshNaviData(appKey, token)) {
+        setNaviData(std::move(data));
+        next(*this);
         return;
     }
-    setNaviData(appKey, token);
-    next(*this);
+    auto proceed = [self = shared_from_this(), next = std::move(next)] { next(*self); };
+    requestNavi(appKey, token, std::move(proceed), std::move(error));
 }
 
 void TQWhiteBoard::requestNavi(
@@ -109,7 +109,7 @@ void TQWhiteBoard::requestNavi(
     TQWBNaviManager::sharedInstance()->requestNavis(
         urls, appKey, token, getVersion(), kNavigationTimeout,
         [self = shared_from_this(), appKey, token, success = std::move(success)](bool) {
-            self->setNaviData(appKey, token);
+            self->setNaviData(TQWBNaviManager::sharedInstance()->getNaviData(appKey, token));
             NSLog("[TQ:Log] requestNavis success");
             if (success)
                 success();
@@ -122,9 +122,8 @@ void TQWhiteBoard::requestNavi(
         });
 }
 
-void TQWhiteBoard::setNaviData(const OptionalText& appKey, const OptionalText& token)
+void TQWhiteBoard::setNaviData(std::shared_ptr<const TQWBNaviDataInfo> data)
 {
-    std::shared_ptr<const TQWBNaviDataInfo> data = TQWBNaviManager::sharedInstance()->getNaviData(appKey, token);
     const std::lock_guard lock(m_mutex);
     m_naviData.swap(data);
 }

@@ -97,7 +97,7 @@ private:
 
     void withNavigation(const OptionalText& appKey, const OptionalText& token, TQWBFailure error,
         std::function<void(TQWhiteBoard&)> next);
-    void setNaviData(const OptionalText& appKey, const OptionalText& token);
+    void setNaviData(std::shared_ptr<const TQWBNaviDataInfo> data);
     void setRoomConfig(std::shared_ptr<TQWBRoomConfig> config);
     void dropWebView();
 

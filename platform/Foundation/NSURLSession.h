@@ -19,6 +19,9 @@ public:
     virtual ~NSURLSessionDelegate() = default;
 };
 
+/// What the tasks of a session report to; it has no duties either.
+class TQWB_EXPORT NSURLSessionTaskDelegate : public NSURLSessionDelegate { };
+
 /// What sessions have in common.
 class TQWB_EXPORT NSURLSessionConfiguration {
 public:
@@ -36,8 +39,8 @@ private:
     NSURLSessionConfiguration() = default;
 };
 
-/// The outcome of a transfer: the answer's body (absent after an error), its head (absent when none came), and the
-/// error (absent when none happened). A body longer than 16 MiB is an error.
+/// The outcome of a transfer: the answer's body and its head (both absent after an error), and the error (absent when
+/// none happened). An answer that breaks off is an error, and so is a body longer than the request allows.
 using NSURLCompletion = std::function<void(
     OptionalText data, const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error)>;
 

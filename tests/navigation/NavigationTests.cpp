@@ -10,7 +10,11 @@
 #include <algorithm>
 #include <atomic>
 #include <boost/json/parse.hpp>
+#include <concepts>
 #include <cstdlib>
+#include <ctime>
+#include <functional>
+#include <glib.h>
 #include <gtest/gtest.h>
 #include <limits>
 #include <thread>
@@ -69,6 +73,31 @@ protected:
     {
         return NSURL::URLWithString("https://localhost:" + std::to_string(refusingPort()) + "/config.json");
     }
+    // The longest time of the processor that the main thread needs between two looks at what is to be done, in seconds.
+    struct Busy {
+        Busy()
+        {
+            s_longest = 0;
+            s_last = threadSeconds();
+            g_main_context_set_poll_func(nullptr, [](GPollFD* files, guint count, gint timeout) {
+                s_longest = std::max(s_longest, threadSeconds() - s_last);
+                const auto ready = g_poll(files, count, timeout);
+                s_last = threadSeconds();
+                return ready;
+            });
+        }
+        ~Busy() { g_main_context_set_poll_func(nullptr, nullptr); }
+        Busy(const Busy&) = delete;
+        Busy& operator=(const Busy&) = delete;
+        static double threadSeconds()
+        {
+            timespec time{};
+            clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+            return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
+        }
+        static inline double s_longest = 0;
+        static inline double s_last = 0;
+    };
     static long attemptsLogged()
     {
         return std::ranges::count_if(
@@ -82,6 +111,12 @@ TEST_F(NavigationTest, TheRequestIsExactlyThis)
 {
     HttpsServer server([](const auto&) { return HttpsServer::answerWith(200, kGood); });
     Outcome outcome;
+    // It builds the list of the operations that it has itself.
+    EXPECT_EQ(TQWBNaviManager::formatNaviServers(std::vector<std::string>{ "a.example", "" }),
+        (std::vector<std::string>{ "https://a.example/config.json" }));
+    EXPECT_EQ(TQWBNaviManager::formatNaviServers(std::nullopt), std::nullopt);
+    EXPECT_EQ(TQWBNaviManager::formatCorrectNaviServer("http://a.example/x/"), "http://a.example/x/config.json");
+    static_assert(std::derived_from<TQWBNaviManager, NSURLSessionTaskDelegate>);
     const std::string token = "t&=+/%é@" + server.host();
     const auto urls = manager->getAllNaviURLS(token, std::vector<std::string>{ "unused.example" });
     ASSERT_TRUE(urls);
@@ -223,6 +258,53 @@ TEST_F(NavigationTest, TransfersThatFailHaveAnErrorsTextAndNoBody)
     HttpsServer untrusted([](const auto&) { return HttpsServer::answerWith(200, kGood); });
     EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(untrusted) }).code, 300003U);
     EXPECT_TRUE(untrusted.requests().empty());
+}
+
+TEST_F(NavigationTest, AnAnswerThatBreaksOffHasNoStatusAndALineInTheLog)
+{
+    HttpsServer server([](const auto&) { return std::string("HTTP/1.1 200 OK\r\nContent-Length: 500\r\n\r\n{"); });
+    EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(server) }).code, 300003U);
+    EXPECT_EQ(attemptsLogged(), 1);
+    EXPECT_TRUE(hasLineBeginning("[TQ:Log] response:(null), error:Error Domain=NSURLErrorDomain Code=-1005"));
+}
+
+// An answer of so many bytes with as much to read and to store as can be.
+std::string answerOfSize(std::size_t size, const std::string& member)
+{
+    std::string body = R"({"iwbLeaseUri":"lease.example","iwbConferenceUri":"page.example")";
+    for (int number = 0; body.size() + member.size() + 8 < size; ++number)
+        body += R"(,")" + std::to_string(number) + R"(":)" + member;
+    body += "}";
+    return body + std::string(size - body.size(), ' ');
+}
+
+TEST_F(NavigationTest, AnswersHaveABoundAndTheLongestIsQuicklyReadAndStored)
+{
+    constexpr std::size_t kBound = 65536;
+    Shared<std::string> body{ "" };
+    HttpsServer server([&](const ReceivedRequest& request) {
+        return HttpsServer::answerWith(200, request.line().find("/next/") == std::string::npos ? body.get() : kGood);
+    });
+    body.set(answerOfSize(kBound + 1, "0"));
+    const auto refused = walk(TQWBNaviManager::URLList{ at(server) });
+    EXPECT_EQ(refused.code, 300003U);
+    EXPECT_EQ(refused.body, std::nullopt);
+    EXPECT_EQ(refused.description, "The answer is longer than 64 KiB.");
+    EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(server), at(server, "/next/config.json") }).isSaved, true);
+
+    const std::string deep = std::string(400, '[') + std::string(400, ']');
+    for (const std::string member : { "0", "{}", R"("\u0001\u0001\u0001\u0001")", "1e-300", deep.c_str() }) {
+        SCOPED_TRACE(member.substr(0, 20));
+        body.set(answerOfSize(kBound, member));
+        // The time of the processor is what the main thread needs, on however busy a machine.
+        const Busy busy;
+        EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(server) }).isSaved, true);
+        EXPECT_LT(Busy::s_longest, 0.05);
+        const auto stored = NSUserDefaults::standardUserDefaults().dictionaryForKey("app+token");
+        ASSERT_TRUE(stored);
+        EXPECT_EQ(stored->at("TQWB-navi-data"), boost::json::parse(body.get(), {}, { .max_depth = 512 }));
+        EXPECT_EQ(manager->freshNaviData("app", "token")->iwbLeaseUri, "lease.example");
+    }
 }
 
 TEST_F(NavigationTest, RedirectionsStayWithinTheServer)
