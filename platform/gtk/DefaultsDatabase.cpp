@@ -3,15 +3,20 @@
 #include "../Foundation/NSLog.h"
 #include "GLibPointers.h"
 
+#include <algorithm>
+#include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
+#include <fstream>
 #include <glib.h>
 #include <glib/gstdio.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace tq {
 
@@ -20,14 +25,46 @@ namespace {
 // How long one process waits for another one's write.
 constexpr int kBusyMilliseconds = 2000;
 
+// How often an operation is tried again: after a second look at the file, and with a new one in its place.
+constexpr int kMoreAttempts = 2;
+
 // The file's one table. In a file with anything else, such as a trigger, a write need not do what it says; into a
 // damaged page one seems to succeed that can never be read.
 constexpr const char* kMakeTable = "CREATE TABLE IF NOT EXISTS"
                                    " defaults (key BLOB PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID";
 constexpr const char* kIsOurs = "SELECT count(*) = 1 AND min(sql) = 'CREATE TABLE"
                                 " defaults (key BLOB PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID'"
-                                " AND (SELECT quick_check FROM pragma_quick_check(1)) = 'ok'"
                                 " FROM sqlite_master";
+// The first fault; by this way in every version, unlike with an argument.
+constexpr const char* kCheck = "SELECT quick_check FROM pragma_quick_check LIMIT 1";
+
+int primaryOf(int code) { return code & 0xFF; }
+
+bool speaksOfDamage(int code) { return primaryOf(code) == SQLITE_CORRUPT || primaryOf(code) == SQLITE_NOTADB; }
+
+// What a check's words come to. A page that could not be read is no damage: another time it may be.
+int codeOfCheck(std::string_view words)
+{
+    constexpr std::string_view kUnread = "unable to get the page. error code=";
+    if (words == "ok")
+        return SQLITE_OK;
+    if (words.find("failed to get page") != words.npos)
+        return SQLITE_IOERR;
+    const auto place = words.find(kUnread);
+    const int code = place == words.npos ? SQLITE_CORRUPT : std::atoi(words.data() + place + kUnread.size());
+    return speaksOfDamage(code) ? SQLITE_CORRUPT : SQLITE_IOERR;
+}
+
+// Whether the head names a format of tables that there is not: for SQLite that is an error like any other.
+bool isOfUnknownFormat(const std::string& path)
+{
+    constexpr std::streamoff kPlace = 44;
+    constexpr std::array<char, 3> kNothing{};
+    std::array<char, 4> format{};
+    std::ifstream file(path, std::ios::binary);
+    return file.seekg(kPlace).read(format.data(), format.size())
+        && (!std::equal(kNothing.begin(), kNothing.end(), format.begin()) || format[3] < 0 || format[3] > 4);
+}
 
 void bind(sqlite3_stmt* statement, int index, std::string_view text)
 {
@@ -104,7 +141,8 @@ int DefaultsDatabase::open(const std::string& name, int flags)
         = sqlite3_exec(database, "PRAGMA synchronous = EXTRA; PRAGMA trusted_schema = OFF;", nullptr, nullptr, nullptr);
     if (code == SQLITE_OK)
         code = sqlite3_exec(database, kMakeTable, nullptr, nullptr, nullptr);
-    if (code == SQLITE_OK)
+    // Something else may have the table's name.
+    if (code == SQLITE_OK || primaryOf(code) == SQLITE_ERROR)
         code = checkContents();
     if (code == SQLITE_OK)
         code = prepare("SELECT value FROM defaults WHERE key = ?1", m_read);
@@ -117,13 +155,26 @@ int DefaultsDatabase::open(const std::string& name, int flags)
 int DefaultsDatabase::checkContents()
 {
     Statement statement;
-    const int code = prepare(kIsOurs, statement);
+    int code = firstRow(kIsOurs, statement);
+    if (code == SQLITE_ERROR && isOfUnknownFormat(m_path))
+        return SQLITE_CORRUPT;
     if (code != SQLITE_OK)
         return code;
-    const int step = sqlite3_step(statement.get());
-    if (step != SQLITE_ROW)
-        return step;
-    return sqlite3_column_int(statement.get(), 0) ? SQLITE_OK : SQLITE_CORRUPT;
+    if (!sqlite3_column_int(statement.get(), 0))
+        return SQLITE_CORRUPT;
+    code = firstRow(kCheck, statement);
+    if (code != SQLITE_OK)
+        return code;
+    const auto* words = reinterpret_cast<const char*>(sqlite3_column_text(statement.get(), 0));
+    return words ? codeOfCheck(words) : SQLITE_NOMEM;
+}
+
+int DefaultsDatabase::firstRow(const char* sql, Statement& statement)
+{
+    int code = prepare(sql, statement);
+    if (code == SQLITE_OK)
+        code = sqlite3_step(statement.get());
+    return code == SQLITE_ROW ? SQLITE_OK : code == SQLITE_DONE ? SQLITE_INTERNAL : code;
 }
 
 int DefaultsDatabase::prepare(const char* sql, Statement& statement)
@@ -147,7 +198,7 @@ bool DefaultsDatabase::ensureOpen()
     if (m_database && !m_isForTheMoment && inodeOf(m_path) == m_inode)
         return true;
     int code = open();
-    if (code != SQLITE_OK && setAsideIfDamaged(code))
+    for (int attempt = 0; attempt < kMoreAttempts && code != SQLITE_OK && setAsideIfDamaged(code); ++attempt)
         code = open();
     if (code == SQLITE_OK)
         return true;
@@ -159,23 +210,26 @@ bool DefaultsDatabase::ensureOpen()
 OptionalText DefaultsDatabase::read(std::string_view key)
 {
     OptionalText text;
-    if (!ensureOpen())
-        return text;
-    const int code = tryRead(key, text);
-    if (code != SQLITE_OK && !setAsideIfDamaged(code))
-        log("cannot be read", code);
+    perform("cannot be read", [&] { return tryRead(key, text); });
     return text;
 }
 
 bool DefaultsDatabase::write(std::string_view key, std::string_view text)
 {
+    return perform("cannot be written", [&] { return tryWrite(key, text); });
+}
+
+template <class Operation> bool DefaultsDatabase::perform(std::string_view failure, const Operation& operation)
+{
     if (!ensureOpen())
         return false;
-    int code = tryWrite(key, text);
-    if (code != SQLITE_OK && setAsideIfDamaged(code) && ensureOpen())
-        code = tryWrite(key, text);
+    int code = operation();
+    for (int attempt = 0; attempt < kMoreAttempts && code != SQLITE_OK && recover(code) && ensureOpen(); ++attempt)
+        code = operation();
     if (code != SQLITE_OK)
-        log("cannot be written", code);
+        log(failure, code);
+    else
+        m_isSuspected = false;
     return code == SQLITE_OK;
 }
 
@@ -189,7 +243,9 @@ int DefaultsDatabase::tryRead(std::string_view key, OptionalText& text)
     if (code != SQLITE_ROW)
         return code;
     const auto* bytes = static_cast<const char*>(sqlite3_column_blob(statement.get(), 0));
-    text.emplace(bytes ? bytes : "", static_cast<std::size_t>(sqlite3_column_bytes(statement.get(), 0)));
+    text.emplace();
+    if (bytes)
+        text->assign(bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement.get(), 0)));
     return SQLITE_OK;
 }
 
@@ -202,12 +258,52 @@ int DefaultsDatabase::tryWrite(std::string_view key, std::string_view text)
     return code == SQLITE_DONE ? SQLITE_OK : code;
 }
 
-// Whether the failure means that the file is no database of ours; then it is out of the way.
+// Whether the failure is worth another try, with the file opened anew.
+bool DefaultsDatabase::recover(int code)
+{
+    // That the table is no longer what it was, say. What is the matter is found by opening the file.
+    if (code == SQLITE_ERROR) {
+        close();
+        return true;
+    }
+    return setAsideIfDamaged(code);
+}
+
+// Whether a database's file and its log can be read to their ends.
+bool DefaultsDatabase::canBeRead() const
+{
+    std::array<char, 65536> bytes;
+    for (const int part : { SQLITE_FCNTL_FILE_POINTER, SQLITE_FCNTL_JOURNAL_POINTER }) {
+        sqlite3_file* file = nullptr;
+        sqlite3_int64 size = 0;
+        if (sqlite3_file_control(m_database.get(), "main", part, &file) || !file || !file->pMethods)
+            continue;
+        int code = file->pMethods->xFileSize(file, &size);
+        for (sqlite3_int64 place = 0; code == SQLITE_OK && place < size; place += bytes.size()) {
+            const auto count = std::min<sqlite3_int64>(bytes.size(), size - place);
+            code = file->pMethods->xRead(file, bytes.data(), static_cast<int>(count), place);
+        }
+        if (code != SQLITE_OK)
+            return false;
+    }
+    return true;
+}
+
+// Whether the failure means that the file is no database of ours; then it is out of the way, or is to be looked at
+// again.
 bool DefaultsDatabase::setAsideIfDamaged(int code)
 {
-    if (code != SQLITE_CORRUPT && code != SQLITE_NOTADB && code != SQLITE_ERROR)
+    // (What is seen without a look at what others do is no proof.)
+    if (!speaksOfDamage(code) || m_isForTheMoment)
+        return false;
+    // SQLite speaks of damage as well when a disk cannot be read.
+    if (m_database && !canBeRead())
         return false;
     close();
+    // It may have been unreadable for a moment.
+    if (!std::exchange(m_isSuspected, true))
+        return true;
+    m_isSuspected = false;
     // Another process may have been here first: then there is a new file already.
     const auto inode = inodeOf(m_path);
     if (inode != m_inode)

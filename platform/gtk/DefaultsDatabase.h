@@ -17,7 +17,7 @@ namespace tq {
 class DefaultsDatabase {
 public:
     /// Opens the file, or makes it (mode 0600, its folder 0700) when it is not there. A damaged file is set aside under
-    /// a new name and a new one is begun.
+    /// a new name and a new one is begun; no other failure does that.
     explicit DefaultsDatabase(std::string path);
     ~DefaultsDatabase();
     DefaultsDatabase(const DefaultsDatabase&) = delete;
@@ -39,10 +39,14 @@ private:
     int open();
     int open(const std::string& name, int flags);
     int checkContents();
+    int firstRow(const char* sql, Statement& statement);
     int prepare(const char* sql, Statement& statement);
     void close();
+    template <class Operation> bool perform(std::string_view failure, const Operation& operation);
+    bool canBeRead() const;
     int tryRead(std::string_view key, OptionalText& text);
     int tryWrite(std::string_view key, std::string_view text);
+    bool recover(int code);
     bool setAsideIfDamaged(int code);
     void log(std::string_view what, int code) const;
 
@@ -51,6 +55,8 @@ private:
     ino_t m_inode = 0;
     // Opened as it is, without a look at what other processes do: good for one reading only.
     bool m_isForTheMoment = false;
+    // Damage has been seen once.
+    bool m_isSuspected = false;
     std::unique_ptr<sqlite3, Close> m_database;
     Statement m_read;
     Statement m_write;

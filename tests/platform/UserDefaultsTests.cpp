@@ -1,4 +1,5 @@
 #include "platform/gtk/DefaultsDatabase.h"
+#include "tests/support/FailingDisk.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -68,7 +69,8 @@ TEST_F(UserDefaultsTest, AFileWithOtherContentsIsSetAside)
     const std::vector<std::string> foreign{ "CREATE TABLE defaults (key, value);",
         "CREATE TABLE t (key, value); CREATE VIEW defaults AS SELECT key, value FROM t;",
         table + "CREATE TRIGGER t AFTER INSERT ON defaults BEGIN UPDATE defaults SET value = 'changed'; END;",
-        table + "CREATE UNIQUE INDEX i ON defaults (length(value));" };
+        table + "CREATE UNIQUE INDEX i ON defaults (length(value));",
+        "CREATE TABLE t (a); CREATE INDEX defaults ON t (a);" };
     for (const auto& sql : foreign) {
         std::filesystem::remove_all(folder);
         std::filesystem::create_directories(folder);
@@ -86,6 +88,65 @@ TEST_F(UserDefaultsTest, AFileWithOtherContentsIsSetAside)
         EXPECT_EQ(DefaultsDatabase(file).read("other"), "two") << sql;
         EXPECT_EQ(asideFiles(), 1) << sql;
     }
+}
+
+// Every code that there is for a failure, but the two that speak of damage; with and without what extends it.
+std::vector<int> harmlessCodes()
+{
+    std::vector<int> codes;
+    for (int code = SQLITE_ERROR; code <= SQLITE_WARNING; ++code) {
+        if (code == SQLITE_CORRUPT || code == SQLITE_NOTADB)
+            continue;
+        codes.push_back(code);
+        codes.push_back(code | 3 << 8);
+    }
+    // The file system's own damage, and a page whose sum is wrong for a layer below.
+    codes.insert(codes.end(), { SQLITE_IOERR_CORRUPTFS, SQLITE_IOERR_DATA, SQLITE_IOERR_NOMEM, SQLITE_IOERR_AUTH });
+    return codes;
+}
+
+TEST_F(UserDefaultsTest, OnlyDamageSetsAFileAside)
+{
+    FailingDisk disk;
+    EXPECT_TRUE(DefaultsDatabase(file).write("key", std::string(9000, 'k')));
+    for (const int code : harmlessCodes()) {
+        SCOPED_TRACE(sqlite3_errstr(code) + (" " + std::to_string(code)));
+        // At every point of an opening, a reading and a writing; for ever, or the file works again right away.
+        bool hasFailed = true;
+        for (int operations = 0; hasFailed; ++operations) {
+            {
+                DefaultsDatabase database(file);
+                disk.breakAfter(operations, code);
+                database.read("key");
+                database.write("other", "value");
+                hasFailed = disk.hasFailed();
+                disk.mend();
+                ASSERT_EQ(database.read("key"), std::string(9000, 'k')) << operations;
+                ASSERT_TRUE(database.write("other", "value")) << operations;
+            }
+            ASSERT_EQ(asideFiles(), 0) << operations;
+            ASSERT_LT(operations, 1000);
+        }
+    }
+    // What speaks of damage does.
+    DefaultsDatabase database(file);
+    disk.breakAfter(0, SQLITE_NOTADB);
+    database.read("key");
+    disk.mend();
+    EXPECT_EQ(asideFiles(), 1);
+}
+
+// A file is as it was at every start, however its pages are checked by the version of SQLite that there is.
+TEST_F(UserDefaultsTest, AFormatThatThereIsNotIsDamage)
+{
+    EXPECT_TRUE(DefaultsDatabase(file).write("key", "one"));
+    EXPECT_EQ(DefaultsDatabase(file).read("key"), "one");
+    constexpr std::streamoff kFormat = 44;
+    std::fstream(file, std::ios::in | std::ios::out | std::ios::binary).seekp(kFormat).write("\0\0\0\x05", 4);
+    DefaultsDatabase database(file);
+    EXPECT_EQ(database.read("key"), std::nullopt);
+    EXPECT_TRUE(database.write("key", "two"));
+    EXPECT_EQ(asideFiles(), 1);
 }
 
 // A page whose head calls a part of its contents free: a write would go there, and never be read.
