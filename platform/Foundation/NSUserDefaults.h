@@ -12,7 +12,8 @@ namespace tq {
 /// The application's own store of small values, kept across its runs. Any thread.
 class NSUserDefaults {
 public:
-    /// The one store of this application, opened at its first use and never closed.
+    /// The one store of this program, opened at its first use and never closed: a file in the user's data folder, below
+    /// the name of the program's file.
     static NSUserDefaults& standardUserDefaults();
 
     /// Absent when nothing is stored under the key, or nothing that reads as a dictionary.

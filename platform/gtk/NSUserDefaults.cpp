@@ -5,6 +5,7 @@
 #include "DefaultsDatabase.h"
 #include "GLibPointers.h"
 
+#include <filesystem>
 #include <gio/gio.h>
 #include <map>
 #include <mutex>
@@ -13,25 +14,46 @@ namespace tq {
 
 namespace {
 
-// The application's name as a folder's name.
-std::string applicationName()
+constexpr const char* kFile = "user-defaults.sqlite";
+
+// The store's folder is named after the program's file: that is the same at any time, whatever the application
+// registers as later, and however the program was called.
+std::string programName()
+{
+    constexpr std::string_view kReplaced = " (deleted)";
+    const GCharPointer program(g_file_read_link("/proc/self/exe", nullptr));
+    const GCharPointer base(g_path_get_basename(program ? program.get() : "application"));
+    std::string name(base.get());
+    if (name.ends_with(kReplaced))
+        name.resize(name.size() - kReplaced.size());
+    return name.starts_with('.') ? "_" + name : name;
+}
+
+std::filesystem::path fileIn(const std::string& folder)
+{
+    return std::filesystem::path(g_get_user_data_dir()) / folder / kFile;
+}
+
+// Earlier versions named the folder after a registered application's identifier. What they have stored is taken along.
+void adoptEarlierFile(const std::filesystem::path& path)
 {
     auto* application = g_application_get_default();
-    const char* name = application ? g_application_get_application_id(application) : nullptr;
-    const GCharPointer program(g_file_read_link("/proc/self/exe", nullptr));
-    const GCharPointer programName(g_path_get_basename(program ? program.get() : "application"));
-    std::string folder(name && *name ? name : programName.get());
-    for (char& character : folder) {
-        if (character == '/')
-            character = '_';
-    }
-    return folder.starts_with('.') ? "_" + folder : folder;
+    const char* identifier = application ? g_application_get_application_id(application) : nullptr;
+    std::error_code failure;
+    if (!identifier || std::filesystem::exists(path, failure) || !std::filesystem::exists(fileIn(identifier), failure))
+        return;
+    const GCharPointer folder(g_path_get_dirname(path.c_str()));
+    g_mkdir_with_parents(folder.get(), 0700);
+    // The log first: without it the file is an older one.
+    for (const char* suffix : { "-wal", "-shm", "" })
+        std::filesystem::rename(fileIn(identifier).string() + suffix, path.string() + suffix, failure);
 }
 
 std::string databasePath()
 {
-    const GCharPointer folder(g_build_filename(g_get_user_data_dir(), applicationName().c_str(), nullptr));
-    return std::string(folder.get()) + "/user-defaults.sqlite";
+    const auto path = fileIn(programName());
+    adoptEarlierFile(path);
+    return path;
 }
 
 } // namespace

@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <gio/gio.h>
 #include <gtest/gtest.h>
 #include <random>
 #include <sys/resource.h>
@@ -365,6 +366,47 @@ TEST_F(StoreFaultTest, ADamagedStoreNeverGivesAWrongValueAndWorksAgain)
         for (int number = 0; row.isUsable && number < kKeys; ++number)
             ASSERT_EQ(stored(keyOf(number)), R"({"value":")" + textFor("new ", number) + "\"}") << keyOf(number);
     }
+}
+
+// The store is found again whether or not the application has been registered when it is first looked into.
+TEST_F(StoreFaultTest, TheStoreIsInOnePlaceAtAnyTime)
+{
+    const auto inside = [&](bool isRegistered, const std::string& value) {
+        return [=](const Tell& tell) {
+            GApplication* application = nullptr;
+            if (isRegistered) {
+                application = g_application_new("example.store.test", G_APPLICATION_NON_UNIQUE);
+                g_application_register(application, nullptr, nullptr);
+            }
+            auto& defaults = NSUserDefaults::standardUserDefaults();
+            tell(textOf(defaults.dictionaryForKey("key")));
+            defaults.setObject(objectOf(value), "key");
+        };
+    };
+    run(inside(false, "one"), "nothing\n");
+    run(inside(true, "two"), "one\n");
+    run(inside(false, "three"), "two\n");
+
+    // What an earlier version has stored under the application's identifier is taken along, its log included, and does
+    // not take the place of what is there.
+    const auto earlier = m_data / "example.store.test" / "user-defaults.sqlite";
+    const auto makeEarlier = [&](const std::string& text) {
+        Child([&](const Tell&) {
+            DefaultsDatabase(earlier).write("other", "page");
+            DefaultsDatabase database(earlier);
+            database.write("key", R"({"value":")" + text + "\"}");
+            _exit(0);
+        }).readRest();
+        ASSERT_TRUE(fs::exists(earlier.string() + "-wal"));
+    };
+    makeEarlier("other");
+    run(inside(true, "four"), "three\n");
+    SetUp();
+    makeEarlier("earlier");
+    run(inside(true, "five"), "earlier\n");
+    run(inside(false, "six"), "five\n");
+    EXPECT_FALSE(fs::exists(earlier));
+    EXPECT_EQ(asideFiles(), 0);
 }
 
 TEST_F(StoreFaultTest, AProcessNoticesThatTheFileHasBeenReplaced)
