@@ -37,6 +37,7 @@ EventLog::EventLog()
     , m_scroller(gtk_scrolled_window_new())
     , m_view(GTK_TEXT_VIEW(gtk_text_view_new()))
     , m_buffer(gtk_text_view_get_buffer(m_view))
+    , m_wholeTag(gtk_text_buffer_create_tag(m_buffer, nullptr, "insert-hyphens", FALSE, nullptr))
     , m_timeTag(gtk_text_buffer_create_tag(m_buffer, nullptr, "foreground-rgba", &kQuiet, nullptr))
     , m_eventTag(gtk_text_buffer_create_tag(m_buffer, nullptr, "weight", PANGO_WEIGHT_BOLD, nullptr))
     , m_failureTag(gtk_text_buffer_create_tag(
@@ -111,11 +112,12 @@ void EventLog::insert(std::string_view text, GtkTextTag* tag)
     gtk_text_buffer_get_end_iter(m_buffer, &end);
     int offset = gtk_text_iter_get_offset(&end);
     gtk_text_buffer_insert(m_buffer, &end, text.data(), static_cast<int>(text.size()));
-    if (!tag)
-        return;
     GtkTextIter start;
     gtk_text_buffer_get_iter_at_offset(m_buffer, &start, offset);
-    gtk_text_buffer_apply_tag(m_buffer, tag, &start, &end);
+    // What is broken to fit gets no hyphen: an address would be another one.
+    gtk_text_buffer_apply_tag(m_buffer, m_wholeTag, &start, &end);
+    if (tag)
+        gtk_text_buffer_apply_tag(m_buffer, tag, &start, &end);
 }
 
 void EventLog::add(std::string_view event, std::string_view detail, Severity severity)

@@ -48,6 +48,7 @@ private:
     GtkWidget* m_scroller;
     GtkTextView* m_view;
     GtkTextBuffer* m_buffer;
+    GtkTextTag* m_wholeTag;
     GtkTextTag* m_timeTag;
     GtkTextTag* m_eventTag;
     GtkTextTag* m_failureTag;

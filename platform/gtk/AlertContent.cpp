@@ -38,12 +38,22 @@ int widthOf(GtkWidget* widget)
     return width;
 }
 
+// What is broken to fit gets no hyphen: an address would be another one.
+void wrap(GtkLabel* label)
+{
+    gtk_label_set_wrap(label, TRUE);
+    gtk_label_set_wrap_mode(label, PANGO_WRAP_WORD_CHAR);
+    auto* attributes = pango_attr_list_new();
+    pango_attr_list_insert(attributes, pango_attr_insert_hyphens_new(FALSE));
+    gtk_label_set_attributes(label, attributes);
+    pango_attr_list_unref(attributes);
+}
+
 GtkWidget* createLabel(const std::string& text, TextLimits limits, const char* cssClass)
 {
     const auto characters = shownText(text, limits);
     auto* label = gtk_label_new(characters.c_str());
-    gtk_label_set_wrap(GTK_LABEL(label), TRUE);
-    gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
+    wrap(GTK_LABEL(label));
     if (g_utf8_strlen(characters.c_str(), -1) > kMostCentred)
         gtk_label_set_xalign(GTK_LABEL(label), 0);
     else
@@ -134,8 +144,7 @@ void AlertContent::arrangeButtons()
     gtk_orientable_set_orientation(GTK_ORIENTABLE(m_buttons), GTK_ORIENTATION_VERTICAL);
     for (auto* button = gtk_widget_get_first_child(m_buttons); button; button = gtk_widget_get_next_sibling(button)) {
         auto* label = gtk_button_get_child(GTK_BUTTON(button));
-        gtk_label_set_wrap(GTK_LABEL(label), TRUE);
-        gtk_label_set_wrap_mode(GTK_LABEL(label), PANGO_WRAP_WORD_CHAR);
+        wrap(GTK_LABEL(label));
         gtk_label_set_justify(GTK_LABEL(label), GTK_JUSTIFY_CENTER);
         setWidth(label, kWidth / 2);
     }

@@ -10,7 +10,6 @@
 #include <gtk/gtk.h>
 #include <list>
 #include <utility>
-#include <vector>
 
 namespace tq {
 

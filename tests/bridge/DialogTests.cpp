@@ -297,6 +297,25 @@ TEST_F(DialogTest, TextsReadAsTheyAreWritten)
     }
 }
 
+TEST_F(DialogTest, WordsAreBrokenWithoutHyphens)
+{
+    load();
+    const auto report = reports->values.size();
+    begin("alert('https://' + 'wide'.repeat(10))");
+    auto* label = GTK_LABEL(widgetsIn(dialog(), GTK_TYPE_LABEL)[1]);
+    runUntil([&] { return gtk_widget_get_width(GTK_WIDGET(label)) > 0; }, "the text has its place");
+    auto* layout = gtk_label_get_layout(label);
+    int glyphs = 0;
+    for (auto* line = pango_layout_get_lines_readonly(layout); line; line = line->next) {
+        for (auto* run = static_cast<PangoLayoutLine*>(line->data)->runs; run; run = run->next)
+            glyphs += static_cast<PangoGlyphItem*>(run->data)->glyphs->num_glyphs;
+    }
+    EXPECT_GT(pango_layout_get_line_count(layout), 1);
+    EXPECT_EQ(glyphs, 48);
+    press(dialog(), Answer::Ok);
+    answerFrom(report);
+}
+
 TEST_F(DialogTest, DialogsFitSmallScreens)
 {
     load();
