@@ -5,6 +5,7 @@
 #include "JsonLines.h"
 #include "MainThread.h"
 #include "Options.h"
+#include "PageWatch.h"
 #include "RoomEvents.h"
 #include "Text.h"
 #include "Translation.h"
@@ -252,8 +253,15 @@ void Session::makeFacade()
         if (auto events = weakEvents.lock())
             events->closePage();
     });
+    // What a delegate does is read from its own class.
+    const auto watch = [this](auto delegate) {
+        m_view->setNavigationDelegate(delegate);
+        m_pageWatch = std::move(delegate);
+    };
     if (m_trustsAnyPage)
-        m_view->setNavigationDelegate(m_view);
+        watch(std::make_shared<TrustingPageWatch>(weak_from_this(), m_view));
+    else
+        watch(std::make_shared<PageWatch>(weak_from_this()));
     m_facade = tq::TQWhiteBoard::initWithWebView(m_view);
     if (auto observer = m_observer.lock())
         observer->sessionViewChanged(m_view);
@@ -266,6 +274,7 @@ void Session::dropView()
     if (auto observer = m_observer.lock())
         observer->sessionViewChanged(nullptr);
     m_events.reset();
+    m_pageWatch.reset();
     // A page that has not reported the end of its room would keep its view alive for ever.
     m_view->removeJavascriptObject("TQJSBridge");
     m_view->removeJavascriptObject("TQNativeBridge");
@@ -359,6 +368,19 @@ void Session::boardWasCaptured(const std::shared_ptr<tq::UIImage>& image)
 }
 
 void Session::pageWantsToBeClosed() { logEvent("closePage", _("the page asks to be closed")); }
+
+void Session::pageHasDied()
+{
+    // The page of a room that has ended already is missed by nobody.
+    if (!m_state.showsBoard)
+        return;
+    const std::string failure = _("the process of the page has ended");
+    const bool isReplay = m_state.phase == Phase::Replaying;
+    logEvent("webViewWebContentProcessDidTerminate", failure, Severity::Failure);
+    roomHasEnded(Phase::Failed, failure);
+    tellFailure(_("The page has stopped working"),
+        isReplay ? _("Open the recording again to go on.") : _("Enter the room again to go on."));
+}
 
 void Session::pageHasAnswered(std::string_view question, std::string_view answer) { logEvent(question, answer); }
 

@@ -17,6 +17,7 @@
 namespace tqclient {
 
 class JsonLines;
+class PageWatch;
 class RoomEvents;
 struct Options;
 struct PageCall;
@@ -60,6 +61,8 @@ public:
     void boardWasCaptured(const std::shared_ptr<tq::UIImage>& image);
     void pageWantsToBeClosed();
     void pageHasAnswered(std::string_view question, std::string_view answer);
+    /// It has crashed, was killed, or took too much memory.
+    void pageHasDied();
 
 private:
     enum class Outcome { Success, Failure };
@@ -98,6 +101,7 @@ private:
     std::shared_ptr<tq::TQWBRecordConfig> m_recordConfig;
     std::optional<std::map<std::string, std::string>> m_dialogLabels;
     std::shared_ptr<RoomEvents> m_events;
+    std::shared_ptr<PageWatch> m_pageWatch;
     std::shared_ptr<tq::TQWBWebView> m_view;
     std::shared_ptr<tq::TQWhiteBoard> m_facade;
     // The view's page has reported the end of its room, and will report nothing more.

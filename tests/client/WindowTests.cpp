@@ -1,8 +1,11 @@
 #include "Accessibility.h"
 #include "ClientPrograms.h"
 
+#include <csignal>
 #include <cstdlib>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <map>
 #include <ostream>
 #include <set>
 
@@ -198,6 +201,51 @@ TEST_P(SmallScreenTest, EveryStateFitsAndHasItsNames)
 INSTANTIATE_TEST_SUITE_P(Screens, SmallScreenTest, testing::ValuesIn(kScreens), [](const auto& info) {
     return std::string(info.param.width < info.param.height ? "upright_" : "sideways_") + info.param.languages;
 });
+
+// The process that runs a program's page.
+pid_t webProcessOf(pid_t program)
+{
+    std::map<pid_t, pid_t> parents;
+    std::vector<pid_t> found;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        // "PID (NAME) STATE PARENT ..."
+        std::ifstream file(entry.path() / "stat");
+        std::string text;
+        if (!std::getline(file, text))
+            continue;
+        const auto end = text.rfind(") ");
+        const pid_t process = std::stoi(text);
+        parents[process] = std::stoi(text.substr(end + 4));
+        if (text.find("(WebKitWebProces") < end)
+            found.push_back(process);
+    }
+    for (const auto process : found) {
+        for (auto ancestor = process; parents.contains(ancestor); ancestor = parents[ancestor]) {
+            if (ancestor == program)
+                return process;
+        }
+    }
+    return 0;
+}
+
+TEST_F(WindowTest, ADeadPageIsSaidAndItsRoomEnteredAgain)
+{
+    auto client = start(joinWords("ann"));
+    client->waitForLog("[TQ:Log] onLoadEnd");
+    waitForShown("Leave");
+    const auto page = webProcessOf(client->id());
+    ASSERT_GT(page, 0);
+    ASSERT_EQ(kill(page, SIGKILL), 0);
+    waitForShown("The page has stopped working");
+    waitForShown("Enter the room again to go on.");
+    waitForShown("Leave", false);
+    giveKeyboard("Whiteboard");
+    waitForFocus("Join the room");
+    press("key Return");
+    client->waitFor("success", "join");
+    waitForShown("Leave");
+    EXPECT_EQ(call(*client, "board.strokes"), boost::json::array{});
+}
 
 TEST_F(WindowTest, KeysAloneLeadIntoARoomAndOut)
 {

@@ -33,6 +33,7 @@ public:
     /// Waits until what is written on standard error holds the text.
     void waitForLog(const std::string& text);
     std::string log() const;
+    pid_t id() const { return m_pid; }
     /// Waits for the end, after the signal if one is given; the exit status, or -1 when a signal ended it.
     int end(int signal = 0);
 

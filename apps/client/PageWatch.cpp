@@ -1,0 +1,31 @@
+#include "PageWatch.h"
+
+#include "MainThread.h"
+#include "Session.h"
+
+namespace tqclient {
+
+void PageWatch::webViewWebContentProcessDidTerminate(tq::WKWebView&)
+{
+    // The session drops this object when it turns to another view, whose page is another one.
+    postToMain([weakThis = weak_from_this()] {
+        auto self = weakThis.lock();
+        if (auto session = self ? self->m_session.lock() : nullptr)
+            session->pageHasDied();
+    });
+}
+
+void TrustingPageWatch::didStartProvisionalNavigation(tq::WKWebView& webView, const tq::WKNavigation& navigation)
+{
+    if (auto view = m_view.lock())
+        view->didStartProvisionalNavigation(webView, navigation);
+}
+
+void TrustingPageWatch::didReceiveAuthenticationChallenge(
+    tq::WKWebView& webView, const tq::NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion)
+{
+    if (auto view = m_view.lock())
+        view->didReceiveAuthenticationChallenge(webView, challenge, std::move(completion));
+}
+
+} // namespace tqclient
