@@ -2,6 +2,7 @@
 
 #include <boost/json/serialize.hpp>
 #include <chrono>
+#include <cstdlib>
 #include <thread>
 
 namespace tq::test {
@@ -47,6 +48,14 @@ Screen::Window ClientPrograms::waitForWindow(const std::string& title)
     }
     ADD_FAILURE() << "waited in vain for the window \"" << title << "\"";
     return {};
+}
+
+void ClientPrograms::speak(const char* languages)
+{
+    // The locale is the tests' own: newer C libraries read no LANGUAGE in C.UTF-8, and there may be no other.
+    setenv("LOCPATH", TQWB_LOCALES_FOLDER, 1);
+    setenv("LC_ALL", *languages ? "en_US.UTF-8" : "C", 1);
+    setenv("LANGUAGE", languages, 1);
 }
 
 boost::json::value ClientPrograms::call(

@@ -31,6 +31,8 @@ protected:
     std::unique_ptr<Program> joined(const std::string& user);
     /// Waits until a window of that title is on the screen, and fails the test when none comes.
     static Screen::Window waitForWindow(const std::string& title);
+    /// Clients that are started from now on speak the first of these languages that they can; none: the sources' own.
+    static void speak(const char* languages);
 
     const std::filesystem::path folder = std::filesystem::path(getenv("XDG_DATA_HOME")) / "clients";
     std::string host;

@@ -198,11 +198,9 @@ TEST_F(PageCommandTest, LabelsAreThoseOfTheDialogsToCome)
 
 TEST_F(PageCommandTest, ThePageKnowsTheUsersLanguageAndKeepsNoKeyToItself)
 {
-    setenv("LC_ALL", "C.UTF-8", 1);
-    setenv("LANGUAGE", "zh_CN", 1);
+    speak("zh_CN");
     auto client = joined("ann");
-    unsetenv("LC_ALL");
-    unsetenv("LANGUAGE");
+    speak("");
     EXPECT_EQ(call(*client, "language"), "zh-CN");
     waitForWindow("hall – 白板");
     // The page lets no key go on; the way to the header bar is the window's all the same, and its first button leaves.

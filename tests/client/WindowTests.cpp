@@ -19,18 +19,13 @@ protected:
         : ServiceTest(4)
     {
     }
-    ~WindowTest() override { speak("C", ""); }
+    ~WindowTest() override { speak(""); }
     void SetUp() override
     {
         ServiceTest::SetUp();
         bus = std::make_unique<AccessibilityBus>(folder);
     }
 
-    static void speak(const char* locale, const char* languages)
-    {
-        setenv("LC_ALL", locale, 1);
-        setenv("LANGUAGE", languages, 1);
-    }
     // Presses what the words of xdotool say, in the client's window.
     static void press(const std::string& words)
     {
@@ -157,7 +152,7 @@ protected:
 TEST_P(SmallScreenTest, EveryStateFitsAndHasItsNames)
 {
     const auto& screen = GetParam();
-    speak("C.UTF-8", screen.languages);
+    speak(screen.languages);
     const std::string size = std::to_string(screen.width) + "x" + std::to_string(screen.height);
     auto client = start({ "join", "--app-key", "key", "--size", size });
     client->waitFor("error", "join");
