@@ -13,6 +13,11 @@ GtkWidget* boxWithRole(GtkAccessibleRole role, GtkOrientation orientation, int s
         g_object_new(GTK_TYPE_BOX, "accessible-role", role, "orientation", orientation, "spacing", spacing, nullptr));
 }
 
+GtkWidget* newGroup(GType type)
+{
+    return GTK_WIDGET(g_object_new(type, "accessible-role", GTK_ACCESSIBLE_ROLE_GROUP, nullptr));
+}
+
 std::string withoutMnemonic(std::string label)
 {
     const auto mark = label.find('_');

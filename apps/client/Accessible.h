@@ -12,6 +12,10 @@ void setAccessibleName(GtkWidget* widget, const std::string& name);
 /// A new box that a screen reader takes for what the role says.
 GtkWidget* boxWithRole(GtkAccessibleRole role, GtkOrientation orientation, int spacing);
 
+/// A new widget of that type that a screen reader takes for a group. Only then has it a name everywhere: newer toolkits
+/// take widgets that are there for their layout for nothing in particular.
+GtkWidget* newGroup(GType type);
+
 /// The label without the mark of its mnemonic key.
 std::string withoutMnemonic(std::string label);
 

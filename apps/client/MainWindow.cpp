@@ -122,7 +122,7 @@ void MainWindow::buildBody()
     gtk_stack_add_named(m_pages, GTK_WIDGET(m_board), kBoardPage);
     m_capture.emplace(GTK_WIDGET(m_pages));
 
-    m_paned = GTK_PANED(gtk_paned_new(GTK_ORIENTATION_HORIZONTAL));
+    m_paned = GTK_PANED(newGroup(GTK_TYPE_PANED));
     gtk_paned_set_start_child(m_paned, GTK_WIDGET(m_pages));
     gtk_paned_set_end_child(m_paned, m_log.widget());
     gtk_paned_set_resize_end_child(m_paned, FALSE);

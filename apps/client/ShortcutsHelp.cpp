@@ -68,7 +68,7 @@ void showShortcutsHelp(GtkWindow* parent)
     gtk_window_set_destroy_with_parent(GTK_WINDOW(window), TRUE);
 
     GtkWidget* keys = table();
-    GtkWidget* scroller = gtk_scrolled_window_new();
+    GtkWidget* scroller = newGroup(GTK_TYPE_SCROLLED_WINDOW);
     gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
     gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), keys);
     gtk_widget_set_focusable(scroller, TRUE);

@@ -36,7 +36,7 @@ void nameTabs(GtkWidget* switcher, std::initializer_list<const char*> titles)
 StartPage::StartPage(const Options& options, JoinForm::Submit join, ReplayForm::Submit replay)
     : m_join(options, std::move(join))
     , m_replay(options, std::move(replay))
-    , m_scroller(gtk_scrolled_window_new())
+    , m_scroller(newGroup(GTK_TYPE_SCROLLED_WINDOW))
     , m_column(gtk_box_new(GTK_ORIENTATION_VERTICAL, 10))
     , m_introduction{ centeredLabel(_("Whiteboard"), "headline"),
         centeredLabel(_("Draw together in a live room, or watch a recorded one."), "dim-label") }

@@ -39,6 +39,7 @@ constexpr std::string_view kRules = R"(
 .small button { min-width: 24px; min-height: 34px; }
 .small checkbutton { min-height: 44px; }
 .small entry { min-height: 42px; }
+.small .message-bar, .small .recording-bar { padding: 8px; }
 .small headerbar { min-height: 0; }
 .small headerbar button { margin: 2px 0; }
 .small .start-page { padding: 10px 12px; }
