@@ -8,7 +8,7 @@ namespace tq {
 
 const NSClass& InternalApis::staticClass()
 {
-    static const NSClass table("InternalApis", &NSObject::staticClass(),
+    static const auto table = NSClass::of<InternalApis>("InternalApis", &NSObject::staticClass(),
         {
             { "hasNativeMethod:", &InternalApis::hasNativeMethod },
             { "closePage:", &InternalApis::closePage },

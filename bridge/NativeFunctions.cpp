@@ -21,9 +21,9 @@ private:
 
 } // namespace
 
-std::shared_ptr<NSObject> nativeFunctions(std::vector<NSMethod> functions)
+std::shared_ptr<NSObject> nativeFunctions(std::vector<NSMethodOf<void>> functions)
 {
-    return std::make_shared<FunctionObject>(std::move(functions));
+    return std::make_shared<FunctionObject>(std::vector<NSMethod>(functions.begin(), functions.end()));
 }
 
 } // namespace tq

@@ -34,7 +34,7 @@ private:
 
 const NSClass& TQWBBridge::staticClass()
 {
-    static const NSClass table("TQWBBridge", &NSObject::staticClass(),
+    static const auto table = NSClass::of<TQWBBridge>("TQWBBridge", &NSObject::staticClass(),
         {
             { "onRecordStart:", &TQWBBridge::onRecordStart },
             { "onRecordEnd:", &TQWBBridge::onRecordEnd },

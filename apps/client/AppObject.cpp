@@ -31,7 +31,7 @@ AppObject::~AppObject() = default;
 
 const tq::NSClass& AppObject::objectClass() const
 {
-    static const tq::NSClass table("AppObject", &tq::NSObject::staticClass(),
+    static const auto table = tq::NSClass::of<AppObject>("AppObject", &tq::NSObject::staticClass(),
         { { "echo:", &AppObject::echo }, { "fail:", &AppObject::fail }, { "ticks::", &AppObject::ticks } });
     return table;
 }

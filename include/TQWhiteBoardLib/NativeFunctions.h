@@ -16,6 +16,8 @@ namespace tq {
 ///     { "count::", [](int last, tq::Stream<int> numbers) { ... } },
 /// }), "calculator");
 /// ```
-TQWB_EXPORT std::shared_ptr<NSObject> nativeFunctions(std::vector<NSMethod> functions);
+///
+/// A member function has no place here, since there is no object of its class: it does not compile.
+TQWB_EXPORT std::shared_ptr<NSObject> nativeFunctions(std::vector<NSMethodOf<void>> functions);
 
 } // namespace tq

@@ -26,6 +26,17 @@ NSClass::NSClass(std::string name, const NSClass* superclass, std::vector<NSMeth
     }
 }
 
+const NSMethod* NSClass::foreignMethod(const NSObject& object) const
+{
+    for (const auto* current = this; current; current = current->m_superclass) {
+        const auto found
+            = std::ranges::find_if(current->m_methods, [&](const NSMethod& method) { return !method.isFor(object); });
+        if (found != current->m_methods.end())
+            return &*found;
+    }
+    return nullptr;
+}
+
 NSClass::Candidates NSClass::candidates(std::string_view name) const
 {
     auto found = m_candidates.find(name);

@@ -9,6 +9,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstring>
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -61,34 +62,10 @@ private:
 /// Functions may have types: see `NativeFunction`.
 class NSMethod {
 public:
-    /// A synchronous method: takes the page's argument (absent when the page sent none or null) and returns its result
-    /// (absent: nothing).
-    template <std::derived_from<NSObject> T>
-    NSMethod(SyncMethodName name, OptionalValue (T::*method)(OptionalValue))
-        : m_name(name.text())
-        , m_sync([](const NSMethod& row, NSObject& object, OptionalValue&& argument, std::string&) {
-            return (static_cast<T&>(object).*row.load<decltype(method)>())(std::move(argument));
-        })
-    {
-        store(method);
-    }
-
-    /// An asynchronous method: takes the page's argument and a completion, which it may keep and call later.
-    template <std::derived_from<NSObject> T>
-    NSMethod(AsyncMethodName name, void (T::*method)(OptionalValue, NSCompletion))
-        : m_name(name.text())
-        , m_async([](const NSMethod& row, NSObject& object, OptionalValue&& argument,
-                      const std::shared_ptr<ResultSink>& sink, std::string&) {
-            (static_cast<T&>(object).*row.load<decltype(method)>())(std::move(argument),
-                [sink](OptionalValue value, Complete complete) { sink->deliver(std::move(value), complete); });
-        })
-    {
-        store(method);
-    }
-
-    /// A synchronous function with types.
+    /// A synchronous method. The plainest takes and returns an `OptionalValue`: the page's argument (absent when the
+    /// page sent none or null), and the result (absent: nothing).
     template <class Function>
-    requires(!TakesStream<Function> && !TakesCompletion<Function>) NSMethod(SyncMethodName name, Function function)
+    requires(!IsAsynchronous<Function>) NSMethod(SyncMethodName name, Function function)
         : m_name(name.text())
     {
         checkFunction<Function>();
@@ -100,9 +77,10 @@ public:
         }
     }
 
-    /// An asynchronous function with types: its last parameter is a `Stream`.
-    template <class Function>
-    requires TakesStream<Function> NSMethod(AsyncMethodName name, Function function)
+    /// An asynchronous method: its last parameter is a `Stream`, or an `NSCompletion`, which it may keep and call
+    /// later.
+    template <IsAsynchronous Function>
+    NSMethod(AsyncMethodName name, Function function)
         : m_name(name.text())
     {
         checkFunction<Function>();
@@ -117,6 +95,9 @@ public:
 
     /// The name in the table, colons and all.
     std::string_view name() const { return m_name; }
+    /// Whether the method can be called on the object: false for a member function of a class that it is not of.
+    bool isFor(const NSObject& object) const { return !m_isOfClass || m_isOfClass(object); }
+    /// Calls a synchronous method on an object that it is for.
     /// @param mismatch says why a function with types could not be called; as it was if it was called.
     OptionalValue invoke(NSObject& object, OptionalValue&& argument, std::string& mismatch) const
     {
@@ -138,6 +119,9 @@ private:
     {
         if constexpr (std::is_member_function_pointer_v<Function>) {
             static_assert(sizeof(function) <= sizeof(m_member));
+            m_isOfClass = [](const NSObject& object) {
+                return dynamic_cast<const typename Signature<Function>::Object*>(&object) != nullptr;
+            };
             std::memcpy(m_member.data(), &function, sizeof(function));
         } else {
             m_function = std::make_shared<Function>(std::move(function));
@@ -165,16 +149,57 @@ private:
     }
 
     std::string_view m_name;
+    bool (*m_isOfClass)(const NSObject&) = nullptr;
     Sync m_sync = nullptr;
     Async m_async = nullptr;
     alignas(void*) std::array<std::byte, 2 * sizeof(void*)> m_member{};
     std::shared_ptr<void> m_function;
 };
 
+/// Whether a function may stand in a table of the class: any function, and a member function of the class or of a base
+/// of it. In a table without a class (`void`) no member function may.
+template <class Function, class Class>
+concept BelongsTo = !std::is_member_function_pointer_v<Function> || requires
+{
+    requires std::derived_from<Class, typename Signature<Function>::Object>;
+};
+
+/// A row of a table of that class alone; see `NSMethod`.
+template <class Class> class NSMethodOf : public NSMethod {
+public:
+    /// A synchronous method.
+    template <BelongsTo<Class> Function>
+    requires(!IsAsynchronous<Function>) NSMethodOf(SyncMethodName name, Function function)
+        : NSMethod(name, std::move(function))
+    {
+    }
+    /// An asynchronous method.
+    template <BelongsTo<Class> Function>
+    requires IsAsynchronous<Function> NSMethodOf(AsyncMethodName name, Function function)
+        : NSMethod(name, std::move(function))
+    {
+    }
+    /// A member function of another class has no place in this table: it would be called on an object it is not of.
+    template <class Function>
+    requires(!BelongsTo<Function, Class>) NSMethodOf(const char* name, Function memberOfAnotherClass)
+    = delete;
+};
+
 /// The methods that a class of native objects publishes, and its superclass. One object a class, made once; immutable
 /// afterwards and safe to read from any thread.
 class TQWB_EXPORT NSClass {
 public:
+    /// A table whose class the compiler knows: a row of another class does not compile.
+    /// `static const auto table = NSClass::of<Clock>("Clock", &NSObject::staticClass(), { { "now:", &Clock::now } });`
+    /// @tparam Class what the rows belong to, the class itself or a base of it.
+    template <class Class>
+    static NSClass of(std::string name, const NSClass* superclass, std::initializer_list<NSMethodOf<Class>> methods)
+    {
+        static_assert(std::derived_from<Class, NSObject>, "a table is that of a class of native objects");
+        return NSClass(std::move(name), superclass, std::vector<NSMethod>(methods.begin(), methods.end()));
+    }
+    /// A table whose rows are looked at when an object of the class is registered: one with a row of another class is
+    /// refused then.
     /// @param superclass the table of the base class; absent only for the root.
     /// @param methods the class's own methods in the order of their definition.
     NSClass(std::string name, const NSClass* superclass, std::vector<NSMethod> methods);
@@ -195,6 +220,9 @@ public:
         /// Null when there is none.
         const NSMethod* async = nullptr;
     };
+    /// The first method, of this class or a base of it, that is a member function of a class which the object is not
+    /// of; null, as it should be, when there is none.
+    const NSMethod* foreignMethod(const NSObject& object) const;
     /// What answers to a name that is written without colons; methods of the root class never do.
     Candidates candidates(std::string_view name) const;
 

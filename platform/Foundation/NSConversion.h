@@ -67,6 +67,7 @@ template <class T, Direction direction> consteval bool isConvertible()
     constexpr bool isText = boost::json::is_string_like<T>::value;
     constexpr bool isMap = boost::json::is_map_like<T>::value;
     constexpr bool isSequence = boost::json::is_sequence_like<T>::value;
+    constexpr bool hasKeys = requires { typename T::mapped_type; };
     constexpr bool isOwn = JSONType<T> || (toJSON ? HasConversionToJSON<T> : HasConversionFromJSON<T>);
     if constexpr (!std::is_object_v<T> || !Has::value)
         return false;
@@ -78,6 +79,8 @@ template <class T, Direction direction> consteval bool isConvertible()
         return toJSON || std::constructible_from<T, boost::json::string_view>;
     else if constexpr (isMap)
         return isConvertible<typename T::mapped_type, direction>();
+    else if constexpr (hasKeys) // that are no texts, or several of a kind
+        return false;
     else {
         using Element = std::iter_value_t<decltype(std::begin(std::declval<T&>()))>;
         if constexpr (std::same_as<Element, T>)

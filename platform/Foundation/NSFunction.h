@@ -17,10 +17,6 @@
 
 namespace tq {
 
-/// Hands a result of an asynchronous native method to the page. It may be called any number of times and from any
-/// thread (not from two threads at once); absent leaves the value of the previous result in place.
-using NSCompletion = std::function<void(OptionalValue value, Complete complete)>;
-
 /// @cond
 /// What a function takes and returns; there is none of what is overloaded or a template.
 template <class Function> struct Signature {
@@ -77,12 +73,16 @@ template <class Function>
 concept TakesStream = HasSignature<Function> && kIsStream<std::remove_cvref_t<LastParameterOf<Function>>>;
 /// A function whose last parameter is a completion.
 template <class Function>
-concept TakesCompletion = HasSignature<Function> && std::same_as<LastParameterOf<Function>, NSCompletion>;
+concept TakesCompletion
+    = HasSignature<Function> && std::same_as<std::remove_cvref_t<LastParameterOf<Function>>, NSCompletion>;
+/// A function that answers later.
+template <class Function>
+concept IsAsynchronous = TakesStream<Function> || TakesCompletion<Function>;
 
 /// How many parameters are made of the page's argument.
 template <class Function>
 inline constexpr std::size_t kArgumentCount
-    = std::tuple_size_v<ParametersOf<Function>> - (TakesStream<Function> ? 1 : 0);
+    = std::tuple_size_v<ParametersOf<Function>> - (IsAsynchronous<Function> ? 1 : 0);
 
 /// A parameter that a temporary can be handed to.
 template <class Parameter>
@@ -101,7 +101,7 @@ template <class Function> consteval bool takesArguments()
 
 template <class Function> consteval bool returnsResult()
 {
-    if constexpr (TakesStream<Function> || std::is_void_v<ResultOf<Function>>)
+    if constexpr (IsAsynchronous<Function> || std::is_void_v<ResultOf<Function>>)
         return std::is_void_v<ResultOf<Function>>;
     else
         return JSONWritable<ResultOf<Function>>;
@@ -112,7 +112,9 @@ template <class Function> consteval bool streamsResults()
     if constexpr (TakesStream<Function>) {
         using Last = LastParameterOf<Function>;
         return TakesTemporary<Last> && JSONWritable<typename std::remove_cvref_t<Last>::Value>;
-    } else
+    } else if constexpr (TakesCompletion<Function>)
+        return TakesTemporary<LastParameterOf<Function>>;
+    else
         return true;
 }
 
@@ -126,8 +128,8 @@ template <class Function> consteval bool streamsResults()
 /// fit, the function is not called, and the page gets a text that says why.
 ///
 /// The result is `JSONWritable`, or `void`; an absent `std::optional` is no result. A function whose last parameter is
-/// a `Stream` is asynchronous: it returns `void` and sends its results by that. What the page gets of it when the
-/// stream ends without a last result is `undefined`.
+/// a `Stream` or an `NSCompletion` is asynchronous: it returns `void` and sends its results by that. What the page gets
+/// of it when it ends without a last result is `undefined`.
 template <class Function>
 concept NativeFunction
     = HasSignature<Function> && takesArguments<Function>() && returnsResult<Function>() && streamsResults<Function>();
@@ -138,16 +140,14 @@ template <class Function> consteval void checkFunction()
     static_assert(HasSignature<Function>, "what a page calls is a function that is neither overloaded nor a template");
     if constexpr (HasSignature<Function>) {
         static_assert(takesArguments<Function>(),
-            "a parameter's type cannot be made of JSON, or is a reference to what is not const: describe the type with "
-            "Boost.Describe, or give it a tag_invoke(boost::json::value_to_tag<T>, const boost::json::value&)");
+            "a parameter cannot be made of JSON: its type is unknown (describe it with Boost.Describe), or a map whose "
+            "keys are no texts, or it is a reference to what is not const");
         static_assert(returnsResult<Function>(),
-            "no JSON can be made of the result (describe its type with Boost.Describe, or give it a "
-            "tag_invoke(boost::json::value_from_tag, boost::json::value&, T)), or there is a stream and a result, too");
+            "the result cannot be made into JSON: its type is unknown (describe it with Boost.Describe), or a map "
+            "whose keys are no texts, or the function answers later and returns something, too");
         static_assert(streamsResults<Function>(),
-            "no JSON can be made of what is streamed (describe its type with Boost.Describe, or give it a "
-            "tag_invoke(boost::json::value_from_tag, boost::json::value&, T)), or the stream is a reference that is "
-            "not "
-            "const");
+            "the results cannot be made into JSON: their type is unknown (describe it with Boost.Describe), or a map "
+            "whose keys are no texts, or the stream is a reference to what is not const");
     }
 }
 
@@ -167,6 +167,25 @@ OptionalValue callWithElements(
     return std::nullopt;
 }
 
+template <class Function, class Call>
+OptionalValue callWithValue(boost::json::value& whole, std::string& mismatch, const Call& call)
+{
+    constexpr auto kCount = kArgumentCount<Function>;
+    if constexpr (kCount == 1) {
+        using Value = ValueOf<Function, 0>;
+        auto value = readJSON<Value>(whole);
+        if (value)
+            return call(std::move(*value));
+        mismatch = mismatchText("the argument", kindOf<Value>(), whole);
+    } else {
+        auto* list = whole.if_array();
+        if (list && list->size() == kCount)
+            return callWithElements<Function>(*list, mismatch, call, std::make_index_sequence<kCount>());
+        mismatch = countMismatchText(kCount);
+    }
+    return std::nullopt;
+}
+
 /// Calls with the parameters that the page's argument makes, or says why there are none.
 /// @param call returns the result, absent for none.
 template <class Function, class Call>
@@ -175,21 +194,10 @@ OptionalValue callWithArguments(OptionalValue&& argument, std::string& mismatch,
     constexpr auto kCount = kArgumentCount<Function>;
     if constexpr (kCount == 0)
         return call();
-    // None at all is read as null is.
-    auto& whole = argument ? *argument : argument.emplace();
-    if constexpr (kCount == 1) {
-        using Value = ValueOf<Function, 0>;
-        auto value = readJSON<Value>(whole);
-        if (value)
-            return call(std::move(*value));
-        mismatch = mismatchText("the argument", kindOf<Value>(), whole);
-    } else if constexpr (kCount > 1) {
-        auto* list = whole.if_array();
-        if (list && list->size() == kCount)
-            return callWithElements<Function>(*list, mismatch, call, std::make_index_sequence<kCount>());
-        mismatch = countMismatchText(kCount);
-    }
-    return std::nullopt;
+    else if constexpr (kCount == 1 && std::same_as<ValueOf<Function, 0>, OptionalValue>)
+        return call(std::move(argument));
+    else // None at all is read as null is.
+        return callWithValue<Function>(argument ? *argument : argument.emplace(), mismatch, call);
 }
 
 /// Calls a synchronous function. @param function the function, or whatever stands for it.
@@ -200,7 +208,9 @@ OptionalValue callSync(const Callable& function, OptionalValue&& argument, std::
         if constexpr (std::is_void_v<ResultOf<Function>>) {
             function(std::forward<decltype(values)>(values)...);
             return std::nullopt;
-        } else
+        } else if constexpr (std::same_as<ResultOf<Function>, OptionalValue>)
+            return function(std::forward<decltype(values)>(values)...);
+        else
             return writeJSON(function(std::forward<decltype(values)>(values)...));
     });
 }
@@ -210,9 +220,11 @@ template <class Function, class Callable>
 void callAsync(
     const Callable& function, OptionalValue&& argument, const std::shared_ptr<ResultSink>& sink, std::string& mismatch)
 {
-    using Results = std::remove_cvref_t<LastParameterOf<Function>>;
     callWithArguments<Function>(std::move(argument), mismatch, [&](auto&&... values) -> OptionalValue {
-        function(std::forward<decltype(values)>(values)..., Results(sink));
+        if constexpr (TakesCompletion<Function>)
+            function(std::forward<decltype(values)>(values)..., completionOf(sink));
+        else
+            function(std::forward<decltype(values)>(values)..., std::remove_cvref_t<LastParameterOf<Function>>(sink));
         return std::nullopt;
     });
 }

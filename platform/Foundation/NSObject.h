@@ -15,7 +15,8 @@ namespace tq {
 ///     const tq::NSClass& objectClass() const override { return staticClass(); }
 ///     static const tq::NSClass& staticClass()
 ///     {
-///         static const tq::NSClass table("Clock", &tq::NSObject::staticClass(), { { "now:", &Clock::now } });
+///         static const auto table = tq::NSClass::of<Clock>(
+///             "Clock", &tq::NSObject::staticClass(), { { "now:", &Clock::now } });
 ///         return table;
 ///     }
 ///     tq::OptionalValue now(tq::OptionalValue argument);

@@ -4,6 +4,7 @@
 #include "NSConversion.h"
 #include "NSTypes.h"
 
+#include <functional>
 #include <memory>
 #include <utility>
 
@@ -24,7 +25,17 @@ public:
     virtual void deliver(OptionalValue value, Complete complete) = 0;
     /// Ends the call without a further result.
     virtual void end() = 0;
+    /// Ends a call whose completion has gone before it had a last result.
+    virtual void abandon() = 0;
 };
+
+/// Hands a result of an asynchronous native method to the page. It may be called any number of times and from any
+/// thread (not from two threads at once); absent leaves the value of the previous result in place. When its last copy
+/// goes before there was a last result, the call ends without one.
+using NSCompletion = std::function<void(OptionalValue value, Complete complete)>;
+
+/// Makes the completion of a call. Not for applications.
+TQWB_EXPORT NSCompletion completionOf(std::shared_ptr<ResultSink> sink);
 
 /// What a function with types sends the results of an asynchronous call by: the last parameter of such a function. Keep
 /// it, and call it from any thread, but not from two at once. Copies are the same stream; when the last of them goes

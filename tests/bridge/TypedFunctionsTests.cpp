@@ -74,13 +74,44 @@ concept MakesRow = std::constructible_from<NSMethod, Name, Function>;
 static_assert(MakesRow<SyncMethodName, int (*)(int)> && !MakesRow<AsyncMethodName, int (*)(int)>);
 static_assert(MakesRow<AsyncMethodName, void (*)(Stream<int>)> && !MakesRow<SyncMethodName, void (*)(Stream<int>)>);
 
+static_assert(MakesRow<AsyncMethodName, void (*)(int, NSCompletion)> && kFits<void (*)(const NSCompletion&)>);
+static_assert(!MakesRow<SyncMethodName, void (*)(NSCompletion)> && !kFits<int (*)(NSCompletion)>);
+
+// Keys that are no texts, and several of a kind, are not JSON's.
+static_assert(
+    !JSONReadable<std::map<int, int>> && !JSONWritable<std::map<int, int>> && !kFits<std::map<int, int> (*)()>);
+static_assert(!JSONReadable<std::multimap<std::string, int>> && JSONReadable<std::map<std::string, int>>);
+
+// Rows belong to the class of their table, or to a base of it; functions to every one.
+struct Named : NSObject {
+    int f(int) const;
+};
+struct Derived final : Named {
+    void g(Stream<int>);
+};
+template <class Function>
+concept MakesFunction = requires(Function f)
+{
+    nativeFunctions({ { "f:", f } });
+};
+template <class Class, class Function>
+concept MakesTableRow = requires(Function f)
+{
+    NSClass::of<Class>("C", &NSObject::staticClass(), { { "f:", f } });
+};
+static_assert(MakesFunction<int (*)(int)> && !MakesFunction<decltype(&Named::f)>);
+static_assert(MakesTableRow<Named, decltype(&Named::f)> && MakesTableRow<Derived, decltype(&Named::f)>);
+static_assert(MakesTableRow<Named, int (*)(int)> && !MakesTableRow<NSObject, decltype(&Named::f)>);
+static_assert(std::constructible_from<NSMethodOf<Derived>, AsyncMethodName, decltype(&Derived::g)>);
+static_assert(!std::constructible_from<NSMethodOf<Named>, AsyncMethodName, decltype(&Derived::g)>);
+
 static_assert(AnswerType<std::vector<Point>> && !AnswerType<Unknown> && !AnswerType<std::string_view>);
 
 class Calculator : public NSObject {
 public:
     static const NSClass& staticClass()
     {
-        static const NSClass table("Calculator", &NSObject::staticClass(),
+        static const auto table = NSClass::of<Calculator>("Calculator", &NSObject::staticClass(),
             { { "negate:", &Calculator::negate }, { "plain:", &Calculator::plain }, { "times:", &Calculator::times },
                 { "count::", &Calculator::count }, { "plain::", &Calculator::plainLater } });
         return table;
@@ -98,7 +129,10 @@ public:
         numbers.send(last + 1);
         numbers.finish();
     }
-    void plainLater(OptionalValue argument, NSCompletion completion) { completion(std::move(argument), Complete::Yes); }
+    void plainLater(OptionalValue argument, NSCompletion completion) const
+    {
+        completion(std::move(argument), Complete::Yes);
+    }
 };
 
 class TypedFunctionsTest : public CallsWithoutPage {
@@ -169,6 +203,26 @@ TEST_F(TypedFunctionsTest, TheArgumentBecomesTheParameters)
     EXPECT_EQ(answer("calls", "0"), "1");
     EXPECT_EQ(answer("calls", "0"), "2");
     EXPECT_EQ(answer("owner", "0"), "3");
+}
+
+TEST_F(TypedFunctionsTest, ACompletionIsAnotherLastParameter)
+{
+    objects.add(
+        nativeFunctions({
+            { "later::",
+                [](const OptionalValue& value, NSCompletion completion) { completion(value, Complete::Yes); } },
+            { "sum::",
+                [](int left, int right, const NSCompletion& completion) { completion(left + right, Complete::Yes); } },
+            { "none::", [](const NSCompletion&) {} },
+        }),
+        "n");
+    EXPECT_EQ(call("n.later", R"({"_dscbstub":"f"})"), R"({"code":0,"data":""})");
+    EXPECT_EQ(call("n.sum", R"({"data":[1,2],"_dscbstub":"f"})"), R"({"code":0,"data":3})");
+    EXPECT_EQ(call("n.sum", R"({"data":[1],"_dscbstub":"f"})"),
+        R"({"code":-1,"data":"n.sum: the argument is not a list of 2"})");
+    scripts.clear();
+    EXPECT_EQ(call("n.none", R"({"_dscbstub":"f"})"), R"({"code":-1,"data":""})");
+    EXPECT_EQ(scripts, Texts{ script("{%22code%22:0}", true) });
 }
 
 TEST_F(TypedFunctionsTest, WhatDoesNotFitIsToldAndNotCalled)
