@@ -9,32 +9,42 @@
 
 namespace tq {
 
+/// The function of a page that receives the results of an asynchronous call.
+struct PageCallback {
+    /// Its name, which may be anything.
+    std::string name;
+    /// Whether the page has asked to be told of results that cannot be written: by a second parameter, the reason.
+    bool takesReasons = false;
+};
+
 /// The result of one asynchronous page call while it is being delivered, and the result of the call itself.
 class AsyncResult : public ResultSink {
 public:
-    /// @param callbackName the page's function that receives the results.
-    explicit AsyncResult(std::string callbackName);
+    explicit AsyncResult(PageCallback callback);
 
     /// Queues the script that carries the result to the page.
     void deliver(OptionalValue value, Complete complete) final;
     /// The page's function is called without a value, for the last time.
     void end() final;
+    /// The same, without an effect on the message. A page that expects no reasons, and has had results, takes what it
+    /// has got for all.
+    void abandon() final;
 
     /// The result message as it stands.
     std::string message() const;
-
-    /// Whether a script may safely call a function of this name: identifiers of ASCII letters, digits, "_" and "$",
-    /// joined by dots, the first of them no reserved word.
-    static bool isCallable(std::string_view callbackName);
+    /// Whether there has been a result, or the end.
+    bool hasBegun() const;
 
 private:
     void queue(std::string_view resultMessage, Complete complete);
     /// Queues a script for the page. Any thread.
     virtual void queueScript(std::string_view script) = 0;
 
-    const std::string m_callbackName;
+    const PageCallback m_callback;
+    const bool m_isCallable;
     mutable std::mutex m_mutex;
     boost::json::value m_result;
+    bool m_hasBegun = false;
 };
 
 } // namespace tq

@@ -38,10 +38,27 @@ std::string mismatchMessage(std::string_view fullName, std::string_view mismatch
     return resultMessage(-1, boost::json::value(text));
 }
 
+// The answer to an asynchronous call that nothing has come of yet. A page that asks for more is told whether there will
+// be something.
+enum class IsPending : bool { No, Yes };
+std::string emptyMessage(const CallMessage& message, IsPending isPending)
+{
+    if (!message.callbackName || !message.asksForMore)
+        return NativeObjects::kRefused;
+    return isPending == IsPending::Yes ? R"({"code":-1,"data":"","pending":true})"
+                                       : R"({"code":-1,"data":"","pending":false})";
+}
+
 } // namespace
 
 void NativeObjects::add(std::shared_ptr<NSObject> object, const OptionalText& nameSpace)
 {
+    const auto& table = object->objectClass();
+    if (const auto* foreign = table.foreignMethod(*object)) {
+        NSLog("Js bridge: an object of " + table.name() + " is refused, since \"" + std::string(foreign->name())
+            + "\" of its table is a method of another class");
+        return;
+    }
     // The object that is replaced is destroyed after the lock has been released: it may call back.
     const std::lock_guard lock(m_registryMutex);
     m_objects[nameSpace.value_or("")].swap(object);
@@ -65,30 +82,39 @@ std::shared_ptr<NSObject> NativeObjects::objectForNamespace(std::string_view nam
 }
 
 std::string NativeObjects::call(std::string_view methodName, std::optional<std::string_view> argumentMessage,
-    const MakeResult& makeResult, const MethodMissing& methodMissing) const
+    const MakeResult& makeResult, const MethodMissing& methodMissing, std::optional<std::string_view> secret) const
 {
     const auto fullName = JSBUtil::trimmed(methodName);
     const auto [nameSpace, method] = JSBUtil::parseNamespace(fullName);
     const auto object = objectForNamespace(nameSpace);
+    auto read = CallMessage::readPlain(argumentMessage, secret.value_or(""));
+    if (!read && secret)
+        read = CallMessage::readAny(argumentMessage, *secret);
+    if (secret && !read->hasSecret) {
+        NSLog("Js bridge: refused for a frame that is not the main one of an allowed page");
+        return kRefused;
+    }
     if (!object) {
         NSLog("Js bridge  called, but can't find a corresponded JavascriptObject , please check your code!");
-        return resultMessage(-1, std::nullopt);
+        return read ? emptyMessage(*read, IsPending::No) : kRefused;
     }
     const auto candidates = object->objectClass().candidates(method);
-    auto message = CallMessage::read(argumentMessage);
+    auto message = read ? std::move(*read) : CallMessage::readAny(argumentMessage);
     std::string mismatch;
     if (message.callbackName) {
         if (candidates.async) {
-            const auto result = makeResult(std::move(*message.callbackName));
+            const auto result = makeResult({ std::move(*message.callbackName), message.asksForMore });
             candidates.async->invoke(*object, std::move(message.data), result, mismatch);
-            return mismatch.empty() ? result->message() : mismatchMessage(fullName, mismatch);
+            if (!mismatch.empty())
+                return mismatchMessage(fullName, mismatch);
+            return result->hasBegun() ? result->message() : emptyMessage(message, IsPending::Yes);
         }
     } else if (candidates.sync) {
         const auto value = candidates.sync->invoke(*object, std::move(message.data), mismatch);
         return mismatch.empty() ? resultMessage(0, value) : mismatchMessage(fullName, mismatch);
     }
     methodMissing(methodName);
-    return resultMessage(-1, std::nullopt);
+    return emptyMessage(message, IsPending::No);
 }
 
 bool NativeObjects::hasMethod(const OptionalValue& question) const

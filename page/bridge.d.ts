@@ -10,10 +10,12 @@ export type NativeCallFailure =
     | "bad-argument"
     /** The method was called and has failed. */
     | "failed"
-    /** The method was called, and what it returned cannot be written or read. */
+    /** The method was called, and what it returned or sent cannot be written or read. */
     | "unreadable"
     /** No result came within the time that the page allowed. */
-    | "timeout";
+    | "timeout"
+    /** The page was left while it waited, and has come back: results may have gone elsewhere meanwhile. */
+    | "left";
 
 /** The error of every call of the application that has no value. */
 export class NativeCallError extends Error {
@@ -31,8 +33,10 @@ export function isInApplication(): boolean;
  * meanwhile.
  *
  * @param method "namespace.method", or "method" of the empty namespace; plain ASCII.
- * @param argument whatever JSON can express; `undefined`, a function and a symbol are no argument.
- * @throws NativeCallError, and TypeError for what JSON refuses (a BigInt, objects in a circle).
+ * @param argument whatever JSON can express; `undefined`, a function and a symbol are no argument. Half of a surrogate
+ * pair alone becomes U+FFFD.
+ * @throws NativeCallError, and TypeError for what JSON refuses (a BigInt, objects in a circle) and for what the
+ * application does not read, being nested deeper than 511.
  */
 export function callSync<Value = unknown>(method: string, argument?: unknown): Value;
 
@@ -52,7 +56,8 @@ export function callAsync<Value = unknown>(method: string, argument?: unknown, o
 
 /**
  * Calls an asynchronous native method; `callback` gets every result. `isLast` is true with the last one, and with no
- * other. A method that ends without a last result ends with undefined.
+ * other. A method that ends without a last result ends with undefined. In place of a result that cannot be written, and
+ * of those that are lost since the page was left, there is an `error`; others may follow where `isLast` is false.
  *
  * @returns a function that abandons the call: `callback` is not called any more.
  * @throws what callSync throws.
@@ -60,10 +65,10 @@ export function callAsync<Value = unknown>(method: string, argument?: unknown, o
 export function callWithCallback<Value = unknown>(
     method: string,
     argument: unknown,
-    callback: (value: Value, isLast: boolean) => void,
+    callback: (value: Value, isLast: boolean, error?: NativeCallError) => void,
 ): () => void;
 
-/** The results of an asynchronous native method, one after the other. */
+/** The results of an asynchronous native method, one after the other. A result that cannot be read ends them, by throwing. */
 export interface ResultStream<Value> extends AsyncIterableIterator<Value> {
     /** Abandons the call and ends the loops over it. Leaving a `for await` loop early does so too. */
     return(value?: unknown): Promise<IteratorResult<Value, any>>;

@@ -8,8 +8,10 @@ const explanations = {
     failed: "the method has failed",
     unreadable: "the answer cannot be read",
     timeout: "no result came in time",
+    left: "the page was left while it waited, and results may have been lost",
 };
 const probe = "_hasJavascriptMethod";
+const deepest = 512; // levels of a message that the application reads
 const longestTimer = 2 ** 31 - 1; // milliseconds; a longer one would fire at once
 
 // Results of calls that an earlier page of the view has made may still arrive: no name is used by two pages.
@@ -35,10 +37,50 @@ export function isInApplication() {
 
 // Page calls native
 
+// Whether a JSON text has more levels than that.
+function isDeeper(text, most) {
+    let depth = 0;
+    for (let at = 0; at < text.length; ++at) {
+        const mark = text[at];
+        if (mark === '"')
+            at = endOfText(text, at);
+        else if (mark === "]" || mark === "}")
+            --depth;
+        else if ((mark === "[" || mark === "{") && ++depth > most)
+            return true;
+    }
+    return false;
+}
+
+// The place of the quotation mark that ends the one at the start: an odd number of backslashes makes it another.
+function endOfText(text, start) {
+    for (let end = start; ; ) {
+        end = text.indexOf('"', end + 1);
+        let before = end;
+        while (text[before - 1] === "\\")
+            --before;
+        if ((end - before) % 2 === 0)
+            return end;
+    }
+}
+
+/** The JSON text of a message, such that the application can read it. */
+function write(message) {
+    let text = JSON.stringify(message);
+    // What is half of a character alone is written as an escape, which is no character to the application.
+    if (text.includes("\\ud"))
+        text = text.replace(/\\(?:\\|ud[89a-f][0-9a-f]{2})/g, (escape) => (escape === "\\\\" ? escape : "\ufffd"));
+    if (text.length > 2 * deepest && isDeeper(text, deepest))
+        throw new TypeError(`what is sent to the application lies deeper than ${deepest} levels`);
+    return text;
+}
+
 function ask(method, message) {
     if (!isInApplication())
         throw new NativeCallError(method, "no-application");
-    const text = window.prompt("_dsbridge=" + method, JSON.stringify(message));
+    // What shows the application that its own page asks, if it wants to see that.
+    message._tqframe = window._tqframe;
+    const text = window.prompt("_dsbridge=" + method, write(message));
     if (text === null)
         throw new NativeCallError(method, "failed");
     let answer = null;
@@ -61,34 +103,62 @@ export function callSync(method, argument) {
     return answer.data;
 }
 
-/** Starts an asynchronous call; `take` gets every result. Returns the name of the global function that `take` becomes. */
-function start(method, argument, take) {
+// The asynchronous calls that are not over: callback -> the function that is told why no result will come any more.
+const calls = new Map();
+
+/**
+ * Starts an asynchronous call; `take` gets every result, or the error in its place, `fail` the error that ends the call.
+ * Returns the name of the global function that `take` becomes.
+ */
+function start(method, argument, take, fail) {
     const callback = callbackPrefix + ++lastCallback;
-    window[callback] = take;
+    window[callback] = (value, reason) => take(value, reason && new NativeCallError(method, reason));
+    calls.set(callback, (reason) => fail(new NativeCallError(method, reason)));
     try {
-        const { code } = ask(method, { data: argument, _dscbstub: callback });
-        // Any other code is that of a missing method, and that of a method whose first result is still to come.
-        if (code !== 0 && !hasNativeMethod(method, "asyn"))
+        // It says whether a result is still to come; older ones have to be asked whether there is such a method.
+        const { code, pending } = ask(method, { data: argument, _dscbstub: callback, _tq: 1 });
+        if (code !== 0 && !(pending ?? hasNativeMethod(method, "asyn")))
             throw new NativeCallError(method, "no-method");
     } catch (error) {
-        delete window[callback];
+        drop(callback);
         throw error;
     }
     return callback;
 }
 
+function drop(callback) {
+    delete window[callback];
+    calls.delete(callback);
+}
+
+// While a page is put away, results go to the page that is there in its place.
+window.addEventListener("pageshow", (event) => {
+    for (const [callback, fail] of event.persisted ? [...calls] : []) {
+        drop(callback);
+        fail("left");
+    }
+});
+
 export function callAsync(method, argument, { timeout = Infinity } = {}) {
     return new Promise((resolve, reject) => {
         if (typeof timeout !== "number" || !(timeout >= 0))
             throw new RangeError("timeout must be a number of milliseconds");
-        const callback = start(method, argument, (value) => {
-            delete window[callback];
-            forget(callback);
-            resolve(value);
-        });
+        const callback = start(
+            method,
+            argument,
+            (value, error) => {
+                drop(callback);
+                forget(callback);
+                error ? reject(error) : resolve(value);
+            },
+            (error) => {
+                forget(callback);
+                reject(error);
+            },
+        );
         if (timeout < Infinity) {
             expect(callback, timeout, () => {
-                delete window[callback];
+                drop(callback);
                 reject(new NativeCallError(method, "timeout"));
             });
         }
@@ -139,61 +209,72 @@ function expireDue() {
 
 let held = [];
 
-function hold(call, value) {
+function hold(call, value, error) {
     if (held.length === 0)
         queueMicrotask(deliverHeld);
     ++call.held;
-    held.push({ call, value });
+    held.push({ call, value, error });
 }
 
 function deliverHeld() {
     const results = held;
     held = [];
-    for (const { call, value } of results) {
+    for (const { call, value, error } of results) {
         const isLast = --call.held === 0 && !(call.name in window);
-        if (call.isAbandoned)
-            continue;
-        try {
-            call.callback(value, isLast);
-        } catch (error) {
-            console.error(error);
-        }
+        if (isLast)
+            calls.delete(call.name);
+        tell(call, value, isLast, error);
+    }
+}
+
+function tell(call, value, isLast, error) {
+    if (call.isAbandoned)
+        return;
+    try {
+        call.callback(value, isLast, error);
+    } catch (thrown) {
+        console.error(thrown);
     }
 }
 
 export function callWithCallback(method, argument, callback) {
     const call = { name: "", callback, held: 0, isAbandoned: false };
-    call.name = start(method, argument, (value) => hold(call, value));
+    call.name = start(
+        method,
+        argument,
+        (value, error) => hold(call, value, error),
+        (error) => tell(call, undefined, true, error),
+    );
     return () => {
         call.isAbandoned = true;
-        delete window[call.name];
+        drop(call.name);
     };
 }
 
 class ResultStream {
-    #results = [];
+    #results = []; // {value}, or {error} as the last
     #waiting = []; // those who have asked for a result that is not there yet
     #isOver = false;
     #abandon;
 
     constructor(method, argument) {
-        this.#abandon = callWithCallback(method, argument, (value, isLast) => {
+        this.#abandon = callWithCallback(method, argument, (value, isLast, error) => {
             // Undefined is no result but the end without one.
-            if (value !== undefined && this.#waiting.length)
-                this.#waiting.shift()({ value, done: false });
-            else if (value !== undefined)
-                this.#results.push(value);
-            if (isLast)
+            if (error !== undefined || value !== undefined)
+                this.#add({ value, error });
+            if (error !== undefined)
+                this.#abandon();
+            if (isLast || error !== undefined)
                 this.#finish();
         });
     }
 
     async next() {
         if (this.#results.length)
-            return { value: this.#results.shift(), done: false };
+            return resultOf(this.#results.shift());
         if (this.#isOver)
             return { value: undefined, done: true };
-        return new Promise((resolve) => this.#waiting.push(resolve));
+        return new Promise((resolve) => this.#waiting.push(resolve)).then(resultOf);
     }
 
     async return(value) {
@@ -207,11 +288,24 @@ class ResultStream {
         return this;
     }
 
+    #add(result) {
+        if (this.#waiting.length)
+            this.#waiting.shift()(result);
+        else
+            this.#results.push(result);
+    }
+
     #finish() {
         this.#isOver = true;
         for (const resolve of this.#waiting.splice(0))
-            resolve({ value: undefined, done: true });
+            resolve({ done: true });
     }
+}
+
+function resultOf({ value, error, done = false }) {
+    if (error !== undefined)
+        throw error;
+    return { value, done };
 }
 
 export function stream(method, argument) {
@@ -219,7 +313,7 @@ export function stream(method, argument) {
 }
 
 export function hasNativeMethod(name, type = "all") {
-    return isInApplication() && callSync("_dsb.hasNativeMethod", { name, type }) === 1;
+    return isInApplication() && ask("_dsb.hasNativeMethod", { data: { name, type } }).data === 1;
 }
 
 export function closePage() {

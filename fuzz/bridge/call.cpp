@@ -3,6 +3,7 @@
 #include "TQWhiteBoardLib/NativeFunctions.h"
 #include "bridge/AsyncResult.h"
 #include "bridge/CallMessage.h"
+#include "bridge/CallbackName.h"
 #include "bridge/JSBUtil.h"
 #include "bridge/NativeObjects.h"
 #include "fuzz/support/Fuzz.h"
@@ -47,8 +48,8 @@ public:
 };
 
 struct Result final : AsyncResult {
-    Result(std::vector<std::string>& scripts, std::string callbackName)
-        : AsyncResult(std::move(callbackName))
+    Result(std::vector<std::string>& scripts, PageCallback callback)
+        : AsyncResult(std::move(callback))
         , m_scripts(scripts)
     {
     }
@@ -56,7 +57,8 @@ struct Result final : AsyncResult {
     std::vector<std::string>& m_scripts;
 };
 
-// Whatever the message: an answer is a map of exactly a code and the data.
+// Whatever the message: an answer is a map of exactly a code and the data; where nothing has come of an asynchronous
+// call whose page asks, also of whether something will.
 boost::json::object readMessage(std::string_view text)
 {
     boost::json::error_code failure;
@@ -65,7 +67,11 @@ boost::json::object readMessage(std::string_view text)
     auto value = boost::json::parse({ text.data(), text.size() }, failure, {}, options);
     expect(!failure && value.is_object(), "an answer is a JSON map");
     const auto& answer = value.get_object();
-    expect(answer.size() == 2 && answer.contains("data") && answer.contains("code") && answer.at("code").is_int64(),
+    const auto* pending = answer.if_contains("pending");
+    expect(!pending || (pending->is_bool() && answer.at("code") == -1 && answer.at("data") == ""),
+        "what is still to come is told where nothing has come");
+    expect(answer.size() == (pending ? 3U : 2U) && answer.contains("data") && answer.contains("code")
+            && answer.at("code").is_int64(),
         "an answer has exactly a code and data");
     const auto code = answer.at("code").get_int64();
     expect(code == 0 || code == -1, "the code is 0 or -1");
@@ -83,7 +89,7 @@ void checkScript(std::string_view script, const OptionalValue& data, bool isLast
 {
     takePiece(script, "try {");
     const auto name = script.substr(0, script.find('('));
-    expect(AsyncResult::isCallable(name), "a script calls a plain name");
+    expect(isCallable(name), "a script calls a plain name");
     takePiece(script, name);
     takePiece(script, "(JSON.parse(decodeURIComponent(\"");
     const auto literal = script.substr(0, script.find('"'));
@@ -114,7 +120,8 @@ void check(std::string_view methodName, std::optional<std::string_view> message)
     std::string answer;
     try {
         answer = objects.call(
-            methodName, message, [&](std::string name) { return std::make_shared<Result>(scripts, std::move(name)); },
+            methodName, message,
+            [&](PageCallback callback) { return std::make_shared<Result>(scripts, std::move(callback)); },
             [&](std::string_view name) {
                 expect(name == methodName, "a missing method is told by the name that was asked for");
                 ++missed;
@@ -133,6 +140,7 @@ void check(std::string_view methodName, std::optional<std::string_view> message)
         expect(areAlike(read.at("data"), *service->received), "a result is answered as it was");
     if (service->kept) {
         expect(read.at("code") == -1 && scripts.empty(), "no result yet");
+        expect(!read.contains("pending") || read.at("pending") == true, "a result is still to come");
         service->kept("50%\"\n", Complete::Yes);
         service->received = "50%\"\n";
     }
@@ -203,14 +211,18 @@ void checkTyped(std::string_view methodName, std::optional<std::string_view> mes
     std::vector<std::string> scripts;
     int missed = 0;
     const auto answer = objects.call(
-        methodName, message, [&](std::string name) { return std::make_shared<Result>(scripts, std::move(name)); },
+        methodName, message,
+        [&](PageCallback callback) { return std::make_shared<Result>(scripts, std::move(callback)); },
         [&](std::string_view) { ++missed; });
     const auto fullName = JSBUtil::trimmed(methodName);
     const auto sent = CallMessage::read(message);
     const auto data = sent.data.value_or(nullptr);
     const auto [nameSpace, function] = JSBUtil::parseNamespace(fullName);
     if (missed || nameSpace != "typed") {
-        expect(!typed.calls && answer == R"({"code":-1,"data":""})", "nothing was called");
+        const bool asks = sent.callbackName && sent.asksForMore;
+        expect(
+            !typed.calls && answer == (asks ? R"({"code":-1,"data":"","pending":false})" : R"({"code":-1,"data":""})"),
+            "nothing was called");
         return;
     }
     expect((typed.calls == 1) == fits(function, data), "what fits is called, once, and nothing else");

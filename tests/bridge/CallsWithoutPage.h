@@ -15,8 +15,8 @@ using Texts = std::vector<std::string>;
 class CallsWithoutPage : public testing::Test {
 protected:
     struct Result final : AsyncResult {
-        Result(Texts& newScripts, std::string callbackName)
-            : AsyncResult(std::move(callbackName))
+        Result(Texts& newScripts, PageCallback callback)
+            : AsyncResult(std::move(callback))
             , scripts(newScripts)
         {
         }
@@ -28,7 +28,7 @@ protected:
     {
         return objects.call(
             name, message,
-            [this](std::string callbackName) { return std::make_shared<Result>(scripts, std::move(callbackName)); },
+            [this](PageCallback callback) { return std::make_shared<Result>(scripts, std::move(callback)); },
             [this](std::string_view missing) { missed.emplace_back(missing); });
     }
 

@@ -1,6 +1,7 @@
 #include "TQWhiteBoardLib/NativeFunctions.h"
 #include "tests/support/PageTest.h"
 
+#include <algorithm>
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
 #include <boost/json/serialize.hpp>
@@ -41,6 +42,7 @@ public:
                 { "failLater::", &Tools::failLater },
                 { "count::", &Tools::count },
                 { "keep::", &Tools::keep },
+                { "drop::", &Tools::drop },
             });
         return table;
     }
@@ -67,6 +69,7 @@ public:
                 completion(number, number == last ? Complete::Yes : Complete::No);
         });
     }
+    void drop(OptionalValue, NSCompletion) { }
     void keep(OptionalValue, NSCompletion completion) { kept.push_back(std::move(completion)); }
 
     bool wasAbsent = false;
@@ -235,6 +238,105 @@ TEST_F(PageHalfTest, AMethodThatIsTakenAwayIsMissed)
     EXPECT_EQ(outcome("callAsync('app.keep', 1, {timeout: 0})"), failure("app.keep", "timeout"));
     view->removeJavascriptObject("app");
     EXPECT_EQ(outcome("callAsync('app.keep', 1)"), failure("app.keep", "no-method"));
+}
+
+TEST_F(PageHalfTest, TextsAreMadeWellFormedAndWhatIsTooDeepIsRefused)
+{
+    ask("register('echo', (value) => value), register('deep', (levels) => nested(levels)),"
+        " window.nested = (levels) => { let list = 'x'; while (levels--) list = [list]; return list; },"
+        " window.depth = (list) => { let levels = 0; for (; Array.isArray(list); list = list[0]) ++levels; return "
+        "levels; },"
+        " ready(), 0");
+    const auto tooDeep = array{ "TypeError", nullptr, nullptr };
+    const auto odd = array{ "a\uFFFD\\ud800", object{ { "\uFFFDk", "\U0001F600" } } };
+    const std::vector<std::pair<std::string, OptionalValue>> rows{
+        { "callSync('app.echo', ['a\\ud800\\\\ud800', {'\\udc00k': '\\ud83d\\ude00'}])", odd },
+        { "callAsync('app.atOnce', ['a\\ud800\\\\ud800', {'\\udc00k': '\\ud83d\\ude00'}])", odd },
+        { "callSync('app.echo', nested(511)) && 1", 1 },
+        { "depth(callSync('app.echo', nested(510)))", 510 },
+        { "callAsync('app.atOnce', nested(510)).then(depth)", 510 },
+        { "callSync('app.echo', nested(512))", tooDeep },
+        { "callAsync('app.keep', nested(512))", tooDeep },
+        { "stream('app.keep', {toJSON: () => nested(512)})", tooDeep },
+        { "callSync('app.echo', ['[{\"\\\\'.repeat(2000), nested(509)]).length", 2 },
+    };
+    for (const auto& [expression, expected] : rows)
+        EXPECT_EQ(outcome(expression), expected) << expression;
+    const auto before = ask("prompts")->as_int64();
+    for (const char* levels : { "512", "5000" })
+        EXPECT_EQ(outcome("callSync('app.echo', nested(" + std::string(levels) + "))"), tooDeep);
+    EXPECT_EQ(ask("prompts")->as_int64() - before, 3) << "the reports' alone";
+    EXPECT_EQ(answersOf("echo", { "x" }), std::vector<OptionalValue>{ "x" });
+    EXPECT_TRUE(answersOf("deep", { 510 }).front());
+    EXPECT_EQ(answersOf("deep", { 511 }), std::vector<OptionalValue>{ std::nullopt });
+    EXPECT_EQ(ask("leftovers()"), 0);
+}
+
+TEST_F(PageHalfTest, EveryAsynchronousCallCostsOnePromptAndSettles)
+{
+    view->addJavascriptObject(nativeFunctions({
+                                  { "leave::",
+                                      [this](NSCompletion completion) {
+                                          view->removeJavascriptObject("self");
+                                          tools->kept.push_back(std::move(completion));
+                                      } },
+                              }),
+        "self");
+    view->addJavascriptObject(
+        nativeFunctions({
+            { "spoil::",
+                [](const Stream<double>& numbers) {
+                    numbers.send(1);
+                    numbers.send(std::numeric_limits<double>::quiet_NaN());
+                    numbers.send(2);
+                } },
+            { "spoilLater::", [this](NSCompletion completion) { tools->kept.push_back(std::move(completion)); } },
+        }),
+        "typed");
+    ask("window.collect = async (results) => { const all = []; try { for await (const one of results) all.push(one); }"
+        " catch (error) { all.push(error.reason); } return all; }, 0");
+    const auto prompts = [&](const std::string& expression) {
+        const auto before = ask("prompts")->as_int64();
+        outcome(expression);
+        return ask("prompts")->as_int64() - before - 2;
+    };
+    EXPECT_EQ(prompts("callAsync('app.count', 2)"), 1);
+    EXPECT_EQ(prompts("callAsync('app.absent')"), 1);
+    EXPECT_EQ(prompts("callAsync('none.absent')"), 1);
+    EXPECT_EQ(outcome("callAsync('app.drop').then((value) => value === undefined)"), true);
+    EXPECT_EQ(outcome("collect(stream('app.drop'))"), array{});
+    EXPECT_EQ(outcome("collect(stream('typed.spoil'))"), (array{ 1, "unreadable" }));
+    view->evaluateJavaScript(
+        "for (const call of [() => callAsync('typed.spoilLater'), () => stream('typed.spoilLater').next()])"
+        " outcome(call).then(report);"
+        "callWithCallback('typed.spoilLater', 0, (value, isLast, error) =>"
+        " report([value ?? null, isLast, error?.reason ?? null]));"
+        "outcome(() => callAsync('self.leave')).then(report);");
+    waitForKept(4);
+    const auto before = reports->values.size();
+    for (std::size_t call = 0; call < 3; ++call)
+        tools->kept[call](std::numeric_limits<double>::infinity(), Complete::No);
+    tools->kept[3]("done", Complete::Yes);
+    waitForReports(before + 4);
+    tools->kept[2](5, Complete::Yes);
+    waitForReports(before + 5);
+    const auto first = reports->values.begin() + static_cast<std::ptrdiff_t>(before);
+    for (const OptionalValue& expected :
+        { failure("typed.spoilLater", "unreadable"), OptionalValue(array{ nullptr, false, "unreadable" }),
+            OptionalValue("done"), OptionalValue(array{ 5, true, nullptr }) })
+        EXPECT_GT(std::count(first, reports->values.end(), expected), 0) << boost::json::serialize(*expected);
+    EXPECT_EQ(std::count(first, reports->values.end(), failure("typed.spoilLater", "unreadable")), 2);
+    EXPECT_EQ(ask("leftovers()"), 0);
+}
+
+TEST_F(PageHalfTest, AnApplicationThatKnowsNoMoreIsAskedWhetherThereIsAMethod)
+{
+    // As one of an earlier version answers.
+    ask("(() => { const real = window.prompt; window.prompt = (name, message) => {"
+        " const answer = real(name, message?.replace(',\"_tq\":1', '')); return answer; }; })(), 0");
+    EXPECT_EQ(outcome("callAsync('app.count', 2)"), 1);
+    EXPECT_EQ(outcome("callAsync('app.absent')"), failure("app.absent", "no-method"));
+    EXPECT_EQ(outcome("callAsync('app.drop').then((value) => value === undefined)"), true);
 }
 
 TEST_F(PageHalfTest, CallsThatAreNeverAnsweredTimeOutOnOneTimer)
