@@ -1,7 +1,7 @@
 // The message of a call, and the name of the page's function in it.
 
-#include "bridge/AsyncResult.h"
 #include "bridge/CallMessage.h"
+#include "bridge/CallbackName.h"
 #include "bridge/JSBUtil.h"
 #include "fuzz/support/Fuzz.h"
 #include "fuzz/support/Reference.h"
@@ -9,26 +9,38 @@
 namespace tq::fuzz {
 namespace {
 
-// Piece by piece: only what begins a name may not be a reserved word.
+// Piece by piece: only what begins a name may be neither a reserved word nor the engine's, and the window's own name
+// before a piece is as good as none.
 bool isPlainlyCallable(std::string_view name)
 {
     const auto dot = name.find('.');
     if (dot == name.npos)
-        return AsyncResult::isCallable(name);
-    const auto rest = "x." + std::string(name.substr(dot + 1));
-    return AsyncResult::isCallable(name.substr(0, dot)) && AsyncResult::isCallable(rest);
+        return isCallable(name);
+    const auto first = name.substr(0, dot);
+    if (const auto rest = name.substr(dot + 1); first == "window" || first == "self" || first == "globalThis") {
+        // A reserved word can be a member.
+        return isCallable(rest) || (isCallable("x." + std::string(rest)) && isCallable(name));
+    }
+    return isCallable(first) && isCallable("x." + std::string(name.substr(dot + 1)));
 }
 
 void checkName(std::string_view name)
 {
-    expect(AsyncResult::isCallable(name) == isPlainlyCallable(name), "a name is callable if all of its pieces are");
-    if (!AsyncResult::isCallable(name))
+    expect(isCallable(name) == isPlainlyCallable(name), "a name is callable if all of its pieces are");
+    if (!isCallable(name))
         return;
     constexpr std::string_view kCharacters = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz$_.";
     expect(name.find_first_not_of(kCharacters) == name.npos, "a callable name is of letters, digits and few others");
     expect(!name.empty() && name.back() != '.' && name.find("..") == name.npos, "every piece has a character");
     expect(name[0] != '.' && (name[0] < '0' || name[0] > '9'), "no name begins with a digit or a dot");
     expect(name != "delete" && !name.starts_with("new."), "no name begins with a reserved word");
+    for (const std::string_view word : { "eval", "constructor", "setTimeout", "contentWindow", "__proto__" }) {
+        for (auto at = name.find(word); at != name.npos; at = name.find(word, at + 1)) {
+            const auto end = at + word.size();
+            expect((at != 0 && name[at - 1] != '.') || (end != name.size() && name[end] != '.'),
+                "no piece is a way to run a text");
+        }
+    }
 }
 
 void check(std::string_view text)
@@ -43,6 +55,14 @@ void check(std::string_view text)
     expect(message.callbackName == other.callbackName, "the name is read the same by either way");
     expect(message.data.has_value() == other.data.has_value(), "the data is there by either way");
     expect(!message.data || areAlike(*message.data, *other.data), "the data is read the same by either way");
+    expect(message.asksForMore == other.asksForMore, "the wish for more is read the same by either way");
+    constexpr std::string_view kSecret = "0123";
+    expect(!message.hasSecret && !CallMessage::readAny(text).hasSecret, "without a secret nobody has it");
+    const auto secretly = CallMessage::readAny(text, kSecret);
+    const auto plainly = CallMessage::readPlain(text, kSecret);
+    expect(!plainly || plainly->hasSecret == secretly.hasSecret, "the secret is read the same by either way");
+    expect(!secretly.hasSecret || text.find("_tqframe") != text.npos || text.find('\\') != text.npos,
+        "the secret is where it belongs");
     if (message.callbackName)
         checkName(*message.callbackName);
 

@@ -1,6 +1,6 @@
 #include "tests/support/PageTest.h"
 
-#include "bridge/AsyncResult.h"
+#include "bridge/CallbackName.h"
 
 #include <boost/json/serialize.hpp>
 #include <chrono>
@@ -215,11 +215,12 @@ TEST_F(BridgeTest, ErrorsOfThePagesFunctionSpoilNothing)
 
 TEST_F(BridgeTest, ACallbackNameThatIsNoIdentifierGetsNoScript)
 {
-    for (const char* name : { "cb", "$._a1.b" })
-        EXPECT_TRUE(AsyncResult::isCallable(name)) << name;
+    for (const char* name :
+        { "cb", "$._a1.b", "window.cb", "self.window.app.done", "onResult", "App.take", "app.top.x" })
+        EXPECT_TRUE(isCallable(name)) << name;
     for (const char* name :
         { "", ".", "a.", ".a", "1a", "class", "new.a", "a.1", "a b", "a(1)", "x};report('run');{", "a\n", "é" })
-        EXPECT_FALSE(AsyncResult::isCallable(name)) << name;
+        EXPECT_FALSE(isCallable(name)) << name;
 
     load("<script>window.cb = v => report(v);</script>");
     const auto before = reports->values.size();
@@ -229,6 +230,45 @@ TEST_F(BridgeTest, ACallbackNameThatIsNoIdentifierGetsNoScript)
     waitForReports(before + 5 + 3);
     for (const auto& value : reports->values)
         EXPECT_NE(value, OptionalValue("run"));
+}
+
+TEST_F(BridgeTest, WhatTheEngineGivesToEveryPageIsNoCallback)
+{
+    load();
+    // Classes whose call fails, and that have no functions of their own but such as compute something, may be named.
+    const auto names = ask(R"((() => {
+        const computing = /^(abort|any|timeout|error|json|redirect|from|fromMatrix|fromPoint|fromRect|fromQuad|of|parse|parseAll|supports|fromFloat32Array|fromFloat64Array|fromBase64|fromHex|isView|isTypeSupported|isConfigSupported|groupBy|only|lowerBound|upperBound|bound|supportedEntryTypes)$/;
+        const isThing = (of, name) => {
+            try {
+                return typeof of[name] === "function" || (typeof of[name] === "object" && of[name] !== null);
+            } catch { return true; } // this page may not have it
+        };
+        const isHarmless = (thing) => {
+            try { thing("1"); return false; } catch { }
+            for (let at = thing; at && at !== Function.prototype && at !== Object.prototype; at = Object.getPrototypeOf(at))
+                for (const name of Object.getOwnPropertyNames(at))
+                    if (name !== "prototype" && isThing(thing, name) && !computing.test(name)) return false;
+            return true;
+        };
+        const names = new Set();
+        for (let at = window; at; at = Object.getPrototypeOf(at))
+            for (const name of Object.getOwnPropertyNames(at))
+                if (/^[\w$]+$/.test(name) && !/^\d/.test(name) && isThing(window, name)
+                    && !(/^[A-Z]/.test(name) && isHarmless(window[name])) && name !== "report")
+                    names.add(name);
+        return [...names];
+    })())");
+    ASSERT_GT(names->as_array().size(), 100U);
+    for (const auto& value : names->as_array()) {
+        const std::string name(value.as_string());
+        for (const auto* path : { "", "window.", "globalThis.self." })
+            EXPECT_FALSE(isCallable(path + name)) << path << name;
+    }
+    for (const char* name :
+        { "self.top.eval", "cb.constructor", "cb.constructor.constructor", "a.__proto__.b", "frame.contentWindow.eval",
+            "frame.eval", "frame.location.assign", "element.insertAdjacentHTML", "script.append",
+            "element.ownerDocument.write", "a.setTimeout", "$.globalEval", "Function", "window.Function" })
+        EXPECT_FALSE(isCallable(name)) << name;
 }
 
 TEST_F(BridgeTest, TenThousandResultsFromAThreadCostOneEvaluationPerInterval)
