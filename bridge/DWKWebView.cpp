@@ -15,8 +15,8 @@ namespace tq {
 /// A result on its way to the page of a view.
 class ViewResult final : public AsyncResult {
 public:
-    ViewResult(std::shared_ptr<DWKWebView> view, std::string callbackName)
-        : AsyncResult(std::move(callbackName))
+    ViewResult(std::shared_ptr<DWKWebView> view, PageCallback callback)
+        : AsyncResult(std::move(callback))
         , m_view(std::move(view))
     {
     }
@@ -73,13 +73,19 @@ void DWKWebView::loadUrl(std::string_view url) { loadRequest({ .URL = NSURL::URL
 
 std::string DWKWebView::call(std::string_view methodName, std::optional<std::string_view> argumentMessage)
 {
+    return callFromPage(methodName, argumentMessage, std::nullopt);
+}
+
+std::string DWKWebView::callFromPage(std::string_view methodName, std::optional<std::string_view> argumentMessage,
+    std::optional<std::string_view> secret)
+{
     return m_javaScriptNamespaceInterfaces->call(
         methodName, argumentMessage,
-        [this](std::string callbackName) {
+        [this](PageCallback callback) {
             return std::make_shared<ViewResult>(
-                std::static_pointer_cast<DWKWebView>(shared_from_this()), std::move(callbackName));
+                std::static_pointer_cast<DWKWebView>(shared_from_this()), std::move(callback));
         },
-        [this](std::string_view name) { reportMissingMethod(name); });
+        [this](std::string_view name) { reportMissingMethod(name); }, secret);
 }
 
 void DWKWebView::reportMissingMethod(std::string_view methodName)
@@ -117,9 +123,9 @@ OptionalText DWKWebView::answer(std::string_view methodName, std::optional<std::
 {
     // In debug mode nothing is caught: the program ends where the fault is.
     if (m_isDebug)
-        return [&]() noexcept { return call(methodName, argumentMessage); }();
+        return [&]() noexcept { return callFromPage(methodName, argumentMessage, requiredSecret()); }();
     try {
-        return call(methodName, argumentMessage);
+        return callFromPage(methodName, argumentMessage, requiredSecret());
     } catch (...) {
         logCurrentException();
     }

@@ -1,5 +1,6 @@
 // What the page asks of its user: the application's delegate answers if it can, the view itself if not.
 
+#include "NativeObjects.h"
 #include "TQWhiteBoardLib/DWKWebView.h"
 #include "platform/UIKit/UITextField.h"
 
@@ -13,7 +14,6 @@ namespace {
 using Methods = WKUIDelegate::Methods;
 
 constexpr std::string_view kCallPrefix = "_dsbridge=";
-constexpr const char* kRefused = R"({"code":-1,"data":""})";
 constexpr const char* kDefaultTitle = "提示";
 constexpr const char* kDefaultOk = "确定";
 constexpr const char* kDefaultCancel = "取消";
@@ -81,7 +81,8 @@ void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::
     std::optional<std::string_view> defaultText, const WKFrameInfo& frame, std::function<void(OptionalText)> completion)
 {
     if (prompt.starts_with(kCallPrefix)) {
-        completion(isPageAllowed() ? answer(prompt.substr(kCallPrefix.size()), defaultText) : OptionalText(kRefused));
+        completion(isPageAllowed() ? answer(prompt.substr(kCallPrefix.size()), defaultText)
+                                   : OptionalText(NativeObjects::kRefused));
         return;
     }
     if (!m_jsDialogBlock)

@@ -2,19 +2,54 @@
 
 #include "TQWhiteBoardLib/DWKWebView.h"
 #include "platform/Foundation/Dispatch.h"
+#include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSURL.h"
+#include "platform/Foundation/Random.h"
 
 #include <algorithm>
 #include <cassert>
 
 namespace tq {
 
+namespace {
+
+// 128 bits, as hexadecimal digits.
+std::string newSecret()
+{
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    std::string secret;
+    for (int word = 0; word < 4; ++word) {
+        auto bits = arc4random();
+        for (int digit = 0; digit < 8; ++digit, bits >>= 4U)
+            secret += kDigits[bits & 0xFU];
+    }
+    return secret;
+}
+
+// Tells the main frame of a page of that origin its secret. Pages of another host never have the script; the engine
+// does not know ports apart, so the script itself looks whose page it is. It asks nothing that a page can change before
+// it is sure of that.
+WKUserScript secretScript(const std::string& origin, const std::string& secret)
+{
+    const auto host = origin.find("://") + 3;
+    const auto port = origin.find(':', origin[host] == '[' ? origin.find(']') : host);
+    std::string text;
+    NSJSONSerialization::appendText(text, origin);
+    return { "if (window.location.origin === " + text + ") Object.defineProperty(window, \"_tqframe\", { value: \""
+            + secret + "\" });",
+        WKUserScriptInjectionTime::AtDocumentStart, WKUserScriptFrames::MainFrameOnly,
+        { origin.substr(0, port) + "/*" } };
+}
+
+} // namespace
+
 bool DWKWebView::setAllowedOrigins(const std::optional<std::vector<std::string>>& origins)
 {
     assert(isMainThread());
     if (!origins) {
         m_allowedOrigins.reset();
+        giveSecrets();
         return true;
     }
     std::vector<std::string> allowed;
@@ -30,7 +65,39 @@ bool DWKWebView::setAllowedOrigins(const std::optional<std::vector<std::string>>
         allowed.push_back(*origin);
     }
     m_allowedOrigins = std::move(allowed);
+    giveSecrets();
     return true;
+}
+
+void DWKWebView::setCallingFrames(CallingFrames frames)
+{
+    assert(isMainThread());
+    m_callingFrames = frames;
+    giveSecrets();
+}
+
+void DWKWebView::giveSecrets()
+{
+    std::vector<WKUserScript> scripts;
+    if (m_callingFrames == CallingFrames::MainFrameOnly && m_allowedOrigins) {
+        for (const auto& origin : *m_allowedOrigins) {
+            auto& secret = m_frameSecrets[origin];
+            if (secret.empty())
+                secret = newSecret();
+            scripts.push_back(secretScript(origin, secret));
+        }
+    }
+    setOwnUserScripts(scripts);
+}
+
+std::optional<std::string_view> DWKWebView::requiredSecret() const
+{
+    if (m_callingFrames == CallingFrames::All)
+        return std::nullopt;
+    // An empty one is nobody's.
+    const auto& origin = pageOrigin();
+    const auto found = m_allowedOrigins && origin ? m_frameSecrets.find(*origin) : m_frameSecrets.end();
+    return found == m_frameSecrets.end() ? std::string_view() : std::string_view(found->second);
 }
 
 bool DWKWebView::isPageAllowed() const

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <string>
@@ -24,6 +25,32 @@ using JSCallback = std::function<void(OptionalValue value)>;
 
 /// Whether faults in native methods end the program where they happen, and show in the page.
 enum class DebugMode : bool { Off, On };
+
+/// Which frames of a page may call native objects.
+enum class CallingFrames : bool { All, MainFrameOnly };
+
+/// The arguments of a page function: a list, or its elements in braces. (`{ list }` is the list of one argument, which
+/// is a list.)
+class JSArguments {
+public:
+    /// No arguments.
+    JSArguments() = default;
+    /// The elements of the list.
+    JSArguments(boost::json::array list)
+        : m_list(std::move(list))
+    {
+    }
+    /// The elements themselves.
+    JSArguments(std::initializer_list<boost::json::value_ref> elements)
+        : m_list(elements)
+    {
+    }
+    /// The list, which is gone from here then.
+    boost::json::array takeList() && { return std::move(m_list); }
+
+private:
+    boost::json::array m_list;
+};
 
 /// A web view whose page calls native objects, and is called by them. Made and used on the main thread; the registry of
 /// native objects may be changed from any thread.
@@ -45,11 +72,21 @@ public:
 
     /// Restricts the bridge to pages of some origins; recommended wherever the pages' servers are known. A page of
     /// another origin has its calls refused as if nothing were registered (with a log line), and gets neither results
-    /// nor calls. A frame within a page counts as that page: the engine does not tell them apart. Main thread.
+    /// nor calls. A frame within a page counts as that page, unless `setCallingFrames` has it otherwise: the engine
+    /// does not tell them apart. Main thread.
     /// @param origins "https://host", with ":port" unless it is the scheme's own; exact hosts. Absent: every page, as
     /// at first.
     /// @returns false, with nothing changed, when one of them is no origin.
     bool setAllowedOrigins(const std::optional<std::vector<std::string>>& origins);
+
+    /// Restricts the bridge to the main frame of pages; recommended wherever pages may show frames of others. The main
+    /// frames of the allowed origins are then given a secret as they begin to load, which `page/bridge.js` sends with
+    /// every call. A call without it is refused like one of a page of another origin. (Frames of the page's own origin
+    /// can read the page, and so call in its name.) To be set before the page is loaded: one that is there already has
+    /// no secret. Main thread.
+    /// @param frames all of them at first. Where no origins are allowed (`setAllowedOrigins`) nobody can be told
+    /// the secret, and `MainFrameOnly` has every call refused until they are.
+    void setCallingFrames(CallingFrames frames);
 
     /// In debug mode an exception that leaves a native method ends the program, and a call that finds no method is
     /// shown to the page's user. Off at first.
@@ -67,11 +104,11 @@ public:
     /// @param arguments what cannot be written as JSON (a text that is not UTF-8, a number that is not finite) reaches
     /// the page as no arguments.
     /// @param completionHandler called on the main thread for every answer of the page until the one that it marks as
-    /// the last; may be empty. An exception that leaves it is logged, and ends the program in debug mode. It is held
-    /// until the last answer, or until the view goes when none comes.
-    void callHandler(std::string_view handlerName, boost::json::array arguments, JSCallback completionHandler);
+    /// the last, one object for all of them; may be empty. An exception that leaves it is logged, and ends the program
+    /// in debug mode. It is held until the last answer, or until the view goes when none comes.
+    void callHandler(std::string_view handlerName, JSArguments arguments, JSCallback completionHandler);
     /// The same, where nobody waits for answers.
-    void callHandler(std::string_view handlerName, boost::json::array arguments);
+    void callHandler(std::string_view handlerName, JSArguments arguments);
     /// The same without arguments.
     void callHandler(std::string_view handlerName, JSCallback completionHandler);
     /// The same with types: `view.callHandler<int>("sum", [](tq::Answer<int> sum) { ... }, 3, 4)`.
@@ -91,10 +128,12 @@ public:
     /// Asks the page whether it has the function. Main thread; the callback is called there, and never by a page that
     /// answers nothing.
     void hasJavascriptMethod(std::string_view handlerName, std::function<void(bool exists)> methodExistCallback);
-    /// Called when the page asks to be closed, which is all that happens then. Replaces the one before; may be empty.
+    /// Called when the page asks to be closed, which is all that happens then. Replaces the one before; may be empty. A
+    /// listener may set another one, or ask the page for something that makes it ask again.
     void setJavascriptCloseWindowListener(std::function<void()> listener)
     {
-        m_javascriptCloseWindowListener = std::move(listener);
+        m_javascriptCloseWindowListener
+            = listener ? std::make_shared<const std::function<void()>>(std::move(listener)) : nullptr;
     }
 
     /// The texts of the view's own dialogs: "alertTitle", "alertBtn", "confirmTitle", "confirmCancelBtn",
@@ -118,7 +157,7 @@ public:
     std::shared_ptr<WKUIDelegate> DSUIDelegate() const { return m_dsUIDelegate.get(); }
 
     /// Answers one call from the page; what the prompt channel runs. Not for applications. An exception that leaves the
-    /// native method leaves this too.
+    /// native method leaves this too. Whoever calls it needs no secret.
     /// @param methodName "namespace.method", or "method" in the empty namespace.
     /// @param argumentMessage the JSON text of the call; absent: no argument.
     /// @returns the JSON text of the result.
@@ -181,6 +220,10 @@ private:
     std::string dialogText(const char* key, const char* defaultText) const;
     void showDialog(const std::shared_ptr<UIAlertView>& dialog);
     bool isPageAllowed() const;
+    void giveSecrets();
+    std::optional<std::string_view> requiredSecret() const;
+    std::string callFromPage(std::string_view methodName, std::optional<std::string_view> argumentMessage,
+        std::optional<std::string_view> secret);
     void queueScript(std::string_view script);
     void scheduleFlush(std::int32_t delay, std::optional<std::uint64_t> ticket);
 
@@ -188,12 +231,13 @@ private:
     std::function<void()> m_alertHandler;
     std::function<void(bool)> m_confirmHandler;
     std::function<void(OptionalText)> m_promptHandler;
-    std::function<void()> m_javascriptCloseWindowListener;
+    std::shared_ptr<const std::function<void()>> m_javascriptCloseWindowListener;
     DialogType m_dialogType = DialogType::None;
     std::int32_t m_callId = 0;
     bool m_jsDialogBlock = true;
     std::unique_ptr<NativeObjects> m_javaScriptNamespaceInterfaces;
-    std::unordered_map<std::int32_t, JSCallback> m_handerMap;
+    // Shared with the answer that is under way: the callback may call the page, or take its last answer meanwhile.
+    std::unordered_map<std::int32_t, std::shared_ptr<const JSCallback>> m_handerMap;
     // Calls that wait for the page; absent once it is ready.
     std::optional<std::vector<DSCallInfo>> m_callInfoList{ std::in_place };
     std::map<std::string, std::string> m_dialogTextDic;
@@ -202,6 +246,9 @@ private:
     std::unique_ptr<ScriptBatch> m_batch;
     bool m_isDebug = false;
     std::optional<std::vector<std::string>> m_allowedOrigins;
+    CallingFrames m_callingFrames = CallingFrames::All;
+    // Of each origin that was ever allowed while only main frames call: a page that comes back still knows its own.
+    std::map<std::string, std::string> m_frameSecrets;
     WeakDelegate<WKUIDelegate> m_dsUIDelegate;
 };
 

@@ -19,6 +19,9 @@ struct WKUserScript {
     WKUserScriptInjectionTime injectionTime = WKUserScriptInjectionTime::AtDocumentStart;
     /// Where it runs.
     WKUserScriptFrames frames = WKUserScriptFrames::All;
+    /// This slice's own: the addresses of the pages that it runs in, as "https://host/*"; a port cannot be named, and
+    /// is not asked about. Empty: every page.
+    std::vector<std::string> allowList = {};
 
     /// The same in every field.
     bool operator==(const WKUserScript&) const = default;

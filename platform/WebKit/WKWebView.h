@@ -12,6 +12,7 @@
 
 #include <memory>
 #include <string_view>
+#include <vector>
 
 namespace tq {
 
@@ -95,6 +96,10 @@ protected:
 
     /// Makes the platform's view. A class that overrides it calls its base's.
     virtual void initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration);
+
+    /// Gives the view scripts of its own, which run after those of its configuration, in place of earlier ones. Pages
+    /// that begin to load from now on have them.
+    void setOwnUserScripts(const std::vector<WKUserScript>& scripts);
 
     /// Told that nobody waits for the answers of the page's dialogs any more: another page is coming or has come, or
     /// the page's process has ended.

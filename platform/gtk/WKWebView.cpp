@@ -31,16 +31,20 @@ GObjectPointer<WebKitSettings> settingsFor(const WKWebViewConfiguration& configu
     return settings;
 }
 
-void addScripts(WebKitUserContentManager* manager, const WKUserContentController& controller)
+void addScripts(WebKitUserContentManager* manager, const std::vector<WKUserScript>& scripts)
 {
-    for (const auto& script : controller.userScripts()) {
+    for (const auto& script : scripts) {
+        std::vector<const char*> allowList;
+        for (const auto& pattern : script.allowList)
+            allowList.push_back(pattern.c_str());
+        allowList.push_back(nullptr);
         auto* native = webkit_user_script_new(script.source.c_str(),
             script.frames == WKUserScriptFrames::All ? WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES
                                                      : WEBKIT_USER_CONTENT_INJECT_TOP_FRAME,
             script.injectionTime == WKUserScriptInjectionTime::AtDocumentStart
                 ? WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START
                 : WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_END,
-            nullptr, nullptr);
+            script.allowList.empty() ? nullptr : allowList.data(), nullptr);
         webkit_user_content_manager_add_script(manager, native);
         webkit_user_script_unref(native);
     }
@@ -52,7 +56,7 @@ WKWebView::Impl::Impl(WKWebView& view, const WKWebViewConfiguration& configurati
     : view(view)
     , overlay(static_cast<GtkWidget*>(g_object_ref_sink(gtk_overlay_new())))
 {
-    addScripts(userContentManager.get(), *configuration.userContentController);
+    addScripts(userContentManager.get(), configuration.userContentController->userScripts());
     const auto settings = settingsFor(configuration);
     const auto opener = configuration.opener.lock();
     webView = static_cast<WebKitWebView*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager",
@@ -186,6 +190,15 @@ void WKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration>
     m_frame = frame;
     m_configuration = std::move(configuration);
     m_impl = std::make_unique<Impl>(*this, *m_configuration);
+}
+
+void WKWebView::setOwnUserScripts(const std::vector<WKUserScript>& scripts)
+{
+    assert(isMainThread());
+    auto* manager = m_impl->userContentManager.get();
+    webkit_user_content_manager_remove_all_scripts(manager);
+    addScripts(manager, m_configuration->userContentController->userScripts());
+    addScripts(manager, scripts);
 }
 
 void WKWebView::loadRequest(const NSMutableURLRequest& request)

@@ -1,15 +1,21 @@
 #include "tests/support/HttpsServer.h"
 #include "tests/support/PageTest.h"
 
+#include "TQWhiteBoardLib/NativeFunctions.h"
 #include "TQWhiteBoardLib/TQWBWebView.h"
 
 #include <algorithm>
 #include <atomic>
+#include <boost/json/parse.hpp>
+#include <boost/json/serialize.hpp>
+#include <fstream>
+#include <iterator>
+#include <map>
 
 namespace tq::test {
 namespace {
 
-// Keeps the completion of an asynchronous call.
+// Keeps the completions of asynchronous calls.
 class Keeper final : public NSObject {
 public:
     static const NSClass& staticClass()
@@ -19,12 +25,19 @@ public:
     }
     const NSClass& objectClass() const override { return staticClass(); }
 
-    void stream(OptionalValue, NSCompletion taken) { completion = std::move(taken); }
-    NSCompletion completion;
+    void stream(OptionalValue, NSCompletion taken) { completions.push_back(std::move(taken)); }
+
+    std::vector<NSCompletion> completions;
 };
 
 // Two origins of one server: "localhost" is the good one, "127.0.0.1" the other. Pages tell the server what they got.
 bool hasRefused(const std::string& origin) { return countOfLine("Js bridge: refused for a page of " + origin) > 0; }
+
+std::string bridgeScript()
+{
+    std::ifstream stream(TQWB_PAGE_FOLDER "/bridge.js", std::ios::binary);
+    return { std::istreambuf_iterator<char>(stream), {} };
+}
 
 class OriginTest : public PageTest {
 protected:
@@ -77,13 +90,30 @@ protected:
     static constexpr const char* kRefused = R"({"code":-1,"data":""})";
     static constexpr const char* kAnswered = R"({"code":0,"data":""})";
 
+    // What the pages of paths other than "/page" begin with.
+    static constexpr const char* kHelpers = R"(<script>
+        const tell = (path, value) => fetch(path, {method: "POST", body: JSON.stringify(value)});
+        const call = (name, more) => prompt("_dsbridge=" + name, JSON.stringify({data: "hello", ...more}));
+    </script>)";
+    std::string contentFor(const std::string& line) const
+    {
+        const auto found = pages.find(line.substr(line.find(' ') + 1, line.rfind(' ') - line.find(' ') - 1));
+        return found == pages.end() ? kPage : kHelpers + found->second;
+    }
+    // Waits for what a page tells, and reads it.
+    boost::json::value toldOnce(const std::string& path) { return boost::json::parse(toldAfter(path, 0)); }
+
     std::atomic<bool> isHeld = false;
+    // Complete before the first page is loaded.
+    std::map<std::string, std::string> pages;
     std::shared_ptr<TQWBWebView> room;
     HttpsServer server{ [this](const ReceivedRequest& request) {
         // Held back while the test says so; the connection has a thread of its own.
         while (isHeld && request.line().find("/held ") != std::string::npos)
             std::this_thread::yield();
-        return HttpsServer::answerWith(200, kPage, "Content-Type: text/html\r\n");
+        const bool isScript = request.line().find("/bridge.js ") != std::string::npos;
+        return isScript ? HttpsServer::answerWith(200, bridgeScript(), "Content-Type: text/javascript\r\n")
+                        : HttpsServer::answerWith(200, contentFor(request.line()), "Content-Type: text/html\r\n");
     } };
 };
 
@@ -132,17 +162,129 @@ TEST_F(OriginTest, ResultsDoNotFollowToTheNextPage)
     const auto streamer = std::make_shared<Keeper>();
     view->addJavascriptObject(streamer, "keep");
     view->evaluateJavaScript("prompt('_dsbridge=keep.stream', '{\"_dscbstub\":\"take\"}')");
-    runUntil([&] { return streamer->completion != nullptr; }, "the page has called");
-    streamer->completion(boost::json::value("for you"), Complete::No);
+    runUntil([&] { return !streamer->completions.empty(); }, "the page has called");
+    streamer->completions[0](boost::json::value("for you"), Complete::No);
     EXPECT_EQ(toldAfter("/taken", 0), "for you");
     EXPECT_EQ(answerAt(other()), kRefused);
     clearLog();
-    streamer->completion(boost::json::value("for you only"), Complete::Yes);
+    streamer->completions[0](boost::json::value("for you only"), Complete::Yes);
     runUntil([&] { return hasRefused(other()); }, "the result is dropped");
     view->evaluateJavaScript("tell('/got', 'the last')");
     EXPECT_EQ(toldAfter("/got", 2), "the last");
     EXPECT_EQ(told("/taken").size(), 1U);
-    streamer->completion = nullptr;
+    streamer->completions.clear();
+}
+
+TEST_F(OriginTest, AFrameOfAnotherOriginRunsNothingInThePageAroundIt)
+{
+    pages["/outer"] = "<title>As it was</title><script>window.hits = 0; window.take = (value) => tell('/taken', value);"
+                      "</script><form id=form></form><script id=empty></script><iframe id=inner name=inner src='"
+        + other() + "/frame'></iframe>";
+    pages["/frame"] = R"js(<script>
+        for (const name of ["eval", "Function", "setTimeout", "setInterval", "window.eval", "self.top.eval", "document.write",
+            "globalThis.window.self.eval", "document.body.insertAdjacentHTML", "location.assign", "location.replace", "open",
+            "fetch", "empty.append", "empty.ownerDocument.write", "inner.eval", "inner.parent.eval",
+            "form.constructor.constructor", "take.constructor", "history.go", "navigation.navigate"])
+            for (const data of ["hits = 1; document.title = 'hit'", "javascript:void(document.title = 'hit')", "/page"])
+                call("echo.later", {data, _dscbstub: name});
+        call("echo.later", {_dscbstub: "take"});
+    </script>)js";
+    view->addJavascriptObject(
+        nativeFunctions({ { "later::",
+            [](const OptionalValue& value, const NSCompletion& completion) { completion(value, Complete::Yes); } } }),
+        "echo");
+    EXPECT_EQ(answerAt(other()), kAnswered) << "its certificate is taken";
+    ASSERT_TRUE(view->setAllowedOrigins(std::vector{ good() }));
+    view->loadUrl(good() + "/outer");
+    EXPECT_EQ(toldOnce("/taken"), "hello");
+    view->evaluateJavaScript("setTimeout(() => tell('/state', [hits, document.title, location.pathname]))");
+    EXPECT_EQ(toldOnce("/state"), (boost::json::array{ 0, "As it was", "/outer" }));
+}
+
+TEST_F(OriginTest, OnlyTheMainFrameCallsWhereTheApplicationSaysSo)
+{
+    const auto ask = [&](const std::string& script, const std::string& path) {
+        const auto before = told(path).size();
+        view->evaluateJavaScript(script);
+        return toldAfter(path, before);
+    };
+    pages["/outer"]
+        = "<script>addEventListener('pageshow', (event) => tell('/shown', [event.persisted,"
+          " call('test.report', {_tqframe})]));</script><iframe srcdoc='x'></iframe><iframe></iframe><iframe src='"
+        + other() + "/frame'></iframe>";
+    pages["/frame"] = R"(<script>
+        let seen = "nothing";
+        try { seen = parent._tqframe; } catch { }
+        tell("/framed", [seen, typeof _tqframe, call("test.report"), call("test.report", {_tqframe: "0".repeat(32)}),
+            call("test.report", {_tqframe: ""}), call("test.report", {_dscbstub: "take"}), call("_dsb.dsinit")]);
+    </script>)";
+    pages["/own"] = "<script>tell('/seen', [typeof _tqframe, call('test.report')])</script>";
+    // The same host, another port.
+    HttpsServer neighbour([](const ReceivedRequest&) {
+        return HttpsServer::answerWith(200, "<title>Neighbour</title><script>document.title = typeof _tqframe</script>",
+            "Content-Type: text/html\r\n");
+    });
+    EXPECT_EQ(answerAt(other()), kAnswered);
+    view->setCallingFrames(CallingFrames::MainFrameOnly);
+    EXPECT_EQ(answerAt(good()), kRefused) << "no origin is allowed, and nobody knows a secret";
+    ASSERT_TRUE(view->setAllowedOrigins(std::vector{ good() }));
+    view->loadUrl(good() + "/outer");
+    EXPECT_EQ(toldOnce("/shown"), (boost::json::array{ false, kAnswered }));
+    const auto reported = reports->values.size();
+    EXPECT_EQ(toldOnce("/framed"),
+        (boost::json::array{ "nothing", "undefined", kRefused, kRefused, kRefused, kRefused, kRefused }));
+    EXPECT_EQ(ask("tell('/frames', [0, 1].map((at) => [typeof frames[at]._tqframe,"
+                  " frames[at].prompt('_dsbridge=test.report', '{\"data\":1}')]))",
+                  "/frames"),
+        boost::json::serialize(boost::json::array{ { "undefined", kRefused }, { "undefined", kRefused } }));
+    EXPECT_EQ(reports->values.size(), reported);
+    EXPECT_EQ(ask("tell('/named', [Object.keys(window).includes('_tqframe'), _tqframe.length, (() => { try {"
+                  " Object.defineProperty(window, '_tqframe', {value: 1}); } catch { } return _tqframe.length; })()])",
+                  "/named"),
+        "[false,32,32]");
+
+    view->loadUrl("https://" + neighbour.host() + "/");
+    runUntil([&] { return view->pageOrigin() == "https://" + neighbour.host() && view->estimatedProgress() == 1; },
+        "the neighbour's page is there");
+    EXPECT_EQ(answerAt(other()), kRefused);
+    // The address of another origin leads back to a page that still knows its own secret, also when others came to it.
+    ASSERT_TRUE(view->setAllowedOrigins(std::vector<std::string>{ good(), "https://127.0.0.2" }));
+    view->evaluateJavaScript("history.go(-2)");
+    runUntil([&] { return told("/shown").size() == 2; }, "the page is shown again");
+    EXPECT_EQ(boost::json::parse(told("/shown").back()).at(1), kAnswered);
+
+    view->setCallingFrames(CallingFrames::All);
+    view->loadUrl(good() + "/own");
+    EXPECT_EQ(toldOnce("/seen"), (boost::json::array{ "undefined", kAnswered }));
+}
+
+TEST_F(OriginTest, CallsOfAPageThatWasPutAwayEndWithAReason)
+{
+    pages["/module"] = R"(<script type=module>
+        import * as native from "/bridge.js";
+        Object.assign(window, {native, tell});
+        addEventListener("pageshow", (event) => event.persisted && tell("/restored", true));
+        tell("/ready", true);
+    </script>)";
+    const auto keeper = std::make_shared<Keeper>();
+    view->addJavascriptObject(keeper, "keep");
+    view->loadUrl(good() + "/module");
+    toldOnce("/ready");
+    view->evaluateJavaScript(R"(
+        const ends = [];
+        const end = (text) => ends.push(text) === 4 && tell("/ended", ends.sort());
+        native.callAsync("keep.stream").catch((error) => end("promise " + error.reason));
+        native.callAsync("keep.stream", 0, {timeout: 1e6}).catch((error) => end("deadline " + error.reason));
+        native.callWithCallback("keep.stream", 0, (value, isLast, error) => end("callback " + isLast + error.reason));
+        (async () => { for await (const one of native.stream("keep.stream")); })().catch((error) => end("stream " + error.reason));
+    )");
+    runUntil([&] { return keeper->completions.size() == 4; }, "the page has called");
+    EXPECT_EQ(answerAt(good()), kAnswered);
+    view->evaluateJavaScript("history.back()");
+    EXPECT_EQ(toldOnce("/restored"), true) << "it is the page that was put away";
+    EXPECT_EQ(toldOnce("/ended"),
+        (boost::json::array{ "callback trueleft", "deadline left", "promise left", "stream left" }));
+    keeper->completions.clear();
 }
 
 TEST_F(OriginTest, OnlyOriginsAreTakenForSuch)
