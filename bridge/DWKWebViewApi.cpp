@@ -36,7 +36,7 @@ OptionalValue DWKWebView::closePage(OptionalValue)
 {
     // A listener may set another one.
     if (const auto listener = m_javascriptCloseWindowListener)
-        listener();
+        (*listener)();
     return std::nullopt;
 }
 

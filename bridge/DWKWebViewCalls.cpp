@@ -12,21 +12,21 @@
 
 namespace tq {
 
-void DWKWebView::callHandler(std::string_view handlerName, boost::json::array arguments, JSCallback completionHandler)
+void DWKWebView::callHandler(std::string_view handlerName, JSArguments arguments, JSCallback completionHandler)
 {
     assert(isMainThread());
-    DSCallInfo info{ std::string(handlerName), m_callId, std::move(arguments) };
+    DSCallInfo info{ std::string(handlerName), m_callId, std::move(arguments).takeList() };
     // After the last number there is the least one.
     m_callId = static_cast<std::int32_t>(static_cast<std::uint32_t>(m_callId) + 1U);
     if (completionHandler)
-        m_handerMap[info.id] = std::move(completionHandler);
+        m_handerMap[info.id] = std::make_shared<const JSCallback>(std::move(completionHandler));
     if (m_callInfoList)
         m_callInfoList->push_back(std::move(info));
     else
         dispatchJavascriptCall(info);
 }
 
-void DWKWebView::callHandler(std::string_view handlerName, boost::json::array arguments)
+void DWKWebView::callHandler(std::string_view handlerName, JSArguments arguments)
 {
     callHandler(handlerName, std::move(arguments), nullptr);
 }
@@ -70,14 +70,13 @@ OptionalValue DWKWebView::returnValue(OptionalValue result)
     const auto pending = answer ? m_handerMap.find(answer->id) : m_handerMap.end();
     if (pending == m_handerMap.end())
         return std::nullopt;
-    // The callback may call the page, and so move the map's entries.
-    const auto callback = answer->isLast ? std::move(pending->second) : pending->second;
+    const auto callback = pending->second;
     if (answer->isLast)
         m_handerMap.erase(pending);
     if (m_isDebug)
-        callback(std::move(answer->data));
+        (*callback)(std::move(answer->data));
     else
-        runGuarded([&] { callback(std::move(answer->data)); });
+        runGuarded([&] { (*callback)(std::move(answer->data)); });
     return std::nullopt;
 }
 

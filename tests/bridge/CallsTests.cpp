@@ -88,6 +88,49 @@ TEST_F(CallsTest, CallsWaitForThePageAndGoAtOnceAfterwards)
     EXPECT_EQ(messages(reloaded), (Texts{ R"(["fifth",4,"[]"])" })) << "a later page need not say that it is ready";
 }
 
+TEST_F(CallsTest, OneCallbackTakesAllAnswersAndMayDoAsItLikesMeanwhile)
+{
+    load(kPage);
+    std::vector<int> counts;
+    // Takes the last answer while it takes the second.
+    view->callHandler("count", [this, &counts, count = 0](const OptionalValue&) mutable {
+        counts.push_back(++count);
+        if (count == 2) {
+            for (int calls = 0; calls < 100; ++calls)
+                view->callHandler("more", [](const OptionalValue&) {});
+            view->call("_dsb.returnValue", R"({"data":{"id":0,"complete":true}})");
+            counts.push_back(++count);
+        }
+    });
+    view->setJavascriptCloseWindowListener([this, &counts, count = 10]() mutable {
+        counts.push_back(++count);
+        if (count == 12)
+            view->closePage({});
+        if (count >= 13)
+            view->setJavascriptCloseWindowListener({});
+        counts.push_back(count);
+    });
+    for (int answers = 0; answers < 3; ++answers)
+        view->call("_dsb.returnValue", R"({"data":{"id":0}})");
+    EXPECT_EQ(counts, (std::vector{ 1, 2, 3, 4 }));
+    counts.clear();
+    for (int times = 0; times < 3; ++times)
+        view->closePage({});
+    EXPECT_EQ(counts, (std::vector{ 11, 11, 12, 13, 13, 13 }));
+}
+
+TEST_F(CallsTest, AListInBracesIsOneArgument)
+{
+    load(kPage);
+    ready();
+    const auto before = reports->values.size();
+    const boost::json::array list{ 1, 2 };
+    view->callHandler("one", { list });
+    view->callHandler("both", list);
+    waitForReports(before + 2);
+    EXPECT_EQ(messages(before), (Texts{ R"(["one",0,"[[1,2]]"])", R"(["both",1,"[1,2]"])" }));
+}
+
 TEST_F(CallsTest, AnswersReachTheirCallUntilTheLast)
 {
     load(kPage);
