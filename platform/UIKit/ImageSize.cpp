@@ -25,7 +25,7 @@ std::optional<ImageSize> sizeOfPNG(std::string_view bytes)
 {
     if (bytes.size() < 24 || bytes.substr(12, 4) != "IHDR")
         return std::nullopt;
-    return ImageSize{ ImageFormat::PNG, bigEndian(bytes, 16, 4), bigEndian(bytes, 20, 4) };
+    return ImageSize{ ImageFormat::PNG, bigEndian(bytes, 16, 4), bigEndian(bytes, 20, 4), bytes.size() };
 }
 
 // Frame headers are the markers C0 to CF, but for three that mean tables.
@@ -44,7 +44,8 @@ std::optional<ImageSize> sizeOfJPEG(std::string_view bytes)
             continue;
         }
         if (isFrameHeader(marker))
-            return ImageSize{ ImageFormat::JPEG, bigEndian(bytes, offset + 7, 2), bigEndian(bytes, offset + 5, 2) };
+            return ImageSize{ ImageFormat::JPEG, bigEndian(bytes, offset + 7, 2), bigEndian(bytes, offset + 5, 2),
+                bytes.size() };
         // Markers without a length do not stand before the frame in any usual file.
         const auto length = bigEndian(bytes, offset + 2, 2);
         if (marker < 0xC0 || (marker >= 0xD0 && marker <= 0xD9) || length < 2)
@@ -54,23 +55,58 @@ std::optional<ImageSize> sizeOfJPEG(std::string_view bytes)
     return std::nullopt;
 }
 
+std::size_t sizeOfColours(char flags) { return flags & 0x80 ? std::size_t{ 6 } << (flags & 7) : 0; }
+
+// Where the blocks of data end that begin there, each with its length before it; the end of the file may come first.
+std::size_t endOfBlocks(std::string_view bytes, std::size_t at)
+{
+    while (at < bytes.size() && bytes[at])
+        at += 1 + static_cast<std::uint8_t>(bytes[at]);
+    return at < bytes.size() ? at + 1 : bytes.size();
+}
+
 std::optional<ImageSize> sizeOfGIF(std::string_view bytes)
 {
-    if (bytes.size() < 13)
+    constexpr std::size_t kHead = 13;
+    constexpr std::size_t kPictureHead = 11;
+    if (bytes.size() < kHead)
         return std::nullopt;
-    return ImageSize{ ImageFormat::GIF, littleEndian(bytes, 6, 2), littleEndian(bytes, 8, 2) };
+    ImageSize size{ ImageFormat::GIF, littleEndian(bytes, 6, 2), littleEndian(bytes, 8, 2), bytes.size() };
+    auto at = kHead + sizeOfColours(bytes[10]);
+    while (at < bytes.size() && bytes[at] == '!')
+        at = endOfBlocks(bytes, at + 2);
+    if (at + kPictureHead > bytes.size() || bytes[at] != ',')
+        return std::nullopt;
+    if (littleEndian(bytes, at + 1, 2) + littleEndian(bytes, at + 5, 2) > size.width
+        || littleEndian(bytes, at + 3, 2) + littleEndian(bytes, at + 7, 2) > size.height)
+        return std::nullopt;
+    size.end = endOfBlocks(bytes, at + kPictureHead + sizeOfColours(bytes[at + 9]));
+    return size;
 }
 
 std::optional<ImageSize> sizeOfBMP(std::string_view bytes)
 {
     constexpr std::uint32_t kOldHead = 12;
+    constexpr std::uint32_t kLargestHead = 124;
     if (bytes.size() < 26)
         return std::nullopt;
-    if (littleEndian(bytes, 14, 4) == kOldHead)
-        return ImageSize{ ImageFormat::BMP, littleEndian(bytes, 18, 2), littleEndian(bytes, 20, 2) };
+    // Room is made for what stands before the pixels as soon as its length is known.
+    const auto head = littleEndian(bytes, 14, 4);
+    if (head > kLargestHead || littleEndian(bytes, 10, 4) > bytes.size())
+        return std::nullopt;
+    if (head == kOldHead) {
+        const auto width = littleEndian(bytes, 18, 2);
+        const auto height = littleEndian(bytes, 20, 2);
+        // Some take larger ones for numbers below zero.
+        constexpr std::uint32_t kLargest = 0x7FFF;
+        if (width > kLargest || height > kLargest)
+            return std::nullopt;
+        return ImageSize{ ImageFormat::BMP, width, height, bytes.size() };
+    }
     // A height below zero is that of a picture that is written from the top.
     const auto height = littleEndian(bytes, 22, 4);
-    return ImageSize{ ImageFormat::BMP, littleEndian(bytes, 18, 4), height >> 31U ? 0U - height : height };
+    return ImageSize{ ImageFormat::BMP, littleEndian(bytes, 18, 4), height >> 31U ? 0U - height : height,
+        bytes.size() };
 }
 
 // The numbers of a TIFF file's first directory that tell how much memory it takes.
@@ -150,7 +186,7 @@ std::optional<ImageSize> sizeOfTIFF(std::string_view bytes)
     if (bytes.size() < 10 || !directory.read() || directory.samples > kMostSamples || directory.bits > kMostBits
         || directory.tileWidth > kLargestTile || directory.tileHeight > kLargestTile)
         return std::nullopt;
-    return ImageSize{ ImageFormat::TIFF, directory.width, directory.height };
+    return ImageSize{ ImageFormat::TIFF, directory.width, directory.height, bytes.size() };
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -14,6 +15,8 @@ struct ImageSize {
     ImageFormat format;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
+    /// Where the first picture ends, in bytes: of a moving one the others follow.
+    std::size_t end = 0;
 };
 
 /// What the head of a picture's file says of its size, without decoding it: for GIF that of the whole screen, for TIFF

@@ -28,8 +28,9 @@ GObjectPointer<GdkTexture> decode(std::string_view bytes, const char* format)
 
 GObjectPointer<GdkTexture> decode(std::string_view bytes, ImageFormat format)
 {
+    // Thousands of pictures that nobody sees would be read as well.
     if (format == ImageFormat::GIF)
-        return decode(bytes, "gif");
+        return decode(std::string(bytes) + ";", "gif");
     if (format == ImageFormat::BMP)
         return decode(bytes, "bmp");
     const GBytesPointer data(g_bytes_new(bytes.data(), bytes.size()));
@@ -52,7 +53,7 @@ std::shared_ptr<UIImage> UIImage::imageWithData(std::string_view bytes)
     const auto size = encodedImageSize(bytes);
     if (!size || !size->width || !size->height || std::uint64_t{ size->width } * size->height > kMaxPixels)
         return nullptr;
-    auto texture = decode(bytes, size->format);
+    auto texture = decode(bytes.substr(0, size->end), size->format);
     if (!texture)
         return nullptr;
     return std::shared_ptr<UIImage>(new UIImage(std::make_unique<Impl>(Impl{ std::move(texture) })));

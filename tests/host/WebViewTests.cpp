@@ -94,6 +94,14 @@ constexpr struct {
         "EVAAMAAAABAAEAAAEWAAQAAAABAAAAAgEXAAQAAAABAAAABgAAAAAQQHCg0P8=",
         "capture 3x2" },
     { "GIF that claims too much", "R0lGODlh//////AAAP8AAAAA/yH5BAAAAAAALAAAAAADAAIAAAIDhIMFADs=", "no capture" },
+    { "GIF whose picture claims more than it",
+        "R0lGODlhAwACAPAAAP8AAAAA/yH5BAAAAAAALAAAAAD/////AAIDhIMFADs=", "no capture" },
+    { "BMP with a huge head",
+        "Qk1OAAAAAAAAADYAAAAAAMoYAwAAAAIAAAABABgAAAAAABgAAAATCwAAEwsAAAAAAAAAAAAAECAwECAwECAwAAAAECAwECAwECAwAAAA",
+        "no capture" },
+    { "BMP with its pixels far away",
+        "Qk1OAAAAAAAAAAAAyhgoAAAAAwAAAAIAAAABABgAAAAAABgAAAATCwAAEwsAAAAAAAAAAAAAECAwECAwECAwAAAAECAwECAwECAwAAAA",
+        "no capture" },
     { "BMP that claims too much",
         "Qk1OAAAAAAAAADYAAAAoAAAAYOoAAGDqAAABABgAAAAAABgAAAATCwAAEwsAAAAAAAAAAAAAECAwECAwECAwAAAAECAwECAwECAwAAAA",
         "no capture" },
@@ -299,7 +307,8 @@ TEST_F(WebViewTest, TheViewIsWhiteBeforeItsFirstPage)
     auto* node = gtk_snapshot_free_to_node(snapshot);
     ASSERT_NE(node, nullptr);
     auto* renderer = gtk_native_get_renderer(GTK_NATIVE(window));
-    const GObjectPointer<GdkTexture> texture(gsk_renderer_render_texture(renderer, node, nullptr));
+    const graphene_rect_t area = GRAPHENE_RECT_INIT(0, 0, 300, 200);
+    const GObjectPointer<GdkTexture> texture(gsk_renderer_render_texture(renderer, node, &area));
     gsk_render_node_unref(node);
     std::vector<std::uint8_t> pixels(300 * 200 * 4);
     gdk_texture_download(texture.get(), pixels.data(), 300 * 4);
