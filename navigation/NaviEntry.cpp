@@ -4,6 +4,8 @@
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSNumberReading.h"
 
+#include <utility>
+
 namespace tq {
 
 namespace {
@@ -27,9 +29,12 @@ bool isNaviAnswerKept(const boost::json::object& answer)
     return true;
 }
 
-boost::json::object naviEntry(const boost::json::object& answer, std::int64_t timestamp)
+boost::json::object naviEntry(boost::json::object answer, std::int64_t timestamp)
 {
-    return { { kTimestamp, timestamp }, { kNaviData, answer } };
+    boost::json::object entry;
+    entry.emplace(kTimestamp, timestamp);
+    entry.emplace(kNaviData, std::move(answer));
+    return entry;
 }
 
 bool isNaviEntryStale(const boost::json::object& entry, std::int64_t now)

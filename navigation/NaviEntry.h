@@ -19,7 +19,7 @@ std::string naviEntryKey(const OptionalText& appKey, const OptionalText& token);
 bool isNaviAnswerKept(const boost::json::object& answer);
 
 /// @param timestamp of now, see `naviTimestamp`.
-boost::json::object naviEntry(const boost::json::object& answer, std::int64_t timestamp);
+boost::json::object naviEntry(boost::json::object answer, std::int64_t timestamp);
 
 /// Whether an entry has become too old.
 bool isNaviEntryStale(const boost::json::object& entry, std::int64_t now);

@@ -4,6 +4,8 @@
 #include "platform/Foundation/NSDate.h"
 #include "platform/Foundation/NSUserDefaults.h"
 
+#include <utility>
+
 namespace tq {
 
 namespace {
@@ -41,12 +43,12 @@ std::shared_ptr<TQWBNaviDataInfo> TQWBNaviManager::freshNaviData(
 }
 
 bool TQWBNaviManager::saveNavi(
-    const std::optional<boost::json::object>& answer, const OptionalText& appKey, const OptionalText& token)
+    std::optional<boost::json::object> answer, const OptionalText& appKey, const OptionalText& token)
 {
     if (!answer || !isNaviAnswerKept(*answer))
         return false;
     auto& defaults = NSUserDefaults::standardUserDefaults();
-    if (!defaults.setObject(naviEntry(*answer, currentTimestamp()), naviEntryKey(appKey, token)))
+    if (!defaults.setObject(naviEntry(std::move(*answer), currentTimestamp()), naviEntryKey(appKey, token)))
         return false;
     defaults.synchronize();
     return true;

@@ -12,7 +12,7 @@ namespace {
 
 // A good answer is some hundred bytes, of which two are host names of 253 letters at most. It is read, kept and read
 // again on the main thread, and at every operation for two hours.
-constexpr std::size_t kMaximumAnswerLength = std::size_t{ 64 } << 10U;
+constexpr std::size_t kMaximumAnswerLength = std::size_t{ 32 } << 10U;
 
 std::string errorDescription(const std::optional<NSError>& error)
 {
@@ -119,9 +119,9 @@ void TQWBNaviManager::completionWithAppKey(const OptionalText& appKey, const Opt
     const OptionalText& data, NSInteger responseCode, const std::optional<NSError>& httpError,
     const NaviSuccess& success, const NaviFailure& failure)
 {
-    const auto answer = NaviAnswer::read(data, responseCode, httpError);
+    auto answer = NaviAnswer::read(data, responseCode, httpError);
     if (answer.good) {
-        const bool isSaved = saveNavi(answer.good, appKey, token);
+        const bool isSaved = saveNavi(std::move(answer.good), appKey, token);
         if (success)
             success(isSaved);
     } else if (failure) {

@@ -68,8 +68,7 @@ public:
     /// Stores an answer for the pair, in the place of an older one.
     /// @returns false, with nothing changed, for an absent answer, one whose addresses are null, and one that is nested
     /// too deeply to be stored.
-    bool saveNavi(
-        const std::optional<boost::json::object>& answer, const OptionalText& appKey, const OptionalText& token);
+    bool saveNavi(std::optional<boost::json::object> answer, const OptionalText& appKey, const OptionalText& token);
 
     // What the attempt that was started last asks for; for information only.
     std::optional<NSURL> URL() const { return lastAttempt().URL; }

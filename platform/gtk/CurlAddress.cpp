@@ -8,7 +8,7 @@ namespace tq {
 namespace {
 
 // What libcurl would mend, or an engine would read otherwise than libcurl does: one slash or three, a backslash (for
-// engines a slash), an escape in a host's name.
+// engines a slash), an escape in a host's name. Nor is there a host where an absent one has been written as "(null)".
 bool isPlain(std::string_view text)
 {
     const auto colon = text.find(':');
@@ -18,7 +18,7 @@ bool isPlain(std::string_view text)
     const auto authority = text.substr(begin, text.find_first_of("/?#", begin) - begin);
     const auto host = authority.substr(authority.rfind('@') + 1);
     return !host.empty() && authority.find('\\') == authority.npos
-        && (host.starts_with('[') || host.find('%') == host.npos);
+        && (host.starts_with('[') || host.find_first_of("%()") == host.npos);
 }
 
 // Empty when the address has no such part.

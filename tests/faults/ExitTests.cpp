@@ -103,7 +103,7 @@ TEST_F(ExitTest, ACallbackMayEndTheProcessWithoutWaitingForItself)
 
 TEST_F(ExitTest, TransfersInEveryStateEndWithTheProcess)
 {
-    constexpr int kRounds = 8;
+    constexpr int kRounds = 5;
     const auto end = [](int round) {
         std::minstd_rand random(static_cast<unsigned>(round));
         std::atomic<int> answers = 0;

@@ -280,7 +280,7 @@ std::string answerOfSize(std::size_t size, const std::string& member)
 
 TEST_F(NavigationTest, AnswersHaveABoundAndTheLongestIsQuicklyReadAndStored)
 {
-    constexpr std::size_t kBound = 65536;
+    constexpr std::size_t kBound = 32768;
     Shared<std::string> body{ "" };
     HttpsServer server([&](const ReceivedRequest& request) {
         return HttpsServer::answerWith(200, request.line().find("/next/") == std::string::npos ? body.get() : kGood);
@@ -289,7 +289,7 @@ TEST_F(NavigationTest, AnswersHaveABoundAndTheLongestIsQuicklyReadAndStored)
     const auto refused = walk(TQWBNaviManager::URLList{ at(server) });
     EXPECT_EQ(refused.code, 300003U);
     EXPECT_EQ(refused.body, std::nullopt);
-    EXPECT_EQ(refused.description, "The answer is longer than 64 KiB.");
+    EXPECT_EQ(refused.description, "The answer is longer than 32 KiB.");
     EXPECT_EQ(walk(TQWBNaviManager::URLList{ at(server), at(server, "/next/config.json") }).isSaved, true);
 
     const std::string deep = std::string(400, '[') + std::string(400, ']');

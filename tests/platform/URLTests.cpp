@@ -19,9 +19,9 @@ TEST(URLs, AnAddressForTransfersNamesItsHostPlainly)
         { "", "x", "https:", "https://", "https:x", "https:/x", "https:///x", "https:////x", "http:/x", "HTTPS:/x",
             "https://:443/", "https://@/x", "https://a@:443/", "https://?x", "https://#x", "https:\\\\a\\",
             "https://\\a/", "https://a\\@b/", "https://a\\b/", "https://a b/", "https://a/ b", "https://a/\x01",
-            "https://a/\xC3\xA9", "https://a%2fb/", "https://a%41/", "https://%61/", "https://*/", "https://a@b@c/",
-            "https://h:x", "https://h:-1", "https://h:65536", "https://h:1:1", "https://[::1", "https://[::1]x",
-            "https://[]", "https://[x]", "//a/b", "/a", "1a:b", ":a", "httpfoo.example/config.json" })
+            "https://a/\xC3\xA9", "https://(null)/", "https://a%2fb/", "https://a%41/", "https://%61/", "https://*/",
+            "https://a@b@c/", "https://h:x", "https://h:-1", "https://h:65536", "https://h:1:1", "https://[::1",
+            "https://[::1]x", "https://[]", "https://[x]", "//a/b", "/a", "1a:b", ":a", "httpfoo.example/config.json" })
         EXPECT_FALSE(NSURL::URLWithString(text)) << text;
 }
 
