@@ -30,7 +30,7 @@ protected:
             return;
         }
         m_server = std::make_unique<HttpsServer>(
-            [this](const ReceivedRequest& request, Wire& wire) {
+            [](const ReceivedRequest& request, Wire& wire) {
                 if (request.line().find("/silent") != std::string::npos)
                     wire.waitForEnd();
                 else
