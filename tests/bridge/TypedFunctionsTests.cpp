@@ -319,7 +319,12 @@ TEST_F(TypedFunctionsTest, ExceptionsLeaveAFunctionAsTheyLeaveAMethod)
 
 TEST_F(TypedFunctionsTest, StreamsEndOnceHoweverTheyEnd)
 {
-    const auto value = [](int number) { return "{%22code%22:0,%22data%22:" + std::to_string(number) + "}"; };
+    // In one expression it is out of bounds for g++ 14, which it is not.
+    const auto value = [](int number) {
+        std::string text = "{%22code%22:0,%22data%22:";
+        text += std::to_string(number);
+        return text + "}";
+    };
     const std::string none = "{%22code%22:0}";
     std::optional<Stream<int>> kept;
     objects.add(nativeFunctions({
