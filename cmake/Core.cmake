@@ -14,6 +14,7 @@ set(TQWB_CORE_SOURCES
     navigation/NaviAnswer.cpp
     navigation/NaviEntry.cpp
     platform/Foundation/JSONEncoding.cpp
+    platform/Foundation/JSONWriter.cpp
     platform/Foundation/NSClass.cpp
     platform/Foundation/NSConversion.cpp
     platform/Foundation/NSData.cpp

@@ -26,7 +26,7 @@ std::variant<boost::json::value, UsageError> readJson(std::string_view text, std
     options.max_depth = kDeepest;
     boost::json::error_code failure;
     auto value = boost::json::parse(text, failure, {}, options);
-    if (!failure && !replaceNonFinite(value))
+    if (!failure && !holdsNonFinite(value))
         return value;
     return UsageError{ "\"" + displayText(text, kLongestShown) + "\" is no " + std::string(expected) + ": "
         + (failure ? failure.message() : "a number is too large") };

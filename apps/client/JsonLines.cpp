@@ -1,8 +1,8 @@
 #include "JsonLines.h"
 
 #include "Text.h"
+#include "platform/Foundation/JSONWriter.h"
 
-#include <boost/json/serialize.hpp>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -34,7 +34,7 @@ void JsonLines::event(std::string_view name, boost::json::object fields)
     boost::json::object line{ { "event", name } };
     for (auto& field : fields)
         line.emplace(field.key(), std::move(field.value()));
-    writeLine(boost::json::serialize(line) + '\n');
+    writeLine(tq::writtenJSON(line) + '\n');
 }
 
 void JsonLines::result(std::string_view call, tq::OptionalValue value)
@@ -43,7 +43,6 @@ void JsonLines::result(std::string_view call, tq::OptionalValue value)
     auto& written = fields.emplace("value", nullptr).first->value();
     if (value)
         written = std::move(*value);
-    replaceNonFinite(written);
     event("result", std::move(fields));
 }
 

@@ -1,8 +1,9 @@
 #include "Text.h"
 
 #include "GLibTypes.h"
+#include "platform/Foundation/JSONWriter.h"
 
-#include <boost/json/serializer.hpp>
+#include <algorithm>
 #include <cmath>
 
 namespace tqclient {
@@ -61,28 +62,18 @@ std::string displayText(std::string_view text, std::size_t limit)
 
 std::string displayJson(const boost::json::value& value, std::size_t limit)
 {
-    boost::json::serializer serializer;
-    serializer.reset(&value);
     // A little more than is shown, so that what is cut is seen to be cut.
-    std::string text(limit + 1, '\0');
-    text.resize(serializer.read(text.data(), text.size()).size());
-    return displayText(text, limit);
+    return displayText(tq::writtenJSON(value, limit + 1), limit);
 }
 
-bool replaceNonFinite(boost::json::value& value)
+bool holdsNonFinite(const boost::json::value& value)
 {
-    bool isReplaced = false;
-    if (auto* list = value.if_array()) {
-        for (auto& element : *list)
-            isReplaced |= replaceNonFinite(element);
-    } else if (auto* members = value.if_object()) {
-        for (auto& member : *members)
-            isReplaced |= replaceNonFinite(member.value());
-    } else if (const auto* number = value.if_double(); number && !std::isfinite(*number)) {
-        value = nullptr;
-        isReplaced = true;
-    }
-    return isReplaced;
+    if (const auto* list = value.if_array())
+        return std::ranges::any_of(*list, holdsNonFinite);
+    if (const auto* members = value.if_object())
+        return std::ranges::any_of(*members, [](const auto& member) { return holdsNonFinite(member.value()); });
+    const auto* number = value.if_double();
+    return number && !std::isfinite(*number);
 }
 
 std::pair<std::string_view, std::string_view> splitWord(std::string_view text)

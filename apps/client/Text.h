@@ -20,9 +20,8 @@ std::string displayText(std::string_view text, std::size_t limit);
 /// The beginning of the value's JSON text, fit for one line on the screen; cheap however large the value is.
 std::string displayJson(const boost::json::value& value, std::size_t limit);
 
-/// Puts null for numbers that are not finite, which a JSON text cannot hold; they come from texts with numbers that are
-/// too large. @returns whether there were any.
-bool replaceNonFinite(boost::json::value& value);
+/// Whether there is a number that is not finite, which a JSON text cannot hold; it comes from one that is too large.
+bool holdsNonFinite(const boost::json::value& value);
 
 /// The first word, and what follows it without the blanks around it.
 std::pair<std::string_view, std::string_view> splitWord(std::string_view text);

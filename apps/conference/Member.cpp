@@ -1,6 +1,7 @@
 #include "Member.h"
 
 #include "LiveMessage.h"
+#include "platform/Foundation/JSONWriter.h"
 
 #include <boost/json.hpp>
 
@@ -31,7 +32,7 @@ bool isOpen(SoupWebsocketConnection* connection)
 
 std::string failureText(const Refusal& refusal)
 {
-    return boost::json::serialize(
+    return tq::writtenJSON(
         boost::json::object{ { "type", "failed" }, { "code", refusal.code }, { "msg", refusal.desc } });
 }
 
@@ -147,8 +148,8 @@ void Member::endFarewell()
 
 void Member::welcomeToReplay()
 {
-    send(boost::json::serialize(boost::json::object{ { "type", "welcome" }, { "mode", "replay" },
-        { "room", m_key->room }, { "source", "/recordings/" + m_key->recording + ".json" } }));
+    send(tq::writtenJSON(boost::json::object{ { "type", "welcome" }, { "mode", "replay" }, { "room", m_key->room },
+        { "source", "/recordings/" + m_key->recording + ".json" } }));
     close(m_connection.get(), SOUP_WEBSOCKET_CLOSE_NORMAL, nullptr);
 }
 

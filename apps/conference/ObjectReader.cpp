@@ -1,5 +1,7 @@
 #include "ObjectReader.h"
 
+#include "platform/Foundation/JSONWriter.h"
+
 #include <algorithm>
 
 namespace tq::conference {
@@ -87,7 +89,8 @@ std::optional<std::string> ObjectReader::finish()
     for (const auto& member : *m_object) {
         const std::string_view name = member.key();
         if (std::ranges::find(m_known, name) == m_known.end())
-            return "unexpected member " + boost::json::serialize(name) + (m_name.empty() ? "" : " in " + m_name);
+            return "unexpected member " + tq::writtenJSON(boost::json::value(member.key()))
+                + (m_name.empty() ? "" : " in " + m_name);
     }
     return std::nullopt;
 }

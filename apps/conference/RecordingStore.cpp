@@ -3,6 +3,7 @@
 #include "RandomText.h"
 #include "Recording.h"
 #include "StateFile.h"
+#include "platform/Foundation/JSONWriter.h"
 
 #include <algorithm>
 #include <iostream>
@@ -21,7 +22,7 @@ std::string RecordingStore::newId() { return randomText(); }
 bool RecordingStore::save(const std::string& id, const boost::json::object& recording) const
 {
     try {
-        StateFile::write(m_directory / (id + ".json"), boost::json::serialize(recording));
+        StateFile::write(m_directory / (id + ".json"), tq::writtenJSON(recording));
         return true;
     } catch (const std::system_error& error) {
         std::cerr << "recording not saved: " << error.what() << std::endl;

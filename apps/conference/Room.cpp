@@ -1,6 +1,7 @@
 #include "Room.h"
 
 #include "JoinRequest.h"
+#include "platform/Foundation/JSONWriter.h"
 
 #include <algorithm>
 #include <iostream>
@@ -17,7 +18,7 @@ constexpr std::size_t s_bytesOfPoint = 20;
 /// @param name what a page that speaks other languages knows the text by.
 void notify(Member& member, std::string_view name, std::string_view text)
 {
-    member.send(json::serialize(json::object{ { "type", "notice" }, { "name", name }, { "text", text } }));
+    member.send(tq::writtenJSON(json::object{ { "type", "notice" }, { "name", name }, { "text", text } }));
 }
 
 json::object strokeEvent(const char* type, const std::string& uid, std::int64_t id)
@@ -66,7 +67,7 @@ void Room::enter(const std::shared_ptr<Member>& member)
     }
     m_members[member->uid()] = member;
     m_emptySince.reset();
-    member->send(json::serialize(json::object{ { "type", "welcome" }, { "mode", "live" }, { "room", m_name },
+    member->send(tq::writtenJSON(json::object{ { "type", "welcome" }, { "mode", "live" }, { "room", m_name },
         { "uid", member->uid() }, { "lastStroke", member->lastStroke }, { "recording", m_recording.has_value() } }));
     tellMembers();
     sendBoard(*member);
@@ -80,7 +81,7 @@ void Room::sendBoard(Member& member) const
     std::size_t size = 0;
     const auto flush = [&] {
         if (!strokes.empty())
-            member.send(json::serialize(json::object{ { "type", "board" }, { "strokes", std::move(strokes) } }));
+            member.send(tq::writtenJSON(json::object{ { "type", "board" }, { "strokes", std::move(strokes) } }));
         strokes = {};
         size = 0;
     };
@@ -159,7 +160,7 @@ void Room::handle(Member& member, const LiveMessage::Begin& begin)
     if (!isAllowed || isFull) {
         if (isAllowed)
             notify(member, "boardFull", "The board is full. Clear it to draw on.");
-        member.send(json::serialize(strokeEvent("remove", member.uid(), begin.id)));
+        member.send(tq::writtenJSON(strokeEvent("remove", member.uid(), begin.id)));
         return;
     }
     member.stroke = std::make_shared<Stroke>(Stroke{ member.uid(), begin.id, begin.color, begin.width, begin.points });
@@ -271,7 +272,7 @@ void Room::handle(Member& member, const LiveMessage::Fault& fault)
 
 void Room::draw(const Member& sender, const json::object& event, Except except)
 {
-    const auto text = json::serialize(event);
+    const auto text = tq::writtenJSON(event);
     if (m_recording)
         m_recording->add(event, text.size(), Clock::now());
     tellAll(text, except == Except::Sender ? &sender : nullptr);
@@ -292,7 +293,7 @@ void Room::tellMembers()
         list.push_back(json::object{ { "uid", uid }, { "name", member->name() }, { "role", nameOf(member->role()) },
             { "seat", member->seat() } });
     }
-    tellAll(json::serialize(json::object{ { "type", "members" }, { "members", std::move(list) } }));
+    tellAll(tq::writtenJSON(json::object{ { "type", "members" }, { "members", std::move(list) } }));
 }
 
 void Room::startRecording(const Member& member)
@@ -313,7 +314,7 @@ void Room::finishRecording()
     if (m_store.save(m_recording->id(), m_recording->finish(Clock::now())))
         message["url"] = "https://" + m_recordingHost + "/recordings/" + m_recording->id() + ".json";
     m_recording.reset();
-    tellAll(json::serialize(message));
+    tellAll(tq::writtenJSON(message));
 }
 
 } // namespace tq::conference

@@ -2,6 +2,7 @@
 
 #include "LiveMessage.h"
 #include "NavigationRequest.h"
+#include "platform/Foundation/JSONWriter.h"
 
 #include <boost/json.hpp>
 
@@ -236,7 +237,7 @@ Server::Answer Server::refuse(unsigned status, const Refusal& refusal)
 {
     Answer answer;
     answer.status = status;
-    answer.body = json::serialize(json::object{ { "code", refusal.code }, { "desc", refusal.desc } });
+    answer.body = tq::writtenJSON(json::object{ { "code", refusal.code }, { "desc", refusal.desc } });
     return answer;
 }
 
@@ -293,7 +294,7 @@ Server::Answer Server::navigate(const Request& request) const
         return refuse(SOUP_STATUS_UNAUTHORIZED, { Refusal::s_badToken, "the token is not right" });
     const auto host = hostOf(request.message);
     Answer answer;
-    answer.body = json::serialize(json::object{ { "code", 0 }, { "iwbLeaseUri", host }, { "iwbConferenceUri", host } });
+    answer.body = tq::writtenJSON(json::object{ { "code", 0 }, { "iwbLeaseUri", host }, { "iwbConferenceUri", host } });
     return answer;
 }
 
@@ -318,7 +319,7 @@ Server::Answer Server::answerOf(const std::variant<std::string, Refusal>& key)
     if (const auto* const refusal = std::get_if<Refusal>(&key))
         return refuse(SOUP_STATUS_OK, *refusal);
     Answer answer;
-    answer.body = json::serialize(json::object{ { "code", 0 }, { "key", std::get<std::string>(key) } });
+    answer.body = tq::writtenJSON(json::object{ { "code", 0 }, { "key", std::get<std::string>(key) } });
     return answer;
 }
 
@@ -353,7 +354,7 @@ Server::Answer Server::quit(const Request& request) const
         = m_conference.quit(request.path[4], request.path[6], std::make_shared<HeldAnswer>(request.message)))
         return refuse(SOUP_STATUS_OK, *refusal);
     Answer answer;
-    answer.body = json::serialize(json::object{ { "code", 0 } });
+    answer.body = tq::writtenJSON(json::object{ { "code", 0 } });
     return answer;
 }
 

@@ -5,6 +5,7 @@
 #include "Server.h"
 #include "StateFile.h"
 #include "TokenRule.h"
+#include "platform/Foundation/JSONWriter.h"
 
 #include <boost/json.hpp>
 #include <glib-unix.h>
@@ -36,7 +37,7 @@ int serve(const Options& options)
     };
     g_unix_signal_add(SIGTERM, stop, loop.get());
     g_unix_signal_add(SIGINT, stop, loop.get());
-    std::cout << boost::json::serialize(boost::json::object{ { "event", "ready" }, { "host", server.host() },
+    std::cout << tq::writtenJSON(boost::json::object{ { "event", "ready" }, { "host", server.host() },
         { "navigation", "https://" + server.host() + "/whiteboard/config.json" },
         { "ca", certificate.authorityFile().string() } })
               << std::endl;

@@ -10,6 +10,8 @@ namespace tq {
 /// Reading and writing of JSON texts. Nesting deeper than 512 is an error on both ways.
 class NSJSONSerialization {
 public:
+    static constexpr std::size_t kMaxDepth = 512;
+
     /// @param data is a text in UTF-8, UTF-16 or UTF-32, with a byte-order mark or without.
     /// @param error receives the parser's message when the text is no JSON; may be null.
     /// @returns the value, a top-level null included; absent after an error.
@@ -31,15 +33,14 @@ public:
     /// The same for a text alone.
     static bool appendText(std::string& text, std::string_view value);
 
-    /// Takes a text that is not needed any more: a large one lends its memory, up to 8 MiB, to the next that this
-    /// thread writes.
-    static void reuse(std::string&& text);
-
     /// Indented JSON text, one member a line; absent like the compact one.
     static OptionalText prettyDataWithJSONObject(const boost::json::value& value);
 };
 
 /// Whether the bytes are UTF-8 as RFC 3629 has it.
 bool isUTF8(std::string_view bytes);
+
+/// The length of the character that a text, which is not empty, begins with; 0 where it begins with none.
+std::size_t sequenceLength(std::string_view text);
 
 } // namespace tq

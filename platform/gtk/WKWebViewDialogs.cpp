@@ -1,5 +1,5 @@
 #include "../Foundation/Dispatch.h"
-#include "../Foundation/NSJSONSerialization.h"
+#include "../Foundation/JSONWriter.h"
 #include "../Foundation/NSLog.h"
 #include "WKWebViewImpl.h"
 
@@ -90,7 +90,7 @@ bool WKWebView::Impl::ask(WebKitScriptDialog* native, const std::shared_ptr<Pend
                             webkit_script_dialog_prompt_set_text(native, entered->c_str());
                     });
                     if (entered)
-                        NSJSONSerialization::reuse(std::move(*entered));
+                        JSONWriter::reuse(std::move(*entered));
                 });
             return true;
         }

@@ -278,7 +278,7 @@ TEST_F(CallsTest, CallsWithTypesBringAnswersOfThatType)
         },
         3, "vier", std::vector{ 0.5 }, OptionalValue());
     waitForReports(before + 1);
-    EXPECT_EQ(messages(before), Texts{ R"(["sum",0,"[3,\"vier\",[5E-1],null]"])" });
+    EXPECT_EQ(messages(before), Texts{ R"(["sum",0,"[3,\"vier\",[0.5],null]"])" });
     for (const char* data : { "7", "\"secret\"", "2147483648", "null", "8" })
         answer(std::string(R"({"id":0,"data":)") + data + "}");
     EXPECT_EQ(sums, (std::vector<std::optional<int>>{ 7, std::nullopt, std::nullopt, std::nullopt, 8 }));

@@ -4,5 +4,6 @@ set(TQWB_CORE_TESTS
     "${PROJECT_SOURCE_DIR}/tests/bridge/NativeObjectsTests.cpp"
     "${PROJECT_SOURCE_DIR}/tests/bridge/TypedFunctionsTests.cpp"
     "${PROJECT_SOURCE_DIR}/tests/navigation/NaviRulesTests.cpp"
+    "${PROJECT_SOURCE_DIR}/tests/platform/TextTests.cpp"
     "${PROJECT_SOURCE_DIR}/tests/session/SessionRulesTests.cpp"
 )
