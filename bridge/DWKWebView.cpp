@@ -90,11 +90,13 @@ std::string DWKWebView::callFromPage(std::string_view methodName, std::optional<
 
 void DWKWebView::reportMissingMethod(std::string_view methodName)
 {
-    const auto error
-        = "Error! \n Method " + std::string(methodName) + " is not invoked, since there is not a implementation for it";
-    if (m_isDebug)
+    constexpr std::string_view kBefore = "Error! \n Method ";
+    constexpr std::string_view kAfter = " is not invoked, since there is not a implementation for it";
+    if (m_isDebug) {
+        const auto error = std::string(kBefore).append(methodName).append(kAfter);
         evaluateJavaScript("window.alert(decodeURIComponent(\"" + percentEncoded(error) + "\"));");
-    NSLog(error);
+    }
+    NSLog(kBefore, methodName, kAfter);
 }
 
 void DWKWebView::queueScript(std::string_view script)

@@ -59,7 +59,7 @@ OptionalValue TQWBBridge::onRecordStart(OptionalValue)
 
 OptionalValue TQWBBridge::onRecordEnd(OptionalValue argument)
 {
-    NSLog("[TQ:Log] onRecordEnd：" + describe(argument));
+    NSLog("[TQ:Log] onRecordEnd：" + logged(argument));
     if (auto delegate
         = m_webView ? m_webView->m_recordDelegate.respondingTo(&TQWBRecordProtocol::Methods::onWBRecordEnd) : nullptr)
         delegate->onWBRecordEnd(textValue(memberOf(argument, "url")));
@@ -68,7 +68,7 @@ OptionalValue TQWBBridge::onRecordEnd(OptionalValue argument)
 
 OptionalValue TQWBBridge::onStatusChange(OptionalValue argument)
 {
-    NSLog("[TQ:Log] onStatusChange：" + describe(argument));
+    NSLog("[TQ:Log] onStatusChange：" + logged(argument));
     if (auto delegate = m_webView
             ? m_webView->m_permisssionDelegate.respondingTo(&TQWBPermissionProtocol::Methods::onWBPermissionChange)
             : nullptr)
@@ -89,7 +89,7 @@ OptionalValue TQWBBridge::onRoomQuited(OptionalValue)
 
 OptionalValue TQWBBridge::onRoomException(OptionalValue argument)
 {
-    NSLog("[TQ:Log] onRoomException：" + describe(argument));
+    NSLog("[TQ:Log] onRoomException：" + logged(argument));
     const Unlinking unlinking(*this);
     if (auto delegate = m_webView && !isEmpty(argument)
             ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomException)

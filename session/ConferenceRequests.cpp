@@ -81,7 +81,7 @@ void send(const std::shared_ptr<TQWhiteBoard>& board, NSMutableURLRequest reques
                 accepted(*board, answer);
                 return;
             }
-            logFailure(kind, describe(answer.desc));
+            logFailure(kind, logged(answer.desc));
             if (error)
                 error(answer.failureCode(), textValue(answer.desc ? &*answer.desc : nullptr));
         });
@@ -102,9 +102,12 @@ bool openPage(TQWhiteBoard& board, const ServiceAnswer& answer, const RequestKin
     }
     logSuccess(kind);
     beforeLoading();
-    dispatchToMain([self = board.shared_from_this(), url] {
-        if (auto webView = self->webView())
+    // The page of the one server asks the other.
+    dispatchToMain([self = board.shared_from_this(), url, lease = leaseAddress(board, "")] {
+        if (auto webView = self->webView()) {
+            webView->expectServers({ lease });
             webView->loadUrl(url);
+        }
     });
     return true;
 }

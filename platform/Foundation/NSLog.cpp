@@ -1,8 +1,91 @@
 #include "NSLog.h"
 
-#include <boost/json/serialize.hpp>
+#include "JSONWriter.h"
+#include "NSJSONSerialization.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <utility>
 
 namespace tq {
+
+namespace {
+
+// Bytes of a value that are written.
+constexpr std::size_t kMostLogged = 4096;
+constexpr std::string_view kCut = "… (cut)";
+constexpr std::string_view kReplacement = "\uFFFD";
+
+char32_t decoded(std::string_view character)
+{
+    constexpr std::array<std::uint8_t, 5> kLeadBits{ 0, 0x7F, 0x1F, 0x0F, 0x07 };
+    char32_t code = static_cast<std::uint8_t>(character[0]) & kLeadBits[character.size()];
+    for (const char next : character.substr(1))
+        code = code << 6U | (static_cast<std::uint8_t>(next) & 0x3FU);
+    return code;
+}
+
+// Controls, what else breaks lines, and what turns the direction of a text.
+bool isObeyed(char32_t code)
+{
+    constexpr std::array<std::pair<char32_t, char32_t>, 6> kRanges{
+        { { 0, 0x1F }, { 0x7F, 0x9F }, { 0x061C, 0x061C }, { 0x200E, 0x200F }, { 0x2028, 0x202E }, { 0x2066, 0x2069 } }
+    };
+    return std::ranges::any_of(
+        kRanges, [code](const auto& range) { return code >= range.first && code <= range.second; });
+}
+
+void appendEscape(std::string& text, char32_t code)
+{
+    constexpr std::string_view kNamed = "\b\t\n\f\r";
+    constexpr std::string_view kNames = "btnfr";
+    constexpr std::string_view kDigits = "0123456789abcdef";
+    text += '\\';
+    if (const auto place = code < 0x20 ? kNamed.find(static_cast<char>(code)) : kNamed.npos; place != kNamed.npos) {
+        text += kNames[place];
+        return;
+    }
+    text += 'u';
+    for (const unsigned shift : { 12U, 8U, 4U, 0U })
+        text += kDigits[code >> shift & 0xFU];
+}
+
+} // namespace
+
+void NSLog(std::string_view line) { writeLogLine(logged(line)); }
+
+void NSLog(std::string_view before, std::string_view value, std::string_view after)
+{
+    writeLogLine(std::string(before).append(logged(value)).append(after));
+}
+
+std::string logged(std::string_view text)
+{
+    std::string line;
+    line.reserve(std::min(text.size(), kMostLogged) + kCut.size());
+    while (!text.empty()) {
+        if (line.size() >= kMostLogged)
+            return line.append(kCut);
+        const auto length = sequenceLength(text);
+        const auto character = text.substr(0, std::max<std::size_t>(length, 1));
+        if (!length)
+            line += kReplacement;
+        else if (const auto code = decoded(character); isObeyed(code))
+            appendEscape(line, code);
+        else
+            line += character;
+        text.remove_prefix(character.size());
+    }
+    return line;
+}
+
+std::string logged(const OptionalValue& value)
+{
+    if (const auto* text = value ? value->if_string() : nullptr)
+        return logged(std::string_view(*text));
+    return value ? logged(writtenJSON(*value, kMostLogged)) : std::string(kAbsentText);
+}
 
 std::string describe(const OptionalValue& value)
 {
@@ -10,7 +93,7 @@ std::string describe(const OptionalValue& value)
         return std::string(kAbsentText);
     if (const auto* text = value->if_string())
         return std::string(*text);
-    return boost::json::serialize(*value);
+    return writtenJSON(*value);
 }
 
 } // namespace tq

@@ -4,10 +4,10 @@
 
 namespace tq {
 
-void NSLog(std::string_view line)
+void writeLogLine(const std::string& line)
 {
     // One write a line, so that the lines of several threads do not mix.
-    const auto text = std::string(line) + '\n';
+    const auto text = line + '\n';
     std::fwrite(text.data(), 1, text.size(), stderr);
 }
 

@@ -4,6 +4,7 @@
 
 #include <bit>
 #include <cmath>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <limits>
 #include <random>
@@ -25,15 +26,16 @@ TEST(JSONTexts, NumbersAreWrittenAsAPageWritesThem)
             { 1e21, "1e+21" }, { 123456789012345680000.0, "123456789012345680000" }, { -1.2345e21, "-1.2345e+21" },
             { 1e-6, "0.000001" }, { 1e-7, "1e-7" }, { 1.25e-7, "1.25e-7" }, { 0.1 + 0.2, "0.30000000000000004" },
             { 9007199254740992.0, "9007199254740992" }, { 9007199254740991.0, "9007199254740991" },
-            { 4503599627370497.5, "4503599627370497.5" }, { Limits::max(), "1.7976931348623157e+308" },
+            { 2251799813685249.5, "2251799813685249.5" }, { Limits::max(), "1.7976931348623157e+308" },
             { Limits::denorm_min(), "5e-324" }, { Limits::min(), "2.2250738585072014e-308" }, { 100.25, "100.25" } })
         EXPECT_EQ(text(number), expected);
 
     std::mt19937_64 random(1); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same every time
     for (int i = 0; i < 20000; ++i) {
         const auto number = std::bit_cast<double>(random());
-        if (std::isfinite(number))
-            EXPECT_EQ(std::stod(text(number)), number);
+        if (std::isfinite(number)) {
+            EXPECT_EQ(std::strtod(text(number).c_str(), nullptr), number);
+        }
     }
 }
 
