@@ -27,6 +27,7 @@ add_library(tqwb_objects OBJECT
     platform/gtk/NSURLSession.cpp
     platform/gtk/NSUserDefaults.cpp
     platform/gtk/Random.cpp
+    platform/gtk/ServerCertificates.cpp
     platform/gtk/ShownText.cpp
     platform/gtk/UIAlertView.cpp
     platform/gtk/UIImage.cpp

@@ -121,6 +121,11 @@ void TQWBWebView::didStartProvisionalNavigation(WKWebView&, const WKNavigation&)
     bringSubviewToFront(m_progressView);
 }
 
+bool TQWBWebView::acceptsEveryCertificate() const
+{
+    return navigationDelegate().get() == static_cast<const WKNavigationDelegate*>(this);
+}
+
 void TQWBWebView::didReceiveAuthenticationChallenge(
     WKWebView&, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion)
 {

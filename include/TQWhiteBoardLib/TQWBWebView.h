@@ -56,7 +56,8 @@ public:
     void setProgressView(std::shared_ptr<UIProgressView> progressView) { m_progressView = std::move(progressView); }
 
     // The view as its own navigation delegate, which it is only when the application makes it so: the bar comes back
-    // for every load, and every server certificate is accepted. Other challenges are left without an answer.
+    // for every load, and every server certificate is accepted, those of the servers that the page itself asks included;
+    // nothing of the pages is kept but in memory then. Other challenges are left without an answer.
     void didStartProvisionalNavigation(WKWebView& webView, const WKNavigation& navigation) override;
     void didReceiveAuthenticationChallenge(
         WKWebView& webView, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion) override;
@@ -68,6 +69,7 @@ private:
     friend class TQWBBridge;
 
     void initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration) override;
+    bool acceptsEveryCertificate() const override;
     void addProgressView();
 
     WeakDelegate<TQWBRoomStatusProtocol> m_roomStatusDelegate;

@@ -11,6 +11,7 @@
 #include "WKWebViewConfiguration.h"
 
 #include <memory>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -31,6 +32,11 @@ public:
 
     /// Loads a page. A request without an address has no effect.
     void loadRequest(const NSMutableURLRequest& request);
+    /// Names servers that the pages to come will ask, by fetch, WebSocket or otherwise, beside their own. Where the
+    /// application has given extra trust anchors, a load begins with a look at the certificates of the page's own server
+    /// and of these, so that none of their connections fails first. Replaces the names given before.
+    /// @param servers "https://host:port"; others have no effect.
+    void expectServers(std::vector<std::string> servers);
     /// Runs a script in the page, at once and without an answer. Scripts run in the order of the calls; one that is
     /// sent before the first page is lost.
     void evaluateJavaScript(std::string_view script);
@@ -107,6 +113,10 @@ protected:
     /// Whether the application has asked for another page and this one still runs. It gets no answers from its user
     /// then: a page that waits for one cannot be left.
     bool isLeavingPage() const;
+
+    /// Whether the pages of this view may come from servers with any certificate, and ask such servers. Asked at each
+    /// load. Such a view keeps nothing of its pages (cookies, storage) but in memory, apart from other views.
+    virtual bool acceptsEveryCertificate() const { return false; }
 
     /// Makes a view of the class and initialises it; every view comes from here.
     /// @param configuration absent: the default one.

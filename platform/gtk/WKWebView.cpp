@@ -57,27 +57,39 @@ WKWebView::Impl::Impl(WKWebView& view, const WKWebViewConfiguration& configurati
     , overlay(static_cast<GtkWidget*>(g_object_ref_sink(gtk_overlay_new())))
 {
     addScripts(userContentManager.get(), configuration.userContentController->userScripts());
-    const auto settings = settingsFor(configuration);
-    const auto opener = configuration.opener.lock();
-    webView = static_cast<WebKitWebView*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager",
-        userContentManager.get(), "settings", settings.get(), "hexpand", TRUE, "vexpand", TRUE,
-        opener ? "related-view" : nullptr, opener ? opener->m_impl->webView : nullptr, nullptr));
-    gtk_overlay_set_child(GTK_OVERLAY(overlay.get()), GTK_WIDGET(webView));
     gtk_widget_set_overflow(overlay.get(), GTK_OVERFLOW_HIDDEN);
-    connections.emplace_back(webView, "script-dialog", G_CALLBACK(scriptDialog), this);
-    connections.emplace_back(webView, "create", G_CALLBACK(create), this);
-    connections.emplace_back(webView, "close", G_CALLBACK(close), this);
-    connections.emplace_back(webView, "web-process-terminated", G_CALLBACK(webProcessTerminated), this);
-    connections.emplace_back(webView, "load-changed", G_CALLBACK(loadChanged), this);
-    connections.emplace_back(webView, "notify::estimated-load-progress", G_CALLBACK(progressChanged), this);
-    connections.emplace_back(webView, "load-failed", G_CALLBACK(loadFailed), this);
-    connections.emplace_back(webView, "load-failed-with-tls-errors", G_CALLBACK(loadFailedWithTlsErrors), this);
-    connections.emplace_back(webView, "authenticate", G_CALLBACK(authenticate), this);
+    const auto opener = configuration.opener.lock();
+    createEngineView(nullptr, settingsFor(configuration).get(), opener ? opener->m_impl->webView : nullptr);
     followTouches();
+}
+
+// @param session null: the one of all views. @param opener may be null; its session is the new view's, too.
+void WKWebView::Impl::createEngineView(WebKitNetworkSession* session, WebKitSettings* settings, WebKitWebView* opener)
+{
+    const char* inherited = opener ? "related-view" : "network-session";
+    webView = static_cast<WebKitWebView*>(
+        g_object_new(WEBKIT_TYPE_WEB_VIEW, "user-content-manager", userContentManager.get(), "settings", settings,
+            "hexpand", TRUE, "vexpand", TRUE, inherited, opener ? G_OBJECT(opener) : G_OBJECT(session), nullptr));
+    gtk_overlay_set_child(GTK_OVERLAY(overlay.get()), GTK_WIDGET(webView));
+    auto connect = [this](const char* signal, GCallback handler) {
+        engineConnections.emplace_back(webView, signal, handler, this);
+    };
+    connect("script-dialog", G_CALLBACK(scriptDialog));
+    connect("create", G_CALLBACK(create));
+    connect("close", G_CALLBACK(close));
+    connect("web-process-terminated", G_CALLBACK(webProcessTerminated));
+    connect("load-changed", G_CALLBACK(loadChanged));
+    connect("notify::estimated-load-progress", G_CALLBACK(progressChanged));
+    connect("load-failed", G_CALLBACK(loadFailed));
+    connect("load-failed-with-tls-errors", G_CALLBACK(loadFailedWithTlsErrors));
+    connect("resource-load-started", G_CALLBACK(resourceLoadStarted));
+    connect("authenticate", G_CALLBACK(authenticate));
 }
 
 WKWebView::Impl::~Impl()
 {
+    certificates.reset();
+    engineConnections.clear();
     connections.clear();
     cancelDialogs(TellView::No);
     // The engine's view lives on while the page runs a script of ours. What that asks is answered by nobody, and not by
@@ -115,14 +127,6 @@ void WKWebView::Impl::apply(const UIScrollView& scrollView)
         gtk_event_controller_set_propagation_phase(
             controller.get(), scrollView.pinchGestureRecognizerEnabled ? pinchPhase : GTK_PHASE_NONE);
     }
-}
-
-void WKWebView::Impl::load(const std::string& uri)
-{
-    isLeaving = true;
-    requested = uri;
-    cancelDialogs(TellView::Yes);
-    webkit_web_view_load_uri(webView, uri.c_str());
 }
 
 void WKWebView::Impl::loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer impl)
@@ -210,6 +214,8 @@ void WKWebView::loadRequest(const NSMutableURLRequest& request)
     m_impl->repeats = 0;
     m_impl->load(request.URL->absoluteString());
 }
+
+void WKWebView::expectServers(std::vector<std::string> servers) { m_impl->expectedServers = std::move(servers); }
 
 bool WKWebView::isLeavingPage() const { return m_impl->isLeaving; }
 

@@ -111,7 +111,7 @@ gboolean WKWebView::Impl::scriptDialog(WebKitWebView*, WebKitScriptDialog* nativ
         return TRUE;
     auto& self = call.impl();
     // A load within the page ends without a word.
-    self.isLeaving = self.isLeaving && webkit_web_view_is_loading(self.webView);
+    self.isLeaving = self.isLeaving && (self.certificates || webkit_web_view_is_loading(self.webView));
     auto dialog = std::exchange(self.spareDialog, nullptr);
     if (!dialog)
         dialog = std::make_shared<PendingDialog>();

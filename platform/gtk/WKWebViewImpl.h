@@ -2,6 +2,7 @@
 
 #include "../WebKit/WKWebView.h"
 #include "GLibPointers.h"
+#include "ServerCertificates.h"
 #include "WidgetStyle.h"
 
 #include <string>
@@ -76,7 +77,12 @@ struct WKWebView::Impl {
     void apply(const UIScrollView& scrollView);
     void load(const std::string& uri);
     void loadAgain(const std::string& uri);
-    void allow(const std::string& failingUri, const std::string& host, GTlsCertificate* certificate);
+    void createEngineView(WebKitNetworkSession* session, WebKitSettings* settings, WebKitWebView* opener);
+    bool isSessionWrong() const;
+    void chooseSession();
+    bool isAllowed(const std::string& host, GTlsCertificate* certificate) const;
+    void allow(const std::string& host, GTlsCertificate* certificate);
+    void allowAndLoad(const std::string& failingUri, const std::string& host, GTlsCertificate* certificate);
 
     class PendingDialog;
     bool ask(WebKitScriptDialog* native, const std::shared_ptr<PendingDialog>& dialog);
@@ -95,6 +101,7 @@ struct WKWebView::Impl {
         WebKitWebView*, WebKitLoadEvent event, const char* failingUri, const GError* error, gpointer impl);
     static gboolean loadFailedWithTlsErrors(WebKitWebView*, const char* failingUri, GTlsCertificate* certificate,
         GTlsCertificateFlags errors, gpointer impl);
+    static void resourceLoadStarted(WebKitWebView*, WebKitWebResource* resource, WebKitURIRequest*, gpointer impl);
     static gboolean authenticate(WebKitWebView*, WebKitAuthenticationRequest* request, gpointer impl);
 
     static constexpr int kMostRepeats = 5;
@@ -105,6 +112,10 @@ struct WKWebView::Impl {
     GObjectPointer<WebKitUserContentManager> userContentManager{ webkit_user_content_manager_new() };
     WebKitWebView* webView = nullptr;
     std::vector<SignalConnection> connections;
+    std::vector<SignalConnection> engineConnections;
+    // Handshakes that a load waits for; null at other times.
+    std::unique_ptr<ServerCertificates> certificates;
+    std::vector<std::string> expectedServers;
     std::vector<std::shared_ptr<UIView>> subviews;
     std::vector<Observer> observers;
     // When the engine's own gesture is asked.

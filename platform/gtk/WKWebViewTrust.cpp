@@ -52,9 +52,78 @@ std::string_view methodOf(WebKitAuthenticationScheme scheme)
     }
 }
 
+// For the views that accept every certificate: what comes by them is nobody's, and is kept nowhere.
+WebKitNetworkSession* acceptingSession()
+{
+    static auto* const s_session = [] {
+        auto* session = webkit_network_session_new_ephemeral();
+        webkit_network_session_set_tls_errors_policy(session, WEBKIT_TLS_ERRORS_POLICY_IGNORE);
+        return session;
+    }();
+    return s_session;
+}
+
+bool acceptsAll(WebKitWebView* webView)
+{
+    return webkit_network_session_get_tls_errors_policy(webkit_web_view_get_network_session(webView))
+        == WEBKIT_TLS_ERRORS_POLICY_IGNORE;
+}
+
 constexpr auto kChallengeMethod = &WKNavigationDelegate::Methods::didReceiveAuthenticationChallenge;
 
 } // namespace
+
+void WKWebView::Impl::load(const std::string& uri)
+{
+    isLeaving = true;
+    requested = uri;
+    cancelDialogs(TellView::Yes);
+    certificates.reset();
+    // The engine's view is not changed under the engine's feet.
+    if (EngineCall::isUnderWay() && isSessionWrong()) {
+        loadAgain(uri);
+        return;
+    }
+    chooseSession();
+    if (!NSURLSessionConfiguration::defaultSessionConfiguration().extraTrustAnchors() || acceptsAll(webView)) {
+        webkit_web_view_load_uri(webView, uri.c_str());
+        return;
+    }
+    // What is decided before the load needs no second one, and holds for what the page asks of elsewhere, too: nobody
+    // is asked about the certificates of that.
+    auto servers = expectedServers;
+    servers.push_back(uri);
+    certificates = std::make_unique<ServerCertificates>(
+        servers,
+        [this](const std::string& host, GTlsCertificate* certificate) {
+            if (isTrustedByExtraAnchors(certificate, host))
+                allow(host, certificate);
+        },
+        [this] {
+            certificates.reset();
+            webkit_web_view_load_uri(webView, requested.c_str());
+        });
+}
+
+bool WKWebView::Impl::isSessionWrong() const { return view.acceptsEveryCertificate() != acceptsAll(webView); }
+
+// The engine's policy for certificates is that of a whole session, and a session is for the whole life of the engine's
+// view: a view that changes its mind gets another one.
+void WKWebView::Impl::chooseSession()
+{
+    if (!isSessionWrong())
+        return;
+    engineConnections.clear();
+    const auto before = retained(webView);
+    GdkRGBA background{};
+    webkit_web_view_get_background_color(before.get(), &background);
+    createEngineView(view.acceptsEveryCertificate() ? acceptingSession() : nullptr,
+        webkit_web_view_get_settings(before.get()), nullptr);
+    webkit_web_view_set_background_color(webView, &background);
+    apply(view.m_scrollView);
+    pageOrigin.reset();
+    challenges.clear();
+}
 
 // At a later turn of the main loop, since the engine has not done with the failed load while it tells of it, and only
 // if nothing else has been loaded by then.
@@ -67,13 +136,45 @@ void WKWebView::Impl::loadAgain(const std::string& uri)
     });
 }
 
-// Trusts the certificate for the host from now on, and loads again.
-void WKWebView::Impl::allow(const std::string& failingUri, const std::string& host, GTlsCertificate* certificate)
+// Trusts the certificate for the host from now on.
+void WKWebView::Impl::allow(const std::string& host, GTlsCertificate* certificate)
 {
-    exceptions.push_back({ host, retained(certificate) });
+    if (!isAllowed(host, certificate))
+        exceptions.push_back({ host, retained(certificate) });
     webkit_network_session_allow_tls_certificate_for_host(
         webkit_web_view_get_network_session(webView), certificate, host.c_str());
+}
+
+bool WKWebView::Impl::isAllowed(const std::string& host, GTlsCertificate* certificate) const
+{
+    return std::ranges::any_of(exceptions, [&](const Exception& exception) {
+        return exception.host == host && g_tls_certificate_is_same(exception.certificate.get(), certificate);
+    });
+}
+
+void WKWebView::Impl::allowAndLoad(const std::string& failingUri, const std::string& host, GTlsCertificate* certificate)
+{
+    allow(host, certificate);
     loadAgain(failingUri);
+}
+
+// The engine asks about the page itself alone. Of what the page asks elsewhere it tells when it has failed; the next
+// try finds the certificate allowed.
+void WKWebView::Impl::resourceLoadStarted(WebKitWebView*, WebKitWebResource* resource, WebKitURIRequest*, gpointer impl)
+{
+    using View = std::weak_ptr<WKWebView>;
+    if (!NSURLSessionConfiguration::defaultSessionConfiguration().extraTrustAnchors())
+        return;
+    g_signal_connect_data(
+        resource, "failed-with-tls-errors",
+        G_CALLBACK(+[](WebKitWebResource* failed, GTlsCertificate* certificate, GTlsCertificateFlags, gpointer weak) {
+            const auto view = static_cast<View*>(weak)->lock();
+            const auto host = hostOf(webkit_web_resource_get_uri(failed));
+            if (view && isTrustedByExtraAnchors(certificate, host))
+                view->m_impl->allow(host, certificate);
+        }),
+        new View(static_cast<Impl*>(impl)->view.weak_from_this()),
+        [](gpointer weak, GClosure*) { delete static_cast<View*>(weak); }, GConnectFlags(0));
 }
 
 // The engine now and then takes its own refusal of a certificate for a connection that somebody cancelled, and then
@@ -101,12 +202,10 @@ gboolean WKWebView::Impl::loadFailedWithTlsErrors(
     self.isLeaving = false;
     const auto host = hostOf(failingUri);
     // What was allowed and still fails would be loaded for ever.
-    if (std::ranges::any_of(self.exceptions, [&](const Exception& exception) {
-            return exception.host == host && g_tls_certificate_is_same(exception.certificate.get(), certificate);
-        }))
+    if (self.isAllowed(host, certificate))
         return FALSE;
     if (isTrustedByExtraAnchors(certificate, host)) {
-        self.allow(failingUri, host, certificate);
+        self.allowAndLoad(failingUri, host, certificate);
         return TRUE;
     }
     auto delegate = self.view.m_navigationDelegate.respondingTo(kChallengeMethod);
@@ -121,7 +220,7 @@ gboolean WKWebView::Impl::loadFailedWithTlsErrors(
         const auto view = std::exchange(*isAnswered, true) ? nullptr : weak.lock();
         if (view && disposition == NSURLSessionAuthChallengeDisposition::UseCredential && credential
             && credential->trust)
-            view->m_impl->allow(uri, host, credential->trust->certificate.get());
+            view->m_impl->allowAndLoad(uri, host, credential->trust->certificate.get());
     };
     runGuarded([&] { delegate->didReceiveAuthenticationChallenge(self.view, challenge, completion); });
     return TRUE;

@@ -1,3 +1,4 @@
+#include "tests/support/Authority.h"
 #include "tests/support/HttpsServer.h"
 #include "tests/support/PageTest.h"
 
@@ -543,6 +544,62 @@ TEST_F(TrustTest, AViewThatIsItsOwnDelegateAcceptsEveryCertificateForEveryHost)
     room->loadUrl(at("/secret"));
     waitForRequests(3);
     load();
+}
+
+// What the page of one server asks another: by a script, a frame, a fetch and a WebSocket, each of them once.
+constexpr const char* kAskingPage = R"(<script>
+const other = location.hash.slice(1);
+window.results = [];
+const end = (what) => results.push(what) === 4 && prompt("_dsbridge=report", JSON.stringify({ data: results.sort() }));
+const element = (name, onerror) => Object.assign(document.createElement(name), { src: `https://${other}/${name}` });
+addEventListener("message", ({ data }) => end(data));
+onload = () => {
+    document.head.append(Object.assign(element("script"), { onload: () => end("script"), onerror: () => end("no script") }));
+    document.body.append(element("iframe"));
+    fetch(`https://${other}/fetch`).then(() => end("fetch"), () => end("no fetch"));
+    const socket = new WebSocket(`wss://${other}/socket`);
+    socket.onclose = () => end("socket");
+    setTimeout(() => end("late"), 10000);
+};
+</script><body>)";
+
+std::string answerOfEither(const ReceivedRequest& request)
+{
+    const auto path = request.line().substr(4, request.line().find(' ', 4) - 4);
+    if (path == "/iframe")
+        return HttpsServer::answerWith(
+            200, "<script>parent.postMessage('frame', '*')</script>", "Content-Type: text/html\r\n");
+    if (path == "/script" || path == "/fetch" || path == "/socket")
+        return HttpsServer::answerWith(200, "", "Access-Control-Allow-Origin: *\r\n");
+    return HttpsServer::answerWith(200, kAskingPage, "Content-Type: text/html\r\n");
+}
+
+TEST_F(TrustTest, WhatThePageAsksOfAnotherServerIsTrustedAtTheFirstTry)
+{
+    const Authority authority;
+    HttpsServer page([](const auto& request, auto& wire) { wire.send(answerOfEither(request)); },
+        { authority.identity({ .host = "page.localhost" }) });
+    HttpsServer lease([](const auto& request, auto& wire) { wire.send(answerOfEither(request)); },
+        { authority.identity({ .host = "lease.localhost" }) });
+    const auto results = std::make_shared<Reports>();
+    room->addJavascriptObject(results, std::nullopt);
+    // Once by the extra anchors, once by a view that accepts everything.
+    for (const bool isOwnDelegate : { false, true }) {
+        NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(
+            isOwnDelegate ? OptionalText() : authority.certificate());
+        if (isOwnDelegate)
+            room->setNavigationDelegate(room);
+        else
+            room->expectServers({ "https://lease." + lease.host() });
+        results->values.clear();
+        room->loadUrl("https://page." + page.host() + "/page#lease." + lease.host());
+        runUntil([&] { return !results->values.empty(); }, "the page has asked for everything");
+        EXPECT_EQ(results->values[0], OptionalValue(boost::json::array{ "fetch", "frame", "script", "socket" }));
+        const auto requests = lease.requests();
+        EXPECT_EQ(std::ranges::count_if(
+                      requests, [](const auto& request) { return request.hasHeader("Upgrade: websocket"); }),
+            isOwnDelegate ? 2 : 1);
+    }
 }
 
 TEST_F(TrustTest, TheDelegateMayDecideLater)
