@@ -308,7 +308,7 @@ TEST_F(WebViewTest, TheViewIsWhiteBeforeItsFirstPage)
     auto* node = gtk_snapshot_free_to_node(snapshot);
     ASSERT_NE(node, nullptr);
     auto* renderer = gtk_native_get_renderer(GTK_NATIVE(window));
-    const graphene_rect_t area = GRAPHENE_RECT_INIT(0, 0, 300, 200);
+    const graphene_rect_t area{ { 0, 0 }, { 300, 200 } };
     const GObjectPointer<GdkTexture> texture(gsk_renderer_render_texture(renderer, node, &area));
     gsk_render_node_unref(node);
     std::vector<std::uint8_t> pixels(300 * 200 * 4);
