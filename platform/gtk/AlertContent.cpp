@@ -88,8 +88,9 @@ GtkWidget* createScroller(GtkWidget* child)
 void setHeight(GtkWidget* scroller, int height, int mostHeight)
 {
     const bool isScrolled = height > mostHeight;
+    // To the side it is as wide as it is told, also when there are letters that no line can be broken between.
     gtk_scrolled_window_set_policy(
-        GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, isScrolled ? GTK_POLICY_ALWAYS : GTK_POLICY_EXTERNAL);
+        GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_EXTERNAL, isScrolled ? GTK_POLICY_ALWAYS : GTK_POLICY_EXTERNAL);
     // The keyboard scrolls a long text.
     gtk_widget_set_focusable(scroller, isScrolled ? TRUE : FALSE);
     gtk_widget_set_size_request(scroller, -1, std::min(height, mostHeight));

@@ -263,7 +263,7 @@ TEST_F(DialogTest, NoTextHoldsUpTheMainLoopOrIsTooWide)
              "'W'.repeat(300000)", "'\\u200B'.repeat(100000)", "'\\u{1F469}\\u200D'.repeat(10000)",
              "'a\\u05D0\\u6F22\\u0E01\\u{1F600}'.repeat(4000)", "'\\u202Ea'.repeat(10000)", "'\\u3000'.repeat(10000)",
              "'\\u0639'.repeat(10000)", "'\\u0915\\u094D'.repeat(10000)", "'\\uFDFD'.repeat(10000)",
-             "'\\uFFFC\\u0001'.repeat(10000)", "'\\u{F0000}'.repeat(10000)" }) {
+             "'\\uFFFC\\u0001'.repeat(10000)", "'\\u{F0000}'.repeat(10000)", "'\\u1100'.repeat(10000)" }) {
         for (const std::string& question : { "alert(" + text + ")", "prompt(" + text + ", " + text + ")" }) {
             SCOPED_TRACE(question);
             EXPECT_LT(longestTurnOf(question), kMostMilliseconds);
