@@ -123,7 +123,8 @@ void TQWBWebView::didStartProvisionalNavigation(WKWebView&, const WKNavigation&)
 
 bool TQWBWebView::acceptsEveryCertificate() const
 {
-    return navigationDelegate().get() == static_cast<const WKNavigationDelegate*>(this);
+    return m_acceptedCertificates == AcceptedCertificates::Every
+        || navigationDelegate().get() == static_cast<const WKNavigationDelegate*>(this);
 }
 
 void TQWBWebView::didReceiveAuthenticationChallenge(

@@ -15,17 +15,4 @@ void PageWatch::webViewWebContentProcessDidTerminate(tq::WKWebView&)
     });
 }
 
-void TrustingPageWatch::didStartProvisionalNavigation(tq::WKWebView& webView, const tq::WKNavigation& navigation)
-{
-    if (auto view = m_view.lock())
-        view->didStartProvisionalNavigation(webView, navigation);
-}
-
-void TrustingPageWatch::didReceiveAuthenticationChallenge(
-    tq::WKWebView& webView, const tq::NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion)
-{
-    if (auto view = m_view.lock())
-        view->didReceiveAuthenticationChallenge(webView, challenge, std::move(completion));
-}
-
 } // namespace tqclient

@@ -253,15 +253,10 @@ void Session::makeFacade()
         if (auto events = weakEvents.lock())
             events->closePage();
     });
-    // What a delegate does is read from its own class.
-    const auto watch = [this](auto delegate) {
-        m_view->setNavigationDelegate(delegate);
-        m_pageWatch = std::move(delegate);
-    };
+    m_pageWatch = std::make_shared<PageWatch>(weak_from_this());
+    m_view->setNavigationDelegate(m_pageWatch);
     if (m_trustsAnyPage)
-        watch(std::make_shared<TrustingPageWatch>(weak_from_this(), m_view));
-    else
-        watch(std::make_shared<PageWatch>(weak_from_this()));
+        m_view->setAcceptedCertificates(tq::AcceptedCertificates::Every);
     m_facade = tq::TQWhiteBoard::initWithWebView(m_view);
     if (auto observer = m_observer.lock())
         observer->sessionViewChanged(m_view);

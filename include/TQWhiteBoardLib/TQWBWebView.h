@@ -10,6 +10,10 @@
 
 namespace tq {
 
+/// Which certificates the servers of a view may have: those that are good for the system or the extra trust anchors,
+/// and those that the navigation delegate accepts; or every one.
+enum class AcceptedCertificates : bool { Good, Every };
+
 /// The view in which a room's page runs. Make it, put it in a window, set its delegates and hand it to a
 /// `TQWhiteBoard`. Main thread only.
 ///
@@ -25,6 +29,10 @@ public:
     /// For `initWithFrame`.
     explicit TQWBWebView(Token);
     ~TQWBWebView() override;
+
+    /// From the next load on, the view accepts certificates as one does that is its own navigation delegate, whoever
+    /// the delegate is. Every certificate is a choice for networks that are trusted.
+    void setAcceptedCertificates(AcceptedCertificates accepted) { m_acceptedCertificates = accepted; }
 
     /// Delegates are held weakly and set by their own class; a null pointer of that class takes one away.
     template <DelegateOf<TQWBRoomStatusProtocol> Delegate>
@@ -56,8 +64,8 @@ public:
     void setProgressView(std::shared_ptr<UIProgressView> progressView) { m_progressView = std::move(progressView); }
 
     // The view as its own navigation delegate, which it is only when the application makes it so: the bar comes back
-    // for every load, and every server certificate is accepted, those of the servers that the page itself asks included;
-    // nothing of the pages is kept but in memory then. Other challenges are left without an answer.
+    // for every load, and every server certificate is accepted, those of the servers that the page itself asks
+    // included; nothing of the pages is kept but in memory then. Other challenges are left without an answer.
     void didStartProvisionalNavigation(WKWebView& webView, const WKNavigation& navigation) override;
     void didReceiveAuthenticationChallenge(
         WKWebView& webView, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion) override;
@@ -76,6 +84,7 @@ private:
     WeakDelegate<TQWBRecordProtocol> m_recordDelegate;
     WeakDelegate<TQWBPermissionProtocol> m_permisssionDelegate;
     std::shared_ptr<UIProgressView> m_progressView;
+    AcceptedCertificates m_acceptedCertificates = AcceptedCertificates::Good;
 };
 
 } // namespace tq
