@@ -15,6 +15,7 @@ public:
     /// containers lie deeper than 512, or null takes its place.
     enum class Unwritable : bool { Fails, IsNull };
 
+    /// Has written nothing yet.
     explicit JSONWriter(Unwritable unwritable = Unwritable::Fails)
         : m_unwritable(unwritable)
     {
