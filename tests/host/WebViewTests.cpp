@@ -210,7 +210,8 @@ TEST_F(WebViewTest, ThePageCannotScrollAndInnerAreasCan)
     for (const std::string style :
         { "body{height:9000px}", "html,body{height:100%} body{overflow:auto}", "html,body{height:100%;overflow:scroll}",
             "html{overflow:auto} body{height:100vh;overflow-y:scroll!important}" }) {
-        load("<style>" + style + "#in{height:50px;overflow:auto} p{height:9000px}</style><div id=in><p></div><p>");
+        load("<style>" + style
+            + "#in{width:50px;height:50px;overflow:auto} p{height:9000px}</style><div id=in><p></div><p>");
         EXPECT_EQ(ask(kScrolled), OptionalValue(boost::json::array{ 0, 50 })) << style;
     }
     EXPECT_EQ(room->scrollView(),
