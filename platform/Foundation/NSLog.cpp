@@ -29,9 +29,8 @@ char32_t decoded(std::string_view character)
 // Controls, what else breaks lines, and what turns the direction of a text.
 bool isObeyed(char32_t code)
 {
-    constexpr std::array<std::pair<char32_t, char32_t>, 6> kRanges{
-        { { 0, 0x1F }, { 0x7F, 0x9F }, { 0x061C, 0x061C }, { 0x200E, 0x200F }, { 0x2028, 0x202E }, { 0x2066, 0x2069 } }
-    };
+    constexpr std::array<std::pair<char32_t, char32_t>, 6> kRanges{ { { 0, 0x1F }, { 0x7F, 0x9F }, { 0x061C, 0x061C },
+        { 0x200E, 0x200F }, { 0x2028, 0x202E }, { 0x2066, 0x2069 } } };
     return std::ranges::any_of(
         kRanges, [code](const auto& range) { return code >= range.first && code <= range.second; });
 }

@@ -33,8 +33,8 @@ public:
     /// Loads a page. A request without an address has no effect.
     void loadRequest(const NSMutableURLRequest& request);
     /// Names servers that the pages to come will ask, by fetch, WebSocket or otherwise, beside their own. Where the
-    /// application has given extra trust anchors, a load begins with a look at the certificates of the page's own server
-    /// and of these, so that none of their connections fails first. Replaces the names given before.
+    /// application has given extra trust anchors, a load begins with a look at the certificates of the page's own
+    /// server and of these, so that none of their connections fails first. Replaces the names given before.
     /// @param servers "https://host:port"; others have no effect.
     void expectServers(std::vector<std::string> servers);
     /// Runs a script in the page, at once and without an answer. Scripts run in the order of the calls; one that is

@@ -112,8 +112,7 @@ TEST_F(BridgeTest, SynchronousCallsGetTheExactResultText)
     const std::string deep = R"({"data":)" + std::string(600, '[') + std::string(600, ']') + "}";
     const std::vector<Row> rows{
         { "ns.a.echo", R"({"data":5})", R"({"code":0,"data":5})", "" },
-        { "ns.a.echo", R"({"data":{"k":["é",null,true,1.5]}})", R"({"code":0,"data":{"k":["é",null,true,1.5]}})",
-            "" },
+        { "ns.a.echo", R"({"data":{"k":["é",null,true,1.5]}})", R"({"code":0,"data":{"k":["é",null,true,1.5]}})", "" },
         { " \tns.a.echo ", R"({"data":"x"})", R"({"code":0,"data":"x"})", "" },
         { "echo", R"({"data":1})", R"({"code":0,"data":1})", "" },
         { "ns.a.echo", R"({"data":null})", empty, "" },
