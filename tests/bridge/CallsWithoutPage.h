@@ -32,9 +32,10 @@ protected:
             [this](std::string_view missing) { missed.emplace_back(missing); });
     }
 
-    NativeObjects objects;
     Texts scripts;
     Texts missed;
+    // Goes first: completions that were kept send their ends.
+    NativeObjects objects;
 };
 
 } // namespace tq::test
