@@ -3,6 +3,7 @@
 #include "../Foundation/Dispatch.h"
 
 #include <chrono>
+#include <mutex>
 #include <utility>
 
 namespace tq {
@@ -31,11 +32,27 @@ struct ServerCertificates::Round {
 
 namespace {
 
+// The certificate that a handshake has brought. It may go on on a thread of its own.
+struct Seen {
+    std::mutex mutex;
+    GObjectPointer<GTlsCertificate> certificate;
+};
+
+// Nothing is said to the server after its handshake: it is only let to end.
+gboolean refused(GTlsConnection*, GTlsCertificate* certificate, GTlsCertificateFlags, gpointer data)
+{
+    auto& seen = **static_cast<std::shared_ptr<Seen>*>(data);
+    const std::lock_guard lock(seen.mutex);
+    seen.certificate = retained(certificate);
+    return TRUE;
+}
+
 // One handshake; it lives until that ends.
 template <class Round> struct Handshake {
     std::shared_ptr<Round> round;
     std::string host;
     GObjectPointer<GSocketClient> client{ g_socket_client_new() };
+    std::shared_ptr<Seen> seen = std::make_shared<Seen>();
 
     static void begin(const std::shared_ptr<Round>& round, GSocketConnectable* server)
     {
@@ -48,16 +65,15 @@ template <class Round> struct Handshake {
     static void happened(
         GSocketClient*, GSocketClientEvent event, GSocketConnectable*, GIOStream* connection, gpointer self)
     {
-        if (event == G_SOCKET_CLIENT_TLS_HANDSHAKING)
-            g_signal_connect(connection, "accept-certificate", G_CALLBACK(refused), self);
-    }
-    // Nothing is said to the server after its handshake: it is only let to end.
-    static gboolean refused(GTlsConnection*, GTlsCertificate* certificate, GTlsCertificateFlags, gpointer data)
-    {
-        const auto& self = *static_cast<Handshake*>(data);
-        if (self.round->take)
-            self.round->take(self.host, certificate);
-        return TRUE;
+        using Shared = std::shared_ptr<Seen>;
+        if (event != G_SOCKET_CLIENT_TLS_HANDSHAKING)
+            return;
+        auto* shared = new Shared(static_cast<Handshake*>(self)->seen);
+        // What is written until here is seen by whoever locks it next.
+        const std::lock_guard lock((*shared)->mutex);
+        g_signal_connect_data(
+            connection, "accept-certificate", G_CALLBACK(refused), shared,
+            [](gpointer data, GClosure*) { delete static_cast<Shared*>(data); }, GConnectFlags(0));
     }
     static void ended(GObject*, GAsyncResult* result, gpointer data)
     {
@@ -66,8 +82,15 @@ template <class Round> struct Handshake {
             g_socket_client_connect_finish(self->client.get(), result, nullptr));
         if (connection)
             g_io_stream_close_async(G_IO_STREAM(connection.get()), G_PRIORITY_DEFAULT, nullptr, nullptr, nullptr);
+        if (const auto certificate = self->takeCertificate(); certificate && self->round->take)
+            self->round->take(self->host, certificate.get());
         if (--self->round->open == 0)
             self->round->end();
+    }
+    GObjectPointer<GTlsCertificate> takeCertificate() const
+    {
+        const std::lock_guard lock(seen->mutex);
+        return std::move(seen->certificate);
     }
 };
 
