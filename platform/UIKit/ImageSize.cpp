@@ -77,8 +77,10 @@ std::optional<ImageSize> sizeOfGIF(std::string_view bytes)
         at = endOfBlocks(bytes, at + 2);
     if (at + kPictureHead > bytes.size() || bytes[at] != ',')
         return std::nullopt;
-    if (littleEndian(bytes, at + 1, 2) + littleEndian(bytes, at + 5, 2) > size.width
-        || littleEndian(bytes, at + 3, 2) + littleEndian(bytes, at + 7, 2) > size.height)
+    const auto width = littleEndian(bytes, at + 5, 2);
+    const auto height = littleEndian(bytes, at + 7, 2);
+    if (!width || !height || littleEndian(bytes, at + 1, 2) + width > size.width
+        || littleEndian(bytes, at + 3, 2) + height > size.height)
         return std::nullopt;
     size.end = endOfBlocks(bytes, at + kPictureHead + sizeOfColours(bytes[at + 9]));
     return size;

@@ -95,6 +95,7 @@ constexpr struct {
         "EVAAMAAAABAAEAAAEWAAQAAAABAAAAAgEXAAQAAAABAAAABgAAAAAQQHCg0P8=",
         "capture 3x2" },
     { "GIF that claims too much", "R0lGODlh//////AAAP8AAAAA/yH5BAAAAAAALAAAAAADAAIAAAIDhIMFADs=", "no capture" },
+    { "GIF whose picture has no lines", "R0lGODlhAwACAPAAAP8AAAAA/yH5BAAAAAAALAAAAAADAAAAAAIDhIMFADs=", "no capture" },
     { "GIF whose picture claims more than it",
         "R0lGODlhAwACAPAAAP8AAAAA/yH5BAAAAAAALAAAAAD/////AAIDhIMFADs=", "no capture" },
     { "BMP with a huge head",
