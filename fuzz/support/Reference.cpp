@@ -64,10 +64,10 @@ std::optional<std::string> decodeURIComponent(std::string_view text)
 
 bool areAlike(const boost::json::value& left, const boost::json::value& right)
 {
-    if (left.is_double() && right.is_double()) {
+    if (left.is_number() && right.is_number() && (left.is_double() || right.is_double())) {
         constexpr double kLastPlaces = 1e-15;
-        const double one = left.get_double();
-        const double other = right.get_double();
+        const auto one = left.to_number<double>();
+        const auto other = right.to_number<double>();
         return one == other || (std::isnan(one) && std::isnan(other))
             || std::abs(one - other) <= kLastPlaces * std::max(std::abs(one), std::abs(other));
     }

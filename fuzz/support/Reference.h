@@ -17,7 +17,8 @@ bool isPlainlyUTF8(std::string_view bytes);
 std::optional<std::string> decodeURIComponent(std::string_view text);
 
 /// Whether two values are equal. Numbers with a fraction may differ in the last place: the parser does not round every
-/// text to the nearest number. No number is alike to no number.
+/// text to the nearest number. Whole numbers are alike however they are held, 3.0 and 3. No number is alike to no
+/// number.
 bool areAlike(const boost::json::value& left, const boost::json::value& right);
 
 /// Whether a number of the value is not finite: the parser reads one that is too large as infinite, and 0e9999 as no
