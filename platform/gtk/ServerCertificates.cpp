@@ -3,7 +3,6 @@
 #include "../Foundation/Dispatch.h"
 
 #include <chrono>
-#include <mutex>
 #include <utility>
 
 namespace tq {
@@ -32,19 +31,18 @@ struct ServerCertificates::Round {
 
 namespace {
 
-// The certificate that a handshake has brought. It may go on on a thread of its own.
-struct Seen {
-    std::mutex mutex;
-    GObjectPointer<GTlsCertificate> certificate;
-};
+// On whatever thread the handshake is made. Nothing is said to the server after it: it is only let to end.
+gboolean letEnd(GTlsConnection*, GTlsCertificate*, GTlsCertificateFlags, gpointer) { return TRUE; }
 
-// Nothing is said to the server after its handshake: it is only let to end.
-gboolean refused(GTlsConnection*, GTlsCertificate* certificate, GTlsCertificateFlags, gpointer data)
+// What the server has shown, unless the system trusts it.
+GObjectPointer<GTlsCertificate> untrustedCertificate(GSocketConnection* connection)
 {
-    auto& seen = **static_cast<std::shared_ptr<Seen>*>(data);
-    const std::lock_guard lock(seen.mutex);
-    seen.certificate = retained(certificate);
-    return TRUE;
+    auto* stream = G_IS_TCP_WRAPPER_CONNECTION(connection)
+        ? g_tcp_wrapper_connection_get_base_io_stream(G_TCP_WRAPPER_CONNECTION(connection))
+        : nullptr;
+    if (!G_IS_TLS_CONNECTION(stream) || !g_tls_connection_get_peer_certificate_errors(G_TLS_CONNECTION(stream)))
+        return nullptr;
+    return retained(g_tls_connection_get_peer_certificate(G_TLS_CONNECTION(stream)));
 }
 
 // One handshake; it lives until that ends.
@@ -52,45 +50,33 @@ template <class Round> struct Handshake {
     std::shared_ptr<Round> round;
     std::string host;
     GObjectPointer<GSocketClient> client{ g_socket_client_new() };
-    std::shared_ptr<Seen> seen = std::make_shared<Seen>();
 
     static void begin(const std::shared_ptr<Round>& round, GSocketConnectable* server)
     {
         auto* self = new Handshake{ round, g_network_address_get_hostname(G_NETWORK_ADDRESS(server)) };
         ++round->open;
         g_socket_client_set_tls(self->client.get(), TRUE);
-        g_signal_connect(self->client.get(), "event", G_CALLBACK(happened), self);
+        g_signal_connect(self->client.get(), "event", G_CALLBACK(happened), nullptr);
         g_socket_client_connect_async(self->client.get(), server, round->cancellable.get(), ended, self);
     }
-    static void happened(
-        GSocketClient*, GSocketClientEvent event, GSocketConnectable*, GIOStream* connection, gpointer self)
+    static void happened(GSocketClient*, GSocketClientEvent event, GSocketConnectable*, GIOStream* connection, gpointer)
     {
-        using Shared = std::shared_ptr<Seen>;
-        if (event != G_SOCKET_CLIENT_TLS_HANDSHAKING)
-            return;
-        auto* shared = new Shared(static_cast<Handshake*>(self)->seen);
-        // What is written until here is seen by whoever locks it next.
-        const std::lock_guard lock((*shared)->mutex);
-        g_signal_connect_data(
-            connection, "accept-certificate", G_CALLBACK(refused), shared,
-            [](gpointer data, GClosure*) { delete static_cast<Shared*>(data); }, GConnectFlags(0));
+        if (event == G_SOCKET_CLIENT_TLS_HANDSHAKING)
+            g_signal_connect(connection, "accept-certificate", G_CALLBACK(letEnd), nullptr);
     }
     static void ended(GObject*, GAsyncResult* result, gpointer data)
     {
         const std::unique_ptr<Handshake> self(static_cast<Handshake*>(data));
         const GObjectPointer<GSocketConnection> connection(
             g_socket_client_connect_finish(self->client.get(), result, nullptr));
-        if (connection)
+        if (connection) {
+            const auto certificate = untrustedCertificate(connection.get());
+            if (certificate && self->round->take)
+                self->round->take(self->host, certificate.get());
             g_io_stream_close_async(G_IO_STREAM(connection.get()), G_PRIORITY_DEFAULT, nullptr, nullptr, nullptr);
-        if (const auto certificate = self->takeCertificate(); certificate && self->round->take)
-            self->round->take(self->host, certificate.get());
+        }
         if (--self->round->open == 0)
             self->round->end();
-    }
-    GObjectPointer<GTlsCertificate> takeCertificate() const
-    {
-        const std::lock_guard lock(seen->mutex);
-        return std::move(seen->certificate);
     }
 };
 
