@@ -4,6 +4,7 @@ set(TQWB_CORE_SOURCES
     bridge/AsyncResult.cpp
     bridge/CallMessage.cpp
     bridge/CallbackName.cpp
+    bridge/DialogLabels.cpp
     bridge/JSBUtil.cpp
     bridge/NativeFunctions.cpp
     bridge/NativeObjects.cpp

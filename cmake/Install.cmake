@@ -8,13 +8,16 @@ set(public_headers
     Coroutines.h
     DSCallInfo.h
     DWKWebView.h
+    DialogLabels.h
     NativeFunctions.h
     TQWBException.h
     TQWBNaviCode.h
     TQWBNaviDataInfo.h
+    TQWBPermission.h
     TQWBPermissionProtocol.h
     TQWBRecordConfig.h
     TQWBRecordProtocol.h
+    TQWBRole.h
     TQWBRoomConfig.h
     TQWBRoomStatusProtocol.h
     TQWBSessionCode.h

@@ -1,6 +1,7 @@
 #include "JoinForm.h"
 
 #include "Accessible.h"
+#include "TQWhiteBoardLib/TQWBRole.h"
 #include "Translation.h"
 
 namespace tqclient {
@@ -36,7 +37,7 @@ GtkCheckButton* addRoles(FormGrid& form)
 JoinForm::JoinForm(const Options& options, Submit submit)
     : m_grid(_("Jo_in the room"), [this] { submitted(); })
     , m_identity(m_grid)
-    , m_viewerRole(options.role ? options.role : 1)
+    , m_viewerRole(options.role ? options.role : tq::TQWBRoleViewer)
     , m_submit(std::move(submit))
 {
     m_presenter = addRoles(m_grid);
@@ -63,7 +64,7 @@ void JoinForm::submitted()
         .roomId = identity.room,
         .userId = identity.user,
         .userName = identity.name,
-        .roleType = gtk_check_button_get_active(m_presenter) ? 0 : m_viewerRole,
+        .roleType = gtk_check_button_get_active(m_presenter) ? tq::TQWBRolePresenter : m_viewerRole,
         .minutes = *minutes,
     }));
 }

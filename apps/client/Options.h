@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TQWhiteBoardLib/TQWBRecordConfig.h"
+#include "TQWhiteBoardLib/TQWBRole.h"
 #include "TQWhiteBoardLib/TQWBRoomConfig.h"
 
 #include <cstdint>
@@ -38,7 +39,7 @@ struct Options {
     tq::OptionalText user;
     tq::OptionalText name;
     tq::OptionalText url;
-    tq::NSUInteger role = 0;
+    tq::NSUInteger role = tq::TQWBRolePresenter;
     std::int32_t minutes = 0;
     tq::OptionalText caFile;
     bool trustsAnyPage = false;

@@ -16,10 +16,6 @@ namespace tqclient {
 
 namespace {
 
-/// What the room page says of its user.
-constexpr tq::NSInteger kPresenter = 1;
-constexpr tq::NSInteger kViewer = 2;
-
 std::string failureTitle(Operation operation)
 {
     switch (operation) {
@@ -168,7 +164,7 @@ void Session::announce(Operation operation)
     if (operation != Operation::Quit) {
         const auto& room = operation == Operation::Join ? m_roomConfig->roomId : m_recordConfig->roomId;
         m_state.room = displayText(room.value_or(""), 100);
-        m_state.isPresenter = operation == Operation::Join && m_roomConfig->roleType == 0;
+        m_state.isPresenter = operation == Operation::Join && m_roomConfig->roleType == tq::TQWBRolePresenter;
         m_state.isRecording = false;
     }
     logEvent(nameOf(operation), m_state.room.empty() ? "" : formatted(_("room %s"), m_state.room.c_str()));
@@ -343,13 +339,13 @@ void Session::recordingHasEnded(const tq::OptionalText& url)
 
 void Session::permissionHasChanged(tq::NSInteger status)
 {
-    bool isKnown = status == kPresenter || status == kViewer;
+    bool isKnown = status == tq::TQWBPermissionPresenter || status == tq::TQWBPermissionViewer;
     logEvent("onWBPermissionChange",
-        isKnown ? status == kPresenter ? _("presenter") : _("viewer")
+        isKnown ? status == tq::TQWBPermissionPresenter ? _("presenter") : _("viewer")
                 : formatted(_("status %s"), std::to_string(status).c_str()));
     if (!isKnown)
         return;
-    m_state.isPresenter = status == kPresenter;
+    m_state.isPresenter = status == tq::TQWBPermissionPresenter;
     m_stateBefore.isPresenter = m_state.isPresenter;
     setPhase(m_state.phase);
 }

@@ -4,6 +4,7 @@
 #include "SessionObserver.h"
 #include "SessionState.h"
 #include "TQWhiteBoardLib/TQWBException.h"
+#include "TQWhiteBoardLib/TQWBPermission.h"
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "TQWhiteBoardLib/TQWhiteBoard.h"
 

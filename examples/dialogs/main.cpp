@@ -1,7 +1,7 @@
 // A page that asks its user things, and the windows in which it does: alert, confirm and prompt need nothing from the
 // application, which may choose what their titles and buttons say.
 //
-// usage: dialogs [LABEL=TEXT...]        for example: dialogs alertTitle=Notice alertBtn=Fine
+// usage: dialogs [english] [LABEL=TEXT...]        for example: dialogs english confirmOkBtn=Clear
 
 #include <TQWhiteBoardLib/TQWhiteBoardLib.h>
 #include <TQWhiteBoardLib/gtk/NativeView.h>
@@ -41,8 +41,13 @@ int main(int argc, char** argv)
     // What is not named here keeps its default.
     std::map<std::string, std::string> labels;
     for (const std::string_view argument : std::span(argv, static_cast<std::size_t>(argc)).subspan(1)) {
-        const auto equals = std::min(argument.find('='), argument.size() - 1);
-        labels.emplace(argument.substr(0, equals), argument.substr(equals + 1));
+        if (argument == "english") {
+            labels.merge(tq::englishDialogLabels());
+            continue;
+        }
+        const auto equals = std::min(argument.find('='), argument.size());
+        labels.insert_or_assign(
+            std::string(argument.substr(0, equals)), argument.substr(std::min(equals + 1, argument.size())));
     }
     view->customJavascriptDialogLabelTitles(labels);
 

@@ -138,7 +138,7 @@ public:
 
     /// The texts of the view's own dialogs: "alertTitle", "alertBtn", "confirmTitle", "confirmCancelBtn",
     /// "confirmOkBtn", "promptCancelBtn" and "promptOkBtn". Replaces all texts given before; what the map lacks takes
-    /// its default. Main thread.
+    /// its default, which is Chinese; `englishDialogLabels` has English ones. Main thread.
     /// @param titles absent: nothing changes.
     void customJavascriptDialogLabelTitles(std::optional<std::map<std::string, std::string>> titles);
 

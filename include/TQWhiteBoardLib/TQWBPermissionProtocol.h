@@ -12,7 +12,7 @@ class TQWB_EXPORT TQWBPermissionProtocol {
 public:
     virtual ~TQWBPermissionProtocol() = default;
 
-    /// @param status the page's own number for the new permission; 0 when it sent none.
+    /// @param status the page's own number for the new permission, see `TQWBPermission`; 0 when it sent none.
     virtual void onWBPermissionChange(NSInteger status);
 
     /// @cond

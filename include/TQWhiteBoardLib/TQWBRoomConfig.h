@@ -18,7 +18,7 @@ struct TQWBRoomConfig {
     OptionalText userId{};
     /// The name that the others in the room see.
     OptionalText userName{};
-    /// 0 is a presenter, every other value a viewer.
+    /// 0 (`TQWBRolePresenter`) is a presenter, every other value a viewer.
     NSUInteger roleType = 0;
     /// How long the room is wanted, in minutes, from 0 to 10000. 0 means that nothing was asked for: the join makes it
     /// 1440.

@@ -1,6 +1,7 @@
 #include "tests/support/Dialogs.h"
 #include "tests/support/PageWindowTest.h"
 
+#include "TQWhiteBoardLib/DialogLabels.h"
 #include "platform/gtk/GLibPointers.h"
 
 #include <algorithm>
@@ -188,6 +189,10 @@ TEST_F(DialogTest, LabelsAreReplacedAsAWhole)
     EXPECT_EQ(shown("confirm('a')"), (Texts{ "提示", "a", "No", "Yes" }));
     view->customJavascriptDialogLabelTitles({ std::map<std::string, std::string>{} });
     EXPECT_EQ(shown("alert('a')"), (Texts{ "提示", "a", "确定" }));
+    view->customJavascriptDialogLabelTitles(englishDialogLabels());
+    EXPECT_EQ(shown("alert('a')"), (Texts{ "Notice", "a", "OK" }));
+    EXPECT_EQ(shown("confirm('a')"), (Texts{ "Please confirm", "a", "Cancel", "OK" }));
+    EXPECT_EQ(shown("prompt('a')"), (Texts{ "a", "Cancel", "OK" }));
 }
 
 TEST_F(DialogTest, PromptsGiveBackWhatTheirFieldHolds)
