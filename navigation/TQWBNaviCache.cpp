@@ -54,4 +54,11 @@ bool TQWBNaviManager::saveNavi(
     return true;
 }
 
+void TQWBNaviManager::forgetNavi(const OptionalText& appKey, const OptionalText& token)
+{
+    auto& defaults = NSUserDefaults::standardUserDefaults();
+    defaults.removeObjectForKey(naviEntryKey(appKey, token));
+    defaults.synchronize();
+}
+
 } // namespace tq

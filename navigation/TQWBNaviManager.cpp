@@ -107,8 +107,9 @@ void TQWBNaviManager::requestNavi(const std::optional<NSURL>& navi, const Option
             const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error) {
             const NSInteger status = response ? response->statusCode : 0;
             if (status != 200)
-                NSLog("[TQ:Log] response:" + (response ? response->description() : std::string(kAbsentText))
-                    + ", error:" + errorDescription(error));
+                NSLog(TQWBLogLevel::Warning,
+                    "[TQ:Log] response:" + (response ? response->description() : std::string(kAbsentText))
+                        + ", error:" + errorDescription(error));
             completionWithAppKey(appKey, token, error ? std::nullopt : data, status, error, success, failure);
         });
     task.resume();

@@ -69,6 +69,8 @@ public:
     /// @returns false, with nothing changed, for an absent answer, one whose addresses are null, and one that is nested
     /// too deeply to be stored.
     bool saveNavi(std::optional<boost::json::object> answer, const OptionalText& appKey, const OptionalText& token);
+    /// Forgets what is stored for the pair.
+    void forgetNavi(const OptionalText& appKey, const OptionalText& token);
 
     // What the attempt that was started last asks for; for information only.
     std::optional<NSURL> URL() const { return lastAttempt().URL; }

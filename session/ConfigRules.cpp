@@ -20,4 +20,8 @@ bool TQWhiteBoard::invaliedRecordConfig(const TQWBRecordConfig* config)
         && config->url;
 }
 
+bool isUsable(const TQWBRoomConfig& config) { return TQWhiteBoard::invaliedRoomConfig(&config); }
+
+bool isUsable(const TQWBRecordConfig& config) { return TQWhiteBoard::invaliedRecordConfig(&config); }
+
 } // namespace tq

@@ -115,8 +115,9 @@ void TQWhiteBoard::requestNavi(
                 success();
         },
         [error = std::move(error)](NSUInteger code, const OptionalText&, const std::string& description) {
-            NSLog("[TQ:Log] requestNavis failure, errorCode: " + std::to_string(code)
-                + ", errorDescription: " + description);
+            NSLog(TQWBLogLevel::Error,
+                "[TQ:Log] requestNavis failure, errorCode: " + std::to_string(code)
+                    + ", errorDescription: " + description);
             if (error)
                 error(code, description);
         });
@@ -129,6 +130,11 @@ void TQWhiteBoard::setNaviData(std::shared_ptr<const TQWBNaviDataInfo> data)
 }
 
 std::string TQWhiteBoard::getVersion() { return "1.0.0"; }
+
+void TQWhiteBoard::forgetNavigation(const OptionalText& appKey, const OptionalText& token)
+{
+    TQWBNaviManager::sharedInstance()->forgetNavi(appKey, token);
+}
 
 std::shared_ptr<TQWBWebView> TQWhiteBoard::webView() const
 {

@@ -18,6 +18,11 @@ namespace tq {
 
 class TQWBWebView;
 
+/// Whether the record can be used to join; what `TQWhiteBoard::invaliedRoomConfig` says of it. Any thread.
+TQWB_EXPORT bool isUsable(const TQWBRoomConfig& config);
+/// Whether the record can be used to replay; what `TQWhiteBoard::invaliedRecordConfig` says of it. Any thread.
+TQWB_EXPORT bool isUsable(const TQWBRecordConfig& config);
+
 /// Called once when an operation has succeeded. Empty: nobody wants to know.
 using TQWBSuccess = std::function<void()>;
 /// Called once when an operation has failed, with a code (`TQWBSessionCode`, `TQWBNaviCode` or the service's own) and a
@@ -62,6 +67,10 @@ public:
 
     /// The library's version, "1.0.0".
     static std::string getVersion();
+    /// Forgets where the service is for the pair of application key and token, so that the next operation asks the
+    /// navigation servers again: after a service has moved, say, which is remembered for two hours otherwise. Other
+    /// pairs stay. What cannot be taken off the disk is forgotten for this run. Any thread.
+    static void forgetNavigation(const OptionalText& appKey, const OptionalText& token);
     /// Whether the record can be used to join; an absent one cannot.
     static bool invaliedRoomConfig(const TQWBRoomConfig* config);
     /// Whether the record can be used to replay; an absent one cannot.

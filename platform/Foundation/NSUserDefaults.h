@@ -22,8 +22,11 @@ public:
     /// says why.
     /// @returns false, with nothing changed, for a value that is nested too deeply or holds what JSON cannot.
     bool setObject(const boost::json::object& value, std::string_view key);
-    /// Writes everything out. Saves are durable when `setObject` returns; this tries again what could not be written
-    /// then.
+    /// Removes what is stored under the key; nothing is nothing to remove. What cannot be removed on disk is gone for
+    /// this run, and the log says why.
+    void removeObjectForKey(std::string_view key);
+    /// Writes everything out. Saves and removals are durable when they return; this tries again what could not be
+    /// written then.
     bool synchronize();
 
     ~NSUserDefaults();

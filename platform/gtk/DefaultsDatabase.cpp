@@ -148,6 +148,8 @@ int DefaultsDatabase::open(const std::string& name, int flags)
         code = prepare("SELECT value FROM defaults WHERE key = ?1", m_read);
     if (code == SQLITE_OK)
         code = prepare("INSERT OR REPLACE INTO defaults (key, value) VALUES (?1, ?2)", m_write);
+    if (code == SQLITE_OK)
+        code = prepare("DELETE FROM defaults WHERE key = ?1", m_remove);
     return code;
 }
 
@@ -189,6 +191,7 @@ void DefaultsDatabase::close()
 {
     m_read.reset();
     m_write.reset();
+    m_remove.reset();
     m_database.reset();
 }
 
@@ -217,6 +220,11 @@ OptionalText DefaultsDatabase::read(std::string_view key)
 bool DefaultsDatabase::write(std::string_view key, std::string_view text)
 {
     return perform("cannot be written", [&] { return tryWrite(key, text); });
+}
+
+bool DefaultsDatabase::remove(std::string_view key)
+{
+    return perform("cannot be written", [&] { return tryRemove(key); });
 }
 
 template <class Operation> bool DefaultsDatabase::perform(std::string_view failure, const Operation& operation)
@@ -254,6 +262,14 @@ int DefaultsDatabase::tryWrite(std::string_view key, std::string_view text)
     const RunningStatement statement(m_write.get());
     bind(statement.get(), 1, key);
     bind(statement.get(), 2, text);
+    const int code = sqlite3_step(statement.get());
+    return code == SQLITE_DONE ? SQLITE_OK : code;
+}
+
+int DefaultsDatabase::tryRemove(std::string_view key)
+{
+    const RunningStatement statement(m_remove.get());
+    bind(statement.get(), 1, key);
     const int code = sqlite3_step(statement.get());
     return code == SQLITE_DONE ? SQLITE_OK : code;
 }

@@ -27,6 +27,8 @@ public:
     OptionalText read(std::string_view key);
     /// @returns false, with a log line, when it could not be written; what was stored before is then still there.
     bool write(std::string_view key, std::string_view text);
+    /// @returns false, with a log line, when it could not be removed; what was stored before is then still there.
+    bool remove(std::string_view key);
 
 private:
     struct Close {
@@ -46,6 +48,7 @@ private:
     bool canBeRead() const;
     int tryRead(std::string_view key, OptionalText& text);
     int tryWrite(std::string_view key, std::string_view text);
+    int tryRemove(std::string_view key);
     bool recover(int code);
     bool setAsideIfDamaged(int code);
     void log(std::string_view what, int code) const;
@@ -60,6 +63,7 @@ private:
     std::unique_ptr<sqlite3, Close> m_database;
     Statement m_read;
     Statement m_write;
+    Statement m_remove;
 };
 
 } // namespace tq

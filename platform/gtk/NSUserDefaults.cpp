@@ -61,8 +61,8 @@ std::string databasePath()
 struct NSUserDefaults::Impl {
     DefaultsDatabase database{ databasePath() };
     std::mutex mutex;
-    // What could not be written to disk yet.
-    std::map<std::string, std::string, std::less<>> unsaved;
+    // What could not be written to disk yet; absent is what could not be removed there.
+    std::map<std::string, OptionalText, std::less<>> unsaved;
 
     OptionalText read(std::string_view key)
     {
@@ -71,10 +71,11 @@ struct NSUserDefaults::Impl {
             return found->second;
         return database.read(key);
     }
-    void write(std::string key, std::string text)
+    // @param text absent: the key is removed.
+    void write(std::string key, OptionalText text)
     {
         const std::lock_guard lock(mutex);
-        if (database.write(key, text))
+        if (store(key, text))
             unsaved.erase(key);
         else
             unsaved.insert_or_assign(std::move(key), std::move(text));
@@ -82,8 +83,12 @@ struct NSUserDefaults::Impl {
     bool writeUnsaved()
     {
         const std::lock_guard lock(mutex);
-        std::erase_if(unsaved, [this](const auto& entry) { return database.write(entry.first, entry.second); });
+        std::erase_if(unsaved, [this](const auto& entry) { return store(entry.first, entry.second); });
         return unsaved.empty();
+    }
+    bool store(std::string_view key, const OptionalText& text)
+    {
+        return text ? database.write(key, *text) : database.remove(key);
     }
 };
 
@@ -119,6 +124,8 @@ bool NSUserDefaults::setObject(const boost::json::object& value, std::string_vie
     m_impl->write(std::string(key), std::move(*text));
     return true;
 }
+
+void NSUserDefaults::removeObjectForKey(std::string_view key) { m_impl->write(std::string(key), std::nullopt); }
 
 bool NSUserDefaults::synchronize() { return m_impl->writeUnsaved(); }
 

@@ -248,8 +248,11 @@ TEST_F(StoreFaultTest, AStoreThatMayOnlyBeReadIsReadAndRefusesSaves)
                 tell(hasLineBeginning("user defaults: " + file.string() + " cannot be ") ? "logged" : "silent");
                 tell(textOf(defaults.dictionaryForKey("key")));
                 tell(defaults.synchronize() ? "saved" : "not saved");
+                defaults.removeObjectForKey("key");
+                tell(textOf(defaults.dictionaryForKey("key")));
+                tell(defaults.synchronize() ? "saved" : "not saved");
             },
-            row.read + std::string("\nlogged\nnew\nnot saved\n"));
+            row.read + std::string("\nlogged\nnew\nnot saved\nnothing\nnot saved\n"));
         fs::permissions(folder, fs::perms(0700));
         for (const auto& entry : fs::directory_iterator(folder))
             fs::permissions(entry.path(), fs::perms(0600));

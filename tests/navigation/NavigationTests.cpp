@@ -2,6 +2,7 @@
 #include "tests/support/Log.h"
 #include "tests/support/MainLoop.h"
 
+#include "TQWhiteBoardLib/TQWhiteBoard.h"
 #include "navigation/TQWBNaviManager.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSDate.h"
@@ -390,6 +391,16 @@ TEST_F(NavigationTest, EntriesAreKeptForEveryPairOnItsOwn)
     EXPECT_EQ(manager->getNaviData("k1", "t2")->iwbLeaseUri, "2");
     EXPECT_EQ(manager->getNaviData("(null)", "t1")->iwbLeaseUri, "3");
     EXPECT_EQ(manager->getNaviData("k2", "t1"), nullptr);
+
+    TQWhiteBoard::forgetNavigation("k1", "t1");
+    TQWhiteBoard::forgetNavigation("never", "seen");
+    EXPECT_TRUE(manager->needRequestNavi("k1", "t1"));
+    EXPECT_EQ(manager->getNaviData("k1", "t1"), nullptr);
+    EXPECT_EQ(manager->getNaviData("k1", "t2")->iwbLeaseUri, "2");
+    TQWhiteBoard::forgetNavigation(std::nullopt, "t1");
+    EXPECT_EQ(manager->getNaviData("(null)", "t1"), nullptr);
+    EXPECT_TRUE(manager->saveNavi(answer("4"), "k1", "t1"));
+    EXPECT_EQ(manager->getNaviData("k1", "t1")->iwbLeaseUri, "4");
 }
 
 TEST_F(NavigationTest, StoredEntriesOfAnyShapeAreRead)

@@ -44,6 +44,9 @@ TEST_F(UserDefaultsTest, WhatIsWrittenIsThereForTheNextRunAndForOtherProcesses)
     EXPECT_EQ(first.read("key"), "two");
     EXPECT_EQ(first.read(std::string("k\0y", 3)), "");
     EXPECT_EQ(first.read("k"), std::nullopt);
+    EXPECT_TRUE(first.write("gone", "one"));
+    EXPECT_TRUE(other.remove("gone") && other.remove("gone"));
+    EXPECT_EQ(first.read("gone"), std::nullopt);
     EXPECT_EQ(DefaultsDatabase(file).read("key"), "two");
     EXPECT_EQ(modeOf(file), 0600U);
     EXPECT_EQ(modeOf(file.string() + "-wal"), 0600U);

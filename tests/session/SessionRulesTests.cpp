@@ -17,21 +17,22 @@ TEST(SessionRules, RecordsAreCheckedForPresenceAndMinutesForTheirRange)
         auto room = empty;
         room.minutes = minutes;
         EXPECT_EQ(TQWhiteBoard::invaliedRoomConfig(&room), isUsable) << minutes;
+        EXPECT_EQ(tq::isUsable(room), isUsable) << minutes;
     }
     for (auto field : { &TQWBRoomConfig::appKey, &TQWBRoomConfig::token, &TQWBRoomConfig::roomId,
              &TQWBRoomConfig::userId, &TQWBRoomConfig::userName }) {
         auto room = empty;
         (room.*field).reset();
-        EXPECT_FALSE(TQWhiteBoard::invaliedRoomConfig(&room));
+        EXPECT_FALSE(TQWhiteBoard::invaliedRoomConfig(&room) || tq::isUsable(room));
     }
     const TQWBRecordConfig emptyRecord{ "", "", "", "", "", "" };
-    EXPECT_TRUE(TQWhiteBoard::invaliedRecordConfig(&emptyRecord));
+    EXPECT_TRUE(TQWhiteBoard::invaliedRecordConfig(&emptyRecord) && tq::isUsable(emptyRecord));
     EXPECT_FALSE(TQWhiteBoard::invaliedRecordConfig(nullptr));
     for (auto field : { &TQWBRecordConfig::appKey, &TQWBRecordConfig::token, &TQWBRecordConfig::roomId,
              &TQWBRecordConfig::userId, &TQWBRecordConfig::userName, &TQWBRecordConfig::url }) {
         auto broken = emptyRecord;
         (broken.*field).reset();
-        EXPECT_FALSE(TQWhiteBoard::invaliedRecordConfig(&broken));
+        EXPECT_FALSE(TQWhiteBoard::invaliedRecordConfig(&broken) || tq::isUsable(broken));
     }
 }
 

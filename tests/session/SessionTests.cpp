@@ -479,8 +479,14 @@ TEST_F(SessionTest, NavigationIsAskedOnceAndThenRemembered)
     EXPECT_EQ(board->naviData()->iwbLeaseUri, server.host());
     EXPECT_EQ(join()->successes, 1);
     EXPECT_EQ(play()->successes, 1);
-    EXPECT_EQ(quit()->successes, 1);
+    TQWhiteBoard::forgetNavigation("key", "another");
+    EXPECT_EQ(join()->successes, 1);
     EXPECT_EQ(navigations, 1);
+    TQWhiteBoard::forgetNavigation("key", config->token);
+    EXPECT_EQ(join()->successes, 1);
+    EXPECT_EQ(navigations, 2);
+    EXPECT_EQ(quit()->successes, 1);
+    EXPECT_EQ(navigations, 2);
     EXPECT_TRUE(navigation.requests()[0].body.ends_with("&v=1.0.0&p=iOS"));
 }
 
