@@ -60,7 +60,8 @@ void AsyncResult::abandon()
 void AsyncResult::queue(std::string_view resultMessage, Complete complete)
 {
     if (!m_isCallable) {
-        NSLog("Js bridge: a result is dropped, since the page's callback name is none that a script may call");
+        NSLog(TQWBLogLevel::Warning,
+            "Js bridge: a result is dropped, since the page's callback name is none that a script may call");
         return;
     }
     std::string script = "try {" + m_callback.name + "(JSON.parse(decodeURIComponent(\"";

@@ -96,7 +96,7 @@ void DWKWebView::reportMissingMethod(std::string_view methodName)
         const auto error = std::string(kBefore).append(methodName).append(kAfter);
         evaluateJavaScript("window.alert(decodeURIComponent(\"" + percentEncoded(error) + "\"));");
     }
-    NSLog(kBefore, methodName, kAfter);
+    NSLog(TQWBLogLevel::Error, kBefore, methodName, kAfter);
 }
 
 void DWKWebView::queueScript(std::string_view script)

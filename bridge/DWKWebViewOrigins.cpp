@@ -59,7 +59,8 @@ bool DWKWebView::setAllowedOrigins(const std::optional<std::vector<std::string>>
         // More than an origin would promise a distinction that is not made.
         // Nor does a host stand for others.
         if (!origin || !url->isOriginAlone() || origin->find('*') != origin->npos) {
-            NSLog("Js bridge: \"" + text + "\" is no origin, and the allowed ones stay as they were");
+            NSLog(TQWBLogLevel::Warning,
+                "Js bridge: \"" + text + "\" is no origin, and the allowed ones stay as they were");
             return false;
         }
         allowed.push_back(*origin);
@@ -107,7 +108,7 @@ bool DWKWebView::isPageAllowed() const
     const auto& origin = pageOrigin();
     if (origin && std::ranges::find(*m_allowedOrigins, *origin) != m_allowedOrigins->end())
         return true;
-    NSLog("Js bridge: refused for a page of " + (origin ? *origin : "no origin"));
+    NSLog(TQWBLogLevel::Warning, "Js bridge: refused for a page of " + (origin ? *origin : "no origin"));
     return false;
 }
 

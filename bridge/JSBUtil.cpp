@@ -24,7 +24,7 @@ OptionalValue JSBUtil::jsonStringToObject(std::optional<std::string_view> text)
         value.reset();
     }
     if (!value)
-        NSLog("json解析失败：" + error);
+        NSLog(TQWBLogLevel::Warning, "json解析失败：" + error);
     return value;
 }
 

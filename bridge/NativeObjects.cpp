@@ -34,7 +34,7 @@ std::string resultMessage(std::int32_t code, const OptionalValue& data)
 std::string mismatchMessage(std::string_view fullName, std::string_view mismatch)
 {
     const auto text = std::string(fullName).append(": ").append(mismatch);
-    NSLog("Js bridge: " + text);
+    NSLog(TQWBLogLevel::Warning, "Js bridge: " + text);
     return resultMessage(-1, boost::json::value(text));
 }
 
@@ -55,8 +55,9 @@ void NativeObjects::add(std::shared_ptr<NSObject> object, const OptionalText& na
 {
     const auto& table = object->objectClass();
     if (const auto* foreign = table.foreignMethod(*object)) {
-        NSLog("Js bridge: an object of " + table.name() + " is refused, since \"" + std::string(foreign->name())
-            + "\" of its table is a method of another class");
+        NSLog(TQWBLogLevel::Error,
+            "Js bridge: an object of " + table.name() + " is refused, since \"" + std::string(foreign->name())
+                + "\" of its table is a method of another class");
         return;
     }
     // The object that is replaced is destroyed after the lock has been released: it may call back.
@@ -91,11 +92,12 @@ std::string NativeObjects::call(std::string_view methodName, std::optional<std::
     if (!read && secret)
         read = CallMessage::readAny(argumentMessage, *secret);
     if (secret && !read->hasSecret) {
-        NSLog("Js bridge: refused for a frame that is not the main one of an allowed page");
+        NSLog(TQWBLogLevel::Warning, "Js bridge: refused for a frame that is not the main one of an allowed page");
         return kRefused;
     }
     if (!object) {
-        NSLog("Js bridge  called, but can't find a corresponded JavascriptObject , please check your code!");
+        NSLog(TQWBLogLevel::Error,
+            "Js bridge  called, but can't find a corresponded JavascriptObject , please check your code!");
         return read ? emptyMessage(*read, IsPending::No) : kRefused;
     }
     const auto candidates = object->objectClass().candidates(method);

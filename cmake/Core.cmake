@@ -16,6 +16,7 @@ set(TQWB_CORE_SOURCES
     navigation/NaviEntry.cpp
     platform/Foundation/JSONEncoding.cpp
     platform/Foundation/JSONWriter.cpp
+    platform/Foundation/LogHandler.cpp
     platform/Foundation/NSClass.cpp
     platform/Foundation/NSConversion.cpp
     platform/Foundation/NSData.cpp

@@ -11,6 +11,7 @@ set(public_headers
     DialogLabels.h
     NativeFunctions.h
     TQWBException.h
+    TQWBLog.h
     TQWBNaviCode.h
     TQWBNaviDataInfo.h
     TQWBPermission.h

@@ -89,7 +89,7 @@ OptionalValue TQWBBridge::onRoomQuited(OptionalValue)
 
 OptionalValue TQWBBridge::onRoomException(OptionalValue argument)
 {
-    NSLog("[TQ:Log] onRoomException：" + logged(argument));
+    NSLog(TQWBLogLevel::Error, "[TQ:Log] onRoomException：" + logged(argument));
     const Unlinking unlinking(*this);
     if (auto delegate = m_webView && !isEmpty(argument)
             ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomException)
@@ -125,7 +125,7 @@ OptionalValue TQWBBridge::onCaptureEnd(OptionalValue argument)
         const auto bytes = bytesFromBase64(*text);
         delegate->onWBCaptureEnd(bytes ? UIImage::imageWithData(*bytes) : nullptr);
     } else {
-        NSLog("[TQ:Log] onCaptureEnd Error, base64String is nil");
+        NSLog(TQWBLogLevel::Error, "[TQ:Log] onCaptureEnd Error, base64String is nil");
     }
     return "onCaptureEnd";
 }

@@ -54,7 +54,7 @@ void addPresent(boost::json::object& body, const char* member, const OptionalTex
 
 void logFailure(const RequestKind& kind, std::string_view reason)
 {
-    NSLog("[TQ:Log] " + std::string(kind.name) + " error：" + std::string(reason));
+    NSLog(TQWBLogLevel::Error, "[TQ:Log] " + std::string(kind.name) + " error：" + std::string(reason));
 }
 
 void logSuccess(const RequestKind& kind) { NSLog("[TQ:Log] " + std::string(kind.name) + " success"); }

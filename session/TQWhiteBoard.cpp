@@ -20,7 +20,7 @@ void fail(const TQWBFailure& error, NSUInteger code, const char* text)
 {
     if (error)
         error(code, text);
-    NSLog(std::string("[TQ:Log] ") + text);
+    NSLog(TQWBLogLevel::Error, std::string("[TQ:Log] ") + text);
 }
 
 } // namespace

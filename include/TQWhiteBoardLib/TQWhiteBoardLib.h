@@ -6,6 +6,7 @@
 #include "DialogLabels.h"
 #include "NativeFunctions.h"
 #include "TQWBException.h"
+#include "TQWBLog.h"
 #include "TQWBNaviCode.h"
 #include "TQWBNaviDataInfo.h"
 #include "TQWBPermission.h"

@@ -1,6 +1,7 @@
 #include "NSLog.h"
 
 #include "JSONWriter.h"
+#include "LogHandler.h"
 #include "NSJSONSerialization.h"
 
 #include <algorithm>
@@ -50,13 +51,19 @@ void appendEscape(std::string& text, char32_t code)
         text += kDigits[code >> shift & 0xFU];
 }
 
+void write(TQWBLogLevel level, const std::string& line)
+{
+    if (!giveToLogHandler(level, line))
+        writeLogLine(line);
+}
+
 } // namespace
 
-void NSLog(std::string_view line) { writeLogLine(logged(line)); }
+void NSLog(TQWBLogLevel level, std::string_view line) { write(level, logged(line)); }
 
-void NSLog(std::string_view before, std::string_view value, std::string_view after)
+void NSLog(TQWBLogLevel level, std::string_view before, std::string_view value, std::string_view after)
 {
-    writeLogLine(std::string(before).append(logged(value)).append(after));
+    write(level, std::string(before).append(logged(value)).append(after));
 }
 
 std::string logged(std::string_view text)

@@ -336,13 +336,13 @@ bool DefaultsDatabase::setAsideIfDamaged(int code)
     // What belongs to the old file must not be taken for the new one's.
     for (const char* suffix : { "-journal", "-wal", "-shm" })
         std::filesystem::rename(m_path + suffix, aside + suffix, failure);
-    NSLog("user defaults: the file was damaged and is now " + aside);
+    NSLog(TQWBLogLevel::Warning, "user defaults: the file was damaged and is now " + aside);
     return true;
 }
 
 void DefaultsDatabase::log(std::string_view what, int code) const
 {
-    NSLog("user defaults: " + m_path + " " + std::string(what) + ": " + sqlite3_errstr(code));
+    NSLog(TQWBLogLevel::Error, "user defaults: " + m_path + " " + std::string(what) + ": " + sqlite3_errstr(code));
 }
 
 } // namespace tq

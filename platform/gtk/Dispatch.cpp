@@ -71,9 +71,9 @@ void logCurrentException()
     try {
         throw;
     } catch (const std::exception& exception) {
-        NSLog(exception.what());
+        NSLog(TQWBLogLevel::Error, exception.what());
     } catch (...) {
-        NSLog("an exception of unknown type");
+        NSLog(TQWBLogLevel::Error, "an exception of unknown type");
     }
 }
 

@@ -118,7 +118,7 @@ bool NSUserDefaults::setObject(const boost::json::object& value, std::string_vie
 {
     auto text = NSJSONSerialization::dataWithJSONObject(value);
     if (!text) {
-        NSLog("user defaults: a value that JSON cannot hold is not stored");
+        NSLog(TQWBLogLevel::Error, "user defaults: a value that JSON cannot hold is not stored");
         return false;
     }
     m_impl->write(std::string(key), std::move(*text));

@@ -206,7 +206,7 @@ void UIAlertView::show(void* over)
     };
     if (std::ranges::count_if(alerts, isOfSameDelegate) > kMostWaiting) {
         m_impl->isRefused = true;
-        NSLog("an alert is cancelled unseen, since too many are waiting already");
+        NSLog(TQWBLogLevel::Warning, "an alert is cancelled unseen, since too many are waiting already");
         dispatchToMain([self = shared_from_this()] {
             if (const auto listener = self->m_impl->isRefused ? self->m_impl->delegate.lock() : nullptr)
                 listener->alertView(*self, kCancelButton);

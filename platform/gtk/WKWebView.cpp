@@ -176,7 +176,7 @@ bool WKWebView::isDisplayAvailable()
 {
     if (gtk_init_check())
         return true;
-    NSLog("a web view needs a display, and there is none");
+    NSLog(TQWBLogLevel::Error, "a web view needs a display, and there is none");
     return false;
 }
 

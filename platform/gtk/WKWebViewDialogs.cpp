@@ -186,7 +186,8 @@ GtkWidget* WKWebView::Impl::create(WebKitWebView*, WebKitNavigationAction* actio
         created = delegate->createWebViewWithConfiguration(view, configuration, navigation, WKWindowFeatures{});
     });
     if (created && created->m_configuration != configuration) {
-        NSLog("a view for a new window is not made with the configuration given for it, and no window is opened");
+        NSLog(TQWBLogLevel::Warning,
+            "a view for a new window is not made with the configuration given for it, and no window is opened");
         return nullptr;
     }
     return created ? GTK_WIDGET(created->m_impl->webView) : nullptr;
