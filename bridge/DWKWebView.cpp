@@ -3,11 +3,13 @@
 #include "AsyncResult.h"
 #include "InternalApis.h"
 #include "NativeObjects.h"
+#include "PageConsole.h"
 #include "PercentEncoding.h"
 #include "ScriptBatch.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSLog.h"
 
+#include <cassert>
 #include <utility>
 
 namespace tq {
@@ -67,6 +69,28 @@ void DWKWebView::addJavascriptObject(std::shared_ptr<NSObject> object, const Opt
 void DWKWebView::removeJavascriptObject(const OptionalText& nameSpace)
 {
     m_javaScriptNamespaceInterfaces->remove(nameSpace);
+}
+
+void DWKWebView::setDebugMode(DebugMode mode)
+{
+    assert(isMainThread());
+    m_isDebug = mode == DebugMode::On;
+    if (!m_isDebug)
+        m_console.reset();
+    else if (!m_console)
+        m_console = std::make_shared<PageConsole>();
+    setInspectable(m_isDebug);
+    giveUserContent();
+}
+
+// What the view gives to pages of its own accord, beside what its configuration holds.
+void DWKWebView::giveUserContent()
+{
+    WKUserContentController content;
+    addSecrets(content);
+    if (m_console)
+        m_console->addTo(content);
+    setOwnUserContent(content);
 }
 
 void DWKWebView::loadUrl(std::string_view url) { loadRequest({ .URL = NSURL::URLWithString(url) }); }

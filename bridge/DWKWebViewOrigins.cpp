@@ -49,7 +49,7 @@ bool DWKWebView::setAllowedOrigins(const std::optional<std::vector<std::string>>
     assert(isMainThread());
     if (!origins) {
         m_allowedOrigins.reset();
-        giveSecrets();
+        giveUserContent();
         return true;
     }
     std::vector<std::string> allowed;
@@ -66,7 +66,7 @@ bool DWKWebView::setAllowedOrigins(const std::optional<std::vector<std::string>>
         allowed.push_back(*origin);
     }
     m_allowedOrigins = std::move(allowed);
-    giveSecrets();
+    giveUserContent();
     return true;
 }
 
@@ -74,21 +74,19 @@ void DWKWebView::setCallingFrames(CallingFrames frames)
 {
     assert(isMainThread());
     m_callingFrames = frames;
-    giveSecrets();
+    giveUserContent();
 }
 
-void DWKWebView::giveSecrets()
+void DWKWebView::addSecrets(WKUserContentController& content)
 {
-    std::vector<WKUserScript> scripts;
-    if (m_callingFrames == CallingFrames::MainFrameOnly && m_allowedOrigins) {
-        for (const auto& origin : *m_allowedOrigins) {
-            auto& secret = m_frameSecrets[origin];
-            if (secret.empty())
-                secret = newSecret();
-            scripts.push_back(secretScript(origin, secret));
-        }
+    if (m_callingFrames != CallingFrames::MainFrameOnly || !m_allowedOrigins)
+        return;
+    for (const auto& origin : *m_allowedOrigins) {
+        auto& secret = m_frameSecrets[origin];
+        if (secret.empty())
+            secret = newSecret();
+        content.addUserScript(secretScript(origin, secret));
     }
-    setOwnUserScripts(scripts);
 }
 
 std::optional<std::string_view> DWKWebView::requiredSecret() const

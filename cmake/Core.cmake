@@ -6,6 +6,7 @@ set(TQWB_CORE_SOURCES
     bridge/CallbackName.cpp
     bridge/DialogLabels.cpp
     bridge/JSBUtil.cpp
+    bridge/LineLimit.cpp
     bridge/NativeFunctions.cpp
     bridge/NativeObjects.cpp
     bridge/PageAnswer.cpp

@@ -52,6 +52,7 @@ set(platform_headers
     platform/UIKit/UIScrollView.h
     platform/UIKit/UIView.h
     platform/WebKit/WKNavigationDelegate.h
+    platform/WebKit/WKScriptMessageHandler.h
     platform/WebKit/WKUIDelegate.h
     platform/WebKit/WKUserContentController.h
     platform/WebKit/WKWebView.h

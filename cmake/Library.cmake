@@ -8,6 +8,7 @@ add_library(tqwb_objects OBJECT
     bridge/DWKWebViewDialogs.cpp
     bridge/DWKWebViewOrigins.cpp
     bridge/InternalApis.cpp
+    bridge/PageConsole.cpp
     host/TQWBBridge.cpp
     host/TQWBProtocols.cpp
     host/TQWBWebView.cpp
@@ -39,6 +40,7 @@ add_library(tqwb_objects OBJECT
     platform/gtk/WKWebViewDialogs.cpp
     platform/gtk/WKWebViewTouch.cpp
     platform/gtk/WKWebViewTrust.cpp
+    platform/gtk/WKWebViewUserContent.cpp
     platform/gtk/WidgetStyle.cpp
     session/ConferenceRequests.cpp
     session/TQWhiteBoard.cpp

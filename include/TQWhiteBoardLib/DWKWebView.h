@@ -18,6 +18,7 @@
 namespace tq {
 
 class NativeObjects;
+class PageConsole;
 class ScriptBatch;
 
 /// Receives one value that a page function has answered; absent when the answer carried none.
@@ -89,8 +90,11 @@ public:
     void setCallingFrames(CallingFrames frames);
 
     /// In debug mode an exception that leaves a native method ends the program, and a call that finds no method is
-    /// shown to the page's user. Off at first.
-    void setDebugMode(DebugMode mode) { m_isDebug = mode == DebugMode::On; }
+    /// shown to the page's user. The log has what pages write to their console and what fails in them unseen (uncaught
+    /// errors, unhandled rejections), up to 100 lines a second, of pages that begin to load from now on; and the
+    /// engine's inspector can be opened on the page. Off at first, and not for what is shipped: a page can fill the log
+    /// and end the program. Main thread.
+    void setDebugMode(DebugMode mode);
     /// Whether debug mode is on.
     bool isDebug() const { return m_isDebug; }
 
@@ -220,7 +224,8 @@ private:
     std::string dialogText(const char* key, const char* defaultText) const;
     void showDialog(const std::shared_ptr<UIAlertView>& dialog);
     bool isPageAllowed() const;
-    void giveSecrets();
+    void giveUserContent();
+    void addSecrets(WKUserContentController& content);
     std::optional<std::string_view> requiredSecret() const;
     std::string callFromPage(std::string_view methodName, std::optional<std::string_view> argumentMessage,
         std::optional<std::string_view> secret);
@@ -245,6 +250,8 @@ private:
     std::vector<std::weak_ptr<UIAlertView>> m_dialogs;
     std::unique_ptr<ScriptBatch> m_batch;
     bool m_isDebug = false;
+    // In debug mode only.
+    std::shared_ptr<PageConsole> m_console;
     std::optional<std::vector<std::string>> m_allowedOrigins;
     CallingFrames m_callingFrames = CallingFrames::All;
     // Of each origin that was ever allowed while only main frames call: a page that comes back still knows its own.

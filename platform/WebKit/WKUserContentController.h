@@ -1,6 +1,11 @@
 #pragma once
 
+#include "WKScriptMessageHandler.h"
+
+#include <map>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tq {
@@ -27,7 +32,8 @@ struct WKUserScript {
     bool operator==(const WKUserScript&) const = default;
 };
 
-/// The user scripts of a view, in the order in which they were added. Complete it before the view is made.
+/// The user scripts of a view, in the order in which they were added, and who takes the messages of its pages. Complete
+/// it before the view is made.
 class WKUserContentController {
 public:
     /// Adds a script after the others.
@@ -35,8 +41,23 @@ public:
     /// All of them, in order.
     const std::vector<WKUserScript>& userScripts() const { return m_userScripts; }
 
+    /// Gives every frame `window.webkit.messageHandlers.NAME`, in the place of an earlier handler of that name. The
+    /// controller and its views hold the handler.
+    /// @param handler absent: nothing happens.
+    void addScriptMessageHandler(std::shared_ptr<WKScriptMessageHandler> handler, std::string name)
+    {
+        if (handler)
+            m_scriptMessageHandlers.insert_or_assign(std::move(name), std::move(handler));
+    }
+    /// All of them, by name.
+    const std::map<std::string, std::shared_ptr<WKScriptMessageHandler>>& scriptMessageHandlers() const
+    {
+        return m_scriptMessageHandlers;
+    }
+
 private:
     std::vector<WKUserScript> m_userScripts;
+    std::map<std::string, std::shared_ptr<WKScriptMessageHandler>> m_scriptMessageHandlers;
 };
 
 } // namespace tq

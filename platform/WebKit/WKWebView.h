@@ -72,6 +72,9 @@ public:
 
     /// Replaces the whole user agent text of every request.
     void setCustomUserAgent(const std::string& userAgent);
+    /// Whether the engine's inspector can be opened on the page, by "Inspect Element" in the page's menu; not so at
+    /// first.
+    void setInspectable(bool inspectable);
     /// What is seen where the page has not drawn.
     void setBackgroundColor(UIColor color);
     /// The colour of the engine's own controls, where the port has any.
@@ -103,9 +106,10 @@ protected:
     /// Makes the platform's view. A class that overrides it calls its base's.
     virtual void initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration);
 
-    /// Gives the view scripts of its own, which run after those of its configuration, in place of earlier ones. Pages
-    /// that begin to load from now on have them.
-    void setOwnUserScripts(const std::vector<WKUserScript>& scripts);
+    /// Gives the view scripts and message handlers of its own, beside those of its configuration and after them, in
+    /// place of earlier ones. Scripts are for pages that begin to load from now on. A handler that is there no more
+    /// gets no message any more.
+    void setOwnUserContent(const WKUserContentController& content);
 
     /// Told that nobody waits for the answers of the page's dialogs any more: another page is coming or has come, or
     /// the page's process has ended.

@@ -31,32 +31,13 @@ GObjectPointer<WebKitSettings> settingsFor(const WKWebViewConfiguration& configu
     return settings;
 }
 
-void addScripts(WebKitUserContentManager* manager, const std::vector<WKUserScript>& scripts)
-{
-    for (const auto& script : scripts) {
-        std::vector<const char*> allowList;
-        for (const auto& pattern : script.allowList)
-            allowList.push_back(pattern.c_str());
-        allowList.push_back(nullptr);
-        auto* native = webkit_user_script_new(script.source.c_str(),
-            script.frames == WKUserScriptFrames::All ? WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES
-                                                     : WEBKIT_USER_CONTENT_INJECT_TOP_FRAME,
-            script.injectionTime == WKUserScriptInjectionTime::AtDocumentStart
-                ? WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START
-                : WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_END,
-            script.allowList.empty() ? nullptr : allowList.data(), nullptr);
-        webkit_user_content_manager_add_script(manager, native);
-        webkit_user_script_unref(native);
-    }
-}
-
 } // namespace
 
 WKWebView::Impl::Impl(WKWebView& view, const WKWebViewConfiguration& configuration)
     : view(view)
     , overlay(static_cast<GtkWidget*>(g_object_ref_sink(gtk_overlay_new())))
 {
-    addScripts(userContentManager.get(), configuration.userContentController->userScripts());
+    setUserContent(*configuration.userContentController, {});
     gtk_widget_set_overflow(overlay.get(), GTK_OVERFLOW_HIDDEN);
     const auto opener = configuration.opener.lock();
     createEngineView(nullptr, settingsFor(configuration).get(), opener ? opener->m_impl->webView : nullptr);
@@ -91,6 +72,7 @@ WKWebView::Impl::~Impl()
     certificates.reset();
     engineConnections.clear();
     connections.clear();
+    messagePorts.clear();
     cancelDialogs(TellView::No);
     // The engine's view lives on while the page runs a script of ours. What that asks is answered by nobody, and not by
     // a dialog that the engine shows where nobody sees it.
@@ -196,15 +178,6 @@ void WKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration>
     m_impl = std::make_unique<Impl>(*this, *m_configuration);
 }
 
-void WKWebView::setOwnUserScripts(const std::vector<WKUserScript>& scripts)
-{
-    assert(isMainThread());
-    auto* manager = m_impl->userContentManager.get();
-    webkit_user_content_manager_remove_all_scripts(manager);
-    addScripts(manager, m_configuration->userContentController->userScripts());
-    addScripts(manager, scripts);
-}
-
 void WKWebView::loadRequest(const NSMutableURLRequest& request)
 {
     assert(isMainThread());
@@ -250,6 +223,11 @@ void WKWebView::removeObserver(NSObject* observer, std::string_view keyPath)
 void WKWebView::setCustomUserAgent(const std::string& userAgent)
 {
     webkit_settings_set_user_agent(m_impl->settings(), userAgent.c_str());
+}
+
+void WKWebView::setInspectable(bool inspectable)
+{
+    webkit_settings_set_enable_developer_extras(m_impl->settings(), gboolean_(inspectable));
 }
 
 void WKWebView::setBackgroundColor(UIColor color)

@@ -84,6 +84,27 @@ struct WKWebView::Impl {
     void allow(const std::string& host, GTlsCertificate* certificate);
     void allowAndLoad(const std::string& failingUri, const std::string& host, GTlsCertificate* certificate);
 
+    /// A name under which pages send messages, as long as it exists.
+    class MessagePort {
+    public:
+        MessagePort(Impl& impl, std::string name, std::shared_ptr<WKScriptMessageHandler> handler);
+        ~MessagePort();
+        MessagePort(const MessagePort&) = delete;
+        MessagePort& operator=(const MessagePort&) = delete;
+
+        const std::string& name() const { return m_name; }
+        const std::shared_ptr<WKScriptMessageHandler>& handler() const { return m_handler; }
+
+    private:
+        static void received(WebKitUserContentManager*, JSCValue* value, gpointer port);
+
+        Impl& m_impl;
+        const std::string m_name;
+        const std::shared_ptr<WKScriptMessageHandler> m_handler;
+        const SignalConnection m_connection;
+    };
+    void setUserContent(const WKUserContentController& configured, const WKUserContentController& own);
+
     class PendingDialog;
     bool ask(WebKitScriptDialog* native, const std::shared_ptr<PendingDialog>& dialog);
     enum class TellView : bool { No, Yes };
@@ -110,6 +131,7 @@ struct WKWebView::Impl {
     GObjectPointer<GtkWidget> overlay;
     WidgetStyle style{ overlay.get() };
     GObjectPointer<WebKitUserContentManager> userContentManager{ webkit_user_content_manager_new() };
+    std::vector<std::unique_ptr<MessagePort>> messagePorts;
     WebKitWebView* webView = nullptr;
     std::vector<SignalConnection> connections;
     std::vector<SignalConnection> engineConnections;

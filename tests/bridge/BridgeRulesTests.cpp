@@ -1,5 +1,6 @@
 #include "bridge/CallMessage.h"
 #include "bridge/JSBUtil.h"
+#include "bridge/LineLimit.h"
 #include "bridge/PageAnswer.h"
 #include "bridge/PercentEncoding.h"
 #include "bridge/ScriptBatch.h"
@@ -321,6 +322,26 @@ TEST_F(BatchTest, AClockThatWentBackFlushesAtOnce)
     runUntil(10000);
     append(5000, "b;");
     EXPECT_EQ(requested, (std::vector{ 0, 0 }));
+}
+
+TEST(LineLimitRules, AHundredLinesASecondAreAdmittedAndTheOthersCounted)
+{
+    const LineLimit::Time begin{ std::chrono::hours(1) };
+    LineLimit limit;
+    const auto admitted = [&](std::chrono::milliseconds after) {
+        int count = 0;
+        for (int line = 0; line < 150; ++line)
+            count += limit.admit(begin + after) ? 1 : 0;
+        return count;
+    };
+    using std::chrono::milliseconds;
+    EXPECT_EQ(admitted(milliseconds(0)), 100);
+    EXPECT_EQ(admitted(milliseconds(999)), 0);
+    limit.leaveOut(7);
+    EXPECT_EQ(limit.takeLeftOut(), 207U);
+    EXPECT_EQ(limit.takeLeftOut(), 0U);
+    EXPECT_EQ(admitted(milliseconds(1000)), 100);
+    EXPECT_EQ(admitted(milliseconds(5000)), 100);
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "TQWhiteBoardLib/TQWBLog.h"
 #include "TQWhiteBoardLib/gtk/NativeView.h"
 #include "tests/support/Dialogs.h"
 #include "tests/support/PageTest.h"
@@ -132,6 +133,38 @@ TEST_F(FloodTest, CallsThatAreNeverAnsweredLeaveTheMainLoopItsTurns)
     EXPECT_EQ(static_cast<long>(silent->kept.size()), count);
     EXPECT_EQ(ask("1 + 1"), OptionalValue(2));
     silent->kept.clear();
+}
+
+// What a page writes to its console in debug mode: in number, lines in the log and lines that the log says are missing.
+TEST_F(FloodTest, AConsoleWithoutEndFillsNoLogAndLeavesTheMainLoopItsTurns)
+{
+    constexpr std::string_view kLeftOut = "Js console: ";
+    view->setDebugMode(DebugMode::On);
+    load();
+    struct Row {
+        const char* name;
+        const char* call;
+    };
+    for (const auto& [name, call] : { Row{ "lines of the console", "console.log('flood')" },
+             Row{ "messages in its place", "webkit.messageHandlers._tqconsole.postMessage(['log', 'flood', ''])" } }) {
+        long written = 0;
+        long leftOut = 0;
+        setLogHandler([&](TQWBLogLevel, std::string_view line) {
+            if (line.starts_with(kLeftOut))
+                leftOut += std::atol(line.data() + kLeftOut.size());
+            else
+                ++written;
+        });
+        const auto begin = Clock::now();
+        StallMeter meter;
+        flood("for (let i = 0; i < " + std::to_string(calls()) + "; ++i) " + call);
+        runUntil([&] { return written + leftOut == calls(); }, "every line is written or counted",
+            std::chrono::seconds(100));
+        EXPECT_LT(meter.longest(std::to_string(calls()) + " " + name), kLongestStall);
+        const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(Clock::now() - begin).count();
+        EXPECT_LE(written, 100 * (seconds + 2)) << name;
+        setLogHandler(nullptr);
+    }
 }
 
 TEST_F(FloodTest, AlertsInALoopLeaveTheMainLoopItsTurns)

@@ -228,6 +228,8 @@ TEST_F(OriginTest, OnlyTheMainFrameCallsWhereTheApplicationSaysSo)
     view->setCallingFrames(CallingFrames::MainFrameOnly);
     EXPECT_EQ(answerAt(good()), kRefused) << "no origin is allowed, and nobody knows a secret";
     ASSERT_TRUE(view->setAllowedOrigins(std::vector{ good() }));
+    // What debug mode adds to pages takes nothing away.
+    view->setDebugMode(DebugMode::On);
     view->loadUrl(good() + "/outer");
     EXPECT_EQ(toldOnce("/shown"), (boost::json::array{ false, kAnswered }));
     const auto reported = reports->values.size();

@@ -127,6 +127,7 @@ TEST_F(LogHandlerTest, NoHandlerRunsOnceItIsReplaced)
     std::atomic<bool> isOver = false;
     std::atomic<int> calls = 0;
     std::atomic<int> lateCalls = 0;
+    setLogHandler([&](TQWBLogLevel, std::string_view) { ++calls; });
     std::vector<std::thread> writers;
     for (int number = 0; number < 3; ++number)
         writers.emplace_back([&] {
