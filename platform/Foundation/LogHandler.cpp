@@ -100,9 +100,9 @@ void setLogHandler(TQWBLogHandler handler, TQWBLogLevel mostDetailed)
     const auto hasEnded = [](const auto& registration) { return !registration->calls; };
     if (!s_isInHandler)
         all.callEnded.wait(lock, [&] { return std::ranges::all_of(all.replaced, hasEnded); });
-    const auto running = std::ranges::stable_partition(all.replaced, hasEnded);
-    ended.assign(std::make_move_iterator(all.replaced.begin()), std::make_move_iterator(running.begin()));
-    all.replaced.erase(all.replaced.begin(), running.begin());
+    const auto running = std::stable_partition(all.replaced.begin(), all.replaced.end(), hasEnded);
+    ended.assign(std::make_move_iterator(all.replaced.begin()), std::make_move_iterator(running));
+    all.replaced.erase(all.replaced.begin(), running);
 }
 
 } // namespace tq
