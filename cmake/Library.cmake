@@ -23,6 +23,7 @@ add_library(tqwb_objects OBJECT
     platform/gtk/DefaultsDatabase.cpp
     platform/gtk/Dispatch.cpp
     platform/gtk/NSLog.cpp
+    platform/gtk/NavigationErrors.cpp
     platform/gtk/NSOperationQueue.cpp
     platform/gtk/NSURL.cpp
     platform/gtk/NSURLSession.cpp
@@ -39,6 +40,7 @@ add_library(tqwb_objects OBJECT
     platform/gtk/WKWebView.cpp
     platform/gtk/WKWebViewDialogs.cpp
     platform/gtk/WKWebViewTouch.cpp
+    platform/gtk/WKWebViewNavigation.cpp
     platform/gtk/WKWebViewTrust.cpp
     platform/gtk/WKWebViewUserContent.cpp
     platform/gtk/WidgetStyle.cpp

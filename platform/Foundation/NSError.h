@@ -19,6 +19,7 @@ struct NSError {
 /// Codes of "NSURLErrorDomain".
 enum NSURLErrorCode : NSInteger {
     NSURLErrorUnknown = -1,
+    NSURLErrorCancelled = -999,
     NSURLErrorTimedOut = -1001,
     NSURLErrorUnsupportedURL = -1002,
     NSURLErrorCannotFindHost = -1003,
@@ -26,6 +27,7 @@ enum NSURLErrorCode : NSInteger {
     NSURLErrorNetworkConnectionLost = -1005,
     NSURLErrorHTTPTooManyRedirects = -1007,
     NSURLErrorBadServerResponse = -1011,
+    NSURLErrorFileDoesNotExist = -1100,
     NSURLErrorDataLengthExceedsMaximum = -1103,
     NSURLErrorSecureConnectionFailed = -1200,
     NSURLErrorServerCertificateUntrusted = -1202,

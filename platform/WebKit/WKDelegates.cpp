@@ -48,6 +48,17 @@ void WKNavigationDelegate::didReceiveAuthenticationChallenge(
 {
 }
 
+void WKNavigationDelegate::decidePolicyForNavigationResponse(
+    WKWebView&, const WKNavigationResponse&, std::function<void(WKNavigationResponsePolicy)>)
+{
+}
+
+void WKNavigationDelegate::didFinishNavigation(WKWebView&, const WKNavigation&) { }
+
+void WKNavigationDelegate::didFailProvisionalNavigation(WKWebView&, const WKNavigation&, const NSError&) { }
+
+void WKNavigationDelegate::didFailNavigation(WKWebView&, const WKNavigation&, const NSError&) { }
+
 void WKNavigationDelegate::webViewWebContentProcessDidTerminate(WKWebView&) { }
 
 } // namespace tq

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "../Foundation/Export.h"
+#include "../Foundation/NSError.h"
 #include "../Foundation/NSTypes.h"
+#include "../Foundation/NSURLRequest.h"
 #include "../Foundation/WeakDelegate.h"
 
 #include <functional>
@@ -61,7 +63,28 @@ struct NSURLCredential {
     std::shared_ptr<SecTrust> trust;
 };
 
+/// The head of a server's answer to a load of the page or of a frame in it.
+struct WKNavigationResponse {
+    /// Where the answer comes from; its status is 0 where HTTP has no part in it.
+    NSHTTPURLResponse response;
+    /// Whether the page itself is to be made of it, and not a frame.
+    bool isForMainFrame = false;
+    /// Whether the engine can show what comes.
+    bool canShowMIMEType = false;
+};
+
+/// What becomes of an answer.
+enum class WKNavigationResponsePolicy { Cancel = 0, Allow = 1 };
+
 /// Follows the loads of a view. Every method is optional; all run on the main thread.
+///
+/// A load of the page ends in one of four ways: it has finished, it has failed before anything of the page was there,
+/// it has failed while the page arrived, or the page's process has ended. One that another load takes the place of has
+/// failed with `NSURLErrorCancelled`, which is no reason to load anything. The errors are of the domain
+/// "NSURLErrorDomain" and carry a sentence in English or of the engine's. What the library repeats for itself (a
+/// certificate that has been accepted, a load that the engine has lost) begins anew and has not failed.
+///
+/// A method may load another page, and may drop the last reference to the view.
 class TQWB_EXPORT WKNavigationDelegate {
 public:
     /// Answers a challenge; the credential is read only with `UseCredential`.
@@ -76,9 +99,31 @@ public:
     /// The page's server asks for a decision: its certificate is not trusted, or it wants to know the user. A class
     /// without this method gets the engine's own handling, which refuses untrusted certificates.
     /// @param completion may be kept and called later; the first answer counts. A certificate that is accepted stays so
-    /// for its host, in every view, while the process runs.
+    /// for its host, in every view, while the process runs. A load whose certificate is not accepted, by any other
+    /// answer or by none, has failed with `NSURLErrorServerCertificateUntrusted`.
     virtual void didReceiveAuthenticationChallenge(
         WKWebView& webView, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion);
+
+    /// A server has begun to answer: what its status says, before anything of the body is shown. A class without this
+    /// method gets what the engine does: it shows answers of every status, and refuses what it cannot show.
+    /// @param decisionHandler may be kept and called later, on the main thread; the first answer counts. Dropped
+    /// without an answer, the engine does as without this method. A load that is refused fails with
+    /// `NSURLErrorCancelled`.
+    virtual void decidePolicyForNavigationResponse(WKWebView& webView, const WKNavigationResponse& response,
+        std::function<void(WKNavigationResponsePolicy)> decisionHandler);
+
+    /// The page and what it is made of have arrived. (A page of an error status is a page, too.)
+    virtual void didFinishNavigation(WKWebView& webView, const WKNavigation& navigation);
+
+    /// A load has failed before anything of its page was there: a server that is not to be found or does not answer, a
+    /// certificate that nobody accepts, an answer that cannot be shown or was refused. The page before stays. A class
+    /// without this method gets a page of the engine's own that tells of the failure.
+    virtual void didFailProvisionalNavigation(WKWebView& webView, const WKNavigation& navigation, const NSError& error);
+
+    /// A load has failed while its page arrived: what there is of it stays. A class without this method gets a page of
+    /// the engine's own. The engine does not notice that an
+    /// answer over plain HTTP ends early: it takes that for the whole page.
+    virtual void didFailNavigation(WKWebView& webView, const WKNavigation& navigation, const NSError& error);
 
     /// The process that ran the view's page has ended: it crashed, was killed, or took too much memory. The page is
     /// gone, its dialogs with it, and its calls get no answer; the view can load a page again, from within this call
@@ -90,6 +135,10 @@ public:
     struct Methods {
         bool didStartProvisionalNavigation = false;
         bool didReceiveAuthenticationChallenge = false;
+        bool decidePolicyForNavigationResponse = false;
+        bool didFinishNavigation = false;
+        bool didFailProvisionalNavigation = false;
+        bool didFailNavigation = false;
         bool webViewWebContentProcessDidTerminate = false;
     };
     template <class Delegate> static constexpr Methods methodsOf()
@@ -98,6 +147,10 @@ public:
         return {
             .didStartProvisionalNavigation = implements<DidStartProvisionalNavigation, Delegate, Protocol>(),
             .didReceiveAuthenticationChallenge = implements<DidReceiveAuthenticationChallenge, Delegate, Protocol>(),
+            .decidePolicyForNavigationResponse = implements<DecidePolicyForResponse, Delegate, Protocol>(),
+            .didFinishNavigation = implements<DidFinishNavigation, Delegate, Protocol>(),
+            .didFailProvisionalNavigation = implements<DidFailProvisionalNavigation, Delegate, Protocol>(),
+            .didFailNavigation = implements<DidFailNavigation, Delegate, Protocol>(),
             .webViewWebContentProcessDidTerminate = implements<DidTerminate, Delegate, Protocol>(),
         };
     }
@@ -106,6 +159,10 @@ public:
 private:
     template <class T> using DidStartProvisionalNavigation = decltype(&T::didStartProvisionalNavigation);
     template <class T> using DidReceiveAuthenticationChallenge = decltype(&T::didReceiveAuthenticationChallenge);
+    template <class T> using DecidePolicyForResponse = decltype(&T::decidePolicyForNavigationResponse);
+    template <class T> using DidFinishNavigation = decltype(&T::didFinishNavigation);
+    template <class T> using DidFailProvisionalNavigation = decltype(&T::didFailProvisionalNavigation);
+    template <class T> using DidFailNavigation = decltype(&T::didFailNavigation);
     template <class T> using DidTerminate = decltype(&T::webViewWebContentProcessDidTerminate);
 };
 

@@ -65,6 +65,7 @@ void WKWebView::Impl::createEngineView(WebKitNetworkSession* session, WebKitSett
     connect("load-failed-with-tls-errors", G_CALLBACK(loadFailedWithTlsErrors));
     connect("resource-load-started", G_CALLBACK(resourceLoadStarted));
     connect("authenticate", G_CALLBACK(authenticate));
+    connect("decide-policy", G_CALLBACK(decidePolicy));
 }
 
 WKWebView::Impl::~Impl()
@@ -109,29 +110,6 @@ void WKWebView::Impl::apply(const UIScrollView& scrollView)
         gtk_event_controller_set_propagation_phase(
             controller.get(), scrollView.pinchGestureRecognizerEnabled ? pinchPhase : GTK_PHASE_NONE);
     }
-}
-
-void WKWebView::Impl::loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer impl)
-{
-    const EngineCall call(impl);
-    if (call.isTooLate())
-        return;
-    auto& self = call.impl();
-    if (event == WEBKIT_LOAD_COMMITTED) {
-        // The address that the engine gives at other times may be that of a page to come.
-        const auto url = self.view.URL();
-        const auto address = url ? NSURL::URLWithString(*url) : std::nullopt;
-        self.pageOrigin = address ? address->origin() : std::nullopt;
-        self.cancelDialogs(TellView::Yes);
-    }
-    if (event == WEBKIT_LOAD_COMMITTED || event == WEBKIT_LOAD_FINISHED)
-        self.isLeaving = false;
-    if (event != WEBKIT_LOAD_STARTED)
-        return;
-    self.challenges.clear();
-    if (auto delegate
-        = self.view.m_navigationDelegate.respondingTo(&WKNavigationDelegate::Methods::didStartProvisionalNavigation))
-        runGuarded([&] { delegate->didStartProvisionalNavigation(self.view, {}); });
 }
 
 void WKWebView::Impl::progressChanged(GObject*, GParamSpec*, gpointer impl)
@@ -183,6 +161,7 @@ void WKWebView::loadRequest(const NSMutableURLRequest& request)
     assert(isMainThread());
     if (!request.URL)
         return;
+    m_impl->replaceLoad();
     ++m_impl->loads;
     m_impl->repeats = 0;
     m_impl->load(request.URL->absoluteString());

@@ -155,6 +155,8 @@ void WKWebView::Impl::webProcessTerminated(WebKitWebView*, WebKitWebProcessTermi
     const auto loadsBefore = self.loads;
     const bool isLoadLost = std::exchange(self.isLeaving, false) && self.repeats < kMostRepeats;
     self.challenges.clear();
+    self.loadStage = LoadStage::None;
+    self.isExplaining = false;
     self.cancelDialogs(TellView::Yes);
     if (const auto delegate = self.view.m_navigationDelegate.respondingTo(
             &WKNavigationDelegate::Methods::webViewWebContentProcessDidTerminate))

@@ -68,6 +68,21 @@ struct WKWebView::Impl {
         GObjectPointer<GTlsCertificate> certificate;
     };
 
+    /// How far the load is that was asked for or has begun last. What the engine tells does not say of which load it
+    /// speaks: each begins with its start, so what comes before that is about an older one.
+    enum class LoadStage {
+        /// It has ended, or there was none.
+        None,
+        /// It is not the engine's yet: handshakes, a decision of the application or a later turn of the main loop.
+        Waiting,
+        /// It has been handed to the engine.
+        Asked,
+        /// The engine has begun it.
+        Provisional,
+        /// Its page has begun to come.
+        Committed
+    };
+
     Impl(WKWebView& view, const WKWebViewConfiguration& configuration);
     ~Impl();
     Impl(const Impl&) = delete;
@@ -83,6 +98,13 @@ struct WKWebView::Impl {
     bool isAllowed(const std::string& host, GTlsCertificate* certificate) const;
     void allow(const std::string& host, GTlsCertificate* certificate);
     void allowAndLoad(const std::string& failingUri, const std::string& host, GTlsCertificate* certificate);
+    void refuseCertificate();
+
+    void giveToEngine(const std::string& uri);
+    void replaceLoad();
+    void tellOfReplacedLoads();
+    bool tellFailure(LoadStage failedIn, const NSError& error);
+    bool endLoad(const GError& error);
 
     /// A name under which pages send messages, as long as it exists.
     class MessagePort {
@@ -120,6 +142,8 @@ struct WKWebView::Impl {
     static void progressChanged(GObject*, GParamSpec*, gpointer impl);
     static gboolean loadFailed(
         WebKitWebView*, WebKitLoadEvent event, const char* failingUri, const GError* error, gpointer impl);
+    static gboolean decidePolicy(
+        WebKitWebView*, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type, gpointer impl);
     static gboolean loadFailedWithTlsErrors(WebKitWebView*, const char* failingUri, GTlsCertificate* certificate,
         GTlsCertificateFlags errors, gpointer impl);
     static void resourceLoadStarted(WebKitWebView*, WebKitWebResource* resource, WebKitURIRequest*, gpointer impl);
@@ -152,6 +176,13 @@ struct WKWebView::Impl {
     std::vector<GObjectPointer<WebKitAuthenticationRequest>> challenges;
     std::vector<Exception> exceptions;
     OptionalText pageOrigin;
+    LoadStage loadStage = LoadStage::None;
+    // Loads that another one took the place of, and of whose end nobody has been told yet: how far they were.
+    std::vector<LoadStage> replacedLoads;
+    // The engine is about to load a page of its own, which tells of a failure.
+    bool isExplaining = false;
+    // The application has refused the answer to the load that is under way.
+    bool isAnswerRefused = false;
     // How often the application has asked for a page.
     std::uint64_t loads = 0;
     // The application has asked for another page, which has neither come nor failed.

@@ -1,5 +1,6 @@
 #include "../Foundation/Dispatch.h"
 #include "../Foundation/NSURLSession.h"
+#include "NavigationErrors.h"
 #include "WKWebViewImpl.h"
 
 #include <algorithm>
@@ -86,9 +87,10 @@ void WKWebView::Impl::load(const std::string& uri)
     }
     chooseSession();
     if (!NSURLSessionConfiguration::defaultSessionConfiguration().extraTrustAnchors() || acceptsAll(webView)) {
-        webkit_web_view_load_uri(webView, uri.c_str());
+        giveToEngine(uri);
         return;
     }
+    loadStage = LoadStage::Waiting;
     // What is decided before the load needs no second one, and holds for what the page asks of elsewhere, too: nobody
     // is asked about the certificates of that.
     auto servers = expectedServers;
@@ -101,7 +103,7 @@ void WKWebView::Impl::load(const std::string& uri)
         },
         [this] {
             certificates.reset();
-            webkit_web_view_load_uri(webView, requested.c_str());
+            giveToEngine(requested);
         });
 }
 
@@ -123,12 +125,14 @@ void WKWebView::Impl::chooseSession()
     apply(view.m_scrollView);
     pageOrigin.reset();
     challenges.clear();
+    isExplaining = false;
 }
 
 // At a later turn of the main loop, since the engine has not done with the failed load while it tells of it, and only
 // if nothing else has been loaded by then.
 void WKWebView::Impl::loadAgain(const std::string& uri)
 {
+    loadStage = LoadStage::Waiting;
     dispatchToMain([weak = view.weak_from_this(), uri, load = loads] {
         auto self = weak.lock();
         if (self && self->m_impl->loads == load)
@@ -177,20 +181,46 @@ void WKWebView::Impl::resourceLoadStarted(WebKitWebView*, WebKitWebResource* res
         [](gpointer weak, GClosure*) { delete static_cast<View*>(weak); }, GConnectFlags(0));
 }
 
-// The engine now and then takes its own refusal of a certificate for a connection that somebody cancelled, and then
-// asks nobody about the certificate. (A load that really is cancelled fails with an error of the engine's own.)
-gboolean WKWebView::Impl::loadFailed(
-    WebKitWebView*, WebKitLoadEvent, const char* failingUri, const GError* error, gpointer impl)
-{
-    const EngineCall call(impl);
-    auto& self = call.impl();
-    self.isLeaving = false;
-    if (call.isTooLate() || !g_error_matches(error, G_IO_ERROR, G_IO_ERROR_CANCELLED) || self.repeats == kMostRepeats)
-        return FALSE;
-    ++self.repeats;
-    self.loadAgain(failingUri);
-    return TRUE;
-}
+namespace {
+
+// The certificate of a load that waits for the application's decision. The first answer counts; none is a refusal.
+class TrustDecision {
+public:
+    using Accept = std::function<void(WKWebView& view, GTlsCertificate* certificate)>;
+    using Refuse = std::function<void(WKWebView& view)>;
+
+    TrustDecision(std::weak_ptr<WKWebView> view, Accept accept, Refuse refuse)
+        : m_view(std::move(view))
+        , m_accept(std::move(accept))
+        , m_refuse(std::move(refuse))
+    {
+    }
+    ~TrustDecision() { answer(nullptr); }
+    TrustDecision(const TrustDecision&) = delete;
+    TrustDecision& operator=(const TrustDecision&) = delete;
+
+    void answer(const std::shared_ptr<SecTrust>& trust)
+    {
+        if (std::exchange(m_isAnswered, true))
+            return;
+        // Never within the delegate's own call, and on the main thread wherever the last copy is dropped.
+        dispatchToMain([weak = m_view, trust, accept = std::move(m_accept), refuse = std::move(m_refuse)] {
+            const auto view = weak.lock();
+            if (view && trust)
+                accept(*view, trust->certificate.get());
+            else if (view)
+                refuse(*view);
+        });
+    }
+
+private:
+    const std::weak_ptr<WKWebView> m_view;
+    Accept m_accept;
+    Refuse m_refuse;
+    bool m_isAnswered = false;
+};
+
+} // namespace
 
 gboolean WKWebView::Impl::loadFailedWithTlsErrors(
     WebKitWebView*, const char* failingUri, GTlsCertificate* certificate, GTlsCertificateFlags, gpointer impl)
@@ -199,6 +229,9 @@ gboolean WKWebView::Impl::loadFailedWithTlsErrors(
     if (call.isTooLate())
         return FALSE;
     auto& self = call.impl();
+    // An older load's.
+    if (self.loadStage != LoadStage::Provisional)
+        return TRUE;
     self.isLeaving = false;
     const auto host = hostOf(failingUri);
     // What was allowed and still fails would be loaded for ever.
@@ -211,19 +244,41 @@ gboolean WKWebView::Impl::loadFailedWithTlsErrors(
     auto delegate = self.view.m_navigationDelegate.respondingTo(kChallengeMethod);
     if (!delegate)
         return FALSE;
+    self.loadStage = LoadStage::Waiting;
     auto trust = std::make_shared<SecTrust>(certificate);
     const NSURLAuthenticationChallenge challenge{ { NSURLAuthenticationMethodServerTrust, host, trust } };
-    auto completion = [weak = self.view.weak_from_this(), uri = std::string(failingUri), host,
-                          isAnswered = std::make_shared<bool>(false)](NSURLSessionAuthChallengeDisposition disposition,
+    // An answer that comes when another page has been asked for brings no old one back.
+    auto decision = std::make_shared<TrustDecision>(
+        self.view.weak_from_this(),
+        [uri = std::string(failingUri), host, load = self.loads](WKWebView& view, GTlsCertificate* accepted) {
+            if (view.m_impl->loads == load)
+                view.m_impl->allowAndLoad(uri, host, accepted);
+            else
+                view.m_impl->allow(host, accepted);
+        },
+        [load = self.loads](WKWebView& view) {
+            if (view.m_impl->loads == load)
+                view.m_impl->refuseCertificate();
+        });
+    auto completion = [decision](NSURLSessionAuthChallengeDisposition disposition,
                           const std::optional<NSURLCredential>& credential) {
-        // The first answer counts.
-        const auto view = std::exchange(*isAnswered, true) ? nullptr : weak.lock();
-        if (view && disposition == NSURLSessionAuthChallengeDisposition::UseCredential && credential
-            && credential->trust)
-            view->m_impl->allowAndLoad(uri, host, credential->trust->certificate.get());
+        const bool isAccepted = disposition == NSURLSessionAuthChallengeDisposition::UseCredential && credential;
+        decision->answer(isAccepted ? credential->trust : nullptr);
     };
-    runGuarded([&] { delegate->didReceiveAuthenticationChallenge(self.view, challenge, completion); });
+    decision.reset();
+    runGuarded([&] { delegate->didReceiveAuthenticationChallenge(self.view, challenge, std::move(completion)); });
     return TRUE;
+}
+
+// Nobody accepts the certificate of the load that waits for that.
+void WKWebView::Impl::refuseCertificate()
+{
+    if (loadStage != LoadStage::Waiting)
+        return;
+    loadStage = LoadStage::None;
+    tellFailure(LoadStage::Waiting,
+        navigationError(
+            NSURLErrorServerCertificateUntrusted, "The certificate of the page's server was not accepted."));
 }
 
 gboolean WKWebView::Impl::authenticate(WebKitWebView*, WebKitAuthenticationRequest* request, gpointer impl)

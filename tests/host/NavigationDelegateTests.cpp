@@ -1,0 +1,333 @@
+#include "tests/support/Authority.h"
+#include "tests/support/HttpsServer.h"
+#include "tests/support/PageTest.h"
+
+#include "TQWhiteBoardLib/TQWBWebView.h"
+#include "platform/Foundation/NSURLSession.h"
+
+#include <algorithm>
+
+namespace tq::test {
+namespace {
+
+using Events = std::vector<std::string>;
+
+// Has every method but that for challenges, writes down what it is told, and then does what the test wants.
+class Recorder : public WKNavigationDelegate {
+public:
+    void didStartProvisionalNavigation(WKWebView&, const WKNavigation&) override { tell("start"); }
+    void decidePolicyForNavigationResponse(WKWebView&, const WKNavigationResponse& response,
+        std::function<void(WKNavigationResponsePolicy)> decisionHandler) override
+    {
+        auto event = std::string(response.isForMainFrame ? "response " : "frame ")
+            + std::to_string(response.response.statusCode) + (response.canShowMIMEType ? "" : " not to be shown");
+        if (decide)
+            decide(std::move(decisionHandler));
+        else
+            decisionHandler(WKNavigationResponsePolicy::Allow);
+        tell(std::move(event));
+    }
+    void didFinishNavigation(WKWebView&, const WKNavigation&) override { tell("finish"); }
+    void didFailProvisionalNavigation(WKWebView&, const WKNavigation&, const NSError& error) override
+    {
+        tell("no page " + told(error));
+    }
+    void didFailNavigation(WKWebView&, const WKNavigation&, const NSError& error) override
+    {
+        tell("broken page " + told(error));
+    }
+
+    bool has(std::string_view event) const
+    {
+        return std::ranges::any_of(events, [&](const auto& known) { return known.starts_with(event); });
+    }
+    // Whether the last load has ended.
+    bool isAtRest() const
+    {
+        return !events.empty() && !events.back().starts_with("start") && !events.back().starts_with("response")
+            && !events.back().starts_with("frame");
+    }
+
+    Events events;
+    std::function<void(std::function<void(WKNavigationResponsePolicy)>)> decide;
+    std::function<void(const std::string&)> then;
+
+private:
+    static std::string told(const NSError& error)
+    {
+        EXPECT_EQ(error.domain, "NSURLErrorDomain");
+        EXPECT_NE(error.localizedDescription, "");
+        return std::to_string(error.code);
+    }
+    void tell(std::string event)
+    {
+        // What the library repeats begins anew.
+        if (event != "start" || events.empty() || events.back() != event)
+            events.push_back(event);
+        if (then)
+            then(event);
+    }
+};
+
+// Is asked about certificates, too.
+class DecidingRecorder final : public Recorder {
+public:
+    void didReceiveAuthenticationChallenge(
+        WKWebView&, const NSURLAuthenticationChallenge&, ChallengeCompletion completion) override
+    {
+        events.emplace_back("challenge");
+        kept = std::move(completion);
+    }
+    ChallengeCompletion kept;
+};
+
+constexpr const char* kReport = "</title><script>function report(v) {"
+                                " prompt('_dsbridge=test.report', JSON.stringify({data: v})); }</script>";
+
+class NavigationDelegateTest : public PageTest {
+protected:
+    void SetUp() override
+    {
+        PageTest::SetUp();
+        NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(HttpsServer::authority());
+        use(makeView());
+        view->setNavigationDelegate(recorder);
+    }
+    void TearDown() override
+    {
+        PageTest::TearDown();
+        NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(std::nullopt);
+    }
+    // A view that nobody holds but the test.
+    static std::shared_ptr<TQWBWebView> makeView()
+    {
+        auto made = TQWBWebView::initWithFrame({ 0, 0, 300, 200 }, nullptr);
+        if (made)
+            made->call("TQJSBridge.onRoomQuited", "{}");
+        return made;
+    }
+    std::string at(const std::string& path) const { return "https://" + server.host() + path; }
+    std::string port() const { return server.host().substr(server.host().find(':')); }
+    static std::string refusing() { return "https://127.0.0.1:" + std::to_string(refusingPort()) + "/"; }
+    const Events& eventsOf(const std::string& address)
+    {
+        recorder->events.clear();
+        view->loadUrl(address);
+        runUntil([&] { return recorder->isAtRest(); }, "the load has ended");
+        runPending();
+        return recorder->events;
+    }
+
+    HttpsServer server{ [this](const ReceivedRequest& request, Wire& wire) {
+                           const auto path = request.line().substr(4, request.line().find(' ', 4) - 4);
+                           const std::string html = "Content-Type: text/html\r\n";
+                           if (path == "/hang") {
+                               wire.waitForEnd();
+                           } else if (path == "/slow" || path == "/cut") {
+                               wire.send(
+                                   "HTTP/1.1 200 Answer\r\nContent-Type: text/html\r\nContent-Length: 90000\r\n\r\n<p>"
+                                   + std::string(3000, 'x'));
+                               if (path == "/slow")
+                                   wire.waitForEnd();
+                           } else if (path == "/frames") {
+                               wire.send(HttpsServer::answerWith(200, "<iframe src=/404></iframe>", html));
+                           } else if (path == "/zip") {
+                               wire.send(HttpsServer::answerWith(200, "PK", "Content-Type: application/zip\r\n"));
+                           } else {
+                               const bool isStatus = path == "/404" || path == "/500";
+                               wire.send(HttpsServer::answerWith(
+                                   isStatus ? std::stoi(path.substr(1)) : 200, "<title>" + path + kReport, html));
+                           }
+                       },
+        {} };
+    std::shared_ptr<Recorder> recorder = std::make_shared<Recorder>();
+};
+
+TEST_F(NavigationDelegateTest, EveryLoadEndsInOneWay)
+{
+    const Authority unknown;
+    const HttpsServer untrusted(
+        [](const ReceivedRequest&, Wire&) {}, { unknown.identity({ .host = "unknown.localhost" }) });
+    const std::vector<std::pair<std::string, Events>> rows{
+        { at("/page"), { "start", "response 200", "finish" } },
+        { at("/404"), { "start", "response 404", "finish" } },
+        { at("/500"), { "start", "response 500", "finish" } },
+        { at("/frames"), { "start", "response 200", "frame 404", "finish" } },
+        { pageWith("<p>data"), { "start", "response 0", "finish" } },
+        { refusing(), { "start", "no page -1004" } },
+        { "https://unknown." + untrusted.host() + "/", { "start", "no page -1202" } },
+        { "unheard-of://host/", { "start", "no page -1002" } },
+        { "file:///nothing/there", { "start", "no page -1100" } },
+        { at("/zip"), { "start", "response 200 not to be shown", "no page -1011" } },
+        { at("/cut"), { "start", "response 200", "broken page -1005" } },
+        { at("/page"), { "start", "response 200", "finish" } },
+    };
+    for (const auto& [address, expected] : rows) {
+        // As the engine does where nobody decides.
+        recorder->decide = address == at("/zip") ? [](const auto&) {} : decltype(recorder->decide)();
+        EXPECT_EQ(eventsOf(address), expected) << address;
+    }
+}
+
+TEST_F(NavigationDelegateTest, AnotherLoadTakesThePlaceOfOneThatHasNotEnded)
+{
+    const Events loaded{ "start", "response 200", "finish" };
+    for (const auto& [path, begun, end] :
+        std::vector<std::tuple<std::string, std::string, std::string>>{ { "/hang", "start", "no page -999" },
+            { "/slow", "response 200", "broken page -999" }, { "/hang", "", "no page -999" } }) {
+        SCOPED_TRACE(path + begun);
+        recorder->events.clear();
+        const auto requestsBefore = server.requests().size();
+        view->loadUrl(path == "/slow" ? "https://127.0.0.1" + port() + path : at(path));
+        runUntil([&] { return begun.empty() || (recorder->has(begun) && server.requests().size() > requestsBefore); },
+            "the load has begun");
+        if (path == "/slow")
+            runUntil([&] { return view->pageOrigin() == "https://127.0.0.1" + port(); }, "the page has begun to come");
+        // The same address, too.
+        view->loadUrl(begun == "start" ? at("/hang") : at("/page"));
+        if (begun == "start") {
+            runUntil([&] { return server.requests().size() == requestsBefore + 2; }, "it is asked for again");
+            EXPECT_EQ(recorder->events, (Events{ "start", end, "start" }));
+            view->loadUrl(at("/page"));
+        }
+        runUntil([&] { return recorder->has("finish"); }, "the other page is there");
+        EXPECT_EQ(std::ranges::count(recorder->events, end), begun == "start" ? 2 : 1);
+        EXPECT_EQ(Events(recorder->events.end() - 3, recorder->events.end()), loaded);
+    }
+    // One that fails just when another is asked for.
+    recorder->events.clear();
+    recorder->then = [&](const std::string& event) {
+        if (event == "no page -1004")
+            view->loadUrl(at("/page"));
+    };
+    view->loadUrl(refusing());
+    runUntil([&] { return recorder->has("finish"); }, "the other page is there");
+    EXPECT_EQ(recorder->events, (Events{ "start", "no page -1004", "start", "response 200", "finish" }));
+    EXPECT_EQ(view->URL(), at("/page"));
+}
+
+TEST_F(NavigationDelegateTest, TheApplicationDecidesAboutAnswers)
+{
+    eventsOf(at("/page"));
+    recorder->decide = [](const auto& handler) {
+        handler(WKNavigationResponsePolicy::Cancel);
+        handler(WKNavigationResponsePolicy::Allow);
+    };
+    EXPECT_EQ(eventsOf(at("/404")), (Events{ "start", "response 404", "no page -999" }));
+    EXPECT_EQ(ask("document.title"), OptionalValue("/page")) << "the page before stays";
+
+    std::function<void(WKNavigationResponsePolicy)> kept;
+    recorder->decide = [&](auto handler) { kept = std::move(handler); };
+    recorder->events.clear();
+    view->loadUrl(at("/500"));
+    runUntil([&] { return kept != nullptr; }, "there is an answer");
+    EXPECT_EQ(ask("document.title"), OptionalValue("/page"));
+    kept(WKNavigationResponsePolicy::Allow);
+    runUntil([&] { return recorder->has("finish"); }, "the page is there");
+    // Late and twice is never, also when the view has gone.
+    const auto late = kept;
+    view->loadUrl(at("/slow"));
+    runUntil([&] { return recorder->events.back() == "response 200"; }, "there is an answer");
+    late(WKNavigationResponsePolicy::Cancel);
+    recorder->decide = nullptr;
+    eventsOf(at("/page"));
+    view.reset();
+    kept(WKNavigationResponsePolicy::Allow);
+}
+
+TEST_F(NavigationDelegateTest, ACertificateThatNobodyAcceptsIsTheEndOfTheLoad)
+{
+    const Authority unknown;
+    const HttpsServer untrusted([](const ReceivedRequest&, Wire& wire) { wire.send(HttpsServer::answerWith(200, "")); },
+        { unknown.identity({ .host = "refused.localhost" }) });
+    const auto address = "https://refused." + untrusted.host() + "/";
+    const auto deciding = std::make_shared<DecidingRecorder>();
+    recorder = deciding;
+    view->setNavigationDelegate(deciding);
+    const auto challenge = [&] {
+        deciding->events.clear();
+        view->loadUrl(address);
+        runUntil([&] { return deciding->has("challenge"); }, "the application is asked");
+    };
+    const auto refused = [&] {
+        runUntil([&] { return deciding->isAtRest() && deciding->events.back() != "challenge"; }, "the load has ended");
+        EXPECT_EQ(deciding->events, (Events{ "start", "challenge", "no page -1202" }));
+    };
+    challenge();
+    deciding->kept(NSURLSessionAuthChallengeDisposition::CancelAuthenticationChallenge, std::nullopt);
+    refused();
+    challenge();
+    deciding->kept = nullptr;
+    refused();
+    // Another page meanwhile: nothing of the first is heard any more.
+    challenge();
+    view->loadUrl(at("/page"));
+    deciding->kept(NSURLSessionAuthChallengeDisposition::CancelAuthenticationChallenge, std::nullopt);
+    runUntil([&] { return deciding->has("finish"); }, "the other page is there");
+    EXPECT_EQ(deciding->events, (Events{ "start", "challenge", "no page -999", "start", "response 200", "finish" }));
+    EXPECT_TRUE(untrusted.requests().empty());
+}
+
+TEST_F(NavigationDelegateTest, ADelegateMayLoadAnotherPageOrLetGoOfTheViewWheneverItIsTold)
+{
+    for (const auto& [event, path] : std::vector<std::pair<std::string, std::string>>{ { "start", "/page" },
+             { "response", "/page" }, { "finish", "/page" }, { "no page", "" }, { "broken page", "/cut" } }) {
+        SCOPED_TRACE(event);
+        const auto address = path.empty() ? refusing() : at(path);
+        recorder->events.clear();
+        recorder->then = [&, event = event](const std::string& told) {
+            if (told.starts_with(event))
+                std::exchange(recorder->then, nullptr), view->loadUrl(at("/500"));
+        };
+        view->loadUrl(address);
+        runUntil([&] { return recorder->has("response 500") && recorder->events.back() == "finish"; }, "it has loaded");
+        EXPECT_EQ(view->URL(), at("/500"));
+
+        auto one = makeView();
+        const auto dropping = std::make_shared<Recorder>();
+        one->addJavascriptObject(reports, "test");
+        one->setNavigationDelegate(dropping);
+        const std::weak_ptr<TQWBWebView> watched = one;
+        dropping->then = [&, event = event](const std::string& told) {
+            if (told.starts_with(event))
+                one.reset();
+        };
+        one->loadUrl(address);
+        runUntil([&] { return watched.expired(); }, "the view is destroyed");
+    }
+}
+
+TEST_F(NavigationDelegateTest, WithoutTheMethodsTheEngineDoesAsItDoes)
+{
+    class Starts final : public WKNavigationDelegate {
+    public:
+        void didStartProvisionalNavigation(WKWebView&, const WKNavigation&) override { ++count; }
+        int count = 0;
+    };
+    const auto starts = std::make_shared<Starts>();
+    view->setNavigationDelegate(starts);
+    view->loadUrl(at("/404"));
+    runUntil([&] { return view->URL() == at("/404") && view->estimatedProgress() == 1; }, "the page is there");
+    load();
+    // Its own page about the failure has a start, too.
+    starts->count = 0;
+    view->loadUrl(refusing());
+    runUntil([&] { return starts->count == 2; }, "the engine tells of the failure");
+    // That page's end is not the failed page's.
+    class Ends final : public WKNavigationDelegate {
+    public:
+        void didStartProvisionalNavigation(WKWebView&, const WKNavigation&) override { events.emplace_back("start"); }
+        void didFinishNavigation(WKWebView&, const WKNavigation&) override { events.emplace_back("finish"); }
+        Events events;
+    };
+    const auto ends = std::make_shared<Ends>();
+    view->setNavigationDelegate(ends);
+    view->loadUrl(refusing());
+    runUntil([&] { return ends->events.size() == 2 && view->estimatedProgress() == 1; }, "the engine has told");
+    view->loadUrl(at("/page"));
+    runUntil([&] { return ends->events.size() == 4; }, "the page is there");
+    EXPECT_EQ(ends->events, (Events{ "start", "start", "start", "finish" }));
+}
+
+} // namespace
+} // namespace tq::test
