@@ -29,37 +29,53 @@ constexpr std::array<Kind, 7> kKinds{ {
     { "unhandled rejection", TQWBLogLevel::Error },
 } };
 
-// Takes what it needs of the page's globals before a script of the page can change them. The numbers are those of
-// LineLimit, and somewhat more than a line of the log holds.
-constexpr const char* kScript = R"js((() => {
+// A world of our own stands between the page and the messages: what a page sends without end must not reach the main
+// loop, which cannot refuse it. The numbers are those of LineLimit, and somewhat more than a line of the log holds.
+constexpr const char* kWorld = "_tqconsole";
+constexpr const char* kRelay = R"js((() => {
     "use strict";
-    const port = window.webkit?.messageHandlers?._tqconsole;
-    if (!port)
-        return;
-    const post = port.postMessage.bind(port);
-    const setTimeout = window.setTimeout.bind(window);
-    const { now } = Date;
-    const { stringify } = JSON;
-    const { apply } = Reflect;
-    const tagOf = Object.prototype.toString;
-    const most = 100, length = 5000, members = 1000;
-    let begin = 0, written = 0, leftOut = 0, isBusy = false;
+    const port = window.webkit.messageHandlers._tqconsole;
+    const most = 100, length = 5000;
+    let begin = 0, written = 0, leftOut = 0;
 
     function admit() {
-        const time = now();
+        const time = Date.now();
         if (time - begin >= 1000 || time < begin) {
             begin = time;
             written = 0;
         }
-        if (written++ < most)
+        if (written < most) {
+            ++written;
             return true;
+        }
         if (!leftOut++)
             setTimeout(() => {
-                post(["left out", leftOut]);
+                port.postMessage(leftOut);
                 leftOut = 0;
             }, 1000);
         return false;
     }
+
+    // What an event brings from another world is a copy.
+    window.addEventListener("_tqconsole", event => {
+        try {
+            if (admit())
+                port.postMessage(event.detail.map(text => String(text).slice(0, length)));
+        } catch {
+        }
+    });
+})();)js";
+
+// Takes what it needs of the page's globals before a script of the page can change them.
+constexpr const char* kScript = R"js((() => {
+    "use strict";
+    const dispatchEvent = window.dispatchEvent.bind(window);
+    const { CustomEvent, ErrorEvent } = window;
+    const { stringify } = JSON;
+    const { apply } = Reflect;
+    const tagOf = Object.prototype.toString;
+    const length = 5000, members = 1000;
+    let isBusy = false;
 
     function textOf(value) {
         if (value instanceof Error)
@@ -101,8 +117,8 @@ constexpr const char* kScript = R"js((() => {
             return;
         isBusy = true;
         try {
-            if (admit())
-                post([kind, lineOf(values), shortened(source ?? caller())]);
+            dispatchEvent(new CustomEvent("_tqconsole",
+                { detail: [kind, lineOf(values), shortened(source ?? caller())] }));
         } catch {
         } finally {
             isBusy = false;
@@ -133,22 +149,24 @@ std::string_view textAt(const boost::json::array& list, std::size_t index)
 
 void PageConsole::addTo(WKUserContentController& content)
 {
-    content.addScriptMessageHandler(shared_from_this(), kName);
+    content.addScriptMessageHandler(shared_from_this(), kWorld, kName);
+    content.addUserScript({ kRelay, WKUserScriptInjectionTime::AtDocumentStart, WKUserScriptFrames::All, {}, kWorld });
     content.addUserScript({ kScript, WKUserScriptInjectionTime::AtDocumentStart, WKUserScriptFrames::All });
 }
 
+// A list of texts from the page, or the number of those that the relay has left out.
 void PageConsole::didReceiveScriptMessage(const WKScriptMessage& message)
 {
+    if (message.body && message.body->is_number()) {
+        constexpr std::int64_t kMost = std::numeric_limits<std::uint32_t>::max();
+        const auto lines = std::clamp<std::int64_t>(longLongValue(&*message.body), 0, kMost);
+        m_limit.leaveOut(static_cast<std::uint32_t>(lines));
+        return reportSoon();
+    }
     const auto* entry = message.body ? message.body->if_array() : nullptr;
     if (!entry)
         return;
     const auto name = textAt(*entry, 0);
-    if (name == "left out" && entry->size() == 2) {
-        constexpr std::int64_t kMost = std::numeric_limits<std::uint32_t>::max();
-        const auto lines = std::clamp<std::int64_t>(longLongValue(&(*entry)[1]), 0, kMost);
-        m_limit.leaveOut(static_cast<std::uint32_t>(lines));
-        return reportSoon();
-    }
     const auto* kind = std::ranges::find(kKinds, name, &Kind::name);
     if (kind == kKinds.end())
         return;

@@ -8,7 +8,8 @@
 namespace tq {
 
 /// Writes what pages say to their console to the log. What comes from a page is a stranger's: it is read as one line
-/// each, cut, and limited in number, here and, for pages that mean no harm, in the page already. Main thread.
+/// each, cut, and limited in number, for each frame before it leaves the page's process and for all of them here. Main
+/// thread.
 class PageConsole final : public WKScriptMessageHandler, public std::enable_shared_from_this<PageConsole> {
 public:
     ~PageConsole() override { reportLeftOut(); }

@@ -27,6 +27,9 @@ struct WKUserScript {
     /// This slice's own: the addresses of the pages that it runs in, as "https://host/*"; a port cannot be named, and
     /// is not asked about. Empty: every page.
     std::vector<std::string> allowList = {};
+    /// The world it runs in, by name: it sees the page there, and none of the page's scripts sees it. Empty: the page's
+    /// own.
+    std::string contentWorld = {};
 
     /// The same in every field.
     bool operator==(const WKUserScript&) const = default;
@@ -44,20 +47,35 @@ public:
     /// Gives every frame `window.webkit.messageHandlers.NAME`, in the place of an earlier handler of that name. The
     /// controller and its views hold the handler.
     /// @param handler absent: nothing happens.
-    void addScriptMessageHandler(std::shared_ptr<WKScriptMessageHandler> handler, std::string name)
+    /// @param contentWorld the world whose scripts may send to it; empty: the page's own.
+    void addScriptMessageHandler(
+        std::shared_ptr<WKScriptMessageHandler> handler, std::string contentWorld, std::string name)
     {
         if (handler)
-            m_scriptMessageHandlers.insert_or_assign(std::move(name), std::move(handler));
+            m_scriptMessageHandlers.insert_or_assign(
+                std::move(name), MessageHandler{ std::move(handler), std::move(contentWorld) });
     }
-    /// All of them, by name.
-    const std::map<std::string, std::shared_ptr<WKScriptMessageHandler>>& scriptMessageHandlers() const
+    /// The same for the page's own world.
+    void addScriptMessageHandler(std::shared_ptr<WKScriptMessageHandler> handler, std::string name)
     {
-        return m_scriptMessageHandlers;
+        addScriptMessageHandler(std::move(handler), {}, std::move(name));
     }
+
+    /// A handler, and whose it is.
+    struct MessageHandler {
+        /// Never null.
+        std::shared_ptr<WKScriptMessageHandler> handler;
+        /// Empty: the page's own.
+        std::string contentWorld;
+        /// The same handler in the same world.
+        bool operator==(const MessageHandler&) const = default;
+    };
+    /// All of them, by name.
+    const std::map<std::string, MessageHandler>& scriptMessageHandlers() const { return m_scriptMessageHandlers; }
 
 private:
     std::vector<WKUserScript> m_userScripts;
-    std::map<std::string, std::shared_ptr<WKScriptMessageHandler>> m_scriptMessageHandlers;
+    std::map<std::string, MessageHandler> m_scriptMessageHandlers;
 };
 
 } // namespace tq

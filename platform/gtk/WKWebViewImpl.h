@@ -108,21 +108,23 @@ struct WKWebView::Impl {
 
     /// A name under which pages send messages, as long as it exists.
     class MessagePort {
+        using MessageHandler = WKUserContentController::MessageHandler;
+
     public:
-        MessagePort(Impl& impl, std::string name, std::shared_ptr<WKScriptMessageHandler> handler);
+        MessagePort(Impl& impl, std::string name, MessageHandler handler);
         ~MessagePort();
         MessagePort(const MessagePort&) = delete;
         MessagePort& operator=(const MessagePort&) = delete;
 
         const std::string& name() const { return m_name; }
-        const std::shared_ptr<WKScriptMessageHandler>& handler() const { return m_handler; }
+        const MessageHandler& handler() const { return m_handler; }
 
     private:
         static void received(WebKitUserContentManager*, JSCValue* value, gpointer port);
 
         Impl& m_impl;
         const std::string m_name;
-        const std::shared_ptr<WKScriptMessageHandler> m_handler;
+        const MessageHandler m_handler;
         const SignalConnection m_connection;
     };
     void setUserContent(const WKUserContentController& configured, const WKUserContentController& own);

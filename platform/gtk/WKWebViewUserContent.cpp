@@ -18,17 +18,22 @@ void addScripts(WebKitUserContentManager* manager, const std::vector<WKUserScrip
         for (const auto& pattern : script.allowList)
             allowList.push_back(pattern.c_str());
         allowList.push_back(nullptr);
-        auto* native = webkit_user_script_new(script.source.c_str(),
-            script.frames == WKUserScriptFrames::All ? WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES
-                                                     : WEBKIT_USER_CONTENT_INJECT_TOP_FRAME,
-            script.injectionTime == WKUserScriptInjectionTime::AtDocumentStart
-                ? WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START
-                : WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_END,
-            script.allowList.empty() ? nullptr : allowList.data(), nullptr);
+        const auto frames = script.frames == WKUserScriptFrames::All ? WEBKIT_USER_CONTENT_INJECT_ALL_FRAMES
+                                                                     : WEBKIT_USER_CONTENT_INJECT_TOP_FRAME;
+        const auto time = script.injectionTime == WKUserScriptInjectionTime::AtDocumentStart
+            ? WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_START
+            : WEBKIT_USER_SCRIPT_INJECT_AT_DOCUMENT_END;
+        const auto* allowed = script.allowList.empty() ? nullptr : allowList.data();
+        auto* native = script.contentWorld.empty()
+            ? webkit_user_script_new(script.source.c_str(), frames, time, allowed, nullptr)
+            : webkit_user_script_new_for_world(
+                script.source.c_str(), frames, time, script.contentWorld.c_str(), allowed, nullptr);
         webkit_user_content_manager_add_script(manager, native);
         webkit_user_script_unref(native);
     }
 }
+
+const char* nameOf(const std::string& contentWorld) { return contentWorld.empty() ? nullptr : contentWorld.c_str(); }
 
 OptionalValue bodyOf(JSCValue* value)
 {
@@ -38,20 +43,21 @@ OptionalValue bodyOf(JSCValue* value)
 
 } // namespace
 
-WKWebView::Impl::MessagePort::MessagePort(Impl& impl, std::string name, std::shared_ptr<WKScriptMessageHandler> handler)
+WKWebView::Impl::MessagePort::MessagePort(Impl& impl, std::string name, MessageHandler handler)
     : m_impl(impl)
     , m_name(std::move(name))
     , m_handler(std::move(handler))
     , m_connection(
           impl.userContentManager.get(), ("script-message-received::" + m_name).c_str(), G_CALLBACK(received), this)
 {
-    webkit_user_content_manager_register_script_message_handler(impl.userContentManager.get(), m_name.c_str(), nullptr);
+    webkit_user_content_manager_register_script_message_handler(
+        impl.userContentManager.get(), m_name.c_str(), nameOf(m_handler.contentWorld));
 }
 
 WKWebView::Impl::MessagePort::~MessagePort()
 {
     webkit_user_content_manager_unregister_script_message_handler(
-        m_impl.userContentManager.get(), m_name.c_str(), nullptr);
+        m_impl.userContentManager.get(), m_name.c_str(), nameOf(m_handler.contentWorld));
 }
 
 void WKWebView::Impl::MessagePort::received(WebKitUserContentManager*, JSCValue* value, gpointer port)
@@ -62,7 +68,7 @@ void WKWebView::Impl::MessagePort::received(WebKitUserContentManager*, JSCValue*
         return;
     // The handler may be taken away while it runs, and the port with it.
     const WKScriptMessage message{ self.m_name, bodyOf(value) };
-    runGuarded([&, handler = self.m_handler] { handler->didReceiveScriptMessage(message); });
+    runGuarded([&, handler = self.m_handler.handler] { handler->didReceiveScriptMessage(message); });
 }
 
 void WKWebView::Impl::setUserContent(const WKUserContentController& configured, const WKUserContentController& own)

@@ -146,7 +146,8 @@ TEST_F(FloodTest, AConsoleWithoutEndFillsNoLogAndLeavesTheMainLoopItsTurns)
         const char* call;
     };
     for (const auto& [name, call] : { Row{ "lines of the console", "console.log('flood')" },
-             Row{ "messages in its place", "webkit.messageHandlers._tqconsole.postMessage(['log', 'flood', ''])" } }) {
+             Row{ "events in its place",
+                 "dispatchEvent(new CustomEvent('_tqconsole', { detail: ['log', 'flood', ''] }))" } }) {
         long written = 0;
         long leftOut = 0;
         setLogHandler([&](TQWBLogLevel, std::string_view line) {
