@@ -42,7 +42,7 @@ set(platform_headers
     platform/Foundation/NSTypes.h
     platform/Foundation/NSURL.h
     platform/Foundation/NSURLRequest.h
-    platform/Foundation/NSURLSession.h
+    platform/Foundation/NSURLSessionConfiguration.h
     platform/Foundation/WeakDelegate.h
     platform/UIKit/CGGeometry.h
     platform/UIKit/UIAlertView.h
@@ -109,9 +109,34 @@ configure_file(cmake/tqwhiteboardlib.pc.in "${PROJECT_BINARY_DIR}/generated/tqwh
 install(FILES "${PROJECT_BINARY_DIR}/generated/tqwhiteboardlib.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
     COMPONENT development)
 
-# development: the other end of the bridge, for authors of pages
-install(FILES page/bridge.js page/bridge.d.ts page/README.md
-    DESTINATION "${CMAKE_INSTALL_DATADIR}/tqwhiteboardlib/page" COMPONENT development)
+# development: the other end of the bridge, for authors of pages; documents and examples. They lie as in the tree, so that
+# their links lead where they should.
+set(data_directory "${CMAKE_INSTALL_DATADIR}/tqwhiteboardlib")
+install(FILES page/bridge.js page/bridge.d.ts DESTINATION "${data_directory}/page" COMPONENT development)
+install(DIRECTORY docs/images DESTINATION "${data_directory}/docs" COMPONENT development)
+install(DIRECTORY examples DESTINATION "${data_directory}" COMPONENT development
+    FILES_MATCHING PATTERN CMakeLists.txt PATTERN "*.cpp" PATTERN "*.html")
+
+# Headers and terms are elsewhere in an installation, and what is for work on the library itself is not there: links to
+# that become plain text.
+file(RELATIVE_PATH include_from_data "/prefix/${data_directory}" "/prefix/${CMAKE_INSTALL_INCLUDEDIR}")
+file(RELATIVE_PATH terms_from_data "/prefix/${data_directory}"
+    "/prefix/${CMAKE_INSTALL_DATADIR}/doc/libtqwhiteboardlib-dev/copyright")
+function(tqwb_install_document document)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${document}")
+    file(READ "${document}" text)
+    string(REGEX REPLACE "\\[([^]]*)\\]\\((\\.\\./)?(CONTRIBUTING|bench/|fuzz/|scripts/|tests/)[^)]*\\)" "\\1" text "${text}")
+    string(REGEX REPLACE "\\]\\(((\\.\\./)*)include/" "](\\1${include_from_data}/" text "${text}")
+    string(REPLACE "](LICENSE)" "](${terms_from_data})" text "${text}")
+    file(WRITE "${PROJECT_BINARY_DIR}/generated/documents/${document}" "${text}")
+    cmake_path(GET document PARENT_PATH folder)
+    install(FILES "${PROJECT_BINARY_DIR}/generated/documents/${document}" DESTINATION "${data_directory}/${folder}"
+        COMPONENT development)
+endfunction()
+foreach(document CHANGELOG.md README.md SECURITY.md docs/architecture.md docs/client.md docs/guide.md docs/performance.md
+        docs/room-page.md page/README.md)
+    tqwb_install_document(${document})
+endforeach()
 
 if(TQWB_BUILD_APPS)
     # The client looks for the library from its own place, too.

@@ -4,6 +4,7 @@
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSLog.h"
+#include "platform/Foundation/NSURLSession.h"
 #include "platform/Foundation/NSNumberReading.h"
 #include "session/ServiceAnswer.h"
 

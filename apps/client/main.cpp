@@ -4,7 +4,7 @@
 #include "Style.h"
 #include "TQWhiteBoardLib/TQWhiteBoard.h"
 #include "Translation.h"
-#include "platform/Foundation/NSURLSession.h"
+#include "platform/Foundation/NSURLSessionConfiguration.h"
 
 #include <clocale>
 #include <csignal>

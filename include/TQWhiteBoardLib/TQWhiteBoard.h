@@ -6,7 +6,8 @@
 #include "platform/Foundation/Export.h"
 #include "platform/Foundation/NSObject.h"
 #include "platform/Foundation/NSTypes.h"
-#include "platform/Foundation/NSURLSession.h"
+#include "platform/Foundation/NSURLRequest.h"
+#include "platform/Foundation/NSURLSessionConfiguration.h"
 
 #include <cstdint>
 #include <functional>

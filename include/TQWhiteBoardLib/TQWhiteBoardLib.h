@@ -19,3 +19,4 @@
 #include "TQWBSessionCode.h"
 #include "TQWBWebView.h"
 #include "TQWhiteBoard.h"
+#include "platform/Foundation/NSOperationQueue.h"

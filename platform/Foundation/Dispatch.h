@@ -12,10 +12,10 @@ namespace tq {
 TQWB_EXPORT void dispatchToMain(std::function<void()> task);
 
 /// The same, not before the delay has passed.
-void dispatchToMainAfter(std::chrono::milliseconds delay, std::function<void()> task);
+TQWB_EXPORT void dispatchToMainAfter(std::chrono::milliseconds delay, std::function<void()> task);
 
 /// Whether the caller is on the thread that runs the main loop.
-bool isMainThread();
+TQWB_EXPORT bool isMainThread();
 
 /// Writes the exception that is being handled to the log.
 TQWB_EXPORT void logCurrentException();

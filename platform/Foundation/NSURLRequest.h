@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Export.h"
 #include "NSTypes.h"
 #include "NSURL.h"
 
@@ -40,7 +41,7 @@ struct NSMutableURLRequest {
 };
 
 /// The head of an answer.
-struct NSHTTPURLResponse {
+struct TQWB_EXPORT NSHTTPURLResponse {
     /// Where it came from.
     std::string URL;
     /// The status of HTTP.

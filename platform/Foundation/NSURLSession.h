@@ -1,43 +1,16 @@
 #pragma once
 
-#include "Export.h"
 #include "NSError.h"
 #include "NSOperationQueue.h"
 #include "NSTypes.h"
 #include "NSURLRequest.h"
+#include "NSURLSessionConfiguration.h"
 
 #include <functional>
 #include <memory>
 #include <optional>
-#include <string>
 
 namespace tq {
-
-/// What a session is owned by; it has no duties.
-class TQWB_EXPORT NSURLSessionDelegate {
-public:
-    virtual ~NSURLSessionDelegate() = default;
-};
-
-/// What the tasks of a session report to; it has no duties either.
-class TQWB_EXPORT NSURLSessionTaskDelegate : public NSURLSessionDelegate { };
-
-/// What sessions have in common.
-class TQWB_EXPORT NSURLSessionConfiguration {
-public:
-    /// The configuration that every session of the library uses.
-    static NSURLSessionConfiguration& defaultSessionConfiguration();
-
-    /// Certificates (PEM, one or more) that are trusted beside the system's own, for every transfer that starts
-    /// afterwards and for every page. Absent: the system's alone. Any thread.
-    /// @returns false, with nothing changed, when the text holds no usable certificate.
-    bool setExtraTrustAnchors(OptionalText pem);
-    /// The certificates as they were given; absent when there are none. Any thread.
-    OptionalText extraTrustAnchors() const;
-
-private:
-    NSURLSessionConfiguration() = default;
-};
 
 /// The outcome of a transfer: the answer's body and its head (both absent after an error), and the error (absent when
 /// none happened). An answer that breaks off is an error, and so is a body longer than the request allows.

@@ -1,5 +1,5 @@
 #include "../Foundation/Dispatch.h"
-#include "../Foundation/NSURLSession.h"
+#include "../Foundation/NSURLSessionConfiguration.h"
 #include "NavigationErrors.h"
 #include "WKWebViewImpl.h"
 

@@ -5,7 +5,7 @@
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "TQWhiteBoardLib/gtk/NativeView.h"
 #include "host/TQWBBridge.h"
-#include "platform/Foundation/NSURLSession.h"
+#include "platform/Foundation/NSURLSessionConfiguration.h"
 #include "platform/UIKit/UIScreen.h"
 #include "platform/gtk/GLibPointers.h"
 

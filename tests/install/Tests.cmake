@@ -14,7 +14,27 @@ add_test(NAME Install.HeadersAreCompleteAndCompileAlone
 add_test(NAME Install.ExportsWhatHeadersMark
     COMMAND bash "${install_scripts}/exports.sh" "$<TARGET_FILE:TQWhiteBoardLib>"
         "${install_prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
-set(install_users Install.HeadersAreCompleteAndCompileAlone Install.ExportsWhatHeadersMark)
+add_test(NAME Install.ExamplesBuildAlone
+    COMMAND bash "${install_scripts}/examples.sh" "${install_prefix}" "${install_scratch}/examples")
+set_tests_properties(Install.ExamplesBuildAlone PROPERTIES RESOURCE_LOCK screen ENVIRONMENT "CXX=${CMAKE_CXX_COMPILER}")
+set(documents CHANGELOG.md README.md SECURITY.md docs/architecture.md docs/client.md docs/guide.md docs/performance.md
+    docs/room-page.md page/README.md)
+add_test(NAME Install.LinksOfDocumentsLeadSomewhere
+    COMMAND bash "${install_scripts}/links.sh" "${install_prefix}/${CMAKE_INSTALL_DATADIR}/tqwhiteboardlib" ${documents})
+add_test(NAME Documents.LinksLeadSomewhere
+    COMMAND bash "${install_scripts}/links.sh" "${PROJECT_SOURCE_DIR}" ${documents} CONTRIBUTING.md fuzz/README.md)
+set(install_users Install.HeadersAreCompleteAndCompileAlone Install.ExportsWhatHeadersMark Install.ExamplesBuildAlone
+    Install.LinksOfDocumentsLeadSomewhere)
+# Only this compiler tells what headers declare.
+find_program(TQWB_CLANG clang++)
+if(TQWB_CLANG)
+    add_test(NAME Install.HeadersDeclareOnlyWhatLinks
+        COMMAND bash "${install_scripts}/declared.sh" "${TQWB_CLANG}" "$<TARGET_FILE:TQWhiteBoardLib>"
+            "${install_prefix}/${CMAKE_INSTALL_INCLUDEDIR}" "${install_scratch}/declared")
+    list(APPEND install_users Install.HeadersDeclareOnlyWhatLinks)
+else()
+    message(STATUS "What the installed headers declare is not compared with the library: that takes clang++")
+endif()
 foreach(tool cmake pkg-config)
     add_test(NAME Install.ProgramBuiltBy-${tool}-Joins
         COMMAND bash "${install_scripts}/consumer.sh" ${tool} "${install_prefix}" "${install_scripts}/consumer"
