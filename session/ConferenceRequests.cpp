@@ -4,8 +4,8 @@
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSLog.h"
-#include "platform/Foundation/NSURLSession.h"
 #include "platform/Foundation/NSNumberReading.h"
+#include "platform/Foundation/NSURLSession.h"
 #include "session/ServiceAnswer.h"
 
 namespace tq {

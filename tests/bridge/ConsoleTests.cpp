@@ -67,10 +67,10 @@ protected:
             "the messages have come");
         ++m_markers;
     }
-    WebKitSettings* settings() const
+    WebKitWebView* engineView() const { return WEBKIT_WEB_VIEW(gtk_overlay_get_child(GTK_OVERLAY(nativeView(*view)))); }
+    bool isInspectable() const
     {
-        auto* engineView = gtk_overlay_get_child(GTK_OVERLAY(nativeView(*view)));
-        return webkit_web_view_get_settings(WEBKIT_WEB_VIEW(engineView));
+        return webkit_settings_get_enable_developer_extras(webkit_web_view_get_settings(engineView()));
     }
 
     std::shared_ptr<WKUserContentController> controller;
@@ -136,18 +136,18 @@ TEST_F(ConsoleTest, NothingOfItIsInAPageWithoutDebugMode)
     const auto scripts = controller->userScripts();
     load("<script>console.log('unheard'); Promise.reject(1)</script>");
     EXPECT_EQ(ask(kWhatIsOfIt), (boost::json::array{ true, "undefined" }));
-    EXPECT_FALSE(webkit_settings_get_enable_developer_extras(settings()));
+    EXPECT_FALSE(isInspectable());
     view->setDebugMode(DebugMode::On);
     view->setDebugMode(DebugMode::On);
     // A script of the view's other affairs takes nothing away.
     view->setCallingFrames(CallingFrames::All);
-    EXPECT_TRUE(webkit_settings_get_enable_developer_extras(settings()));
+    EXPECT_TRUE(isInspectable());
     load("<script>console.log('heard')</script>");
     EXPECT_EQ(ask(kWhatIsOfIt), (boost::json::array{ false, "undefined" }));
     EXPECT_EQ(controller->userScripts(), scripts);
     EXPECT_EQ(controller->scriptMessageHandlers().size(), 2U);
     view->setDebugMode(DebugMode::Off);
-    EXPECT_FALSE(webkit_settings_get_enable_developer_extras(settings()));
+    EXPECT_FALSE(isInspectable());
     EXPECT_EQ(ask("(console.log('too late'), 1)"), OptionalValue(1));
     load("<script>console.log('unheard');"
          "window.dispatchEvent(new CustomEvent('_tqconsole', { detail: ['log', 'unheard', ''] }))</script>");
@@ -156,6 +156,29 @@ TEST_F(ConsoleTest, NothingOfItIsInAPageWithoutDebugMode)
     waitForMessages();
     ASSERT_EQ(lines.size(), 1U) << lines[1];
     EXPECT_TRUE(lines[0].starts_with("2 Js console, log: heard ("));
+}
+
+TEST_F(ConsoleTest, TheInspectorOpensInDebugModeOnly)
+{
+    load();
+    auto* inspector = webkit_web_view_get_inspector(engineView());
+    int opened = 0;
+    // Where it would be shown; nobody looks.
+    for (const char* signal : { "attach", "open-window" })
+        g_signal_connect(inspector, signal, G_CALLBACK(+[](WebKitWebInspector*, gpointer count) -> gboolean {
+            ++*static_cast<int*>(count);
+            return TRUE;
+        }),
+            &opened);
+    webkit_web_inspector_show(inspector);
+    EXPECT_EQ(ask("1"), OptionalValue(1));
+    EXPECT_EQ(webkit_web_inspector_get_web_view(inspector), nullptr);
+    view->setDebugMode(DebugMode::On);
+    webkit_web_inspector_show(inspector);
+    runUntil([&] { return opened > 0; }, "the inspector is there");
+    EXPECT_NE(webkit_web_inspector_get_web_view(inspector), nullptr);
+    webkit_web_inspector_close(inspector);
+    g_signal_handlers_disconnect_by_data(inspector, &opened);
 }
 
 TEST_F(ConsoleTest, WhatAPageSendsInTheConsolesPlaceIsOneLineOrNone)
