@@ -59,6 +59,16 @@ void DWKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration
     addJavascriptObject(std::move(internalApis), "_dsb");
 }
 
+void DWKWebView::end()
+{
+    WKWebView::end();
+    m_dsUIDelegate.clear();
+    // What is let go of may call the view once more.
+    m_callInfoList.reset();
+    const auto listener = std::exchange(m_javascriptCloseWindowListener, nullptr);
+    const auto waiting = std::exchange(m_handerMap, {});
+}
+
 void DWKWebView::addJavascriptObject(std::shared_ptr<NSObject> object, const OptionalText& nameSpace)
 {
     if (!object)

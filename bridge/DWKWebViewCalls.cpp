@@ -15,6 +15,9 @@ namespace tq {
 void DWKWebView::callHandler(std::string_view handlerName, JSArguments arguments, JSCallback completionHandler)
 {
     assert(isMainThread());
+    // Nobody would answer.
+    if (hasEnded())
+        return;
     DSCallInfo info{ std::string(handlerName), m_callId, std::move(arguments).takeList() };
     // After the last number there is the least one.
     m_callId = static_cast<std::int32_t>(static_cast<std::uint32_t>(m_callId) + 1U);

@@ -12,7 +12,7 @@ class TQWBWebView;
 /// destruction.
 ///
 /// It holds its view, which holds it: the two keep each other alive until the page reports that the room was quit or
-/// has failed. Afterwards events are still logged and answered, and reach no delegate.
+/// has failed, or the view is closed. Afterwards events are still logged and answered, and reach no delegate.
 class TQWBBridge final : public NSObject {
 public:
     static const NSClass& staticClass();

@@ -75,11 +75,23 @@ void TQWBWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguratio
     setTintColor(UIColor::clearColor());
 
     auto bridge = std::make_shared<TQWBBridge>();
+    m_bridge = bridge;
     bridge->setWebView(std::static_pointer_cast<TQWBWebView>(shared_from_this()));
     addJavascriptObject(bridge, "TQJSBridge");
     addJavascriptObject(std::move(bridge), "TQNativeBridge");
     addObserver(this, "estimatedProgress", nullptr);
     addProgressView();
+}
+
+void TQWBWebView::end()
+{
+    const auto self = shared_from_this();
+    DWKWebView::end();
+    m_roomStatusDelegate.clear();
+    m_recordDelegate.clear();
+    m_permisssionDelegate.clear();
+    if (const auto bridge = m_bridge.lock())
+        bridge->setWebView(nullptr);
 }
 
 void TQWBWebView::addProgressView()

@@ -109,7 +109,7 @@ public:
     /// the page as no arguments.
     /// @param completionHandler called on the main thread for every answer of the page until the one that it marks as
     /// the last, one object for all of them; may be empty. An exception that leaves it is logged, and ends the program
-    /// in debug mode. It is held until the last answer, or until the view goes when none comes.
+    /// in debug mode. It is held until the last answer, or until the view ends or goes when none comes.
     void callHandler(std::string_view handlerName, JSArguments arguments, JSCallback completionHandler);
     /// The same, where nobody waits for answers.
     void callHandler(std::string_view handlerName, JSArguments arguments);
@@ -213,6 +213,7 @@ public:
 protected:
     void initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration) override;
     void pageDialogsAreVoid() override;
+    void end() override;
 
 private:
     friend class ViewResult;

@@ -10,6 +10,8 @@
 
 namespace tq {
 
+class TQWBBridge;
+
 /// Which certificates the servers of a view may have: those that are good for the system or the extra trust anchors,
 /// and those that the navigation delegate accepts; or every one.
 enum class AcceptedCertificates : bool { Good, Every };
@@ -18,17 +20,27 @@ enum class AcceptedCertificates : bool { Good, Every };
 /// `TQWhiteBoard`. Main thread only.
 ///
 /// Once made, the view lives until its page reports that the room was quit or has failed, even when the application
-/// lets go of it.
+/// lets go of it, and even when it never shows a page. Where the page cannot say so, `close` ends that.
 class TQWB_EXPORT TQWBWebView final : public DWKWebView, public WKNavigationDelegate {
 public:
     /// @param frame the view is always wider than tall: the sides are swapped when they are not. On GTK it is a wish
     /// only: the window that the view is placed in gives it its size.
     /// @param configuration altered in place; scripts that it held are dropped. Absent: the default one.
+    /// @returns a view that lives on by itself, see the class: one that is not used, or whose room is not joined, has
+    /// to be closed. Absent when there is no display.
     static std::shared_ptr<TQWBWebView> initWithFrame(
         CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration);
     /// For `initWithFrame`.
     explicit TQWBWebView(Token);
     ~TQWBWebView() override;
+
+    /// Ends the page without asking it, and lets the view go when the application drops it: for a view that was never
+    /// used, for a join or a replay that has failed, and for a window that closes with a room still in it. (Nobody
+    /// leaves the room by that: it is the facade's quit that tells the service.) The page's script, timers and
+    /// connections end at the next turn of the main loop; nothing is loaded into the view any more; no delegate is
+    /// called, nor a callback of `callHandler` that still waits: those are let go of. Main thread, at any time: more
+    /// than once, before the first page, and within calls of the page and of delegates.
+    void close() { end(); }
 
     /// From the next load on, the view accepts certificates as one does that is its own navigation delegate, whoever
     /// the delegate is. Every certificate is a choice for networks that are trusted.
@@ -77,12 +89,15 @@ private:
     friend class TQWBBridge;
 
     void initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration) override;
+    void end() override;
     bool acceptsEveryCertificate() const override;
     void addProgressView();
 
     WeakDelegate<TQWBRoomStatusProtocol> m_roomStatusDelegate;
     WeakDelegate<TQWBRecordProtocol> m_recordDelegate;
     WeakDelegate<TQWBPermissionProtocol> m_permisssionDelegate;
+    // Held by the registry of native objects.
+    std::weak_ptr<TQWBBridge> m_bridge;
     std::shared_ptr<UIProgressView> m_progressView;
     AcceptedCertificates m_acceptedCertificates = AcceptedCertificates::Good;
 };

@@ -30,7 +30,7 @@ public:
     /// What the view was made with; never null.
     const std::shared_ptr<WKWebViewConfiguration>& configuration() const { return m_configuration; }
 
-    /// Loads a page. A request without an address has no effect.
+    /// Loads a page. A request without an address has no effect, and none has once the view has ended.
     void loadRequest(const NSMutableURLRequest& request);
     /// Names servers that the pages to come will ask, by fetch, WebSocket or otherwise, beside their own. Where the
     /// application has given extra trust anchors, a load begins with a look at the certificates of the page's own
@@ -114,6 +114,12 @@ protected:
     /// Told that nobody waits for the answers of the page's dialogs any more: another page is coming or has come, or
     /// the page's process has ended.
     virtual void pageDialogsAreVoid() { }
+    /// Ends the view for good, without asking the page: its script, timers and connections end at a later turn of the
+    /// main loop, nothing is loaded or run in it any more, and no delegate is told of anything. Main thread; at any
+    /// time, more than once too. A class that overrides it calls its base's.
+    virtual void end();
+    /// Whether `end` was called.
+    bool hasEnded() const;
     /// Whether the application has asked for another page and this one still runs. It gets no answers from its user
     /// then: a page that waits for one cannot be left.
     bool isLeavingPage() const;

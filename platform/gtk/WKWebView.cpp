@@ -68,6 +68,55 @@ void WKWebView::Impl::createEngineView(WebKitNetworkSession* session, WebKitSett
     connect("decide-policy", G_CALLBACK(decidePolicy));
 }
 
+// @param session null: the one of all views.
+// @returns the view before, with its page still.
+GObjectPointer<WebKitWebView> WKWebView::Impl::replaceEngineView(WebKitNetworkSession* session)
+{
+    engineConnections.clear();
+    auto before = retained(webView);
+    GdkRGBA background{};
+    webkit_web_view_get_background_color(before.get(), &background);
+    createEngineView(session, webkit_web_view_get_settings(before.get()), nullptr);
+    webkit_web_view_set_background_color(webView, &background);
+    apply(view.m_scrollView);
+    pageOrigin.reset();
+    challenges.clear();
+    isExplaining = false;
+    return before;
+}
+
+void WKWebView::Impl::end()
+{
+    hasEnded = true;
+    // Whatever waits for its turn comes too late.
+    ++loads;
+    certificates.reset();
+    replacedLoads.clear();
+    loadStage = LoadStage::None;
+    isLeaving = false;
+    cancelDialogs(TellView::Yes);
+    endPage({});
+}
+
+// At a later turn of the main loop: the page may be in the middle of a call to us, and a view that is dropped meanwhile
+// needs no other page. Scripts that are under way hold the engine's view, and may have no end: its disposal does not
+// wait for them.
+void WKWebView::Impl::endPage(std::chrono::milliseconds delay)
+{
+    dispatchToMainAfter(delay, [weak = view.weak_from_this()] {
+        const auto self = weak.lock();
+        if (!self)
+            return;
+        // A loop within a call, such as a dialog's of the application's own.
+        if (EngineCall::isUnderWay()) {
+            self->m_impl->endPage(std::chrono::milliseconds(20));
+            return;
+        }
+        auto* session = webkit_web_view_get_network_session(self->m_impl->webView);
+        g_object_run_dispose(G_OBJECT(self->m_impl->replaceEngineView(session).get()));
+    });
+}
+
 WKWebView::Impl::~Impl()
 {
     certificates.reset();
@@ -82,7 +131,10 @@ WKWebView::Impl::~Impl()
     for (const auto& subview : subviews)
         gtk_overlay_remove_overlay(GTK_OVERLAY(overlay.get()), static_cast<GtkWidget*>(subview->nativeHandle()));
     // The application's window may keep the overlay; the page ends here all the same.
+    const auto page = retained(webView);
     gtk_overlay_set_child(GTK_OVERLAY(overlay.get()), nullptr);
+    if (hasEnded)
+        g_object_run_dispose(G_OBJECT(page.get()));
 }
 
 void WKWebView::Impl::apply(const UIScrollView& scrollView)
@@ -159,7 +211,7 @@ void WKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration>
 void WKWebView::loadRequest(const NSMutableURLRequest& request)
 {
     assert(isMainThread());
-    if (!request.URL)
+    if (!request.URL || hasEnded())
         return;
     m_impl->replaceLoad();
     ++m_impl->loads;
@@ -169,11 +221,23 @@ void WKWebView::loadRequest(const NSMutableURLRequest& request)
 
 void WKWebView::expectServers(std::vector<std::string> servers) { m_impl->expectedServers = std::move(servers); }
 
+void WKWebView::end()
+{
+    assert(isMainThread());
+    m_navigationDelegate.clear();
+    if (!hasEnded())
+        m_impl->end();
+}
+
+bool WKWebView::hasEnded() const { return m_impl->hasEnded; }
+
 bool WKWebView::isLeavingPage() const { return m_impl->isLeaving; }
 
 void WKWebView::evaluateJavaScript(std::string_view script)
 {
     assert(isMainThread());
+    if (hasEnded())
+        return;
     webkit_web_view_evaluate_javascript(m_impl->webView, script.data(), static_cast<gssize>(script.size()), nullptr,
         nullptr, nullptr, nullptr, nullptr);
 }

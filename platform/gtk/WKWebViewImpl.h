@@ -5,6 +5,7 @@
 #include "ServerCertificates.h"
 #include "WidgetStyle.h"
 
+#include <chrono>
 #include <string>
 #include <vector>
 #include <webkit/webkit.h>
@@ -51,8 +52,8 @@ struct WKWebView::Impl {
         EngineCall(const EngineCall&) = delete;
         EngineCall& operator=(const EngineCall&) = delete;
 
-        /// The view's last reference is gone, and its destruction is on its way.
-        bool isTooLate() const { return !m_view; }
+        /// The view has ended, or its last reference is gone and its destruction is on its way.
+        bool isTooLate() const { return !m_view || m_impl.hasEnded; }
         Impl& impl() const { return m_impl; }
         static bool isUnderWay() { return s_depth > 0; }
 
@@ -93,8 +94,11 @@ struct WKWebView::Impl {
     void load(const std::string& uri);
     void loadAgain(const std::string& uri);
     void createEngineView(WebKitNetworkSession* session, WebKitSettings* settings, WebKitWebView* opener);
+    GObjectPointer<WebKitWebView> replaceEngineView(WebKitNetworkSession* session);
     bool isSessionWrong() const;
     void chooseSession();
+    void end();
+    void endPage(std::chrono::milliseconds delay);
     bool isAllowed(const std::string& host, GTlsCertificate* certificate) const;
     void allow(const std::string& host, GTlsCertificate* certificate);
     void allowAndLoad(const std::string& failingUri, const std::string& host, GTlsCertificate* certificate);
@@ -185,6 +189,8 @@ struct WKWebView::Impl {
     bool isExplaining = false;
     // The application has refused the answer to the load that is under way.
     bool isAnswerRefused = false;
+    // Nothing is loaded any more.
+    bool hasEnded = false;
     // How often the application has asked for a page.
     std::uint64_t loads = 0;
     // The application has asked for another page, which has neither come nor failed.

@@ -168,7 +168,7 @@ gboolean WKWebView::Impl::loadFailed(
 {
     const EngineCall call(impl);
     if (call.isTooLate())
-        return FALSE;
+        return TRUE;
     auto& self = call.impl();
     const auto failing = event == WEBKIT_LOAD_COMMITTED ? LoadStage::Committed : LoadStage::Provisional;
     // Of an older load nobody hears here, and its failure is not shown in place of the newer page.

@@ -115,17 +115,7 @@ void WKWebView::Impl::chooseSession()
 {
     if (!isSessionWrong())
         return;
-    engineConnections.clear();
-    const auto before = retained(webView);
-    GdkRGBA background{};
-    webkit_web_view_get_background_color(before.get(), &background);
-    createEngineView(view.acceptsEveryCertificate() ? acceptingSession() : nullptr,
-        webkit_web_view_get_settings(before.get()), nullptr);
-    webkit_web_view_set_background_color(webView, &background);
-    apply(view.m_scrollView);
-    pageOrigin.reset();
-    challenges.clear();
-    isExplaining = false;
+    replaceEngineView(view.acceptsEveryCertificate() ? acceptingSession() : nullptr);
 }
 
 // At a later turn of the main loop, since the engine has not done with the failed load while it tells of it, and only
@@ -227,7 +217,7 @@ gboolean WKWebView::Impl::loadFailedWithTlsErrors(
 {
     const EngineCall call(impl);
     if (call.isTooLate())
-        return FALSE;
+        return TRUE;
     auto& self = call.impl();
     // An older load's.
     if (self.loadStage != LoadStage::Provisional)
@@ -284,8 +274,9 @@ void WKWebView::Impl::refuseCertificate()
 gboolean WKWebView::Impl::authenticate(WebKitWebView*, WebKitAuthenticationRequest* request, gpointer impl)
 {
     const EngineCall call(impl);
+    // A view that goes asks nobody, by a dialog of the engine's neither.
     if (call.isTooLate())
-        return FALSE;
+        return TRUE;
     auto& self = call.impl();
     auto delegate = self.view.m_navigationDelegate.respondingTo(kChallengeMethod);
     if (!delegate)

@@ -118,7 +118,7 @@ protected:
         return recorder->events;
     }
 
-    HttpsServer server{ [this](const ReceivedRequest& request, Wire& wire) {
+    HttpsServer server{ [](const ReceivedRequest& request, Wire& wire) {
                            const auto path = request.line().substr(4, request.line().find(' ', 4) - 4);
                            const std::string html = "Content-Type: text/html\r\n";
                            if (path == "/hang") {
@@ -179,7 +179,10 @@ TEST_F(NavigationDelegateTest, AnotherLoadTakesThePlaceOfOneThatHasNotEnded)
         recorder->events.clear();
         const auto requestsBefore = server.requests().size();
         view->loadUrl(path == "/slow" ? "https://127.0.0.1" + port() + path : at(path));
-        runUntil([&] { return begun.empty() || (recorder->has(begun) && server.requests().size() > requestsBefore); },
+        runUntil(
+            [&, begun = begun] {
+                return begun.empty() || (recorder->has(begun) && server.requests().size() > requestsBefore);
+            },
             "the load has begun");
         if (path == "/slow")
             runUntil([&] { return view->pageOrigin() == "https://127.0.0.1" + port(); }, "the page has begun to come");

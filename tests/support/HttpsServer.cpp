@@ -91,6 +91,12 @@ void Wire::reset()
     g_socket_close(socket, nullptr);
 }
 
+void Wire::waitForMore()
+{
+    std::string ignored;
+    readMore(g_io_stream_get_input_stream(m_connection), m_cancellable, ignored);
+}
+
 void Wire::waitForEnd()
 {
     std::string ignored;

@@ -66,6 +66,8 @@ public:
     bool send(const std::string& bytes);
     /// The other end learns of it as of a machine that has crashed and come back.
     void reset();
+    /// Returns when the other end has said something more or gone, or the server goes.
+    void waitForMore();
     /// Returns when the other end has gone, or the server goes.
     void waitForEnd();
 

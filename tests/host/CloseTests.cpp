@@ -1,0 +1,257 @@
+#include "tests/support/Authority.h"
+#include "tests/support/HttpsServer.h"
+#include "tests/support/PageTest.h"
+
+#include "TQWhiteBoardLib/TQWBWebView.h"
+#include "platform/Foundation/NSURLSession.h"
+#include "platform/gtk/GLibPointers.h"
+
+#include <algorithm>
+#include <atomic>
+
+namespace tq::test {
+namespace {
+
+using Events = std::vector<std::string>;
+
+// Is told everything, and does then what the test wants.
+class Everything final : public TQWBRoomStatusProtocol,
+                         public TQWBRecordProtocol,
+                         public WKNavigationDelegate,
+                         public WKUIDelegate,
+                         public NSObject {
+public:
+    static const NSClass& staticClass()
+    {
+        static const auto table
+            = NSClass::of<Everything>("Everything", &NSObject::staticClass(), { { "call:", &Everything::call } });
+        return table;
+    }
+    const NSClass& objectClass() const override { return staticClass(); }
+
+    OptionalValue call(OptionalValue) { return tell("call"), std::nullopt; }
+    void onWBRoomQuit() override { tell("quit"); }
+    void onWBRecordStart() override { tell("record"); }
+    void didStartProvisionalNavigation(WKWebView&, const WKNavigation&) override { tell("start"); }
+    void didFinishNavigation(WKWebView&, const WKNavigation&) override { tell("finish"); }
+    void didFailProvisionalNavigation(WKWebView&, const WKNavigation&, const NSError&) override { tell("failure"); }
+    void webViewWebContentProcessDidTerminate(WKWebView&) override { tell("crash"); }
+    void didReceiveAuthenticationChallenge(
+        WKWebView&, const NSURLAuthenticationChallenge&, ChallengeCompletion completion) override
+    {
+        challenge = std::move(completion);
+        tell("challenge");
+    }
+    void runJavaScriptAlertPanelWithMessage(
+        WKWebView&, std::string_view, const WKFrameInfo&, std::function<void()> completion) override
+    {
+        dialog = std::move(completion);
+        tell("alert");
+    }
+
+    Events events;
+    ChallengeCompletion challenge;
+    std::function<void()> dialog;
+    std::function<void()> then;
+
+private:
+    void tell(const std::string& event)
+    {
+        events.push_back(event);
+        if (then)
+            then();
+    }
+};
+
+constexpr const char* kCalling = "<script>prompt('_dsbridge=all.call', '{}');</script>";
+
+// The server's half of a WebSocket's beginning.
+std::string upgradeFor(const std::string& head)
+{
+    const std::string field = "Sec-WebSocket-Key: ";
+    const auto at = head.find(field) + field.size();
+    const auto key = head.substr(at, head.find("\r\n", at) - at) + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11";
+    std::uint8_t digest[20];
+    gsize length = sizeof digest;
+    const std::unique_ptr<GChecksum, Releaser<g_checksum_free>> sum(g_checksum_new(G_CHECKSUM_SHA1));
+    g_checksum_update(sum.get(), reinterpret_cast<const guchar*>(key.data()), static_cast<gssize>(key.size()));
+    g_checksum_get_digest(sum.get(), digest, &length);
+    const GCharPointer accept(g_base64_encode(digest, length));
+    return "HTTP/1.1 101 Switching\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Accept: "
+        + std::string(accept.get()) + "\r\n\r\n";
+}
+
+class CloseTest : public testing::Test {
+protected:
+    void SetUp() override { anchors(HttpsServer::authority()); }
+    void TearDown() override { anchors(std::nullopt); }
+    static void anchors(OptionalText pem)
+    {
+        NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(std::move(pem));
+    }
+    static std::shared_ptr<TQWBWebView> makeView() { return TQWBWebView::initWithFrame({ 0, 0, 300, 200 }, nullptr); }
+    std::string at(const std::string& path) const { return "https://" + server.host() + path; }
+    std::ptrdiff_t countOf(const std::string& path) const
+    {
+        const auto requests = server.requests();
+        return std::ranges::count_if(
+            requests, [&](const auto& request) { return request.line().find(path + " ") != std::string::npos; });
+    }
+
+    std::atomic<int> openSockets = 0;
+    std::atomic<bool> hasSocketEnded = false;
+    HttpsServer server{ [this](const ReceivedRequest& request, Wire& wire) {
+                           const auto is = [&](const char* path) {
+                               return request.line().find(std::string(path) + " ") != std::string::npos;
+                           };
+                           if (is("/socket")) {
+                               wire.send(upgradeFor(request.head));
+                               ++openSockets;
+                               // The page says nothing but that it closes.
+                               wire.waitForMore();
+                               hasSocketEnded = true;
+                           } else if (is("/hang")) {
+                               wire.waitForEnd();
+                           } else {
+                               wire.send(HttpsServer::answerWith(200,
+                                   is("/room")
+                                       ? "<script>setInterval(() => fetch('/tick'), 20);"
+                                         "window.socket = new WebSocket(`wss://${location.host}/socket`);</script>"
+                                       : "<p>page",
+                                   "Content-Type: text/html\r\n"));
+                           }
+                       },
+        {} };
+};
+
+TEST_F(CloseTest, IsSafeAtAnyTime)
+{
+    const Authority unknown;
+    const HttpsServer untrusted(
+        [](const ReceivedRequest&, Wire&) {}, { unknown.identity({ .host = "close.localhost" }) });
+    // Waits for a request in clear, and so never shakes hands.
+    const HttpsServer silent([](const ReceivedRequest&, Wire&) {}, { {}, true });
+    const struct {
+        const char* name;
+        std::string address;
+        // The view is closed within what it tells of this; empty: from outside, when the next one holds.
+        const char* within = "";
+        std::function<bool(const Everything& told)> when = [](const Everything&) { return true; };
+        const char* script = "";
+    } rows[] = {
+        { "before the first page", "" },
+        { "a load has been asked for", at("/page") },
+        { "the load is on its way", at("/hang"), "", [&](const auto&) { return countOf("/hang") > 0; } },
+        { "a handshake for certificates", "https://" + silent.host() + "/", "",
+            [&](const auto&) { return silent.connections() > 0; } },
+        { "a decision about a certificate", "https://close." + untrusted.host() + "/", "",
+            [](const auto& told) { return told.challenge != nullptr; } },
+        { "asked about a certificate", "https://close." + untrusted.host() + "/", "challenge" },
+        { "a load has begun", at("/page"), "start" },
+        { "a load has ended", at("/page"), "finish" },
+        { "a load has failed", "https://127.0.0.1:" + std::to_string(refusingPort()) + "/", "failure" },
+        { "a call of the page", pageWith(kCalling), "call" },
+        { "a room's event", pageWith("<script>prompt('_dsbridge=TQJSBridge.onRecordStart', '{}')</script>"), "record" },
+        { "the room's end", pageWith("<script>prompt('_dsbridge=TQJSBridge.onRoomQuited', '{}')</script>"), "quit" },
+        { "a dialog is open", pageWith("<script>alert('?'); " + std::string(kCalling + 8)), "",
+            [](const auto& told) { return told.dialog != nullptr; } },
+        { "a dialog comes", pageWith("<script>alert('?'); " + std::string(kCalling + 8)), "alert" },
+        { "a script without an end", pageWith(kCalling), "",
+            [](const auto& told) { return std::ranges::count(told.events, "finish") > 0; }, "for (;;);" },
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        auto room = makeView();
+        const std::weak_ptr<TQWBWebView> watched = room;
+        const auto told = std::make_shared<Everything>();
+        room->setRoomStatusDelegate(told);
+        room->setRecordDelegate(told);
+        room->setNavigationDelegate(told);
+        room->setDSUIDelegate(told);
+        room->addJavascriptObject(told, "all");
+        auto token = std::make_shared<int>();
+        const std::weak_ptr<int> waiting = token;
+        room->callHandler("never", [token = std::move(token)](const auto&) {});
+        bool isClosed = false;
+        const auto close = [&] {
+            room->close();
+            isClosed = true;
+            told->then = nullptr;
+        };
+        const std::string within = row.within;
+        told->then = [&] {
+            if (told->events.back() == within)
+                close();
+        };
+        if (!row.address.empty())
+            room->loadUrl(row.address);
+        if (within.empty()) {
+            runUntil([&] { return row.when(*told); }, "the time has come");
+            room->evaluateJavaScript(row.script);
+            close();
+        }
+        runUntil([&] { return isClosed; }, "the view is closed");
+        room->close();
+        EXPECT_TRUE(waiting.expired());
+        const auto known = told->events;
+        room->loadUrl(at("/after"));
+        room->callHandler("late", [](const auto&) { ADD_FAILURE(); });
+        if (const auto late = std::exchange(told->challenge, nullptr))
+            late(NSURLSessionAuthChallengeDisposition::CancelAuthenticationChallenge, std::nullopt);
+        if (const auto late = std::exchange(told->dialog, nullptr))
+            late();
+        // What another view does afterwards is what this one did not.
+        auto other = makeView();
+        other->loadUrl(pageWith("<p>"));
+        runUntil([&] { return other->estimatedProgress() == 1; }, "another view's page is there");
+        other->close();
+        EXPECT_EQ(room->call("TQJSBridge.onRecordStart", "{}"), R"({"code":0,"data":"onRecordStart"})");
+        EXPECT_EQ(told->events, known);
+        EXPECT_EQ(room->URL(), std::nullopt);
+        room.reset();
+        runUntil([&] { return watched.expired(); }, "the view is destroyed");
+    }
+    EXPECT_EQ(countOf("/after"), 0);
+}
+
+TEST_F(CloseTest, ThePagesTimersAndConnectionsEnd)
+{
+    for (const auto& [isDropped, script] :
+        std::vector<std::pair<bool, std::string>>{ { false, "" }, { true, "" }, { false, "for (;;);" } }) {
+        SCOPED_TRACE(script + (isDropped ? " dropped" : ""));
+        openSockets = 0;
+        hasSocketEnded = false;
+        auto room = makeView();
+        const auto ticksBefore = countOf("/tick");
+        room->loadUrl(at("/room"));
+        runUntil([&] { return openSockets == 1 && countOf("/tick") > ticksBefore; }, "the page runs");
+        room->evaluateJavaScript(script);
+        room->close();
+        if (isDropped)
+            room.reset();
+        runUntil([&] { return hasSocketEnded.load(); }, "the page's connection has ended");
+        const auto ticks = countOf("/tick");
+        // As long as another page takes for ten ticks.
+        auto other = makeView();
+        const auto reports = std::make_shared<Reports>();
+        other->addJavascriptObject(reports, "test");
+        other->loadUrl(pageWith("<script>setInterval(() => prompt('_dsbridge=test.report', '{}'), 20)</script>"));
+        runUntil([&] { return reports->values.size() == 10; }, "time has passed");
+        other->close();
+        EXPECT_EQ(countOf("/tick"), ticks);
+    }
+}
+
+TEST_F(CloseTest, ViewsThatWereNeverUsedGo)
+{
+    std::vector<std::weak_ptr<TQWBWebView>> watched;
+    for (int count = 0; count < 10; ++count) {
+        const auto unused = makeView();
+        watched.push_back(unused);
+        unused->close();
+    }
+    EXPECT_TRUE(std::ranges::all_of(watched, [](const auto& view) { return view.expired(); }));
+}
+
+} // namespace
+} // namespace tq::test
