@@ -26,6 +26,8 @@ public:
     bool setExtraTrustAnchors(OptionalText pem);
     /// The certificates as they were given; absent when there are none. Any thread.
     OptionalText extraTrustAnchors() const;
+    /// Whether there are any. Any thread.
+    bool hasExtraTrustAnchors() const;
 
 private:
     NSURLSessionConfiguration() = default;

@@ -61,6 +61,12 @@ OptionalText NSURLSessionConfiguration::extraTrustAnchors() const
     return trustAnchors().pem;
 }
 
+bool NSURLSessionConfiguration::hasExtraTrustAnchors() const
+{
+    const std::lock_guard lock(trustAnchors().mutex);
+    return trustAnchors().pem.has_value();
+}
+
 struct NSURLSession::Impl {
     std::shared_ptr<NSURLSessionDelegate> delegate;
     std::shared_ptr<NSOperationQueue> queue;

@@ -86,7 +86,7 @@ void WKWebView::Impl::load(const std::string& uri)
         return;
     }
     chooseSession();
-    if (!NSURLSessionConfiguration::defaultSessionConfiguration().extraTrustAnchors() || acceptsAll(webView)) {
+    if (!NSURLSessionConfiguration::defaultSessionConfiguration().hasExtraTrustAnchors() || acceptsAll(webView)) {
         giveToEngine(uri);
         return;
     }
@@ -157,7 +157,7 @@ void WKWebView::Impl::allowAndLoad(const std::string& failingUri, const std::str
 void WKWebView::Impl::resourceLoadStarted(WebKitWebView*, WebKitWebResource* resource, WebKitURIRequest*, gpointer impl)
 {
     using View = std::weak_ptr<WKWebView>;
-    if (!NSURLSessionConfiguration::defaultSessionConfiguration().extraTrustAnchors())
+    if (!NSURLSessionConfiguration::defaultSessionConfiguration().hasExtraTrustAnchors())
         return;
     g_signal_connect_data(
         resource, "failed-with-tls-errors",
