@@ -10,6 +10,7 @@ set(public_headers
     DWKWebView.h
     DialogLabels.h
     NativeFunctions.h
+    TQWBError.h
     TQWBException.h
     TQWBLog.h
     TQWBNaviCode.h
@@ -19,6 +20,8 @@ set(public_headers
     TQWBRecordConfig.h
     TQWBRecordProtocol.h
     TQWBRole.h
+    TQWBRoom.h
+    TQWBRoomCode.h
     TQWBRoomConfig.h
     TQWBRoomStatusProtocol.h
     TQWBSessionCode.h
@@ -26,6 +29,7 @@ set(public_headers
     TQWhiteBoard.h
     TQWhiteBoardLib.h
     gtk/NativeView.h
+    testing/TQWBFakeRoom.h
 )
 # What these include of the platform's headers. They are installed beside them, where a quoted "platform/..." is looked for
 # first: users need no search path of their own for it.

@@ -45,6 +45,14 @@ add_library(tqwb_objects OBJECT
     platform/gtk/WKWebViewUserContent.cpp
     platform/gtk/WidgetStyle.cpp
     session/ConferenceRequests.cpp
+    session/LiveRoom.cpp
+    session/Membership.cpp
+    session/RoomProgress.cpp
+    session/ServiceRequests.cpp
+    session/ServiceSearch.cpp
+    session/TQWBError.cpp
+    session/TQWBFakeRoom.cpp
+    session/TQWBRoom.cpp
     session/TQWhiteBoard.cpp
 )
 configure_file(session/DefaultNavigation.h.in "${PROJECT_BINARY_DIR}/generated/DefaultNavigation.h" @ONLY)

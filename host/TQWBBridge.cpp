@@ -1,5 +1,6 @@
 #include "TQWBBridge.h"
 
+#include "PageWatcher.h"
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "platform/Foundation/NSData.h"
 #include "platform/Foundation/NSLog.h"
@@ -48,6 +49,11 @@ const NSClass& TQWBBridge::staticClass()
     return table;
 }
 
+std::shared_ptr<PageWatcher> TQWBBridge::watcher() const
+{
+    return m_webView ? m_webView->m_pageWatcher.lock() : nullptr;
+}
+
 OptionalValue TQWBBridge::onRecordStart(OptionalValue)
 {
     NSLog("[TQ:Log] onRecordStart");
@@ -84,6 +90,8 @@ OptionalValue TQWBBridge::onRoomQuited(OptionalValue)
             ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomQuit)
             : nullptr)
         delegate->onWBRoomQuit();
+    if (const auto watcher = this->watcher())
+        watcher->roomWasQuit();
     return "onRoomQuited";
 }
 
@@ -91,11 +99,14 @@ OptionalValue TQWBBridge::onRoomException(OptionalValue argument)
 {
     NSLog(TQWBLogLevel::Error, "[TQ:Log] onRoomException：" + logged(argument));
     const Unlinking unlinking(*this);
+    const TQWBException exception{ .code = integerValue(memberOf(argument, "code")),
+        .msg = textValue(memberOf(argument, "msg")) };
     if (auto delegate = m_webView && !isEmpty(argument)
             ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomException)
             : nullptr)
-        delegate->onWBRoomException(
-            { .code = integerValue(memberOf(argument, "code")), .msg = textValue(memberOf(argument, "msg")) });
+        delegate->onWBRoomException(exception);
+    if (const auto watcher = this->watcher())
+        watcher->roomHasFailed(exception);
     return "onRoomException";
 }
 
@@ -108,6 +119,8 @@ OptionalValue TQWBBridge::onLoadStart(OptionalValue)
 OptionalValue TQWBBridge::onLoadEnd(OptionalValue)
 {
     NSLog("[TQ:Log] onLoadEnd");
+    if (const auto watcher = this->watcher())
+        watcher->pageHasLoaded();
     return "onLoadEnd";
 }
 

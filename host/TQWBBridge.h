@@ -6,6 +6,7 @@
 
 namespace tq {
 
+class PageWatcher;
 class TQWBWebView;
 
 /// Answers the events that a room's page reports and hands them to the view's delegates. Main thread, but for its
@@ -32,6 +33,8 @@ public:
     OptionalValue onCaptureEnd(OptionalValue argument);
 
 private:
+    std::shared_ptr<PageWatcher> watcher() const;
+
     std::shared_ptr<TQWBWebView> m_webView;
 };
 

@@ -96,6 +96,33 @@ void TQWBNaviManager::walk(std::shared_ptr<const URLList> navis, std::size_t ind
 void TQWBNaviManager::requestNavi(const std::optional<NSURL>& navi, const OptionalText& appKey,
     const OptionalText& token, const OptionalText& version, double timeout, NaviSuccess success, NaviFailure failure)
 {
+    ask(navi, appKey, token, version, timeout,
+        [this, appKey, token, success = std::move(success), failure = std::move(failure)](
+            const OptionalText& data, NSInteger status, const std::optional<NSError>& error) {
+            completionWithAppKey(appKey, token, data, status, error, success, failure);
+        });
+}
+
+void TQWBNaviManager::attempt(const std::optional<NSURL>& navi, const OptionalText& appKey, const OptionalText& token,
+    const OptionalText& version, double timeout, std::function<void(const Attempted&)> done)
+{
+    ask(navi, appKey, token, version, timeout,
+        [this, appKey, token, done = std::move(done)](
+            const OptionalText& data, NSInteger status, const std::optional<NSError>& error) {
+            Attempted attempted{ nullptr, 0, {}, error };
+            completionWithAppKey(
+                appKey, token, data, status, error, [&](bool) { attempted.service = getNaviData(appKey, token); },
+                [&](NSUInteger code, const OptionalText&, const std::string& description) {
+                    attempted.code = code;
+                    attempted.description = description;
+                });
+            done(attempted);
+        });
+}
+
+void TQWBNaviManager::ask(const std::optional<NSURL>& navi, const OptionalText& appKey, const OptionalText& token,
+    const OptionalText& version, double timeout, Answered answered)
+{
     {
         const std::lock_guard lock(m_mutex);
         m_lastAttempt = { navi, appKey, token, version, timeout };
@@ -103,14 +130,14 @@ void TQWBNaviManager::requestNavi(const std::optional<NSURL>& navi, const Option
     auto session = NSURLSession::sessionWithConfiguration(
         NSURLSessionConfiguration::defaultSessionConfiguration(), sharedInstance(), NSOperationQueue::mainQueue());
     auto task = session->dataTaskWithRequest(naviRequest(navi, appKey, token, version, timeout),
-        [this, appKey, token, success = std::move(success), failure = std::move(failure)](const OptionalText& data,
-            const std::optional<NSHTTPURLResponse>& response, const std::optional<NSError>& error) {
+        [answered = std::move(answered)](const OptionalText& data, const std::optional<NSHTTPURLResponse>& response,
+            const std::optional<NSError>& error) {
             const NSInteger status = response ? response->statusCode : 0;
             if (status != 200)
                 NSLog(TQWBLogLevel::Warning,
                     "[TQ:Log] response:" + (response ? response->description() : std::string(kAbsentText))
                         + ", error:" + errorDescription(error));
-            completionWithAppKey(appKey, token, error ? std::nullopt : data, status, error, success, failure);
+            answered(error ? std::nullopt : data, status, error);
         });
     task.resume();
     session->finishTasksAndInvalidate();

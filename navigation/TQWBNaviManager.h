@@ -54,6 +54,20 @@ public:
     /// Asks one address.
     void requestNavi(const std::optional<NSURL>& navi, const OptionalText& appKey, const OptionalText& token,
         const OptionalText& version, double timeout, NaviSuccess success, NaviFailure failure);
+    /// What came of asking one address.
+    struct Attempted {
+        /// What is stored for the pair now; absent after a failure, and when what came could not be stored.
+        std::shared_ptr<TQWBNaviDataInfo> service;
+        /// Of a failure.
+        NSUInteger code = 0;
+        /// Of a failure.
+        std::string description;
+        /// Why there was no answer; absent: there was one.
+        std::optional<NSError> error;
+    };
+    /// Asks one address, for those who want to know all. @param done runs once, on the main thread.
+    void attempt(const std::optional<NSURL>& navi, const OptionalText& appKey, const OptionalText& token,
+        const OptionalText& version, double timeout, std::function<void(const Attempted&)> done);
     /// Interprets an answer.
     void completionWithAppKey(const OptionalText& appKey, const OptionalText& token, const OptionalText& data,
         NSInteger responseCode, const std::optional<NSError>& httpError, const NaviSuccess& success,
@@ -97,7 +111,12 @@ private:
         double timeout = 0;
     };
 
+    using Answered
+        = std::function<void(const OptionalText& data, NSInteger status, const std::optional<NSError>& error)>;
+
     TQWBNaviManager() = default;
+    void ask(const std::optional<NSURL>& navi, const OptionalText& appKey, const OptionalText& token,
+        const OptionalText& version, double timeout, Answered answered);
     Attempt lastAttempt() const;
     void walk(std::shared_ptr<const URLList> navis, std::size_t index, const OptionalText& appKey,
         const OptionalText& token, const OptionalText& version, double timeout, NaviSuccess success,

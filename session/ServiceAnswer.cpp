@@ -9,6 +9,7 @@ namespace tq {
 ServiceAnswer::ServiceAnswer(const OptionalText& data)
 {
     const auto answer = data ? NSJSONSerialization::JSONObjectWithData(*data) : std::nullopt;
+    isReadable = memberOf(answer, "code");
     code = intValue(memberOf(answer, "code"));
     if (const auto* member = memberOf(answer, "desc"))
         desc = *member;

@@ -10,6 +10,8 @@ namespace tq {
 struct ServiceAnswer {
     explicit ServiceAnswer(const OptionalText& data);
 
+    /// Whether it is a JSON object with a code, as the service's answers are.
+    bool isReadable = false;
     /// 0: success; anything else is the service's own code.
     std::int32_t code = 0;
     /// The code as the application is told it: the sign is carried into the word.

@@ -7,6 +7,7 @@
 #include "navigation/TQWBNaviManager.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/Random.h"
+#include "session/ServiceRequests.h"
 
 namespace tq {
 
@@ -168,14 +169,7 @@ void TQWhiteBoard::dropWebView()
     m_webView.swap(dropped);
 }
 
-std::string TQWhiteBoard::getRoomUrl(const OptionalText& key) const
-{
-    const auto data = naviData();
-    if (!data || data->iwbConferenceUri.value_or("").empty() || data->iwbLeaseUri.value_or("").empty())
-        return {};
-    return "https://" + *data->iwbConferenceUri + "/conference/index.html?key=" + std::string(describe(key))
-        + "&iwbLeaseUri=" + *data->iwbLeaseUri;
-}
+std::string TQWhiteBoard::getRoomUrl(const OptionalText& key) const { return roomPageAddress(naviData().get(), key); }
 
 std::string TQWhiteBoard::generateMixed(std::int32_t length)
 {

@@ -3,6 +3,7 @@
 // Operations of the library for C++20 coroutines. Optional: `TQWhiteBoardLib.h` does not include it.
 
 #include "DWKWebView.h"
+#include "TQWBRoom.h"
 #include "TQWhiteBoard.h"
 #include "platform/Foundation/Dispatch.h"
 
@@ -348,6 +349,17 @@ inline Operation<TQWBOutcome> quit(TQWhiteBoard& board)
     return awaitOutcome([&board](TQWBSuccess success, TQWBFailure error) {
         board.quitWhiteBoard(std::move(success), std::move(error));
     });
+}
+
+/// `co_await room.enter(config)`, `co_await room.leave()`: see `TQWBRoom`. A room that is dropped meanwhile counts as
+/// cancelled.
+inline Operation<TQWBRoomOutcome> operator co_await(TQWBRoomStep step)
+{
+    return Operation<TQWBRoomOutcome>(
+        [step = std::move(step)](
+            const auto& taker) { step.await([taker](const TQWBRoomOutcome& outcome) { taker->take(outcome); }); },
+        TQWBRoomOutcome{
+            TQWBError{ TQWBErrorCategory::Cancelled, TQWBRoomCodeCancelled, "The room was dropped before it came." } });
 }
 
 /// `co_await tq::callHandler<int>(view, "sum", 3, 4)`: the first answer of a page function, see

@@ -10,6 +10,7 @@
 
 namespace tq {
 
+class PageWatcher;
 class TQWBBridge;
 
 /// Which certificates the servers of a view may have: those that are good for the system or the extra trust anchors,
@@ -85,6 +86,11 @@ public:
     void observeValueForKeyPath(
         std::string_view keyPath, NSObject* object, const boost::json::object& change, void* context) override;
 
+    /// @cond
+    // Told what the page says of itself, after the delegates. Held weakly.
+    void setPageWatcher(std::weak_ptr<PageWatcher> watcher) { m_pageWatcher = std::move(watcher); }
+    /// @endcond
+
 private:
     friend class TQWBBridge;
 
@@ -99,6 +105,7 @@ private:
     // Held by the registry of native objects.
     std::weak_ptr<TQWBBridge> m_bridge;
     std::shared_ptr<UIProgressView> m_progressView;
+    std::weak_ptr<PageWatcher> m_pageWatcher;
     AcceptedCertificates m_acceptedCertificates = AcceptedCertificates::Good;
 };
 

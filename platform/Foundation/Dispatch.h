@@ -14,6 +14,9 @@ TQWB_EXPORT void dispatchToMain(std::function<void()> task);
 /// The same, not before the delay has passed.
 TQWB_EXPORT void dispatchToMainAfter(std::chrono::milliseconds delay, std::function<void()> task);
 
+/// Runs what is due on the main thread's loop, without waiting. Main thread, outside its loop.
+TQWB_EXPORT void runDueOnMain();
+
 /// Whether the caller is on the thread that runs the main loop.
 TQWB_EXPORT bool isMainThread();
 

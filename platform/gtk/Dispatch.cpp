@@ -60,6 +60,11 @@ void dispatchToMainAfter(std::chrono::milliseconds delay, Task task)
     attach(g_timeout_source_new(static_cast<guint>(std::clamp(delay, delay.zero(), limit).count())), std::move(task));
 }
 
+void runDueOnMain()
+{
+    while (g_main_context_iteration(nullptr, FALSE)) { }
+}
+
 bool isMainThread()
 {
     // Outside a running loop nobody owns the context; then it is the thread that the process began with.

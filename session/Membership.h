@@ -1,0 +1,51 @@
+#pragma once
+
+#include "ServiceRequests.h"
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <vector>
+
+namespace tq {
+
+/// A user's place in a room at the service, from the moment that the join is sent. Main thread; what it has begun goes
+/// on without a main loop, and without anybody who holds it.
+class Membership : public std::enable_shared_from_this<Membership> {
+public:
+    /// On the main thread, once.
+    using Joined = std::function<void(const ServiceReply& reply)>;
+    /// On the main thread, once. @param reply absent: there was nothing to leave.
+    using Left = std::function<void(const std::optional<ServiceReply>& reply)>;
+
+    /// Sends the join at once.
+    static std::shared_ptr<Membership> join(
+        std::shared_ptr<const TQWBNaviDataInfo> service, const TQWBRoomConfig& config, Joined joined);
+    /// Calls when nobody is on the way out of the room as this user any more, who would take the newcomer along; at
+    /// once if nobody is.
+    static void whenFree(const TQWBRoomConfig& config, std::function<void()> then);
+
+    /// Takes the user out of the room, once the join has been answered; not when that was a refusal. Twice is once.
+    void leave(Left left);
+    /// There is nothing to leave any more: the page has said so.
+    void forget();
+
+private:
+    Membership(std::shared_ptr<const TQWBNaviDataInfo> service, const TQWBRoomConfig& config);
+    void answered(const ServiceReply& reply);
+    void sendQuit();
+    void end(const std::optional<ServiceReply>& reply);
+
+    const std::shared_ptr<const TQWBNaviDataInfo> m_service;
+    const TQWBRoomConfig m_config;
+
+    // Join and quit are answered on threads of their own.
+    std::mutex m_mutex;
+    bool m_isAnswered = false;
+    bool m_isIn = true;
+    bool m_isLeaving = false;
+    std::vector<Left> m_left;
+};
+
+} // namespace tq
