@@ -85,7 +85,8 @@ private:
     {
         say("Joining ...");
         m_view = tq::TQWBWebView::initWithFrame({ 0, 0, 860, 600 }, nullptr);
-        m_view->setRoomStatusDelegate(shared_from_this());
+        const auto self = shared_from_this();
+        m_view->setRoomStatusDelegate(self);
         gtk_widget_set_hexpand(tq::nativeView(*m_view), TRUE);
         gtk_box_append(GTK_BOX(m_place), tq::nativeView(*m_view));
         m_board = tq::TQWhiteBoard::initWithWebView(m_view);

@@ -157,6 +157,9 @@ public:
         if (m_dsUIDelegate.get().get() == this)
             m_dsUIDelegate.clear();
     }
+    /// A temporary would be gone at once, since nobody else holds it: keep the delegate, and give that.
+    template <DelegateOf<WKUIDelegate> Delegate>
+    void setDSUIDelegate(const std::shared_ptr<Delegate>&& delegate) = delete;
     /// Absent when none was set or it is gone.
     std::shared_ptr<WKUIDelegate> DSUIDelegate() const { return m_dsUIDelegate.get(); }
 

@@ -47,23 +47,33 @@ public:
     /// the delegate is. Every certificate is a choice for networks that are trusted.
     void setAcceptedCertificates(AcceptedCertificates accepted) { m_acceptedCertificates = accepted; }
 
-    /// Delegates are held weakly and set by their own class; a null pointer of that class takes one away.
+    /// Delegates are held weakly and set by their own class; a null pointer of that class, in a variable,
+    /// takes one away.
     template <DelegateOf<TQWBRoomStatusProtocol> Delegate>
     void setRoomStatusDelegate(const std::shared_ptr<Delegate>& delegate)
     {
         m_roomStatusDelegate.set(delegate);
     }
+    /// A temporary would be gone at once, since nobody else holds it: keep the delegate, and give that.
+    template <DelegateOf<TQWBRoomStatusProtocol> Delegate>
+    void setRoomStatusDelegate(const std::shared_ptr<Delegate>&& delegate) = delete;
     /// As `setRoomStatusDelegate`.
     template <DelegateOf<TQWBRecordProtocol> Delegate> void setRecordDelegate(const std::shared_ptr<Delegate>& delegate)
     {
         m_recordDelegate.set(delegate);
     }
+    /// A temporary would be gone at once, since nobody else holds it: keep the delegate, and give that.
+    template <DelegateOf<TQWBRecordProtocol> Delegate>
+    void setRecordDelegate(const std::shared_ptr<Delegate>&& delegate) = delete;
     /// As `setRoomStatusDelegate`.
     template <DelegateOf<TQWBPermissionProtocol> Delegate>
     void setPermisssionDelegate(const std::shared_ptr<Delegate>& delegate)
     {
         m_permisssionDelegate.set(delegate);
     }
+    /// A temporary would be gone at once, since nobody else holds it: keep the delegate, and give that.
+    template <DelegateOf<TQWBPermissionProtocol> Delegate>
+    void setPermisssionDelegate(const std::shared_ptr<Delegate>&& delegate) = delete;
     /// Absent when none was set or it is gone.
     std::shared_ptr<TQWBRoomStatusProtocol> roomStatusDelegate() const { return m_roomStatusDelegate.get(); }
     /// Absent when none was set or it is gone.

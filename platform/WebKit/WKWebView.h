@@ -59,12 +59,18 @@ public:
     {
         m_uiDelegate.set(delegate);
     }
+    /// A temporary would be gone at once, since nobody else holds it: keep the delegate, and give that.
+    template <DelegateOf<WKUIDelegate> Delegate>
+    void setUIDelegate(const std::shared_ptr<Delegate>&& delegate) = delete;
     /// The navigation delegate, held weakly. The view itself may be its own.
     template <DelegateOf<WKNavigationDelegate> Delegate>
     void setNavigationDelegate(const std::shared_ptr<Delegate>& delegate)
     {
         m_navigationDelegate.set(delegate);
     }
+    /// A temporary would be gone at once, since nobody else holds it: keep the delegate, and give that.
+    template <DelegateOf<WKNavigationDelegate> Delegate>
+    void setNavigationDelegate(const std::shared_ptr<Delegate>&& delegate) = delete;
     /// Absent when none was set or it is gone.
     std::shared_ptr<WKUIDelegate> UIDelegate() const { return m_uiDelegate.get(); }
     /// Absent when none was set or it is gone.

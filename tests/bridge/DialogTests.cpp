@@ -129,7 +129,8 @@ TEST_F(DialogTest, EveryKindIsAnsweredByItsWindowOrByTheDelegate)
     const auto delegate = std::make_shared<AllDialogs>();
     for (const auto& kind : kKinds) {
         for (const bool hasDelegate : { false, true }) {
-            view->setDSUIDelegate(hasDelegate ? delegate : nullptr);
+            const auto given = hasDelegate ? delegate : nullptr;
+            view->setDSUIDelegate(given);
             for (const bool isBlocking : { true, false }) {
                 blockScript(isBlocking);
                 for (const auto answer : { Answer::Ok, Answer::Cancel }) {
@@ -486,7 +487,8 @@ TEST_F(DialogTest, APageThatAsksCanBeLeft)
     };
     int number = 0;
     for (const bool hasDelegate : { false, true }) {
-        view->setDSUIDelegate(hasDelegate ? delegate : nullptr);
+        const auto given = hasDelegate ? delegate : nullptr;
+        view->setDSUIDelegate(given);
         load();
         // It asks again as soon as it is answered.
         view->evaluateJavaScript("prompt('blocked'); alert('again'); confirm('and again')");

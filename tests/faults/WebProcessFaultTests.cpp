@@ -282,7 +282,8 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfADialog)
     for (const char* question : { "alert('a')", "confirm('b')", "prompt('c')" }) {
         for (const bool hasDelegate : { false, true }) {
             SCOPED_TRACE(question + std::string(hasDelegate ? " by delegate" : " by window"));
-            view->setDSUIDelegate(hasDelegate ? delegate : nullptr);
+            const auto given = hasDelegate ? delegate : nullptr;
+            view->setDSUIDelegate(given);
             load();
             const int ends = m_ends;
             const auto count = reports->values.size();
@@ -301,7 +302,8 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfADialog)
         }
     }
     // One on the screen and others behind it, of a page that does not wait for them.
-    view->setDSUIDelegate(std::shared_ptr<Delegate>());
+    const std::shared_ptr<Delegate> none;
+    view->setDSUIDelegate(none);
     load();
     call("_dsb.disableJavascriptDialogBlock", R"({"data":{"disable":true}})");
     ask("[1, 2, 3].map(i => confirm(i)).length");

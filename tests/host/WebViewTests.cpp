@@ -60,6 +60,24 @@ concept Settable = requires(TQWBWebView& view, std::shared_ptr<Delegate> delegat
 };
 static_assert(!Settable<TQWBRecordProtocol>, "a bare protocol says nothing of what its object has");
 static_assert(!Settable<QuitListener>);
+template <class Given>
+concept IsTaken = requires(TQWBWebView& view, Given&& all)
+{
+    view.setRoomStatusDelegate(std::forward<Given>(all));
+}
+|| requires(TQWBWebView& view, Given&& all) { view.setRecordDelegate(std::forward<Given>(all)); }
+|| requires(TQWBWebView& view, Given&& all) { view.setPermisssionDelegate(std::forward<Given>(all)); };
+static_assert(IsTaken<std::shared_ptr<Listener>&> && IsTaken<const std::shared_ptr<Listener>&>);
+static_assert(
+    !IsTaken<std::shared_ptr<Listener>> && !IsTaken<const std::shared_ptr<Listener>>, "nobody would hold a temporary");
+template <class Given>
+concept IsTakenForPages = requires(TQWBWebView& view, Given&& all)
+{
+    view.setUIDelegate(std::forward<Given>(all));
+}
+|| requires(TQWBWebView& view, Given&& all) { view.setDSUIDelegate(std::forward<Given>(all)); }
+|| requires(TQWBWebView& view, Given&& all) { view.setNavigationDelegate(std::forward<Given>(all)); };
+static_assert(IsTakenForPages<std::shared_ptr<TQWBWebView>&> && !IsTakenForPages<std::shared_ptr<TQWBWebView>>);
 static_assert(TQWBRoomStatusProtocol::methodsOf<QuitListener>().onWBRoomQuit);
 static_assert(!TQWBRoomStatusProtocol::methodsOf<QuitListener>().onWBCaptureEnd);
 static_assert(TQWBRecordProtocol::methodsOf<InheritingListener>().onWBRecordStart);
@@ -346,7 +364,8 @@ TEST_F(WebViewTest, MissingDelegatesAndMethodsOnlyLog)
     make();
     const auto quitOnly = std::make_shared<QuitListener>();
     room->setRoomStatusDelegate(quitOnly);
-    room->setRecordDelegate(std::shared_ptr<Listener>());
+    const std::shared_ptr<Listener> none;
+    room->setRecordDelegate(none);
     clearLog();
     EXPECT_EQ(event("TQJSBridge.onCaptureEnd", R"({"data":""})"), R"({"code":0,"data":"onCaptureEnd"})");
     EXPECT_EQ(logLines(), (Events{ "[TQ:Log] onCaptureEnd" }));
