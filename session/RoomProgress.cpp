@@ -67,6 +67,7 @@ std::shared_ptr<TQWBRoomStep::Ending> RoomProgress::newEnding()
 
 TQWBRoomStep RoomProgress::enter(RoomRecord record)
 {
+    const auto self = shared_from_this();
     auto ending = newEnding();
     if (m_entering || m_state != TQWBRoomState::Idle) {
         ending->end({ TQWBError{
