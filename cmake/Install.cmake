@@ -119,7 +119,7 @@ set(data_directory "${CMAKE_INSTALL_DATADIR}/tqwhiteboardlib")
 install(FILES page/bridge.js page/bridge.d.ts DESTINATION "${data_directory}/page" COMPONENT development)
 install(DIRECTORY docs/images DESTINATION "${data_directory}/docs" COMPONENT development)
 install(DIRECTORY examples DESTINATION "${data_directory}" COMPONENT development
-    FILES_MATCHING PATTERN CMakeLists.txt PATTERN "*.cpp" PATTERN "*.html")
+    FILES_MATCHING PATTERN CMakeLists.txt PATTERN "*.cpp" PATTERN "*.h" PATTERN "*.html")
 
 # Headers and terms are elsewhere in an installation, and what is for work on the library itself is not there: links to
 # that become plain text.

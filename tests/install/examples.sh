@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds every installed example alone, as its reader would, and runs one of them.
+# Builds every installed example alone, as its reader would, and runs two of them.
 #
 # usage: examples.sh PREFIX SCRATCH-FOLDER      CXX is the compiler; needs a display
 set -euo pipefail
@@ -22,7 +22,10 @@ for folder in "$prefix"/share/tqwhiteboardlib/examples/*/; do
     [[ $(realpath "$loaded") == "$(realpath "$prefix")"/* ]] || die "$name is built with another library: $loaded"
     count=$((count + 1))
 done
-((count >= 4)) || die "only $count examples are installed"
+((count >= 5)) || die "only $count examples are installed"
+
+ctest --test-dir "$scratch/testing" --no-tests=error --output-on-failure >"$scratch/testing.log" 2>&1 \
+    || { cat "$scratch/testing.log"; die "the tests of an application's class fail"; }
 
 export XDG_DATA_HOME="$scratch/data" XDG_CACHE_HOME="$scratch/cache" GTK_A11Y=none
 mkfifo "$scratch/said"
