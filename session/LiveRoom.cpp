@@ -28,8 +28,7 @@ TQWBError errorOf(const NSError& error, TQWBErrorCategory category, NSUInteger c
 TQWBError unreadable(NSInteger status)
 {
     return { TQWBErrorCategory::Service, TQWBRoomCodeAnswerUnreadable,
-        "What answered is not the conference service (status " + std::to_string(status)
-            + "). It may be a network that wants its users to log in first." };
+        "What answered is not the conference service (status " + std::to_string(status) + ")." };
 }
 
 } // namespace
@@ -133,7 +132,6 @@ void LiveRoom::find()
     m_isRemembered = false;
     m_search = ServiceSearch::begin(
         appKey(), token(), [this](std::shared_ptr<const TQWBNaviDataInfo> service, TQWBError error) {
-            const auto room = self();
             // It is gone with its last reference, and this with it.
             const auto search = std::move(m_search);
             if (!service) {

@@ -78,7 +78,7 @@ void ServiceSearch::fail()
             : m_isUntrusted        ? TQWBErrorCategory::Certificate
                                    : TQWBErrorCategory::Network;
         error.code = answer.code;
-        error.text = answer.server + ": " + answer.text;
+        error.text = answer.text;
     }
     NSLog(TQWBLogLevel::Error,
         "[TQ:Log] requestNavis failure, errorCode: " + std::to_string(error.code)

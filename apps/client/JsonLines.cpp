@@ -54,6 +54,17 @@ void JsonLines::error(Operation operation, tq::NSUInteger code, const tq::Option
         { { "operation", nameOf(operation) }, { "code", std::uint64_t{ code } }, { "text", textOrNull(text) } });
 }
 
+void JsonLines::room(tq::TQWBRoomState state, const tq::TQWBError* reason)
+{
+    boost::json::object fields{ { "state", nameOf(state) } };
+    if (reason) {
+        fields["category"] = nameOf(reason->category);
+        fields["code"] = std::uint64_t{ reason->code };
+        fields["text"] = validUtf8(reason->text);
+    }
+    event("room", std::move(fields));
+}
+
 void JsonLines::writeLine(const std::string& line)
 {
     std::scoped_lock lock(m_mutex);

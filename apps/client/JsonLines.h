@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Operation.h"
+#include "TQWhiteBoardLib/TQWBRoom.h"
 #include "platform/Foundation/NSTypes.h"
 
 #include <boost/json/object.hpp>
@@ -24,6 +25,9 @@ public:
     void result(std::string_view call, tq::OptionalValue value);
     void success(Operation operation);
     void error(Operation operation, tq::NSUInteger code, const tq::OptionalText& text);
+
+    /// The room's new state. @param reason why it is over; may be null.
+    void room(tq::TQWBRoomState state, const tq::TQWBError* reason);
 
     /// The text, or null for absent.
     static boost::json::value textOrNull(const tq::OptionalText& text);

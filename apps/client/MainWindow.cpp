@@ -302,8 +302,8 @@ void MainWindow::sessionStateChanged(const SessionState& state)
     bool isNamed = state.showsBoard && !state.room.empty();
     gtk_label_set_text(m_title, (isNamed ? state.room : program).c_str());
     gtk_window_set_title(m_window, (isNamed ? state.room + " – " + program : program).c_str());
-    gtk_widget_set_visible(m_leaveButton, state.showsBoard);
-    gtk_widget_set_sensitive(m_leaveButton, !state.isBusy());
+    gtk_widget_set_visible(m_leaveButton, state.showsBoard || state.canBeLeft());
+    gtk_widget_set_sensitive(m_leaveButton, state.canBeLeft());
     if (state.isBusy())
         m_message.dismiss();
     setBoardVisible(state.showsBoard);

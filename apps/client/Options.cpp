@@ -238,7 +238,7 @@ std::string Options::help()
   --ca FILE          trust the certificates of this PEM file too
   --trust-any-page   show the room page whatever its server's certificate
   --size WxH         the window's size in points (default 1280x800)
-  --debug            end the program where a native method throws
+  --debug            log the page's console, allow its inspector, end where a native method throws
   --help, --version
 )") + "\n"
         + _(R"(An option that is left out leaves its field absent; --option=VALUE takes any value, "--" included.

@@ -2,34 +2,21 @@
 
 #include "AppObject.h"
 #include "CommandArguments.h"
+#include "FailureWords.h"
 #include "JsonLines.h"
-#include "MainThread.h"
 #include "Options.h"
-#include "PageWatch.h"
 #include "RoomEvents.h"
+#include "TQWhiteBoardLib/TQWBPermission.h"
+#include "TQWhiteBoardLib/TQWBRole.h"
+#include "TQWhiteBoardLib/TQWBSessionCode.h"
 #include "Text.h"
 #include "Translation.h"
 
-#include <glib.h>
+#include <utility>
 
 namespace tqclient {
 
-namespace {
-
-std::string failureTitle(Operation operation)
-{
-    switch (operation) {
-    case Operation::Join:
-        return _("The room could not be joined");
-    case Operation::Play:
-        return _("The recording could not be opened");
-    case Operation::Quit:
-        return _("The room could not be left");
-    }
-    return {};
-}
-
-} // namespace
+using State = tq::TQWBRoomState;
 
 Session::Session(const Options& options, std::shared_ptr<JsonLines> lines)
     : m_frame{ 0, 0, static_cast<tq::CGFloat>(options.size.width), static_cast<tq::CGFloat>(options.size.height) }
@@ -41,24 +28,24 @@ Session::Session(const Options& options, std::shared_ptr<JsonLines> lines)
 {
 }
 
-Session::~Session() { dropView(); }
+Session::~Session() { closeBoard(); }
 
 void Session::start(Operation operation)
 {
-    m_waiting.push_back({ operation, AfterFailure::Stay });
+    m_waiting.push_back(operation);
     runNext();
 }
 
 void Session::leave()
 {
-    bool isInRoom = m_facade && m_facade->roomConfig();
-    if (isInRoom || m_isRunning) {
-        m_waiting.push_back({ Operation::Quit, AfterFailure::LeaveAnyway });
-        return runNext();
-    }
-    logEvent(_("replay closed"));
-    closeBoard();
-    setPhase(Phase::NotJoined);
+    const bool isEntering = m_running == Operation::Join || m_running == Operation::Play;
+    if (!isEntering && m_wasJoined)
+        return start(Operation::Quit);
+    if (!m_room)
+        return;
+    if (!isEntering)
+        logEvent(_("replay closed"));
+    m_room->leave();
 }
 
 void Session::replay(const std::string& url)
@@ -72,16 +59,15 @@ void Session::replay(const std::string& url)
         .userName = room.userName,
         .url = url,
     });
-    if (m_state.showsBoard)
-        leave();
     start(Operation::Play);
 }
 
 bool Session::callPage(PageCall call)
 {
-    if (!m_view || !m_state.showsBoard)
+    const auto view = shownView();
+    if (!view)
         return false;
-    m_view->callHandler(call.name, std::move(call.arguments),
+    view->callHandler(call.name, std::move(call.arguments),
         [weakEvents = std::weak_ptr(m_events), name = call.name](tq::OptionalValue value) {
             if (auto events = weakEvents.lock())
                 events->result(name, std::move(value));
@@ -91,9 +77,10 @@ bool Session::callPage(PageCall call)
 
 bool Session::askPage(const std::string& function)
 {
-    if (!m_view || !m_state.showsBoard)
+    const auto view = shownView();
+    if (!view)
         return false;
-    m_view->hasJavascriptMethod(function, [weakEvents = std::weak_ptr(m_events), function](bool exists) {
+    view->hasJavascriptMethod(function, [weakEvents = std::weak_ptr(m_events), function](bool exists) {
         if (auto events = weakEvents.lock())
             events->exists(function, exists);
     });
@@ -103,60 +90,26 @@ bool Session::askPage(const std::string& function)
 void Session::setDialogLabels(std::map<std::string, std::string> labels)
 {
     m_dialogLabels = std::move(labels);
-    if (m_view)
-        m_view->customJavascriptDialogLabelTitles(m_dialogLabels);
-}
-
-void Session::closeBoard()
-{
-    dropView();
-    m_facade.reset();
-    m_state.isRecording = false;
-    m_state.showsBoard = false;
+    if (const auto view = m_room ? m_room->view() : nullptr)
+        view->customJavascriptDialogLabelTitles(m_dialogLabels);
 }
 
 void Session::runNext()
 {
-    if (m_isRunning || m_waiting.empty())
+    if (m_running || m_waiting.empty())
         return;
-    auto request = m_waiting.front();
-    m_waiting.pop_front();
-    run(request);
-}
-
-void Session::run(Request request)
-{
-    auto operation = request.operation;
-    m_isRunning = true;
-    m_request = request;
-    m_stateBefore = m_state;
-    announce(operation);
-    ensureUsableFacade(operation);
-
-    // Whoever has read the line can rely on what it says: what follows from it is done before.
-    auto success = [run = ++m_run, lines = m_lines, operation, weakThis = weak_from_this()] {
-        postToMain([=] {
-            if (auto self = weakThis.lock())
-                self->finished(run, Outcome::Success, {});
-            lines->success(operation);
-        });
-    };
-    auto error = [run = m_run, lines = m_lines, operation, weakThis = weak_from_this()](
-                     tq::NSUInteger code, const tq::OptionalText& text) {
-        postToMain([=] {
-            if (auto self = weakThis.lock())
-                self->finished(run, Outcome::Failure, describeFailure(code, text));
-            lines->error(operation, code, text);
-        });
-    };
-    switch (operation) {
-    case Operation::Join:
-        return m_facade->joinWithConfig(m_roomConfig, success, error);
-    case Operation::Play:
-        return m_facade->playWithConfig(m_recordConfig, success, error);
-    case Operation::Quit:
-        return m_facade->quitWhiteBoard(success, error);
+    if (m_waiting.front() != Operation::Quit && m_state.showsBoard && m_room) {
+        // What waits goes on when that is over.
+        m_room->leave();
+        return;
     }
+    m_running = m_waiting.front();
+    m_waiting.pop_front();
+    announce(*m_running);
+    if (m_running == Operation::Quit)
+        quit();
+    else
+        enter();
 }
 
 void Session::announce(Operation operation)
@@ -168,108 +121,145 @@ void Session::announce(Operation operation)
         m_state.isRecording = false;
     }
     logEvent(nameOf(operation), m_state.room.empty() ? "" : formatted(_("room %s"), m_state.room.c_str()));
-    setPhase(operation == Operation::Join  ? Phase::Joining
-            : operation == Operation::Play ? Phase::OpeningReplay
-                                           : Phase::Leaving);
 }
 
-void Session::finished(std::uint64_t run, Outcome outcome, const std::string& failure)
+void Session::enter()
 {
-    if (run != m_run || !m_isRunning)
-        return;
-    m_isRunning = false;
-    if (outcome == Outcome::Success)
-        succeeded();
+    const bool isJoin = m_running == Operation::Join;
+    m_wasJoined = false;
+    makeRoom();
+    setPhase(isJoin ? Phase::Joining : Phase::OpeningReplay);
+    if (isJoin)
+        m_room->enter(*m_roomConfig);
     else
-        failed(failure);
+        m_room->replay(*m_recordConfig);
+}
+
+void Session::quit()
+{
+    if (m_room && m_wasJoined)
+        m_room->leave();
+    else if (m_wasJoined)
+        ended(tq::TQWBError{ tq::TQWBErrorCategory::Usage, tq::TQWBSessionCodeNotInitialized, "SDK not init" });
+    else
+        ended(tq::TQWBError{ tq::TQWBErrorCategory::Usage, tq::TQWBSessionCodeNotInRoom, "not in WhiteBoard" });
+}
+
+// The operation that is under way has ended. Whoever has read the line can rely on what it says.
+void Session::ended(const std::optional<tq::TQWBError>& error)
+{
+    const auto operation = *std::exchange(m_running, std::nullopt);
+    if (!error) {
+        logEvent("success", nameOf(operation));
+        m_lines->success(operation);
+    } else {
+        logEvent("error", std::string(nameOf(operation)) + " " + describeFailure(error->code, error->text),
+            Severity::Failure);
+        if (error->category != tq::TQWBErrorCategory::Cancelled)
+            tellFailure(failureTitle(operation), *error);
+        m_lines->error(operation, error->code, error->text.empty() ? std::nullopt : tq::OptionalText(error->text));
+    }
     runNext();
 }
 
-void Session::succeeded()
+void Session::makeRoom()
 {
-    auto operation = m_request.operation;
-    logEvent("success", nameOf(operation));
-    if (operation == Operation::Quit) {
-        // The facade stays, spent as it is, and answers a second quit.
-        dropView();
-        m_state.isRecording = false;
-        m_state.showsBoard = false;
-        return setPhase(Phase::Left);
-    }
-    m_state.showsBoard = true;
-    setPhase(operation == Operation::Join ? Phase::InRoom : Phase::Replaying);
-}
-
-void Session::failed(const std::string& failure)
-{
-    auto operation = m_request.operation;
-    logEvent("error", std::string(nameOf(operation)) + " " + failure, Severity::Failure);
-    // What was on the screen before is still there.
-    m_state = m_stateBefore;
-    if (m_request.afterFailure == AfterFailure::LeaveAnyway && m_state.showsBoard) {
-        closeBoard();
-        setPhase(Phase::Left);
-        return tellFailure(_("The service does not know that you have left"), failure);
-    }
-    if (!m_state.showsBoard && operation != Operation::Quit) {
-        m_state.failure = failure;
-        m_state.phase = Phase::Failed;
-    }
-    setPhase(m_state.phase);
-    tellFailure(failureTitle(operation), failure);
-}
-
-void Session::tellFailure(std::string_view title, std::string_view detail)
-{
-    if (auto observer = m_observer.lock())
-        observer->sessionFailed(title, detail);
-}
-
-void Session::ensureUsableFacade(Operation operation)
-{
-    bool isSpent = !m_facade || m_roomHasEnded || !m_facade->webView();
-    // A quit goes to whatever facade there is, so that it gets that facade's answer.
-    if (operation == Operation::Quit ? !m_facade : isSpent)
-        makeFacade();
-}
-
-void Session::makeFacade()
-{
-    dropView();
-    m_roomHasEnded = false;
+    closeBoard();
     m_events = std::make_shared<RoomEvents>(m_lines, weak_from_this());
-    m_view = tq::TQWBWebView::initWithFrame(m_frame, nullptr);
-    m_view->setRoomStatusDelegate(m_events);
-    m_view->setRecordDelegate(m_events);
-    m_view->setPermisssionDelegate(m_events);
-    m_view->setDebugMode(m_debugMode);
-    m_view->addJavascriptObject(std::make_shared<AppObject>(), "app");
-    m_view->customJavascriptDialogLabelTitles(m_dialogLabels);
-    m_view->setJavascriptCloseWindowListener([weakEvents = std::weak_ptr(m_events)] {
+    m_room.emplace(tq::TQWBRoomOptions{ .frame = m_frame,
+        .acceptedCertificates = m_trustsAnyPage ? tq::AcceptedCertificates::Every : tq::AcceptedCertificates::Good });
+    m_room->setStateHandler([weakThis = weak_from_this()](State state, const tq::TQWBError* reason) {
+        if (const auto self = weakThis.lock())
+            self->roomBecame(state, reason);
+    });
+    m_room->setRoomStatusDelegate(m_events);
+    m_room->setRecordDelegate(m_events);
+    m_room->setPermissionDelegate(m_events);
+    if (const auto view = m_room->view())
+        show(view);
+}
+
+void Session::show(const std::shared_ptr<tq::TQWBWebView>& view)
+{
+    view->setDebugMode(m_debugMode);
+    view->addJavascriptObject(std::make_shared<AppObject>(), "app");
+    view->customJavascriptDialogLabelTitles(m_dialogLabels);
+    view->setJavascriptCloseWindowListener([weakEvents = std::weak_ptr(m_events)] {
         if (auto events = weakEvents.lock())
             events->closePage();
     });
-    m_pageWatch = std::make_shared<PageWatch>(weak_from_this());
-    m_view->setNavigationDelegate(m_pageWatch);
-    if (m_trustsAnyPage)
-        m_view->setAcceptedCertificates(tq::AcceptedCertificates::Every);
-    m_facade = tq::TQWhiteBoard::initWithWebView(m_view);
     if (auto observer = m_observer.lock())
-        observer->sessionViewChanged(m_view);
+        observer->sessionViewChanged(view);
 }
 
-void Session::dropView()
+void Session::closeBoard()
 {
-    if (!m_view)
-        return;
     if (auto observer = m_observer.lock())
         observer->sessionViewChanged(nullptr);
     m_events.reset();
-    m_pageWatch.reset();
-    // A page that has not reported the end of its room would keep its view alive for ever.
-    m_view->removeJavascriptObject("TQJSBridge");
-    m_view->removeJavascriptObject("TQNativeBridge");
-    m_view.reset();
+    m_room.reset();
+    m_state.isRecording = false;
+    m_state.showsBoard = false;
+}
+
+std::shared_ptr<tq::TQWBWebView> Session::shownView() const
+{
+    return m_room && m_state.showsBoard ? m_room->view() : nullptr;
+}
+
+void Session::roomBecame(State state, const tq::TQWBError* reason)
+{
+    switch (state) {
+    case State::Loading:
+        // The service has let the user in. A page says that it is there when it has been seen.
+        m_state.showsBoard = true;
+        m_wasJoined = m_running == Operation::Join;
+        setPhase(Phase::Loading);
+        m_lines->room(state, reason);
+        ended();
+        return;
+    case State::Over:
+        roomIsOver(reason ? std::optional(*reason) : std::nullopt);
+        return;
+    case State::Shown:
+        setPhase(m_wasJoined ? Phase::InRoom : Phase::Replaying);
+        break;
+    case State::Reconnecting:
+        logEvent("reconnecting", _("the page was lost"), Severity::Failure);
+        setPhase(Phase::Reconnecting);
+        break;
+    case State::Leaving:
+        setPhase(Phase::Leaving);
+        break;
+    default:
+        break;
+    }
+    m_lines->room(state, reason);
+}
+
+void Session::roomIsOver(const std::optional<tq::TQWBError>& reason)
+{
+    const bool isWanted = m_running == Operation::Quit;
+    const bool hasFailed = reason && !isWanted && reason->category != tq::TQWBErrorCategory::Cancelled;
+    closeBoard();
+    m_state.failure = hasFailed ? describeFailure(reason->code, reason->text) : "";
+    setPhase(hasFailed ? Phase::Failed : m_wasJoined ? Phase::Left : Phase::NotJoined);
+    m_lines->room(State::Over, reason ? &*reason : nullptr);
+    if (m_running) {
+        ended(reason);
+        return;
+    }
+    if (hasFailed) {
+        logEvent("over", std::string(nameOf(reason->category)) + " " + m_state.failure, Severity::Failure);
+        tellFailure(endTitle(*reason), *reason);
+    }
+    runNext();
+}
+
+void Session::tellFailure(const std::string& title, const tq::TQWBError& error)
+{
+    if (auto observer = m_observer.lock())
+        observer->sessionFailed(title, failureAdvice(error) + "\n" + describeFailure(error.code, error.text));
 }
 
 void Session::setPhase(Phase phase)
@@ -285,33 +275,13 @@ void Session::logEvent(std::string_view name, std::string_view detail, Severity 
         observer->sessionEvent(name, detail, severity);
 }
 
-void Session::roomHasEnded(Phase phase, const std::string& failure)
-{
-    m_roomHasEnded = true;
-    // An operation that is under way says itself how it ends; only its failure comes back to what was before.
-    for (SessionState* state : { &m_state, &m_stateBefore }) {
-        state->isRecording = false;
-        state->showsBoard = false;
-        if (state->isBusy())
-            continue;
-        state->phase = phase;
-        state->failure = failure;
-    }
-    setPhase(m_state.phase);
-}
-
 void Session::setRecording(Recording recording)
 {
     m_state.isRecording = recording == Recording::Yes;
-    m_stateBefore.isRecording = m_state.isRecording;
     setPhase(m_state.phase);
 }
 
-void Session::roomWasQuit()
-{
-    logEvent("onWBRoomQuit");
-    roomHasEnded(Phase::Left, {});
-}
+void Session::roomWasQuit() { logEvent("onWBRoomQuit"); }
 
 void Session::roomHasFailed(const tq::TQWBException& exception)
 {
@@ -319,8 +289,6 @@ void Session::roomHasFailed(const tq::TQWBException& exception)
     if (exception.msg && !exception.msg->empty())
         failure += ": " + displayText(*exception.msg, 500);
     logEvent("onWBRoomException", failure, Severity::Failure);
-    roomHasEnded(Phase::Failed, failure);
-    tellFailure(_("The room has failed"), failure);
 }
 
 void Session::recordingHasStarted()
@@ -346,7 +314,6 @@ void Session::permissionHasChanged(tq::NSInteger status)
     if (!isKnown)
         return;
     m_state.isPresenter = status == tq::TQWBPermissionPresenter;
-    m_stateBefore.isPresenter = m_state.isPresenter;
     setPhase(m_state.phase);
 }
 
@@ -359,19 +326,6 @@ void Session::boardWasCaptured(const std::shared_ptr<tq::UIImage>& image)
 }
 
 void Session::pageWantsToBeClosed() { logEvent("closePage", _("the page asks to be closed")); }
-
-void Session::pageHasDied()
-{
-    // The page of a room that has ended already is missed by nobody.
-    if (!m_state.showsBoard)
-        return;
-    const std::string failure = _("the process of the page has ended");
-    const bool isReplay = m_state.phase == Phase::Replaying;
-    logEvent("webViewWebContentProcessDidTerminate", failure, Severity::Failure);
-    roomHasEnded(Phase::Failed, failure);
-    tellFailure(_("The page has stopped working"),
-        isReplay ? _("Open the recording again to go on.") : _("Enter the room again to go on."));
-}
 
 void Session::pageHasAnswered(std::string_view question, std::string_view answer) { logEvent(question, answer); }
 

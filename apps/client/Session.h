@@ -4,11 +4,8 @@
 #include "SessionObserver.h"
 #include "SessionState.h"
 #include "TQWhiteBoardLib/TQWBException.h"
-#include "TQWhiteBoardLib/TQWBPermission.h"
-#include "TQWhiteBoardLib/TQWBWebView.h"
-#include "TQWhiteBoardLib/TQWhiteBoard.h"
+#include "TQWhiteBoardLib/TQWBRoom.h"
 
-#include <cstdint>
 #include <deque>
 #include <map>
 #include <memory>
@@ -18,13 +15,11 @@
 namespace tqclient {
 
 class JsonLines;
-class PageWatch;
 class RoomEvents;
 struct Options;
 struct PageCall;
 
-/// The room on the screen: owns its view, its facade and the records, and runs one operation after the other. Main
-/// thread.
+/// The room on the screen, the records of those to come, and one operation after the other. Main thread.
 class Session : public std::enable_shared_from_this<Session> {
 public:
     Session(const Options& options, std::shared_ptr<JsonLines> lines);
@@ -39,9 +34,9 @@ public:
     void setRoomConfig(std::shared_ptr<tq::TQWBRoomConfig> config) { m_roomConfig = std::move(config); }
     void setRecordConfig(std::shared_ptr<tq::TQWBRecordConfig> config) { m_recordConfig = std::move(config); }
 
-    /// Runs the operation, after those that wait already.
+    /// Runs the operation, after those that wait already. Joining and replaying leave what is on the screen first.
     void start(Operation operation);
-    /// Takes the board off the screen: quits a joined room first, and goes even when the service cannot be told.
+    /// Takes the board off the screen, or gives up an operation that is under way.
     void leave();
     /// Watches a recording of the room that was joined last, after leaving what is on the screen.
     void replay(const std::string& url);
@@ -53,7 +48,7 @@ public:
     /// The texts of the page's dialogs, now and in the rooms to come.
     void setDialogLabels(std::map<std::string, std::string> labels);
 
-    // What the room's page reports.
+    // What the room's page reports; what becomes of the room then, the room itself says.
     void roomWasQuit();
     void roomHasFailed(const tq::TQWBException& exception);
     void recordingHasStarted();
@@ -62,32 +57,23 @@ public:
     void boardWasCaptured(const std::shared_ptr<tq::UIImage>& image);
     void pageWantsToBeClosed();
     void pageHasAnswered(std::string_view question, std::string_view answer);
-    /// It has crashed, was killed, or took too much memory.
-    void pageHasDied();
 
 private:
-    enum class Outcome { Success, Failure };
     enum class Recording : bool { No, Yes };
-    /// What becomes of the board when a quit fails.
-    enum class AfterFailure { Stay, LeaveAnyway };
-    struct Request {
-        Operation operation;
-        AfterFailure afterFailure;
-    };
 
     void runNext();
-    void run(Request request);
     void announce(Operation operation);
-    void finished(std::uint64_t run, Outcome outcome, const std::string& failure);
-    void succeeded();
-    void failed(const std::string& failure);
-    void closeBoard();
-    void tellFailure(std::string_view title, std::string_view detail);
+    void enter();
+    void quit();
+    void ended(const std::optional<tq::TQWBError>& error = std::nullopt);
 
-    void ensureUsableFacade(Operation operation);
-    void makeFacade();
-    void dropView();
-    void roomHasEnded(Phase phase, const std::string& failure);
+    void makeRoom();
+    void show(const std::shared_ptr<tq::TQWBWebView>& view);
+    void closeBoard();
+    std::shared_ptr<tq::TQWBWebView> shownView() const;
+    void roomBecame(tq::TQWBRoomState state, const tq::TQWBError* reason);
+    void roomIsOver(const std::optional<tq::TQWBError>& reason);
+    void tellFailure(const std::string& title, const tq::TQWBError& error);
     void setRecording(Recording recording);
     void setPhase(Phase phase);
     void logEvent(std::string_view name, std::string_view detail = {}, Severity severity = Severity::Plain);
@@ -102,18 +88,14 @@ private:
     std::shared_ptr<tq::TQWBRecordConfig> m_recordConfig;
     std::optional<std::map<std::string, std::string>> m_dialogLabels;
     std::shared_ptr<RoomEvents> m_events;
-    std::shared_ptr<PageWatch> m_pageWatch;
-    std::shared_ptr<tq::TQWBWebView> m_view;
-    std::shared_ptr<tq::TQWhiteBoard> m_facade;
-    // The view's page has reported the end of its room, and will report nothing more.
-    bool m_roomHasEnded = false;
+    std::optional<tq::TQWBRoom> m_room;
+    // The service has let the user into the room that was entered last.
+    bool m_wasJoined = false;
 
-    std::deque<Request> m_waiting;
-    Request m_request{};
-    std::uint64_t m_run = 0;
-    bool m_isRunning = false;
+    std::deque<Operation> m_waiting;
+    // The operation that is under way.
+    std::optional<Operation> m_running;
     SessionState m_state;
-    SessionState m_stateBefore;
 };
 
 } // namespace tqclient

@@ -9,6 +9,11 @@ bool SessionState::isBusy() const
     return phase == Phase::Joining || phase == Phase::OpeningReplay || phase == Phase::Leaving;
 }
 
+bool SessionState::canBeLeft() const
+{
+    return phase != Phase::Leaving && (showsBoard || phase == Phase::Joining || phase == Phase::OpeningReplay);
+}
+
 std::string SessionState::summary() const
 {
     switch (phase) {
@@ -18,6 +23,10 @@ std::string SessionState::summary() const
         return _("Joining…");
     case Phase::OpeningReplay:
         return _("Opening the replay…");
+    case Phase::Loading:
+        return _("Opening the board…");
+    case Phase::Reconnecting:
+        return _("Reconnecting…");
     case Phase::InRoom:
         if (isRecording)
             return formatted(isPresenter ? _("Recording in room %s as presenter") : _("Recording in room %s as viewer"),

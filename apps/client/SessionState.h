@@ -5,7 +5,7 @@
 namespace tqclient {
 
 /// Where the client stands with its room.
-enum class Phase { NotJoined, Joining, OpeningReplay, InRoom, Replaying, Leaving, Left, Failed };
+enum class Phase { NotJoined, Joining, OpeningReplay, Loading, InRoom, Replaying, Reconnecting, Leaving, Left, Failed };
 
 /// Everything that the window shows of the session at a glance.
 struct SessionState {
@@ -21,6 +21,8 @@ struct SessionState {
 
     /// Whether an operation is under way.
     bool isBusy() const;
+    /// Whether there is something that can be left or given up.
+    bool canBeLeft() const;
     /// One line for a person.
     std::string summary() const;
 };

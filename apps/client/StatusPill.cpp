@@ -12,6 +12,8 @@ const char* styleOf(Phase phase)
     switch (phase) {
     case Phase::Joining:
     case Phase::OpeningReplay:
+    case Phase::Loading:
+    case Phase::Reconnecting:
     case Phase::Leaving:
         return "busy";
     case Phase::InRoom:

@@ -1,0 +1,101 @@
+// What a person reads when a room cannot be shown.
+
+#include "Accessibility.h"
+#include "ClientPrograms.h"
+#include "tests/support/Authority.h"
+#include "tests/support/HttpsServer.h"
+
+#include <fstream>
+
+namespace tq::test {
+namespace {
+
+class FaultTest : public ClientPrograms {
+protected:
+    void SetUp() override
+    {
+        speak("");
+        std::filesystem::create_directories(folder);
+        bus = std::make_unique<AccessibilityBus>(folder);
+        host = service.host();
+        authority = folder / "authority.pem";
+        std::ofstream(authority) << HttpsServer::authority();
+        pages.set(host);
+    }
+    static std::string answer(int status, const std::string& body)
+    {
+        return HttpsServer::answerWith(status, body, "Content-Type: text/html\r\n");
+    }
+    std::string answerTo(const ReceivedRequest& request)
+    {
+        if (request.line().starts_with("POST /config.json"))
+            return answer(200, R"({"iwbLeaseUri":")" + host + R"(","iwbConferenceUri":")" + pages.get() + "\"}");
+        return request.line().starts_with("GET ") ? page.get() : join.get();
+    }
+    // Until it stands in the window.
+    void waitForText(const std::string& text) const
+    {
+        bus->readUntil("\"" + text + "\" on the screen", [&](const AccessibleNode& all) {
+            return !all.find([&](const AccessibleNode& node) {
+                           return node.isShown && node.name.find(text) != std::string::npos;
+                       })
+                        .empty();
+        });
+    }
+
+    Shared<std::string> pages{ "" };
+    Shared<std::string> page{ "" };
+    Shared<std::string> join{ "" };
+    HttpsServer service{ [this](const ReceivedRequest& request) { return answerTo(request); } };
+    std::unique_ptr<AccessibilityBus> bus;
+};
+
+TEST_F(FaultTest, EachIsSaidInWords)
+{
+    const auto good = answer(200, R"({"code":0,"key":"k1"})");
+    const auto refused = "localhost:" + std::to_string(refusingPort());
+    const Authority stranger;
+    HttpsServer untrusted([](const ReceivedRequest&, Wire&) {}, { .identity = stranger.identity({}) });
+    const struct {
+        const char* what;
+        std::string pages;
+        std::string page;
+        std::string join;
+        const char* category;
+        int code;
+        const char* title;
+        const char* advice;
+    } rows[] = {
+        { "page refused", refused, "", good, "page", 300105, "The board cannot be shown",
+            "The room's page cannot be reached." },
+        { "page untrusted", untrusted.host(), "", good, "certificate", 300108, "The board cannot be shown",
+            "A server's certificate is not trusted." },
+        { "page 404", host, answer(404, "none"), good, "page", 404, "The board cannot be shown",
+            "The server of the room's page refuses it." },
+        { "page 500", host, answer(500, "broken"), good, "page", 500, "The board cannot be shown",
+            "The server of the room's page refuses it." },
+        { "captive portal", host, "", answer(200, "<html>Log in</html>"), "service", 300104,
+            "The room could not be joined", "Something else answers in the service's place." },
+        { "join 500", host, "", answer(500, "broken"), "service", 300104, "The room could not be joined",
+            "Something else answers in the service's place." },
+        { "room full", host, "", answer(200, R"({"code":4001,"desc":"room full"})"), "service", 4001,
+            "The room could not be joined", "4001: room full" },
+    };
+    int user = 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        pages.set(row.pages);
+        page.set(row.page);
+        join.set(row.join);
+        // Where the service is is remembered for each token.
+        auto client = start(joinWords("ann", "t" + std::to_string(++user)));
+        const auto over = client->waitFor("room", { { "state", "over" } });
+        EXPECT_EQ(over.at("category"), row.category);
+        EXPECT_EQ(over.at("code"), row.code);
+        waitForText(row.title);
+        waitForText(row.advice);
+    }
+}
+
+} // namespace
+} // namespace tq::test
