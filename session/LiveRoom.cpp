@@ -231,7 +231,9 @@ void LiveRoom::openPage()
     ++m_opening;
     m_isOpening = true;
     m_hasBegun = false;
-    m_view->expectServers({ leaseAddress(m_service.get()) });
+    auto servers = m_options.expectedServers;
+    servers.push_back(leaseAddress(m_service.get()));
+    m_view->expectServers(std::move(servers));
     m_view->loadUrl(m_pageAddress);
     after(m_options.pagePatience, m_opening, [](LiveRoom& room) {
         if (!room.m_hasBegun)

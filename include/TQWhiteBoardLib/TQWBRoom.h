@@ -10,7 +10,9 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace tq {
 
@@ -47,6 +49,9 @@ struct TQWBRoomOptions {
     std::shared_ptr<WKWebViewConfiguration> configuration{};
     /// Which certificates the page's servers may have.
     AcceptedCertificates acceptedCertificates = AcceptedCertificates::Good;
+    /// Servers that the page will ask beside its own and the conference service's, as `WKWebView::expectServers` takes
+    /// them. (What that is told of the room's own view gives way to the room's.)
+    std::vector<std::string> expectedServers{};
     /// Within which time the room is to be shown, from `enter` on, and again whenever it reconnects.
     std::chrono::milliseconds timeLimit = std::chrono::seconds(60);
     /// After which time a page that does not begin to arrive is asked for again, three times at most.

@@ -271,6 +271,14 @@ TEST_F(RoomTest, APageThatDoesNotBeginIsAskedForAgain)
     EXPECT_EQ(states, (std::vector{ State::Finding, State::Joining, State::Loading, State::Shown }));
 }
 
+TEST_F(RoomTest, ServersThatThePageWillAskAreLookedAtBefore)
+{
+    HttpsServer files([](const ReceivedRequest&) { return HttpsServer::answerWith(200, ""); });
+    options.expectedServers = { "https://" + files.host() };
+    enterAndSee();
+    EXPECT_GT(files.connections(), 0);
+}
+
 TEST_F(RoomTest, APageThatDoesNotSayThatItHasLoadedIsShownAllTheSame)
 {
     options.loadEndPatience = 100ms;
