@@ -352,7 +352,7 @@ inline Operation<TQWBOutcome> quit(TQWhiteBoard& board)
 }
 
 /// `co_await room.enter(config)`, `co_await room.leave()`: see `TQWBRoom`. A room that is dropped meanwhile counts as
-/// cancelled.
+/// cancelled. Make the record beforehand: g++ 12 destroys twice what a `co_await` expression has between braces.
 inline Operation<TQWBRoomOutcome> operator co_await(TQWBRoomStep step)
 {
     return Operation<TQWBRoomOutcome>(
