@@ -132,6 +132,7 @@ void LiveRoom::find()
     m_isRemembered = false;
     m_search = ServiceSearch::begin(
         appKey(), token(), [this](std::shared_ptr<const TQWBNaviDataInfo> service, TQWBError error) {
+            const auto room = self();
             // It is gone with its last reference, and this with it.
             const auto search = std::move(m_search);
             if (!service) {

@@ -67,6 +67,7 @@ std::shared_ptr<TQWBRoomStep::Ending> RoomProgress::newEnding()
 
 TQWBRoomStep RoomProgress::enter(RoomRecord record)
 {
+    const auto self = shared_from_this();
     auto ending = newEnding();
     if (m_entering || m_state != TQWBRoomState::Idle) {
         ending->end({ TQWBError{
@@ -116,7 +117,8 @@ void RoomProgress::drop()
     const auto self = shared_from_this();
     stateHandler = nullptr;
     for (const auto& weak : std::exchange(m_endings, {})) {
-        if (const auto ending = weak.lock(); ending && !ending->isAwaited)
+        // A coroutine hears of what has ended before; without its callback it goes on, cancelled.
+        if (const auto ending = weak.lock(); ending && !(ending->isAwaited && ending->outcome))
             ending->callback = nullptr;
     }
     m_entering.reset();

@@ -1,5 +1,6 @@
 // A GTK application with a board among its own widgets: notes and the people in the room beside it, a button for
-// joining and leaving above it. Every room has a view of its own; the widgets around it stay.
+// joining, cancelling and leaving above it. Every room has a view of its own; the widgets around it stay. Who closes
+// the window leaves the room, since the room goes with the lesson.
 //
 // usage: board-beside-notes TOKEN [CERTIFICATES]
 
@@ -18,7 +19,7 @@ struct Person {
 };
 BOOST_DESCRIBE_STRUCT(Person, (), (uid, name, role))
 
-class Lesson final : public tq::TQWBRoomStatusProtocol, public std::enable_shared_from_this<Lesson> {
+class Lesson {
 public:
     explicit Lesson(std::string token)
         : m_token(std::move(token))
@@ -43,13 +44,6 @@ public:
         gtk_window_set_child(GTK_WINDOW(window), panes);
         gtk_window_present(GTK_WINDOW(window));
         joinOrLeave();
-    }
-
-    // The room is over; whatever was still under way in it ends with it.
-    void onWBRoomQuit() override { endRoom("You have left."); }
-    void onWBRoomException(const tq::TQWBException& exception) override
-    {
-        endRoom("The room has ended: " + exception.msg.value_or("no reason given"));
     }
 
 private:
@@ -77,53 +71,50 @@ private:
 
     void joinOrLeave()
     {
-        gtk_widget_set_sensitive(m_button, FALSE);
-        m_visit = m_board ? leave() : join();
+        if (m_room)
+            m_room->leave();
+        else
+            join();
     }
 
-    tq::Task<> join()
+    void join()
     {
-        say("Joining ...");
-        m_view = tq::TQWBWebView::initWithFrame({ 0, 0, 860, 600 }, nullptr);
-        const auto self = shared_from_this();
-        m_view->setRoomStatusDelegate(self);
-        gtk_widget_set_hexpand(tq::nativeView(*m_view), TRUE);
-        gtk_box_append(GTK_BOX(m_place), tq::nativeView(*m_view));
-        m_board = tq::TQWhiteBoard::initWithWebView(m_view);
-
-        tq::TQWBRoomConfig room{
-            .appKey = "demo", .token = m_token, .roomId = "lesson", .userId = "ada", .userName = "Ada"
-        };
-        const auto joined = co_await tq::join(*m_board, std::make_shared<tq::TQWBRoomConfig>(room));
-        if (!joined) {
-            endRoom(joined.text.value_or("no reason given"));
-            co_return;
-        }
-        say("You are in the room.");
-        gtk_button_set_label(GTK_BUTTON(m_button), "Leave");
-        gtk_widget_set_sensitive(m_button, TRUE);
-        // Answers as long as the room lasts, whenever somebody comes or goes.
-        m_view->callHandler("room.events", [self = weak_from_this()](const tq::OptionalValue&) {
-            if (const auto lesson = self.lock(); lesson && lesson->m_view)
-                lesson->m_listing = lesson->listPeople();
-        });
-        m_listing = listPeople();
+        m_room.emplace();
+        auto* board = tq::nativeView(*m_room->view());
+        gtk_widget_set_hexpand(board, TRUE);
+        gtk_box_append(GTK_BOX(m_place), board);
+        gtk_button_set_label(GTK_BUTTON(m_button), "Cancel");
+        m_room->setStateHandler(
+            [this](tq::TQWBRoomState state, const tq::TQWBError* reason) { follow(state, reason); });
+        m_room->enter({ .appKey = "demo", .token = m_token, .roomId = "lesson", .userId = "ada", .userName = "Ada" });
     }
 
-    tq::Task<> leave()
+    void follow(tq::TQWBRoomState state, const tq::TQWBError* reason)
     {
-        const auto left = co_await tq::quit(*m_board);
-        if (left) {
-            endRoom("You have left.");
+        gtk_widget_set_sensitive(m_button, state != tq::TQWBRoomState::Leaving);
+        if (state == tq::TQWBRoomState::Over) {
+            endRoom();
+            say(reason ? "The room is over: " + reason->text : "You have left.");
+        } else if (state == tq::TQWBRoomState::Shown) {
+            gtk_button_set_label(GTK_BUTTON(m_button), "Leave");
+            say("You are in the room.");
+            followPeople();
         } else {
-            say(left.text.value_or("no reason given"));
-            gtk_widget_set_sensitive(m_button, TRUE);
+            say(std::string(nameOf(state)) + " ...");
         }
+    }
+
+    // Asks each page anew: one that was lost and is back knows nothing of what the one before was asked.
+    void followPeople()
+    {
+        // Answers as long as the room lasts, whenever somebody comes or goes.
+        m_room->view()->callHandler("room.events", [this](const tq::OptionalValue&) { m_listing = listPeople(); });
+        m_listing = listPeople();
     }
 
     tq::Task<> listPeople()
     {
-        const auto people = co_await tq::callHandler<std::vector<Person>>(*m_view, "room.people");
+        const auto people = co_await tq::callHandler<std::vector<Person>>(*m_room->view(), "room.people");
         std::string text = people ? "In the room:" : people.error;
         for (const auto& person : people.value.value_or(std::vector<Person>()))
             text += "\n\u2022 " + person.name;
@@ -131,17 +122,14 @@ private:
         std::cout << text << std::endl;
     }
 
-    void endRoom(const std::string& text)
+    // The view is still there while its end is told.
+    void endRoom()
     {
-        if (m_view)
-            gtk_box_remove(GTK_BOX(m_place), tq::nativeView(*m_view));
+        gtk_box_remove(GTK_BOX(m_place), tq::nativeView(*m_room->view()));
         m_listing.reset();
-        m_view.reset();
-        m_board.reset();
+        m_room.reset();
         gtk_label_set_text(GTK_LABEL(m_people), "");
         gtk_button_set_label(GTK_BUTTON(m_button), "Join");
-        gtk_widget_set_sensitive(m_button, TRUE);
-        say(text);
     }
 
     void say(const std::string& text)
@@ -155,10 +143,8 @@ private:
     GtkWidget* m_people = gtk_label_new("");
     GtkWidget* m_status = gtk_label_new("");
     GtkWidget* m_place = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 0);
-    std::shared_ptr<tq::TQWBWebView> m_view;
-    std::shared_ptr<tq::TQWhiteBoard> m_board;
-    // What is under way. It goes with the lesson, wherever it has got to.
-    std::optional<tq::Task<>> m_visit;
+    std::optional<tq::TQWBRoom> m_room;
+    // What is asked of the page. It goes with the lesson, wherever it has got to.
     std::optional<tq::Task<>> m_listing;
 };
 
@@ -168,7 +154,7 @@ int main(int argc, char** argv)
         tq::NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(
             std::string(std::istreambuf_iterator<char>(std::ifstream(argv[2]).rdbuf()), {}));
     gtk_init();
-    auto lesson = std::make_shared<Lesson>(argc > 1 ? argv[1] : "");
+    auto lesson = std::make_unique<Lesson>(argc > 1 ? argv[1] : "");
     auto* application = gtk_application_new("example.whiteboard.lesson", G_APPLICATION_NON_UNIQUE);
     g_signal_connect(application, "activate",
         G_CALLBACK(+[](GtkApplication* started, Lesson* data) { data->show(started); }), lesson.get());

@@ -10,17 +10,20 @@ int main(int argc, char** argv) // viewer TOKEN [CERTIFICATES]
         tq::NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(
             std::string(std::istreambuf_iterator<char>(std::ifstream(argv[2]).rdbuf()), {}));
     gtk_init();
-    auto view = tq::TQWBWebView::initWithFrame({ 0, 0, 1280, 720 }, nullptr);
+    tq::TQWBRoom room;
     auto* window = gtk_window_new();
     gtk_window_set_default_size(GTK_WINDOW(window), 1280, 720);
-    gtk_window_set_child(GTK_WINDOW(window), tq::nativeView(*view));
+    gtk_window_set_child(GTK_WINDOW(window), tq::nativeView(*room.view()));
     gtk_window_present(GTK_WINDOW(window));
 
+    room.setStateHandler([](tq::TQWBRoomState state, const tq::TQWBError* reason) {
+        std::cout << nameOf(state);
+        if (reason)
+            std::cout << ": " << nameOf(reason->category) << ": " << reason->text;
+        std::cout << std::endl;
+    });
     const std::string token = argc > 1 ? argv[1] : "";
-    tq::TQWBRoomConfig room{ .appKey = "demo", .token = token, .roomId = "demo", .userId = "zoe", .userName = "Zoe" };
-    tq::TQWhiteBoard::initWithWebView(view)->joinWithConfig(
-        std::make_shared<tq::TQWBRoomConfig>(room), [] { std::cout << "joined" << std::endl; },
-        [](auto code, const auto& text) { std::cerr << code << ": " << text.value_or("") << std::endl; });
+    room.enter({ .appKey = "demo", .token = token, .roomId = "demo", .userId = "zoe", .userName = "Zoe" });
 
     while (g_list_model_get_n_items(gtk_window_get_toplevels()))
         g_main_context_iteration(nullptr, TRUE);

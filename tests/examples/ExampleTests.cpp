@@ -1,6 +1,7 @@
 // The small programs that show one thing each, as their readers run them.
 
 #include "tests/client/ClientPrograms.h"
+#include "tests/support/HttpsServer.h"
 
 namespace tq::test {
 namespace {
@@ -19,14 +20,15 @@ protected:
     }
 };
 
-TEST_F(ExampleTest, TheViewerJoins)
+TEST_F(ExampleTest, TheViewerSaysHowItsRoomIsDoing)
 {
+    const auto unreachable = "localhost:" + std::to_string(refusingPort());
     auto viewer = run("viewer", { "good@" + host, authority });
-    viewer->waitForLine("joined");
-    viewer->waitForLog("[TQ:Log] onLoadEnd");
-    auto refused = run("viewer", { "good@" + host });
+    for (const char* state : { "finding", "joining", "loading", "shown" })
+        viewer->waitForLine(state);
     // Where the service is was learnt by the one before.
-    refused->waitForLog("300005: SSL");
+    run("viewer", { "good@" + host })->waitForLine("over: certificate: https://" + host);
+    run("viewer", { "good@" + unreachable })->waitForLine("over: network: https://" + unreachable);
 }
 
 TEST_F(ExampleTest, TheConversationComesToItsEnd)
@@ -47,6 +49,18 @@ TEST_F(ExampleTest, TheBoardBesideNotesKnowsWhoComesAndGoes)
     guest->write("quit");
     lesson->waitForLine("In the room:");
     lesson->waitForLine("\u2022 Ada");
+
+    if (!Screen::get())
+        GTEST_SKIP() << "nobody has hands for this screen";
+    guest.reset(); // its window is in the way
+    // The button is at the left of the title.
+    constexpr double kInside = 24;
+    const auto window = waitForWindow("Lesson");
+    Screen::get()->click({ window.corner.x + 2 * kInside, window.corner.y + kInside });
+    lesson->waitForLine("You have left.");
+    auto next = start(guestWords);
+    next->waitFor("success", "join");
+    EXPECT_EQ(call(*next, "room.people").as_array().size(), 1U);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "TQWhiteBoardLib/Coroutines.h"
 
 #include "TQWhiteBoardLib/TQWBWebView.h"
+#include "TQWhiteBoardLib/testing/TQWBFakeRoom.h"
 #include "navigation/TQWBNaviManager.h"
 #include "tests/support/HttpsServer.h"
 #include "tests/support/PageTest.h"
@@ -202,6 +203,68 @@ TEST_F(CoroutineTest, ExceptionsReachWhoAwaitsElseTheLog)
     taker->take(1);
     runPending();
     EXPECT_EQ(countOfLine("on purpose"), 2);
+}
+
+// Rooms, which need neither a display nor a network.
+
+TEST(CoroutineRoomTest, WhoeverWaitsForARoomHearsHowThatHasEnded)
+{
+    const auto wait = [](auto start, Texts& heard) -> Task<> {
+        const TQWBRoomOutcome outcome = co_await start();
+        heard.push_back(outcome ? "done" : std::string(nameOf(outcome.error->category)) + " " + outcome.error->text);
+    };
+    const TQWBError full{ TQWBErrorCategory::Service, 4001, "room full" };
+    const TQWBRoomConfig config{ "key", "token", "room", "user", "Ann" };
+    using Room = std::optional<TQWBRoom>;
+    struct Row {
+        const char* what;
+        std::function<void(TQWBFakeRoom&, Room&)> happens;
+        const char* heard;
+        // By leaving the room, which is shown then.
+        bool isLeaving = false;
+    };
+    for (const auto& row : std::vector<Row>{
+             { "shown", [](auto&fake, Room&) { fake.become(TQWBRoomState::Shown); }, "done" },
+             { "over", [&](auto&fake, Room&) { fake.finish(full); }, "service room full" },
+             { "over without a reason", [](auto&fake, Room&) { fake.quit(); },
+                 "cancelled The room was left before it was shown." },
+             { "dropped", [](auto&, Room&room) { room.reset(); }, "cancelled The room was dropped before it came." },
+             { "over, and dropped by who is told",
+                 [&](auto&fake, Room&room) {
+                     room->setStateHandler([&](auto, auto*) { room.reset(); });
+                     fake.finish(full);
+                 },
+                 "service room full" },
+             { "over, and dropped before anybody goes on",
+                 [&](auto&fake, Room&room) {
+                     fake.finish(full);
+                     room.reset();
+                 },
+                 "service room full" },
+             { "left", [](auto&fake, Room&) { fake.finish(); }, "done", true },
+             { "left, and the service not told", [&](auto&fake, Room&) { fake.finish(full); }, "service room full",
+                 true },
+             { "dropped while leaving", [](auto&, Room&room) { room.reset(); },
+                 "cancelled The room was dropped before it came.", true },
+         }) {
+        SCOPED_TRACE(row.what);
+        TQWBFakeRoom fake;
+        Room room(fake.room());
+        Texts heard;
+        if (row.isLeaving) {
+            room->enter(config);
+            fake.become(TQWBRoomState::Shown);
+        }
+        // Held by the coroutine, as by one that names what it waits for.
+        std::optional<TQWBRoomStep> step;
+        const auto start = [&] { return *(step = row.isLeaving ? room->leave() : room->enter(config)); };
+        const auto task = wait(start, heard);
+        row.happens(fake, room);
+        EXPECT_EQ(heard, Texts()) << "nothing goes on within what happens";
+        TQWBFakeRoom::runMainLoop();
+        EXPECT_EQ(heard, Texts{ row.heard });
+        EXPECT_TRUE(task.isDone());
+    }
 }
 
 // The library's operations, with the real engine and real HTTPS.
