@@ -36,8 +36,8 @@ readelf -d "$library" | grep -q 'SONAME.*\[libTQWhiteBoardLib\.so\.[0-9]*\]$' ||
 for program in tqwhiteboard tqwhiteboard-conference; do
     grep -o -- '--[a-z]\+[a-z-]*' "$scratch/$program.help" | grep -vx -e --option | sort -u >"$scratch/options"
     (($(wc -l <"$scratch/options") >= 4)) || die "$program tells no options: $(cat "$scratch/$program.help")"
+    sed 's/\\-/-/g' "$scratch/moved/share/man/man1/$program.1" >"$scratch/$program.manual"
     while read -r option; do
-        sed 's/\\-/-/g' "$scratch/moved/share/man/man1/$program.1" | grep -q -e "$option\b" \
-            || die "the manual of $program lacks $option"
+        grep -q -e "$option\b" "$scratch/$program.manual" || die "the manual of $program lacks $option"
     done <"$scratch/options"
 done
