@@ -41,7 +41,7 @@ struct TQWBServerAnswer {
 };
 
 /// Why something has failed.
-struct TQWBError {
+struct TQWB_EXPORT TQWBError {
     /// Who can do something about it.
     TQWBErrorCategory category = TQWBErrorCategory::Usage;
     /// One of `TQWBSessionCode`, `TQWBNaviCode` or `TQWBRoomCode`; in the category `Service` also the service's own
@@ -55,7 +55,7 @@ struct TQWBError {
 
     /// What the error callback of a `TQWhiteBoard` was given, as an error. A code alone does not tell certificates from
     /// other troubles of a network.
-    TQWB_EXPORT static TQWBError ofCode(NSUInteger code, const OptionalText& text);
+    static TQWBError ofCode(NSUInteger code, const OptionalText& text);
 };
 
 } // namespace tq

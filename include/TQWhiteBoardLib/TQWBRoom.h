@@ -82,7 +82,7 @@ public:
     /// @cond
     // For coroutines: what has ended is told also when the room is dropped before that.
     void await(Callback callback) const;
-    struct Ending;
+    struct TQWB_HIDDEN Ending;
     explicit TQWBRoomStep(std::shared_ptr<Ending> ending);
     /// @endcond
 
