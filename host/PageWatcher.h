@@ -15,6 +15,8 @@ public:
     virtual void roomWasQuit() = 0;
     /// @param exception empty when the page has given none.
     virtual void roomHasFailed(const TQWBException& exception) = 0;
+    /// The application has closed the view.
+    virtual void viewWasClosed() = 0;
 };
 
 } // namespace tq

@@ -2,9 +2,12 @@
 
 #include "PageWatcher.h"
 #include "TQWhiteBoardLib/TQWBWebView.h"
+#include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSData.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSNumberReading.h"
+
+#include <utility>
 
 namespace tq {
 
@@ -29,6 +32,21 @@ public:
 
 private:
     TQWBBridge& m_bridge;
+};
+
+// Does so at the end of an event, even when the delegate throws or closes the view.
+template <class Task> class AtEnd {
+public:
+    explicit AtEnd(Task task)
+        : m_task(std::move(task))
+    {
+    }
+    ~AtEnd() { runGuarded(m_task); }
+    AtEnd(const AtEnd&) = delete;
+    AtEnd& operator=(const AtEnd&) = delete;
+
+private:
+    const Task m_task;
 };
 
 } // namespace
@@ -86,12 +104,14 @@ OptionalValue TQWBBridge::onRoomQuited(OptionalValue)
 {
     NSLog("[TQ:Log] onRoomQuited");
     const Unlinking unlinking(*this);
+    const AtEnd telling([watcher = watcher()] {
+        if (watcher)
+            watcher->roomWasQuit();
+    });
     if (auto delegate = m_webView
             ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomQuit)
             : nullptr)
         delegate->onWBRoomQuit();
-    if (const auto watcher = this->watcher())
-        watcher->roomWasQuit();
     return "onRoomQuited";
 }
 
@@ -101,12 +121,14 @@ OptionalValue TQWBBridge::onRoomException(OptionalValue argument)
     const Unlinking unlinking(*this);
     const TQWBException exception{ .code = integerValue(memberOf(argument, "code")),
         .msg = textValue(memberOf(argument, "msg")) };
+    const AtEnd telling([watcher = watcher(), &exception] {
+        if (watcher)
+            watcher->roomHasFailed(exception);
+    });
     if (auto delegate = m_webView && !isEmpty(argument)
             ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomException)
             : nullptr)
         delegate->onWBRoomException(exception);
-    if (const auto watcher = this->watcher())
-        watcher->roomHasFailed(exception);
     return "onRoomException";
 }
 

@@ -1,5 +1,6 @@
 #include "TQWhiteBoardLib/TQWBWebView.h"
 
+#include "PageWatcher.h"
 #include "TQWBBridge.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/UIKit/UIScreen.h"
@@ -87,6 +88,8 @@ void TQWBWebView::end()
 {
     const auto self = shared_from_this();
     DWKWebView::end();
+    if (const auto watcher = std::exchange(m_pageWatcher, {}).lock())
+        watcher->viewWasClosed();
     m_roomStatusDelegate.clear();
     m_recordDelegate.clear();
     m_permisssionDelegate.clear();

@@ -111,7 +111,15 @@ void TQWBNaviManager::attempt(const std::optional<NSURL>& navi, const OptionalTe
             const OptionalText& data, NSInteger status, const std::optional<NSError>& error) {
             Attempted attempted{ nullptr, 0, {}, error };
             completionWithAppKey(
-                appKey, token, data, status, error, [&](bool) { attempted.service = getNaviData(appKey, token); },
+                appKey, token, data, status, error,
+                [&](bool isSaved) {
+                    if (isSaved)
+                        attempted.service = getNaviData(appKey, token);
+                    if (attempted.service)
+                        return;
+                    attempted.code = TQWBNaviCodeAnswerIncomplete;
+                    attempted.description = "The answer does not say where the service is.";
+                },
                 [&](NSUInteger code, const OptionalText&, const std::string& description) {
                     attempted.code = code;
                     attempted.description = description;

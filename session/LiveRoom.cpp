@@ -27,7 +27,9 @@ TQWBError errorOf(const NSError& error, TQWBErrorCategory category, NSUInteger c
 
 TQWBError unreadable(NSInteger status)
 {
-    return { TQWBErrorCategory::Service, TQWBRoomCodeAnswerUnreadable,
+    constexpr NSInteger kUnauthorized = 401;
+    return { status == kUnauthorized ? TQWBErrorCategory::Token : TQWBErrorCategory::Service,
+        TQWBRoomCodeAnswerUnreadable,
         "What answered is not the conference service (status " + std::to_string(status) + ")." };
 }
 
@@ -169,7 +171,7 @@ void LiveRoom::sendJoin()
             room->joined(reply);
     };
     if (roomConfig())
-        m_membership = Membership::join(m_service, *roomConfig(), std::move(answered));
+        m_membership = Membership::join(m_service, *roomConfig(), m_membership, std::move(answered));
     else
         sendToService(nullptr, playRequest(m_service.get(), std::get<TQWBRecordConfig>(m_record)),
             [answered = std::move(answered)](
@@ -183,8 +185,10 @@ void LiveRoom::joined(const ServiceReply& reply)
     const auto& answer = reply.answer;
     if (reply.transportError) {
         logFailure(kind, reply.transportError->localizedDescription);
-        if (!findAgain())
-            finish(errorOf(*reply.transportError, TQWBErrorCategory::Network, kind.transportCode));
+        const bool isUnsent = reply.transportError->code == NSURLErrorUnsupportedURL;
+        if (isUnsent || !findAgain())
+            finish(errorOf(*reply.transportError, isUnsent ? TQWBErrorCategory::Usage : TQWBErrorCategory::Network,
+                kind.transportCode));
     } else if (answer.code) {
         logFailure(kind, logged(answer.desc));
         finish(TQWBError{ TQWBErrorCategory::Service, answer.failureCode(),
@@ -216,6 +220,11 @@ void LiveRoom::load(const OptionalText& key)
     if (m_pageAddress.empty()) {
         logFailure(requestKind(), "url is nil");
         finish(TQWBError{ TQWBErrorCategory::Service, requestKind().urlMissingCode, "url is nil" });
+        return;
+    }
+    if (!NSURL::URLWithString(m_pageAddress)) {
+        finish(TQWBError{ TQWBErrorCategory::Service, TQWBRoomCodeAnswerUnreadable,
+            "The service's answer does not make an address of the room's page." });
         return;
     }
     logSuccess(requestKind());
@@ -349,6 +358,13 @@ void LiveRoom::decidePolicyForNavigationResponse(WKWebView&, const WKNavigationR
 {
     constexpr NSInteger kFirstRefusal = 400;
     const auto status = navigationResponse.response.statusCode;
+    if (state() == TQWBRoomState::Shown && navigationResponse.isForMainFrame) {
+        // The room's page may load itself anew; another one in its place would not be the room.
+        const auto address = NSURL::URLWithString(navigationResponse.response.URL);
+        const bool isRoom = address && address->origin() == m_view->pageOrigin();
+        decisionHandler(isRoom ? WKNavigationResponsePolicy::Allow : WKNavigationResponsePolicy::Cancel);
+        return;
+    }
     if (!m_isOpening || !navigationResponse.isForMainFrame || status < kFirstRefusal) {
         m_hasBegun |= navigationResponse.isForMainFrame;
         decisionHandler(WKNavigationResponsePolicy::Allow);
@@ -372,9 +388,11 @@ void LiveRoom::didFinishNavigation(WKWebView&, const WKNavigation&)
     });
 }
 
+// A page that is shown stays when what it leads to cannot be had.
 void LiveRoom::didFailProvisionalNavigation(WKWebView&, const WKNavigation&, const NSError& error)
 {
-    pageFailed(error);
+    if (m_isOpening)
+        pageFailed(error);
 }
 
 void LiveRoom::didFailNavigation(WKWebView&, const WKNavigation&, const NSError& error) { pageFailed(error); }
@@ -388,6 +406,13 @@ void LiveRoom::webViewWebContentProcessDidTerminate(WKWebView&)
         else if (room.state() == TQWBRoomState::Shown)
             room.reconnect();
     });
+}
+
+// Whoever is to be let in by a name and a password is refused, which its status says.
+void LiveRoom::didReceiveAuthenticationChallenge(
+    WKWebView&, const NSURLAuthenticationChallenge&, ChallengeCompletion completion)
+{
+    completion(NSURLSessionAuthChallengeDisposition::PerformDefaultHandling, std::nullopt);
 }
 
 void LiveRoom::pageHasLoaded()
@@ -419,6 +444,17 @@ void LiveRoom::roomHasFailed(const TQWBException& exception)
             room.m_membership->forget();
         room.finish(
             TQWBError{ TQWBErrorCategory::Page, static_cast<NSUInteger>(exception.code), exception.msg.value_or("") });
+    });
+}
+
+// If the page has said at the same time that it is over, that counts.
+void LiveRoom::viewWasClosed()
+{
+    later([](LiveRoom& room) {
+        room.later([](LiveRoom& same) {
+            same.finish(TQWBError{
+                TQWBErrorCategory::Cancelled, TQWBRoomCodeCancelled, "The application has closed the room's view." });
+        });
     });
 }
 

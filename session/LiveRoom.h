@@ -26,10 +26,13 @@ public:
         WKWebView& webView, const WKNavigation& navigation, const NSError& error) override;
     void didFailNavigation(WKWebView& webView, const WKNavigation& navigation, const NSError& error) override;
     void webViewWebContentProcessDidTerminate(WKWebView& webView) override;
+    void didReceiveAuthenticationChallenge(
+        WKWebView& webView, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion) override;
 
     void pageHasLoaded() override;
     void roomWasQuit() override;
     void roomHasFailed(const TQWBException& exception) override;
+    void viewWasClosed() override;
 
 private:
     using Milliseconds = std::chrono::milliseconds;

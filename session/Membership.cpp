@@ -3,6 +3,9 @@
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSLog.h"
 
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
 #include <map>
 #include <tuple>
 #include <utility>
@@ -15,15 +18,21 @@ using Place = std::tuple<OptionalText, OptionalText, OptionalText>;
 
 Place placeOf(const TQWBRoomConfig& config) { return { config.appKey, config.roomId, config.userId }; }
 
-/// The places that somebody is on the way out of, and who waits for them.
+/// The places that somebody is on the way out of, who waits for them, and who has taken which place last.
 struct Departures {
     struct Departure {
         int count = 0;
         std::vector<std::function<void()>> waiting;
     };
 
+    // Long enough for a service that answers, and short enough for somebody who waits for a program to end.
+    static constexpr std::chrono::seconds kPatienceAtExit{ 2 };
+
     std::mutex mutex;
+    std::condition_variable changed;
     std::map<Place, Departure> places;
+    std::map<Place, std::uint64_t> newest;
+    std::uint64_t count = 0;
 
     void add(const Place& place)
     {
@@ -39,6 +48,31 @@ struct Departures {
         for (auto& then : found->second.waiting)
             dispatchToMain(std::move(then));
         places.erase(found);
+        changed.notify_all();
+    }
+    std::uint64_t take(const Place& place)
+    {
+        const std::lock_guard lock(mutex);
+        return newest[place] = ++count;
+    }
+    bool isNewest(const Place& place, std::uint64_t number)
+    {
+        const std::lock_guard lock(mutex);
+        const auto found = newest.find(place);
+        return found == newest.end() || found->second == number;
+    }
+    void giveUp(const Place& place, std::uint64_t number)
+    {
+        const std::lock_guard lock(mutex);
+        const auto found = newest.find(place);
+        if (found != newest.end() && found->second == number)
+            newest.erase(found);
+    }
+    // Whoever is on the way out gets there before the program ends.
+    void wait()
+    {
+        std::unique_lock lock(mutex);
+        changed.wait_for(lock, kPatienceAtExit, [this] { return places.empty(); });
     }
     // Whether there was something to wait for.
     bool wait(const Place& place, const std::function<void()>& then)
@@ -57,6 +91,12 @@ Departures& departures()
 {
     static auto& made = *new Departures;
     return made;
+}
+
+// What is registered last runs first: after work has begun in the background, and so before that is stopped.
+void waitAtExit()
+{
+    static_cast<void>(std::atexit([] { departures().wait(); }));
 }
 
 // Whether the service may have heard of a join that it did not answer.
@@ -84,10 +124,12 @@ Membership::Membership(std::shared_ptr<const TQWBNaviDataInfo> service, const TQ
 {
 }
 
-std::shared_ptr<Membership> Membership::join(
-    std::shared_ptr<const TQWBNaviDataInfo> service, const TQWBRoomConfig& config, Joined joined)
+std::shared_ptr<Membership> Membership::join(std::shared_ptr<const TQWBNaviDataInfo> service,
+    const TQWBRoomConfig& config, const std::shared_ptr<Membership>& before, Joined joined)
 {
     const std::shared_ptr<Membership> self(new Membership(std::move(service), config));
+    self->m_wasIn = before && before->isIn();
+    self->m_number = departures().take(placeOf(config));
     sendToService(nullptr, joinRequest(self->m_service.get(), config),
         [self, joined = std::move(joined)](const ServiceReply& reply) {
             self->answered(reply);
@@ -106,13 +148,14 @@ void Membership::answered(const ServiceReply& reply)
 {
     std::unique_lock lock(m_mutex);
     m_isAnswered = true;
-    if (!mayBeIn(reply))
-        m_isIn = false;
+    m_isIn = m_wasIn || mayBeIn(reply);
+    static const bool s_isWaitedFor = (waitAtExit(), true);
+    static_cast<void>(s_isWaitedFor);
     if (!m_isLeaving)
         return;
-    const bool isIn = m_isIn;
+    const bool isStillIn = m_isIn;
     lock.unlock();
-    if (isIn)
+    if (isStillIn)
         sendQuit();
     else
         end(std::nullopt);
@@ -137,12 +180,23 @@ void Membership::leave(Left left)
 
 void Membership::forget()
 {
+    departures().giveUp(placeOf(m_config), m_number);
     const std::lock_guard lock(m_mutex);
     m_isIn = false;
 }
 
+bool Membership::isIn()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_isIn;
+}
+
 void Membership::sendQuit()
 {
+    if (!departures().isNewest(placeOf(m_config), m_number)) {
+        end(std::nullopt);
+        return;
+    }
     sendToService(nullptr, quitRequest(m_service.get(), m_config), [self = shared_from_this()](const auto& reply) {
         if (reply.transportError)
             logFailure(kQuitRequest, reply.transportError->localizedDescription);
@@ -159,7 +213,9 @@ void Membership::end(const std::optional<ServiceReply>& reply)
     std::unique_lock lock(m_mutex);
     const auto told = std::exchange(m_left, {});
     m_isIn = false;
+    m_isLeaving = false;
     lock.unlock();
+    departures().giveUp(placeOf(m_config), m_number);
     departures().remove(placeOf(m_config));
     dispatchToMain([told, reply] {
         for (const auto& left : told)

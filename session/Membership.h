@@ -2,6 +2,7 @@
 
 #include "ServiceRequests.h"
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -20,18 +21,21 @@ public:
     using Left = std::function<void(const std::optional<ServiceReply>& reply)>;
 
     /// Sends the join at once.
-    static std::shared_ptr<Membership> join(
-        std::shared_ptr<const TQWBNaviDataInfo> service, const TQWBRoomConfig& config, Joined joined);
+    /// @param before the same user's place until now, which this one takes over; may be null.
+    static std::shared_ptr<Membership> join(std::shared_ptr<const TQWBNaviDataInfo> service,
+        const TQWBRoomConfig& config, const std::shared_ptr<Membership>& before, Joined joined);
     /// Calls when nobody is on the way out of the room as this user any more, who would take the newcomer along; at
     /// once if nobody is.
     static void whenFree(const TQWBRoomConfig& config, std::function<void()> then);
 
-    /// Takes the user out of the room, once the join has been answered; not when that was a refusal. Twice is once.
+    /// Takes the user out of the room, once the join has been answered; not when that was a refusal, nor when the same
+    /// user has joined anew meanwhile, who would be taken out. Twice is once.
     void leave(Left left);
     /// There is nothing to leave any more: the page has said so.
     void forget();
 
 private:
+    bool isIn();
     Membership(std::shared_ptr<const TQWBNaviDataInfo> service, const TQWBRoomConfig& config);
     void answered(const ServiceReply& reply);
     void sendQuit();
@@ -39,6 +43,10 @@ private:
 
     const std::shared_ptr<const TQWBNaviDataInfo> m_service;
     const TQWBRoomConfig m_config;
+    // The user was in the room before this join, and is so after a refusal.
+    bool m_wasIn = false;
+    // Later joins have higher ones.
+    std::uint64_t m_number = 0;
 
     // Join and quit are answered on threads of their own.
     std::mutex m_mutex;

@@ -12,6 +12,7 @@ struct TQWBRoomStep::Ending : std::enable_shared_from_this<Ending> {
     Callback callback;
     // By a coroutine, which looks after its own lifetime.
     bool isAwaited = false;
+    bool isDropped = false;
 
     void end(TQWBRoomOutcome newOutcome)
     {
@@ -22,7 +23,7 @@ struct TQWBRoomStep::Ending : std::enable_shared_from_this<Ending> {
     }
     void tellLater()
     {
-        if (!outcome || !callback)
+        if (!outcome || !callback || (isDropped && !isAwaited))
             return;
         dispatchToMain([self = shared_from_this()] {
             if (const auto told = std::exchange(self->callback, nullptr))
@@ -54,13 +55,15 @@ void TQWBRoomStep::then(Callback callback) const
 
 void TQWBRoomStep::await(Callback callback) const
 {
-    then(std::move(callback));
     m_ending->isAwaited = true;
+    m_ending->callback = std::move(callback);
+    m_ending->tellLater();
 }
 
 std::shared_ptr<TQWBRoomStep::Ending> RoomProgress::newEnding()
 {
     auto ending = std::make_shared<TQWBRoomStep::Ending>();
+    std::erase_if(m_endings, [](const auto& weak) { return weak.expired(); });
     m_endings.push_back(ending);
     return ending;
 }
@@ -118,7 +121,11 @@ void RoomProgress::drop()
     stateHandler = nullptr;
     for (const auto& weak : std::exchange(m_endings, {})) {
         // A coroutine hears of what has ended before; without its callback it goes on, cancelled.
-        if (const auto ending = weak.lock(); ending && !(ending->isAwaited && ending->outcome))
+        const auto ending = weak.lock();
+        if (!ending)
+            continue;
+        ending->isDropped = true;
+        if (!ending->isAwaited || !ending->outcome)
             ending->callback = nullptr;
     }
     m_entering.reset();

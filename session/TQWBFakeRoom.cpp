@@ -15,6 +15,15 @@ public:
     using RoomProgress::become;
     using RoomProgress::finish;
 
+    /// Tells a delegate that has the method, as a page would: not when the room is over.
+    template <class Protocol, class Task>
+    void tell(WeakDelegate<Protocol> TQWBRoom::Delegates::*which, bool Protocol::Methods::*method, const Task& task)
+    {
+        const auto delegate = isOver() ? nullptr : (delegates.*which).respondingTo(method);
+        if (delegate)
+            runGuarded([&] { task(*delegate); });
+    }
+
     std::optional<RoomRecord> record;
     bool wasDropped = false;
 
@@ -69,44 +78,40 @@ void TQWBFakeRoom::finish(std::optional<TQWBError> reason) { m_progress->finish(
 
 void TQWBFakeRoom::startRecording()
 {
-    if (const auto delegate = m_progress->delegates.record.respondingTo(&TQWBRecordProtocol::Methods::onWBRecordStart))
-        delegate->onWBRecordStart();
+    m_progress->tell(&TQWBRoom::Delegates::record, &TQWBRecordProtocol::Methods::onWBRecordStart,
+        [&](auto& delegate) { delegate.onWBRecordStart(); });
 }
 
 void TQWBFakeRoom::endRecording(const OptionalText& url)
 {
-    if (const auto delegate = m_progress->delegates.record.respondingTo(&TQWBRecordProtocol::Methods::onWBRecordEnd))
-        delegate->onWBRecordEnd(url);
+    m_progress->tell(&TQWBRoom::Delegates::record, &TQWBRecordProtocol::Methods::onWBRecordEnd,
+        [&](auto& delegate) { delegate.onWBRecordEnd(url); });
 }
 
 void TQWBFakeRoom::changePermission(NSInteger status)
 {
-    if (const auto delegate
-        = m_progress->delegates.permission.respondingTo(&TQWBPermissionProtocol::Methods::onWBPermissionChange))
-        delegate->onWBPermissionChange(status);
+    m_progress->tell(&TQWBRoom::Delegates::permission, &TQWBPermissionProtocol::Methods::onWBPermissionChange,
+        [&](auto& delegate) { delegate.onWBPermissionChange(status); });
 }
 
 void TQWBFakeRoom::quit()
 {
-    if (const auto delegate
-        = m_progress->delegates.roomStatus.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomQuit))
-        delegate->onWBRoomQuit();
+    m_progress->tell(&TQWBRoom::Delegates::roomStatus, &TQWBRoomStatusProtocol::Methods::onWBRoomQuit,
+        [&](auto& delegate) { delegate.onWBRoomQuit(); });
     finish();
 }
 
 void TQWBFakeRoom::fail(const TQWBException& exception)
 {
-    if (const auto delegate
-        = m_progress->delegates.roomStatus.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomException))
-        delegate->onWBRoomException(exception);
+    m_progress->tell(&TQWBRoom::Delegates::roomStatus, &TQWBRoomStatusProtocol::Methods::onWBRoomException,
+        [&](auto& delegate) { delegate.onWBRoomException(exception); });
     finish(TQWBError{ TQWBErrorCategory::Page, static_cast<NSUInteger>(exception.code), exception.msg.value_or("") });
 }
 
 void TQWBFakeRoom::capture(const std::shared_ptr<UIImage>& image)
 {
-    if (const auto delegate
-        = m_progress->delegates.roomStatus.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBCaptureEnd))
-        delegate->onWBCaptureEnd(image);
+    m_progress->tell(&TQWBRoom::Delegates::roomStatus, &TQWBRoomStatusProtocol::Methods::onWBCaptureEnd,
+        [&](auto& delegate) { delegate.onWBCaptureEnd(image); });
 }
 
 void TQWBFakeRoom::runMainLoop() { runDueOnMain(); }

@@ -96,7 +96,11 @@ TQWBRoomState TQWBRoom::state() const { return progress().state(); }
 
 const std::optional<TQWBError>& TQWBRoom::reason() const { return progress().reason(); }
 
-void TQWBRoom::setStateHandler(StateHandler handler) { progress().stateHandler = std::move(handler); }
+void TQWBRoom::setStateHandler(StateHandler handler)
+{
+    if (m_progress)
+        m_progress->stateHandler = std::move(handler);
+}
 
 std::shared_ptr<TQWBWebView> TQWBRoom::view() const { return progress().view(); }
 

@@ -54,7 +54,8 @@ struct TQWBRoomOptions {
     std::vector<std::string> expectedServers{};
     /// Within which time the room is to be shown, from `enter` on, and again whenever it reconnects.
     std::chrono::milliseconds timeLimit = std::chrono::seconds(60);
-    /// After which time a page that does not begin to arrive is asked for again, three times at most.
+    /// After which time a page that does not begin to arrive is asked for again, three times at most. Handshakes for
+    /// extra trust anchors, of five seconds at most, are part of it.
     std::chrono::milliseconds pagePatience = std::chrono::seconds(10);
     /// After which time a page that has loaded and does not say so (`onLoadEnd`) counts as shown.
     std::chrono::milliseconds loadEndPatience = std::chrono::seconds(5);
@@ -106,7 +107,11 @@ private:
 /// comes to its end: shown or over within its time limit, and over within twenty seconds of leaving.
 ///
 /// A room that is dropped is left: a user whose join was sent is taken out at the service, in the background (a program
-/// that ends waits up to two seconds for that). The next join of the same user in the same room waits for it.
+/// that ends waits up to two seconds for that, if the room was dropped before `exit`). The next join of the same user
+/// in the same room waits for it; one that was sent before the drop stays. Nobody is taken out of a room that its page
+/// declares quit or failed: the same user may have entered it from another place.
+///
+/// While the room is shown, its page's main frame stays with the page's own origin: links elsewhere lead nowhere.
 class TQWB_EXPORT TQWBRoom {
 public:
     /// Told of each new state. @param reason why it is over; null in other states, and when there is no reason: the
@@ -141,8 +146,9 @@ public:
     /// nobody is told.
     void setStateHandler(StateHandler handler);
 
-    /// The view to be placed in a window; the room is its navigation delegate, which it must stay. Absent when the room
-    /// is over (the view is still there while that is told), without a display, and in a test's room.
+    /// The view to be placed in a window; the room is its navigation delegate, which it must stay. To close it is to
+    /// leave the room. Absent when the room is over (the view is still there while that is told), without a display,
+    /// and in a test's room.
     std::shared_ptr<TQWBWebView> view() const;
 
     /// As the view's own, and also told by a test's room. Held weakly: a temporary would be gone at once.
@@ -169,9 +175,9 @@ public:
             shown->setPermisssionDelegate(delegate);
     }
     /// @cond
-    template <class Delegate> void setRoomStatusDelegate(std::shared_ptr<Delegate>&& temporary) = delete;
-    template <class Delegate> void setRecordDelegate(std::shared_ptr<Delegate>&& temporary) = delete;
-    template <class Delegate> void setPermissionDelegate(std::shared_ptr<Delegate>&& temporary) = delete;
+    template <class Delegate> void setRoomStatusDelegate(const std::shared_ptr<Delegate>&& temporary) = delete;
+    template <class Delegate> void setRecordDelegate(const std::shared_ptr<Delegate>&& temporary) = delete;
+    template <class Delegate> void setPermissionDelegate(const std::shared_ptr<Delegate>&& temporary) = delete;
 
     struct Delegates {
         WeakDelegate<TQWBRoomStatusProtocol> roomStatus;

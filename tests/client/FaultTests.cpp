@@ -5,6 +5,7 @@
 #include "tests/support/Authority.h"
 #include "tests/support/HttpsServer.h"
 
+#include <algorithm>
 #include <fstream>
 
 namespace tq::test {
@@ -95,6 +96,19 @@ TEST_F(FaultTest, EachIsSaidInWords)
         waitForText(row.title);
         waitForText(row.advice);
     }
+}
+
+TEST_F(FaultTest, WhoEndsTheProgramHasLeftTheRoom)
+{
+    join.set(answer(200, R"({"code":0,"key":"k1"})"));
+    page.set(answer(200, "<script>prompt('_dsbridge=TQJSBridge.onLoadEnd', '{}')</script>"));
+    auto client = start(joinWords("ann"));
+    client->waitFor("room", { { "state", "shown" } });
+    client->write("exit");
+    EXPECT_EQ(client->end(), 0);
+    const auto requests = service.requests();
+    EXPECT_TRUE(std::ranges::any_of(requests,
+        [](const ReceivedRequest& request) { return request.line().starts_with("DELETE /api/v1/iwb/hubs/hall/"); }));
 }
 
 } // namespace

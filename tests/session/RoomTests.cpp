@@ -13,6 +13,7 @@
 #include <condition_variable>
 #include <gtest/gtest.h>
 #include <mutex>
+#include <stdexcept>
 #include <webkit/webkit.h>
 
 namespace tq::test {
@@ -33,6 +34,8 @@ public:
     Shared<std::string> join{ kGoodAnswer };
     Shared<std::string> page{ kGoodPage };
     Shared<std::string> quit{ kGoodAnswer };
+    // Empty: where the service is.
+    Shared<std::string> navigation{ "" };
     // Requests that get no answer: those whose line begins so, so many times.
     Shared<std::string> silentAbout{ "" };
     std::atomic<int> silences = 1000;
@@ -79,8 +82,11 @@ private:
                 m_changed.wait(lock, [&] { return m_held != held; });
         }
         if (request.line().starts_with("POST /config.json"))
-            wire.send(HttpsServer::answerWith(
-                200, R"({"iwbLeaseUri":")" + host() + R"(","iwbConferenceUri":")" + host() + "\"}"));
+            wire.send(HttpsServer::answerWith(200,
+                navigation.get().empty() ? R"({"iwbLeaseUri":")" + host() + R"(","iwbConferenceUri":")" + host() + "\"}"
+                                         : navigation.get()));
+        else if (request.line().starts_with("GET /nothing"))
+            wire.send(HttpsServer::answerWith(204, ""));
         else if (request.line().starts_with("GET "))
             wire.send(page.get());
         else
@@ -224,6 +230,21 @@ TEST_F(RoomTest, SaysWhyThereIsNone)
             Category::Service, TQWBRoomCodeAnswerUnreadable, State::Joining, 1 },
         { "join without a key", [&] { service.join.set(HttpsServer::answerWith(200, R"({"code":0})")); },
             Category::Service, TQWBRoomCodeAnswerUnreadable, State::Joining, 1 },
+        { "join of strangers", [&] { service.join.set(status(401)); }, Category::Token, TQWBRoomCodeAnswerUnreadable,
+            State::Joining, 1 },
+        { "key that makes no address",
+            [&] { service.join.set(HttpsServer::answerWith(200, R"({"code":0,"key":"k 1"})")); }, Category::Service,
+            TQWBRoomCodeAnswerUnreadable, State::Joining, 1 },
+        { "page that asks for a password",
+            [&] {
+                service.page.set(
+                    HttpsServer::answerWith(401, "no", kHtml + "WWW-Authenticate: Basic realm=\"page\"\r\n"));
+            },
+            Category::Page, 401, State::Loading, 1 },
+        { "room that is no part of an address", [&] { config.roomId = "my hall"; }, Category::Usage,
+            TQWBSessionCodeRequestFailed, State::Joining },
+        { "service without a place", [&] { service.navigation.set(R"({"iwbLeaseUri":null,"iwbConferenceUri":null})"); },
+            Category::Network, TQWBNaviCodeAnswerIncomplete, State::Finding },
         { "join refused",
             [&] { service.join.set(HttpsServer::answerWith(200, R"({"code":4001,"desc":"room full"})")); },
             Category::Service, 4001, State::Joining },
@@ -242,6 +263,7 @@ TEST_F(RoomTest, SaysWhyThereIsNone)
         service.join.set(kGoodAnswer);
         service.page.set(kGoodPage);
         service.silentAbout.set("");
+        service.navigation.set("");
         service.silences = 1000;
         const auto quits = service.quits();
         row.prepare();
@@ -301,6 +323,83 @@ TEST_F(RoomTest, ThePageEndsItsRoom)
         // The same user may be in the room from another place by now.
         EXPECT_EQ(service.quits(), quits);
     }
+}
+
+TEST_F(RoomTest, DelegatesThatThrowOrCloseTheViewEndTheRoomAllTheSame)
+{
+    isLeft = false;
+    struct Delegate final : TQWBRoomStatusProtocol {
+        std::function<void()> act;
+        void onWBRoomQuit() override { act(); }
+    };
+    const auto delegate = std::make_shared<Delegate>();
+    for (const auto& act : std::vector<std::function<void()>>{
+             [] { throw std::runtime_error("a delegate's own"); }, [&] { room->view()->close(); } }) {
+        enterAndSee();
+        delegate->act = act;
+        room->setRoomStatusDelegate(delegate);
+        room->view()->evaluateJavaScript("prompt('_dsbridge=TQJSBridge.onRoomQuited', '{}')");
+        waitFor(State::Over);
+        EXPECT_FALSE(reason);
+    }
+    isLeft = true;
+    enterAndSee();
+    room->view()->close();
+    waitFor(State::Over);
+    EXPECT_EQ(reason->category, Category::Cancelled);
+}
+
+TEST_F(RoomTest, WhatAShownPageLeadsToEndsNoRoom)
+{
+    HttpsServer other([](const auto&) { return kGoodPage; });
+    const auto refused = "https://localhost:" + std::to_string(refusingPort()) + "/";
+    enterAndSee();
+    int asked = 0;
+    for (const auto& address : { std::string("mailto:ann@b.example"), "https://" + service.host() + "/nothing", refused,
+             "https://" + other.host() + "/" }) {
+        SCOPED_TRACE(address);
+        room->view()->evaluateJavaScript("location = '" + address + "'");
+        if (address.ends_with("nothing"))
+            runUntil([&] { return service.count("GET /nothing") == 1; }, "the link is followed");
+        if (address.find(other.host()) != std::string::npos)
+            runUntil([&] { return other.requests().size() == 1; }, "the other page is asked for");
+        // The page is still there, and has heard of the load's end by then.
+        for (int count = 0; count < 5; ++count) {
+            ++asked;
+            room->view()->evaluateJavaScript(
+                "setTimeout(() => prompt('_dsbridge=TQJSBridge.onRecordStart', '{}'), 50)");
+            runUntil([&] { return countOfLine("[TQ:Log] onRecordStart") == asked; }, "the page speaks");
+        }
+        EXPECT_EQ(room->state(), State::Shown);
+    }
+    EXPECT_EQ(service.joins(), 1);
+    EXPECT_EQ(service.pages(), 1);
+}
+
+TEST_F(RoomTest, NobodyIsLeftBehindWhenARoomCannotComeBack)
+{
+    enterAndSee();
+    service.join.set(HttpsServer::answerWith(200, R"({"code":4001,"desc":"room full"})"));
+    killPage();
+    waitFor(State::Over);
+    EXPECT_EQ(reason->code, 4001U);
+    runUntil([&] { return service.quits() == 1; }, "the service is told");
+}
+
+TEST_F(RoomTest, ANewerJoinOfTheSameUserStays)
+{
+    enterAndSee();
+    const auto before = std::move(room);
+    enterAndSee();
+    const std::weak_ptr<TQWBWebView> view = before->view();
+    before->setStateHandler(nullptr);
+    before->leave();
+    runUntil([&] { return before->state() == State::Over && view.expired(); }, "the older room is over");
+    EXPECT_EQ(service.quits(), 0);
+    EXPECT_EQ(room->state(), State::Shown);
+    room->leave();
+    waitFor(State::Over);
+    EXPECT_EQ(service.quits(), 1);
 }
 
 TEST_F(RoomTest, AServiceThatHasMovedIsFoundAgain)
