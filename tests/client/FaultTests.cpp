@@ -15,7 +15,6 @@ class FaultTest : public ClientPrograms {
 protected:
     void SetUp() override
     {
-        speak("");
         std::filesystem::create_directories(folder);
         bus = std::make_unique<AccessibilityBus>(folder);
         host = service.host();
