@@ -2,7 +2,6 @@
 #include "TQWhiteBoardLib/TQWhiteBoard.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSLog.h"
-#include "platform/Foundation/NSNumberReading.h"
 #include "platform/Foundation/NSURLSession.h"
 #include "session/ServiceRequests.h"
 
@@ -28,7 +27,7 @@ void send(const std::shared_ptr<TQWhiteBoard>& board, NSMutableURLRequest reques
             } else {
                 logFailure(kind, logged(answer.desc));
                 if (error)
-                    error(answer.failureCode(), textValue(answer.desc ? &*answer.desc : nullptr));
+                    error(answer.failureCode(), answer.failureText());
             }
         });
 }

@@ -1,11 +1,8 @@
 #include "LiveRoom.h"
 
-#include "TQWhiteBoardLib/TQWBSessionCode.h"
-#include "TQWhiteBoardLib/TQWhiteBoard.h"
 #include "navigation/TQWBNaviManager.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSLog.h"
-#include "platform/Foundation/NSNumberReading.h"
 
 #include <utility>
 
@@ -13,7 +10,6 @@ namespace tq {
 
 namespace {
 
-constexpr std::int32_t kDefaultMinutes = 1440;
 constexpr int kMostRepeats = 3;
 constexpr int kMostReconnects = 3;
 // A page that has been shown for so long and is lost is not the one that was lost before.
@@ -23,6 +19,11 @@ TQWBError errorOf(const NSError& error, TQWBErrorCategory category, NSUInteger c
 {
     const bool isUntrusted = error.code == NSURLErrorServerCertificateUntrusted;
     return { isUntrusted ? TQWBErrorCategory::Certificate : category, code, error.localizedDescription };
+}
+
+TQWBError refusalOf(const ServiceAnswer& answer)
+{
+    return { TQWBErrorCategory::Service, answer.failureCode(), answer.failureText().value_or("") };
 }
 
 TQWBError unreadable(NSInteger status)
@@ -52,14 +53,17 @@ std::shared_ptr<LiveRoom> LiveRoom::make(TQWBRoomOptions options)
     return room;
 }
 
-// At a later turn of the main loop: the page and the engine are in the middle of a call.
-template <class Task> void LiveRoom::later(Task task)
+// What an answer does that may come too late.
+template <class Task> auto LiveRoom::inTime(Task task)
 {
-    dispatchToMain([weak = std::weak_ptr(self()), entry = m_entry, task] {
+    return [weak = std::weak_ptr(self()), entry = m_entry, task](const auto&... answer) {
         if (const auto room = weak.lock(); room && room->m_entry == entry && !room->isOver())
-            task(*room);
-    });
+            task(*room, answer...);
+    };
 }
+
+// At a later turn of the main loop: the page and the engine are in the middle of a call.
+template <class Task> void LiveRoom::later(Task task) { dispatchToMain(inTime(task)); }
 
 // Unless the counter has gone on by then.
 template <class Task> void LiveRoom::after(Milliseconds delay, const std::uint64_t& counter, Task task)
@@ -83,19 +87,12 @@ const OptionalText& LiveRoom::token() const
 void LiveRoom::begin(RoomRecord record)
 {
     m_record = std::move(record);
-    const auto* config = std::get_if<TQWBRecordConfig>(&m_record);
-    const bool isUsable
-        = config ? TQWhiteBoard::invaliedRecordConfig(config) : TQWhiteBoard::invaliedRoomConfig(roomConfig());
-    if (!isUsable) {
-        finish(TQWBError{ TQWBErrorCategory::Usage, TQWBSessionCodeInvalidConfig, "config is invalid" });
+    if (refuses(m_record))
         return;
-    }
     if (!m_view) {
         finish(TQWBError{ TQWBErrorCategory::Usage, TQWBRoomCodeNoDisplay, "There is no display to show a room on." });
         return;
     }
-    if (auto* room = std::get_if<TQWBRoomConfig>(&m_record); room && !room->minutes)
-        room->minutes = kDefaultMinutes;
     setDeadline();
     find();
 }
@@ -157,19 +154,12 @@ void LiveRoom::join()
         return;
     }
     // A quit that is still on its way would take the newcomer along.
-    Membership::whenFree(*roomConfig(), [weak = std::weak_ptr(self()), entry] {
-        if (const auto room = weak.lock(); room && room->m_entry == entry && !room->isOver())
-            room->sendJoin();
-    });
+    Membership::whenFree(*roomConfig(), inTime([](LiveRoom& room) { room.sendJoin(); }));
 }
 
 void LiveRoom::sendJoin()
 {
-    auto answered = [weak = std::weak_ptr(self()), entry = m_entry](const ServiceReply& reply) {
-        const auto room = weak.lock();
-        if (room && room->m_entry == entry && !room->isOver())
-            room->joined(reply);
-    };
+    auto answered = inTime([](LiveRoom& room, const ServiceReply& reply) { room.joined(reply); });
     if (roomConfig())
         m_membership = Membership::join(m_service, *roomConfig(), m_membership, std::move(answered));
     else
@@ -191,8 +181,7 @@ void LiveRoom::joined(const ServiceReply& reply)
                 kind.transportCode));
     } else if (answer.code) {
         logFailure(kind, logged(answer.desc));
-        finish(TQWBError{ TQWBErrorCategory::Service, answer.failureCode(),
-            textValue(answer.desc ? &*answer.desc : nullptr).value_or("") });
+        finish(refusalOf(answer));
     } else if (!answer.isReadable || !answer.key || reply.status >= kFirstRefusal) {
         const auto error = unreadable(reply.status);
         logFailure(kind, error.text);
@@ -279,10 +268,10 @@ void LiveRoom::pageFailed(const NSError& error)
     if (error.code == NSURLErrorCancelled)
         return;
     later([error](LiveRoom& room) {
+        const bool isUntrusted = error.code == NSURLErrorServerCertificateUntrusted;
         if (room.m_isOpening)
-            room.finish(error.code == NSURLErrorServerCertificateUntrusted
-                    ? errorOf(error, TQWBErrorCategory::Certificate, TQWBRoomCodePageUntrusted)
-                    : errorOf(error, TQWBErrorCategory::Page, TQWBRoomCodePageUnreachable));
+            room.finish(errorOf(
+                error, TQWBErrorCategory::Page, isUntrusted ? TQWBRoomCodePageUntrusted : TQWBRoomCodePageUnreachable));
         else if (room.state() == TQWBRoomState::Shown)
             room.reconnect();
     });
@@ -329,8 +318,7 @@ void LiveRoom::tellService()
         if (reply && reply->transportError)
             room->finish(errorOf(*reply->transportError, TQWBErrorCategory::Network, kQuitRequest.transportCode));
         else if (reply && reply->answer.code)
-            room->finish(TQWBError{ TQWBErrorCategory::Service, reply->answer.failureCode(),
-                textValue(reply->answer.desc ? &*reply->answer.desc : nullptr).value_or("") });
+            room->finish(refusalOf(reply->answer));
         else
             room->finish(std::nullopt);
     });

@@ -44,6 +44,7 @@ private:
     void giveUp() override;
 
     std::shared_ptr<LiveRoom> self() { return std::static_pointer_cast<LiveRoom>(shared_from_this()); }
+    template <class Task> auto inTime(Task task);
     template <class Task> void later(Task task);
     template <class Task> void after(Milliseconds delay, const std::uint64_t& counter, Task task);
     void setDeadline();

@@ -1,5 +1,7 @@
 #include "RoomProgress.h"
 
+#include "TQWhiteBoardLib/TQWBSessionCode.h"
+#include "TQWhiteBoardLib/TQWhiteBoard.h"
 #include "platform/Foundation/Dispatch.h"
 
 #include <utility>
@@ -135,6 +137,14 @@ void RoomProgress::drop()
         m_state = TQWBRoomState::Over;
         giveUp();
     }
+}
+
+bool RoomProgress::refuses(const RoomRecord& record)
+{
+    if (std::visit([](const auto& config) { return isUsable(config); }, record))
+        return false;
+    finish(TQWBError{ TQWBErrorCategory::Usage, TQWBSessionCodeInvalidConfig, "config is invalid" });
+    return true;
 }
 
 void RoomProgress::become(TQWBRoomState state)

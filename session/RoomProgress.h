@@ -36,6 +36,8 @@ protected:
     /// The view and everything else go; the state is over.
     virtual void giveUp() = 0;
 
+    /// Whether the record cannot be used: the room is over then.
+    bool refuses(const RoomRecord& record);
     void become(TQWBRoomState state);
     /// It is over. What it holds is given up after that has been told.
     void finish(std::optional<TQWBError> reason);

@@ -18,4 +18,6 @@ ServiceAnswer::ServiceAnswer(const OptionalText& data)
         key = describe(OptionalValue(*member));
 }
 
+OptionalText ServiceAnswer::failureText() const { return textValue(desc ? &*desc : nullptr); }
+
 } // namespace tq

@@ -18,6 +18,8 @@ struct ServiceAnswer {
     NSUInteger failureCode() const { return static_cast<NSUInteger>(static_cast<NSInteger>(code)); }
     /// Why it failed, as it stands in the answer; for the log.
     OptionalValue desc;
+    /// The same as the application is told it; absent when it is no text.
+    OptionalText failureText() const;
     /// The room page's key.
     OptionalText key;
 };

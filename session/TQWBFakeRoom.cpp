@@ -1,8 +1,6 @@
 #include "TQWhiteBoardLib/testing/TQWBFakeRoom.h"
 
 #include "RoomProgress.h"
-#include "TQWhiteBoardLib/TQWBSessionCode.h"
-#include "TQWhiteBoardLib/TQWhiteBoard.h"
 #include "platform/Foundation/Dispatch.h"
 
 #include <utility>
@@ -31,11 +29,7 @@ private:
     void begin(RoomRecord newRecord) override
     {
         record = std::move(newRecord);
-        const auto* room = std::get_if<TQWBRoomConfig>(&*record);
-        if (!(room ? TQWhiteBoard::invaliedRoomConfig(room)
-                   : TQWhiteBoard::invaliedRecordConfig(std::get_if<TQWBRecordConfig>(&*record))))
-            finish(TQWBError{ TQWBErrorCategory::Usage, TQWBSessionCodeInvalidConfig, "config is invalid" });
-        else
+        if (!refuses(*record))
             become(TQWBRoomState::Finding);
     }
     void tellService() override { }
