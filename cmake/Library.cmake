@@ -1,7 +1,5 @@
-# The library, listed file by file. The objects are compiled once: the shared library and the tests of its insides both
-# link them.
-add_library(tqwb_objects OBJECT
-    ${TQWB_CORE_SOURCES}
+# What all ports share, beside the core.
+set(TQWB_SHARED_SOURCES
     bridge/DWKWebView.cpp
     bridge/DWKWebViewApi.cpp
     bridge/DWKWebViewCalls.cpp
@@ -14,36 +12,18 @@ add_library(tqwb_objects OBJECT
     host/TQWBWebView.cpp
     navigation/TQWBNaviCache.cpp
     navigation/TQWBNaviManager.cpp
+    platform/UIKit/ShownText.cpp
     platform/WebKit/WKDelegates.cpp
-    platform/gtk/AlertContent.cpp
-    platform/gtk/BackgroundWork.cpp
-    platform/gtk/CurlAddress.cpp
-    platform/gtk/CurlErrors.cpp
-    platform/gtk/CurlTransfer.cpp
-    platform/gtk/DefaultsDatabase.cpp
-    platform/gtk/Dispatch.cpp
-    platform/gtk/NSLog.cpp
-    platform/gtk/NavigationErrors.cpp
-    platform/gtk/NSOperationQueue.cpp
-    platform/gtk/NSURL.cpp
-    platform/gtk/NSURLSession.cpp
-    platform/gtk/NSUserDefaults.cpp
-    platform/gtk/Random.cpp
-    platform/gtk/ServerCertificates.cpp
-    platform/gtk/ShownText.cpp
-    platform/gtk/UIAlertView.cpp
-    platform/gtk/UIImage.cpp
-    platform/gtk/UIProgressView.cpp
-    platform/gtk/UIScreen.cpp
-    platform/gtk/UITextField.cpp
-    platform/gtk/UIView.cpp
-    platform/gtk/WKWebView.cpp
-    platform/gtk/WKWebViewDialogs.cpp
-    platform/gtk/WKWebViewTouch.cpp
-    platform/gtk/WKWebViewNavigation.cpp
-    platform/gtk/WKWebViewTrust.cpp
-    platform/gtk/WKWebViewUserContent.cpp
-    platform/gtk/WidgetStyle.cpp
+    platform/posix/BackgroundWork.cpp
+    platform/posix/CurlAddress.cpp
+    platform/posix/CurlErrors.cpp
+    platform/posix/CurlTransfer.cpp
+    platform/posix/DefaultsDatabase.cpp
+    platform/posix/NSOperationQueue.cpp
+    platform/posix/NSURL.cpp
+    platform/posix/NSURLSession.cpp
+    platform/posix/NSUserDefaults.cpp
+    platform/posix/Random.cpp
     session/ConferenceRequests.cpp
     session/LiveRoom.cpp
     session/Membership.cpp
@@ -55,6 +35,31 @@ add_library(tqwb_objects OBJECT
     session/TQWBRoom.cpp
     session/TQWhiteBoard.cpp
 )
+
+# What each port answers in its own way: one .cpp for each header of platform/ that asks for it.
+set(TQWB_GTK_SOURCES
+    platform/gtk/AlertContent.cpp
+    platform/gtk/Dispatch.cpp
+    platform/gtk/NSLog.cpp
+    platform/gtk/NavigationErrors.cpp
+    platform/gtk/ServerCertificates.cpp
+    platform/gtk/UIAlertView.cpp
+    platform/gtk/UIImage.cpp
+    platform/gtk/UIProgressView.cpp
+    platform/gtk/UIScreen.cpp
+    platform/gtk/UITextField.cpp
+    platform/gtk/UIView.cpp
+    platform/gtk/WKWebView.cpp
+    platform/gtk/WKWebViewDialogs.cpp
+    platform/gtk/WKWebViewNavigation.cpp
+    platform/gtk/WKWebViewTouch.cpp
+    platform/gtk/WKWebViewTrust.cpp
+    platform/gtk/WKWebViewUserContent.cpp
+    platform/gtk/WidgetStyle.cpp
+)
+
+# The objects are compiled once: the shared library and the tests of its insides both link them.
+add_library(tqwb_objects OBJECT ${TQWB_CORE_SOURCES} ${TQWB_SHARED_SOURCES} ${TQWB_GTK_SOURCES})
 configure_file(session/DefaultNavigation.h.in "${PROJECT_BINARY_DIR}/generated/DefaultNavigation.h" @ONLY)
 target_include_directories(tqwb_objects PRIVATE "${PROJECT_BINARY_DIR}/generated")
 target_include_directories(tqwb_objects PUBLIC

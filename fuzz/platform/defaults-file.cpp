@@ -1,7 +1,7 @@
 // The bytes of the user defaults' file.
 
 #include "fuzz/support/Fuzz.h"
-#include "platform/gtk/DefaultsDatabase.h"
+#include "platform/posix/DefaultsDatabase.h"
 
 #include <filesystem>
 #include <fstream>

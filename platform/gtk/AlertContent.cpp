@@ -1,6 +1,6 @@
 #include "AlertContent.h"
 
-#include "ShownText.h"
+#include "../UIKit/ShownText.h"
 
 #include <algorithm>
 

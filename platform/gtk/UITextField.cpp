@@ -1,7 +1,7 @@
 #include "../UIKit/UITextField.h"
 
+#include "../UIKit/ShownText.h"
 #include "GLibPointers.h"
-#include "ShownText.h"
 #include "UIViewNative.h"
 
 namespace tq {

@@ -1,7 +1,7 @@
 // What becomes of the stored settings when processes are killed, disks are full and files are damaged.
 
 #include "platform/Foundation/NSUserDefaults.h"
-#include "platform/gtk/DefaultsDatabase.h"
+#include "platform/posix/DefaultsDatabase.h"
 #include "tests/support/Child.h"
 #include "tests/support/Log.h"
 

@@ -1,4 +1,4 @@
-#include "platform/gtk/DefaultsDatabase.h"
+#include "platform/posix/DefaultsDatabase.h"
 #include "tests/support/FailingDisk.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "DefaultsDatabase.h"
 
 #include "../Foundation/NSLog.h"
-#include "GLibPointers.h"
+#include "../gtk/GLibPointers.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 #include "ShownText.h"
 
-#include "GLibPointers.h"
+#include "../gtk/GLibPointers.h"
 
 #include <algorithm>
 #include <utility>

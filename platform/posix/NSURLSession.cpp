@@ -1,10 +1,10 @@
 #include "../Foundation/NSURLSession.h"
 
 #include "../Foundation/Dispatch.h"
+#include "../gtk/GLibPointers.h"
 #include "BackgroundWork.h"
 #include "CurlErrors.h"
 #include "CurlTransfer.h"
-#include "GLibPointers.h"
 
 #include <mutex>
 #include <system_error>

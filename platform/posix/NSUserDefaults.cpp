@@ -2,8 +2,8 @@
 
 #include "../Foundation/NSJSONSerialization.h"
 #include "../Foundation/NSLog.h"
+#include "../gtk/GLibPointers.h"
 #include "DefaultsDatabase.h"
-#include "GLibPointers.h"
 
 #include <filesystem>
 #include <gio/gio.h>
