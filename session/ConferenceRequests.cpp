@@ -9,50 +9,52 @@ namespace tq {
 
 namespace {
 
-using Accepted = std::function<void(TQWhiteBoard& board, const ServiceAnswer& answer)>;
-
-// Whatever comes of the request runs on a queue of its own.
-void send(const std::shared_ptr<TQWhiteBoard>& board, NSMutableURLRequest request, const RequestKind& kind,
-    const TQWBFailure& error, Accepted accepted)
+// The line in the log comes first and the callback after it.
+void fail(const RequestKind& kind, const TQWBFailure& error, NSUInteger code, std::string_view reason,
+    const OptionalText& text)
 {
-    sendToService(
-        board, std::move(request), [board, &kind, error, accepted = std::move(accepted)](const ServiceReply& reply) {
-            const auto& answer = reply.answer;
-            if (reply.transportError) {
-                logFailure(kind, reply.transportError->localizedDescription);
-                if (error)
-                    error(kind.transportCode, reply.transportError->localizedDescription);
-            } else if (!answer.code) {
-                accepted(*board, answer);
-            } else {
-                logFailure(kind, logged(answer.desc));
-                if (error)
-                    error(answer.failureCode(), answer.failureText());
+    logFailure(kind, reason);
+    if (error)
+        error(code, text);
+}
+
+// Whatever comes of the request runs on a queue of its own. @param accepted is given the address of the room's page.
+void send(const std::shared_ptr<TQWhiteBoard>& board, NSMutableURLRequest request, const RequestKind& kind,
+    TQWBSuccess success, TQWBFailure error, std::function<void(TQWhiteBoard& board, const std::string& page)> accepted)
+{
+    sendToService(board, std::move(request),
+        [board, &kind, success = std::move(success), error = std::move(error), accepted = std::move(accepted)](
+            const ServiceReply& reply) {
+            if (const auto& failed = reply.transportError) {
+                fail(kind, error, kind.transportCode, failed->localizedDescription, failed->localizedDescription);
+                return;
             }
+            const auto& answer = reply.answer;
+            if (answer.code) {
+                fail(kind, error, answer.failureCode(), logged(answer.desc), answer.failureText());
+                return;
+            }
+            const auto page = board->getRoomUrl(answer.key);
+            if (kind.urlMissingCode && page.empty()) {
+                fail(kind, error, kind.urlMissingCode, "url is nil", "url is nil");
+                return;
+            }
+            logSuccess(kind);
+            accepted(*board, page);
+            if (success)
+                success();
         });
 }
 
-// Loads the room's page if its address is known.
-bool openPage(TQWhiteBoard& board, const ServiceAnswer& answer, const RequestKind& kind, const TQWBFailure& error,
-    const std::function<void()>& beforeLoading)
+void openPage(TQWhiteBoard& board, const std::string& page)
 {
-    const auto url = board.getRoomUrl(answer.key);
-    if (url.empty()) {
-        logFailure(kind, "url is nil");
-        if (error)
-            error(kind.urlMissingCode, "url is nil");
-        return false;
-    }
-    logSuccess(kind);
-    beforeLoading();
     // The page of the one server asks the other.
-    dispatchToMain([self = board.shared_from_this(), url, lease = leaseAddress(board.naviData().get())] {
+    dispatchToMain([self = board.shared_from_this(), page, lease = leaseAddress(board.naviData().get())] {
         if (auto webView = self->webView()) {
             webView->expectServers({ lease });
-            webView->loadUrl(url);
+            webView->loadUrl(page);
         }
     });
-    return true;
 }
 
 } // namespace
@@ -61,11 +63,10 @@ void TQWhiteBoard::joinWhiteBoard(std::shared_ptr<TQWBRoomConfig> config, TQWBSu
 {
     if (!config)
         config = std::make_shared<TQWBRoomConfig>();
-    send(shared_from_this(), joinRequest(naviData().get(), *config), kJoinRequest, error,
-        [config, success = std::move(success), error](TQWhiteBoard& self, const ServiceAnswer& answer) {
-            auto enter = [&] { self.setRoomConfig(config); };
-            if (openPage(self, answer, kJoinRequest, error, enter) && success)
-                success();
+    send(shared_from_this(), joinRequest(naviData().get(), *config), kJoinRequest, std::move(success), std::move(error),
+        [config](TQWhiteBoard& self, const std::string& page) {
+            self.setRoomConfig(config);
+            openPage(self, page);
         });
 }
 
@@ -73,11 +74,8 @@ void TQWhiteBoard::requestRecordUrl(std::shared_ptr<TQWBRecordConfig> config, TQ
 {
     if (!config)
         config = std::make_shared<TQWBRecordConfig>();
-    send(shared_from_this(), playRequest(naviData().get(), *config), kPlayRequest, error,
-        [success = std::move(success), error](TQWhiteBoard& self, const ServiceAnswer& answer) {
-            if (openPage(self, answer, kPlayRequest, error, [] {}) && success)
-                success();
-        });
+    send(shared_from_this(), playRequest(naviData().get(), *config), kPlayRequest, std::move(success), std::move(error),
+        openPage);
 }
 
 void TQWhiteBoard::requestQuitUrlWithConfig(
@@ -85,17 +83,14 @@ void TQWhiteBoard::requestQuitUrlWithConfig(
 {
     if (!config)
         config = std::make_shared<TQWBRoomConfig>();
-    send(shared_from_this(), quitRequest(naviData().get(), *config), kQuitRequest, error,
-        [success = std::move(success)](TQWhiteBoard& self, const ServiceAnswer&) {
-            logSuccess(kQuitRequest);
+    send(shared_from_this(), quitRequest(naviData().get(), *config), kQuitRequest, std::move(success), std::move(error),
+        [](TQWhiteBoard& self, const std::string&) {
             self.setRoomConfig(nullptr);
             if (const auto webView = self.webView()) {
                 webView->removeJavascriptObject("TQJSBridge");
                 webView->removeJavascriptObject("TQNativeBridge");
             }
             self.dropWebView();
-            if (success)
-                success();
         });
 }
 

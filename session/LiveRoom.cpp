@@ -109,18 +109,18 @@ void LiveRoom::setDeadline()
     });
 }
 
-// A room that comes back is reconnecting until it is shown.
-void LiveRoom::advance(TQWBRoomState state)
+// Whether it goes on: whoever is told may leave the room. One that comes back is reconnecting until it is shown.
+bool LiveRoom::advance(TQWBRoomState state)
 {
+    const auto entry = m_entry;
     if (this->state() != TQWBRoomState::Reconnecting && this->state() != TQWBRoomState::Leaving)
         become(state);
+    return !isOver() && m_entry == entry;
 }
 
 void LiveRoom::find()
 {
-    const auto entry = m_entry;
-    advance(TQWBRoomState::Finding);
-    if (isOver() || m_entry != entry)
+    if (!advance(TQWBRoomState::Finding))
         return;
     if (auto remembered = m_service ? nullptr : TQWBNaviManager::sharedInstance()->freshNaviData(appKey(), token())) {
         m_service = std::move(remembered);
@@ -145,9 +145,7 @@ void LiveRoom::find()
 
 void LiveRoom::join()
 {
-    const auto entry = m_entry;
-    advance(TQWBRoomState::Joining);
-    if (isOver() || m_entry != entry)
+    if (!advance(TQWBRoomState::Joining))
         return;
     if (!roomConfig()) {
         sendJoin();
@@ -197,8 +195,7 @@ bool LiveRoom::findAgain()
 {
     if (!std::exchange(m_isRemembered, false))
         return false;
-    if (const auto membership = std::exchange(m_membership, nullptr))
-        membership->leave([](const auto&) {});
+    leaveService();
     find();
     return true;
 }
@@ -217,9 +214,7 @@ void LiveRoom::load(const OptionalText& key)
         return;
     }
     logSuccess(requestKind());
-    const auto entry = m_entry;
-    advance(TQWBRoomState::Loading);
-    if (isOver() || m_entry != entry)
+    if (!advance(TQWBRoomState::Loading))
         return;
     m_repeats = 0;
     openPage();
@@ -288,9 +283,7 @@ void LiveRoom::reconnect()
     ++m_reconnects;
     m_isRemembered = true;
     setDeadline();
-    const auto entry = m_entry;
-    become(TQWBRoomState::Reconnecting);
-    if (!isOver() && m_entry == entry)
+    if (advance(TQWBRoomState::Reconnecting))
         join();
 }
 
@@ -301,6 +294,13 @@ void LiveRoom::stop()
     ++m_opening;
     m_isOpening = false;
     m_search.reset();
+}
+
+// With nobody who waits for the end of it.
+void LiveRoom::leaveService()
+{
+    if (const auto membership = std::exchange(m_membership, nullptr))
+        membership->leave([](const auto&) {});
 }
 
 void LiveRoom::tellService()
@@ -327,8 +327,7 @@ void LiveRoom::tellService()
 void LiveRoom::giveUp()
 {
     stop();
-    if (const auto membership = std::exchange(m_membership, nullptr))
-        membership->leave([](const auto&) {});
+    leaveService();
     if (const auto view = std::exchange(m_view, nullptr)) {
         view->setPageWatcher({});
         view->close();

@@ -48,7 +48,7 @@ private:
     template <class Task> void later(Task task);
     template <class Task> void after(Milliseconds delay, const std::uint64_t& counter, Task task);
     void setDeadline();
-    void advance(TQWBRoomState state);
+    bool advance(TQWBRoomState state);
 
     const TQWBRoomConfig* roomConfig() const { return std::get_if<TQWBRoomConfig>(&m_record); }
     const OptionalText& appKey() const;
@@ -67,6 +67,7 @@ private:
     void pageFailed(const NSError& error);
     void reconnect();
     void stop();
+    void leaveService();
 
     const TQWBRoomOptions m_options;
     std::shared_ptr<TQWBWebView> m_view;

@@ -17,7 +17,6 @@ namespace {
 
 constexpr std::int32_t kRandomLength = 10;
 constexpr double kRequestTimeout = 10;
-constexpr std::int32_t kDefaultMinutes = 1440;
 
 void setServiceHeaders(NSMutableURLRequest& request, const OptionalText& appKey, const OptionalText& token)
 {

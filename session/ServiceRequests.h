@@ -19,12 +19,16 @@ struct RequestKind {
     /// Begins the log lines.
     const char* name;
     NSUInteger transportCode;
+    /// 0: the request opens no page.
     NSUInteger urlMissingCode;
 };
 
 extern const RequestKind kJoinRequest;
 extern const RequestKind kPlayRequest;
 extern const RequestKind kQuitRequest;
+
+/// How long a room is asked for when the record does not say.
+inline constexpr std::int32_t kDefaultMinutes = 1440;
 
 // @param service null: the address has the text of an absent host in it.
 

@@ -2,7 +2,6 @@
 
 #include "DefaultNavigation.h"
 #include "TQWhiteBoardLib/TQWhiteBoard.h"
-#include "navigation/NaviAddresses.h"
 #include "navigation/TQWBNaviManager.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSLog.h"
@@ -12,18 +11,21 @@
 
 namespace tq {
 
-namespace {
+TextList defaultNavigationServers() { return componentsSeparatedBy(kDefaultNavigation, ';'); }
 
-// Of each server, in seconds.
-constexpr double kPatience = 10;
+void logServiceFound() { NSLog("[TQ:Log] requestNavis success"); }
 
-} // namespace
+void logServiceNotFound(NSUInteger code, const std::string& description)
+{
+    NSLog(TQWBLogLevel::Error,
+        "[TQ:Log] requestNavis failure, errorCode: " + std::to_string(code) + ", errorDescription: " + description);
+}
 
 ServiceSearch::ServiceSearch(OptionalText appKey, OptionalText token, Done done)
     : m_appKey(std::move(appKey))
     , m_token(std::move(token))
     , m_done(std::move(done))
-    , m_servers(allNaviServers(m_token, componentsSeparatedBy(kDefaultNavigation, ';')).value_or(TextList()))
+    , m_servers(allNaviServers(m_token, defaultNavigationServers()).value_or(TextList()))
 {
 }
 
@@ -45,14 +47,14 @@ void ServiceSearch::askNext()
         return;
     }
     const auto& server = m_servers[m_answers.size()];
-    TQWBNaviManager::sharedInstance()->attempt(NSURL::URLWithString(server), m_appKey, m_token,
-        TQWhiteBoard::getVersion(), kPatience,
+    TQWBNaviManager::sharedInstance()->attempt(
+        NSURL::URLWithString(server), m_appKey, m_token, TQWhiteBoard::getVersion(), kNavigationTimeout,
         [weak = weak_from_this(), server](const TQWBNaviManager::Attempted& attempted) {
             const auto self = weak.lock();
             if (!self)
                 return;
             if (attempted.service) {
-                NSLog("[TQ:Log] requestNavis success");
+                logServiceFound();
                 self->m_done(attempted.service, {});
                 return;
             }
@@ -80,9 +82,7 @@ void ServiceSearch::fail()
         error.code = answer.code;
         error.text = answer.text;
     }
-    NSLog(TQWBLogLevel::Error,
-        "[TQ:Log] requestNavis failure, errorCode: " + std::to_string(error.code)
-            + ", errorDescription: " + error.text);
+    logServiceNotFound(error.code, error.text);
     m_done(nullptr, std::move(error));
 }
 

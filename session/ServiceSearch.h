@@ -2,7 +2,7 @@
 
 #include "TQWhiteBoardLib/TQWBError.h"
 #include "TQWhiteBoardLib/TQWBNaviDataInfo.h"
-#include "platform/Foundation/NSURL.h"
+#include "navigation/NaviAddresses.h"
 
 #include <functional>
 #include <memory>
@@ -11,6 +11,15 @@
 #include <vector>
 
 namespace tq {
+
+/// How long each navigation server has, in seconds.
+inline constexpr double kNavigationTimeout = 10;
+
+/// Who is asked when the token names nobody who answers.
+TextList defaultNavigationServers();
+
+void logServiceFound();
+void logServiceNotFound(NSUInteger code, const std::string& description);
 
 /// Asks navigation servers one after the other where the conference service is, and keeps what each of them says. Main
 /// thread. It ends early, and tells nobody, when its last reference goes.

@@ -1,23 +1,19 @@
 #include "TQWhiteBoardLib/TQWhiteBoard.h"
 
-#include "DefaultNavigation.h"
 #include "TQWhiteBoardLib/TQWBSessionCode.h"
 #include "TQWhiteBoardLib/TQWBWebView.h"
-#include "navigation/NaviAddresses.h"
 #include "navigation/TQWBNaviManager.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/Random.h"
 #include "session/ServiceRequests.h"
+#include "session/ServiceSearch.h"
 
 namespace tq {
 
 namespace {
 
-constexpr std::int32_t kDefaultMinutes = 1440;
-constexpr double kNavigationTimeout = 10;
-
 // The callback comes first and its line in the log after it.
-void fail(const TQWBFailure& error, NSUInteger code, const char* text)
+void refuse(const TQWBFailure& error, NSUInteger code, const char* text)
 {
     if (error)
         error(code, text);
@@ -38,16 +34,12 @@ std::shared_ptr<TQWhiteBoard> TQWhiteBoard::initWithWebView(std::shared_ptr<TQWB
 
 void TQWhiteBoard::joinWithConfig(std::shared_ptr<TQWBRoomConfig> config, TQWBSuccess success, TQWBFailure error)
 {
-    if (!webView()) {
-        fail(error, TQWBSessionCodeNotInitialized, "SDK not init");
-        return;
-    }
+    if (!webView())
+        return refuse(error, TQWBSessionCodeNotInitialized, "SDK not init");
     if (config && !config->minutes)
         config->minutes = kDefaultMinutes;
-    if (!invaliedRoomConfig(config.get())) {
-        fail(error, TQWBSessionCodeInvalidConfig, "config is invalid");
-        return;
-    }
+    if (!invaliedRoomConfig(config.get()))
+        return refuse(error, TQWBSessionCodeInvalidConfig, "config is invalid");
     withNavigation(
         config->appKey, config->token, error, [config, success = std::move(success), error](TQWhiteBoard& self) {
             self.joinWhiteBoard(config, success, error);
@@ -56,14 +48,10 @@ void TQWhiteBoard::joinWithConfig(std::shared_ptr<TQWBRoomConfig> config, TQWBSu
 
 void TQWhiteBoard::playWithConfig(std::shared_ptr<TQWBRecordConfig> config, TQWBSuccess success, TQWBFailure error)
 {
-    if (!webView()) {
-        fail(error, TQWBSessionCodeNotInitialized, "SDK not init");
-        return;
-    }
-    if (!invaliedRecordConfig(config.get())) {
-        fail(error, TQWBSessionCodeInvalidConfig, "config is invalid");
-        return;
-    }
+    if (!webView())
+        return refuse(error, TQWBSessionCodeNotInitialized, "SDK not init");
+    if (!invaliedRecordConfig(config.get()))
+        return refuse(error, TQWBSessionCodeInvalidConfig, "config is invalid");
     withNavigation(
         config->appKey, config->token, error, [config, success = std::move(success), error](TQWhiteBoard& self) {
             self.requestRecordUrl(config, success, error);
@@ -72,19 +60,13 @@ void TQWhiteBoard::playWithConfig(std::shared_ptr<TQWBRecordConfig> config, TQWB
 
 void TQWhiteBoard::quitWhiteBoard(TQWBSuccess success, TQWBFailure error)
 {
-    if (!webView()) {
-        fail(error, TQWBSessionCodeNotInitialized, "SDK not init");
-        return;
-    }
+    if (!webView())
+        return refuse(error, TQWBSessionCodeNotInitialized, "SDK not init");
     const auto config = roomConfig();
-    if (!config) {
-        fail(error, TQWBSessionCodeNotInRoom, "not in WhiteBoard");
-        return;
-    }
-    if (!config->appKey || !config->token || !config->roomId || !config->userId) {
-        fail(error, TQWBSessionCodeNotInRoom, "config is invalid");
-        return;
-    }
+    if (!config)
+        return refuse(error, TQWBSessionCodeNotInRoom, "not in WhiteBoard");
+    if (!config->appKey || !config->token || !config->roomId || !config->userId)
+        return refuse(error, TQWBSessionCodeNotInRoom, "config is invalid");
     withNavigation(config->appKey, config->token, error, [success = std::move(success), error](TQWhiteBoard& self) {
         self.requestQuitUrlWithConfig(self.roomConfig(), success, error);
     });
@@ -106,19 +88,17 @@ void TQWhiteBoard::withNavigation(
 void TQWhiteBoard::requestNavi(
     const OptionalText& appKey, const OptionalText& token, TQWBSuccess success, TQWBFailure error)
 {
-    const auto urls = TQWBNaviManager::getAllNaviURLS(token, componentsSeparatedBy(kDefaultNavigation, ';'));
+    const auto urls = TQWBNaviManager::getAllNaviURLS(token, defaultNavigationServers());
     TQWBNaviManager::sharedInstance()->requestNavis(
         urls, appKey, token, getVersion(), kNavigationTimeout,
         [self = shared_from_this(), appKey, token, success = std::move(success)](bool) {
             self->setNaviData(TQWBNaviManager::sharedInstance()->getNaviData(appKey, token));
-            NSLog("[TQ:Log] requestNavis success");
+            logServiceFound();
             if (success)
                 success();
         },
         [error = std::move(error)](NSUInteger code, const OptionalText&, const std::string& description) {
-            NSLog(TQWBLogLevel::Error,
-                "[TQ:Log] requestNavis failure, errorCode: " + std::to_string(code)
-                    + ", errorDescription: " + description);
+            logServiceNotFound(code, description);
             if (error)
                 error(code, description);
         });
