@@ -1,6 +1,5 @@
 #include "NaviEntry.h"
 
-#include "NaviAge.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSNumberReading.h"
 
@@ -29,6 +28,11 @@ bool isNaviAnswerKept(const boost::json::object& answer)
     return true;
 }
 
+std::int64_t naviTimestamp(double secondsSince1970, NSInteger secondsFromGMT)
+{
+    return static_cast<std::int64_t>(secondsSince1970 - static_cast<double>(secondsFromGMT));
+}
+
 boost::json::object naviEntry(boost::json::object answer, std::int64_t timestamp)
 {
     boost::json::object entry;
@@ -39,7 +43,8 @@ boost::json::object naviEntry(boost::json::object answer, std::int64_t timestamp
 
 bool isNaviEntryStale(const boost::json::object& entry, std::int64_t now)
 {
-    return isNaviStale(now, longLongValue(entry.if_contains(kTimestamp)));
+    // The stored time may be any number at all: nothing is taken from it.
+    return longLongValue(entry.if_contains(kTimestamp)) < now - kNaviLifetimeSeconds;
 }
 
 std::shared_ptr<TQWBNaviDataInfo> naviDataOfEntry(const boost::json::object& entry)

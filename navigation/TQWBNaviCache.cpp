@@ -1,4 +1,3 @@
-#include "NaviAge.h"
 #include "NaviEntry.h"
 #include "TQWBNaviManager.h"
 #include "platform/Foundation/NSDate.h"

@@ -22,17 +22,17 @@ std::string errorDescription(const std::optional<NSError>& error)
         + error->localizedDescription + "\"";
 }
 
-NSMutableURLRequest naviRequest(const std::optional<NSURL>& navi, const OptionalText& appKey, const OptionalText& token,
-    const OptionalText& version, double timeout)
+NSMutableURLRequest naviRequest(const TQWBNaviManager::Attempt& attempt)
 {
-    NSMutableURLRequest request{ .URL = navi,
+    NSMutableURLRequest request{ .URL = attempt.URL,
         .HTTPMethod = "POST",
-        .timeoutInterval = timeout,
+        .timeoutInterval = attempt.timeout,
         .maximumAnswerLength = kMaximumAnswerLength,
         .cachePolicy = NSURLRequestCachePolicy::ReloadIgnoringLocalCacheData };
     request.setValue("application/x-www-form-urlencoded", "Content-Type");
-    request.setValue(appKey, "appId");
-    request.HTTPBody = "token=" + std::string(describe(token)) + "&v=" + std::string(describe(version)) + "&p=iOS";
+    request.setValue(attempt.appKey, "appId");
+    request.HTTPBody
+        = "token=" + std::string(describe(attempt.token)) + "&v=" + std::string(describe(attempt.version)) + "&p=iOS";
     return request;
 }
 
@@ -75,46 +75,42 @@ void TQWBNaviManager::requestNavis(const std::optional<URLList>& navis, const Op
             failure(TQWBNaviCodeInvalidUrl, "", "invalid navi url");
         return;
     }
-    walk(std::make_shared<const URLList>(*navis), 0, appKey, token, version, timeout, std::move(success),
-        std::move(failure));
-}
-
-void TQWBNaviManager::walk(std::shared_ptr<const URLList> navis, std::size_t index, const OptionalText& appKey,
-    const OptionalText& token, const OptionalText& version, double timeout, NaviSuccess success, NaviFailure failure)
-{
-    const auto& navi = (*navis)[index];
-    auto next = [this, navis, index, appKey, token, version, timeout, success, failure = std::move(failure)](
-                    NSUInteger code, const OptionalText& body, const std::string& description) {
-        if (code != TQWBNaviCodeUnauthorized && index + 1 < navis->size())
-            walk(navis, index + 1, appKey, token, version, timeout, success, failure);
-        else if (failure)
-            failure(code, body, description);
-    };
-    requestNavi(navi, appKey, token, version, timeout, success, std::move(next));
+    walk(std::make_shared<const URLList>(*navis), 0, { std::nullopt, appKey, token, version, timeout },
+        std::move(success), std::move(failure));
 }
 
 void TQWBNaviManager::requestNavi(const std::optional<NSURL>& navi, const OptionalText& appKey,
     const OptionalText& token, const OptionalText& version, double timeout, NaviSuccess success, NaviFailure failure)
 {
-    ask(navi, appKey, token, version, timeout,
-        [this, appKey, token, success = std::move(success), failure = std::move(failure)](
-            const OptionalText& data, NSInteger status, const std::optional<NSError>& error) {
-            completionWithAppKey(appKey, token, data, status, error, success, failure);
-        });
+    requestNavis(URLList{ navi }, appKey, token, version, timeout, std::move(success), std::move(failure));
 }
 
-void TQWBNaviManager::attempt(const std::optional<NSURL>& navi, const OptionalText& appKey, const OptionalText& token,
-    const OptionalText& version, double timeout, std::function<void(const Attempted&)> done)
+void TQWBNaviManager::walk(
+    std::shared_ptr<const URLList> navis, std::size_t index, Attempt attempt, NaviSuccess success, NaviFailure failure)
 {
-    ask(navi, appKey, token, version, timeout,
-        [this, appKey, token, done = std::move(done)](
+    attempt.URL = (*navis)[index];
+    ask(attempt, [=, this](const OptionalText& data, NSInteger status, const std::optional<NSError>& error) {
+        auto next = [&](NSUInteger code, const OptionalText& body, const std::string& description) {
+            if (code != TQWBNaviCodeUnauthorized && index + 1 < navis->size())
+                walk(navis, index + 1, attempt, success, failure);
+            else if (failure)
+                failure(code, body, description);
+        };
+        completionWithAppKey(attempt.appKey, attempt.token, data, status, error, success, next);
+    });
+}
+
+void TQWBNaviManager::attempt(const Attempt& attempt, std::function<void(const Attempted&)> done)
+{
+    ask(attempt,
+        [this, attempt, done = std::move(done)](
             const OptionalText& data, NSInteger status, const std::optional<NSError>& error) {
             Attempted attempted{ nullptr, 0, {}, error };
             completionWithAppKey(
-                appKey, token, data, status, error,
+                attempt.appKey, attempt.token, data, status, error,
                 [&](bool isSaved) {
                     if (isSaved)
-                        attempted.service = getNaviData(appKey, token);
+                        attempted.service = getNaviData(attempt.appKey, attempt.token);
                     if (attempted.service)
                         return;
                     attempted.code = TQWBNaviCodeAnswerIncomplete;
@@ -128,16 +124,15 @@ void TQWBNaviManager::attempt(const std::optional<NSURL>& navi, const OptionalTe
         });
 }
 
-void TQWBNaviManager::ask(const std::optional<NSURL>& navi, const OptionalText& appKey, const OptionalText& token,
-    const OptionalText& version, double timeout, Answered answered)
+void TQWBNaviManager::ask(const Attempt& attempt, Answered answered)
 {
     {
         const std::lock_guard lock(m_mutex);
-        m_lastAttempt = { navi, appKey, token, version, timeout };
+        m_lastAttempt = attempt;
     }
     auto session = NSURLSession::sessionWithConfiguration(
         NSURLSessionConfiguration::defaultSessionConfiguration(), sharedInstance(), NSOperationQueue::mainQueue());
-    auto task = session->dataTaskWithRequest(naviRequest(navi, appKey, token, version, timeout),
+    auto task = session->dataTaskWithRequest(naviRequest(attempt),
         [answered = std::move(answered)](const OptionalText& data, const std::optional<NSHTTPURLResponse>& response,
             const std::optional<NSError>& error) {
             const NSInteger status = response ? response->statusCode : 0;

@@ -54,6 +54,16 @@ public:
     /// Asks one address.
     void requestNavi(const std::optional<NSURL>& navi, const OptionalText& appKey, const OptionalText& token,
         const OptionalText& version, double timeout, NaviSuccess success, NaviFailure failure);
+    /// What one address is asked with.
+    struct Attempt {
+        /// Absent where the text was no valid address.
+        std::optional<NSURL> URL;
+        OptionalText appKey;
+        OptionalText token;
+        OptionalText version;
+        /// In seconds.
+        double timeout = 0;
+    };
     /// What came of asking one address.
     struct Attempted {
         /// What is stored for the pair now; absent after a failure, and when what came could not be stored.
@@ -66,8 +76,7 @@ public:
         std::optional<NSError> error;
     };
     /// Asks one address, for those who want to know all. @param done runs once, on the main thread.
-    void attempt(const std::optional<NSURL>& navi, const OptionalText& appKey, const OptionalText& token,
-        const OptionalText& version, double timeout, std::function<void(const Attempted&)> done);
+    void attempt(const Attempt& attempt, std::function<void(const Attempted&)> done);
     /// Interprets an answer.
     void completionWithAppKey(const OptionalText& appKey, const OptionalText& token, const OptionalText& data,
         NSInteger responseCode, const std::optional<NSError>& httpError, const NaviSuccess& success,
@@ -103,23 +112,13 @@ public:
     std::function<void()> completionBlock;
 
 private:
-    struct Attempt {
-        std::optional<NSURL> URL;
-        OptionalText appKey;
-        OptionalText token;
-        OptionalText version;
-        double timeout = 0;
-    };
-
     using Answered
         = std::function<void(const OptionalText& data, NSInteger status, const std::optional<NSError>& error)>;
 
     TQWBNaviManager() = default;
-    void ask(const std::optional<NSURL>& navi, const OptionalText& appKey, const OptionalText& token,
-        const OptionalText& version, double timeout, Answered answered);
+    void ask(const Attempt& attempt, Answered answered);
     Attempt lastAttempt() const;
-    void walk(std::shared_ptr<const URLList> navis, std::size_t index, const OptionalText& appKey,
-        const OptionalText& token, const OptionalText& version, double timeout, NaviSuccess success,
+    void walk(std::shared_ptr<const URLList> navis, std::size_t index, Attempt attempt, NaviSuccess success,
         NaviFailure failure);
 
     mutable std::mutex m_mutex;

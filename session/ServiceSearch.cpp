@@ -48,7 +48,7 @@ void ServiceSearch::askNext()
     }
     const auto& server = m_servers[m_answers.size()];
     TQWBNaviManager::sharedInstance()->attempt(
-        NSURL::URLWithString(server), m_appKey, m_token, TQWhiteBoard::getVersion(), kNavigationTimeout,
+        { NSURL::URLWithString(server), m_appKey, m_token, TQWhiteBoard::getVersion(), kNavigationTimeout },
         [weak = weak_from_this(), server](const TQWBNaviManager::Attempted& attempted) {
             const auto self = weak.lock();
             if (!self)

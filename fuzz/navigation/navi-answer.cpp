@@ -3,7 +3,6 @@
 #include "TQWhiteBoardLib/TQWBNaviCode.h"
 #include "fuzz/support/Fuzz.h"
 #include "fuzz/support/Reference.h"
-#include "navigation/NaviAge.h"
 #include "navigation/NaviAnswer.h"
 #include "navigation/NaviEntry.h"
 #include "platform/Foundation/NSJSONSerialization.h"

@@ -1,7 +1,6 @@
 // A stored navigation answer, as whoever wrote the file has left it.
 
 #include "fuzz/support/Fuzz.h"
-#include "navigation/NaviAge.h"
 #include "navigation/NaviEntry.h"
 #include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSNumberReading.h"

@@ -1,13 +1,11 @@
 #include "TQWhiteBoardLib/TQWBNaviCode.h"
 #include "navigation/NaviAddresses.h"
-#include "navigation/NaviAge.h"
 #include "navigation/NaviAnswer.h"
 #include "navigation/NaviEntry.h"
 
 #include <boost/json/parse.hpp>
 #include <cstdint>
 #include <gtest/gtest.h>
-#include <limits>
 
 namespace tq::test {
 namespace {
@@ -43,21 +41,6 @@ TEST(NaviAddresses, TokensAddressesComeBeforeTheDefaults)
     EXPECT_EQ(allNaviServers("@x.example", TextList{}), (TextList{ "https://x.example/config.json" }));
 }
 
-TEST(NaviAge, AnswersLastTwoHours)
-{
-    constexpr auto kLowest = std::numeric_limits<std::int64_t>::min();
-    constexpr auto kHighest = std::numeric_limits<std::int64_t>::max();
-    EXPECT_FALSE(isNaviStale(10000, 2800));
-    EXPECT_TRUE(isNaviStale(10000, 2799));
-    EXPECT_FALSE(isNaviStale(10000, 20000));
-    EXPECT_FALSE(isNaviStale(10000, kHighest));
-    EXPECT_TRUE(isNaviStale(10000, kLowest));
-
-    EXPECT_EQ(naviTimestamp(1000.9, 0), 1000);
-    EXPECT_EQ(naviTimestamp(1000.9, 3600), -2599);
-    EXPECT_EQ(naviTimestamp(1000.9, -3600), 4600);
-}
-
 // Numbers of the machine word: what does not fit is the nearest that does.
 TEST(NaviAnswers, CodesAreReadAsMachineWords)
 {
@@ -72,13 +55,23 @@ TEST(NaviAnswers, CodesAreReadAsMachineWords)
     EXPECT_EQ(NaviAnswer::read(R"({"code":401})", 403).code, TQWBNaviCodeUnauthorized);
 }
 
-TEST(NaviEntries, KeepTheTimeInFullOnEveryMachine)
+TEST(NaviEntries, LastTwoHoursAndKeepTheTimeInFullOnEveryMachine)
 {
     constexpr std::int64_t kNow = 5'000'000'000;
     const auto entry
         = naviEntry(*NaviAnswer::read(R"({"iwbLeaseUri":"l","iwbConferenceUri":5,"code":7e9})", 200).good, kNow);
     EXPECT_FALSE(isNaviEntryStale(entry, kNow + kNaviLifetimeSeconds));
     EXPECT_TRUE(isNaviEntryStale(entry, kNow + kNaviLifetimeSeconds + 1));
+    // Of any number at all, and from the future.
+    for (const std::int64_t now : { INT64_MIN + kNaviLifetimeSeconds, kNow - 1, std::int64_t{ 0 } })
+        EXPECT_FALSE(isNaviEntryStale(entry, now));
+    EXPECT_FALSE(isNaviEntryStale(naviEntry({}, INT64_MAX), kNow));
+    EXPECT_TRUE(isNaviEntryStale(naviEntry({}, INT64_MIN), kNow));
+
+    EXPECT_EQ(naviTimestamp(1000.9, 0), 1000);
+    EXPECT_EQ(naviTimestamp(1000.9, 3600), -2599);
+    EXPECT_EQ(naviTimestamp(1000.9, -3600), 4600);
+
     const auto data = naviDataOfEntry(entry);
     EXPECT_EQ(data->code, INT32_MAX);
     EXPECT_EQ(data->iwbLeaseUri, "l");
