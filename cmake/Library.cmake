@@ -15,13 +15,13 @@ set(TQWB_SHARED_SOURCES
     platform/UIKit/ShownText.cpp
     platform/WebKit/WKDelegates.cpp
     platform/posix/BackgroundWork.cpp
-    platform/posix/CurlAddress.cpp
     platform/posix/CurlErrors.cpp
     platform/posix/CurlTransfer.cpp
     platform/posix/DefaultsDatabase.cpp
     platform/posix/NSOperationQueue.cpp
     platform/posix/NSURL.cpp
     platform/posix/NSURLSession.cpp
+    platform/posix/NSURLSessionConfiguration.cpp
     platform/posix/NSUserDefaults.cpp
     platform/posix/Random.cpp
     session/ConferenceRequests.cpp

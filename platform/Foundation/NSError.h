@@ -3,6 +3,7 @@
 #include "NSTypes.h"
 
 #include <string>
+#include <utility>
 
 namespace tq {
 
@@ -32,5 +33,11 @@ enum NSURLErrorCode : NSInteger {
     NSURLErrorSecureConnectionFailed = -1200,
     NSURLErrorServerCertificateUntrusted = -1202,
 };
+
+/// An error of the domain "NSURLErrorDomain".
+inline NSError urlError(NSURLErrorCode code, std::string description)
+{
+    return { .domain = "NSURLErrorDomain", .code = code, .localizedDescription = std::move(description) };
+}
 
 } // namespace tq

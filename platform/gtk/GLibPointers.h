@@ -1,5 +1,7 @@
 #pragma once
 
+#include "../Foundation/Releaser.h"
+
 #include <gio/gio.h>
 #include <glib-object.h>
 #include <glib.h>
@@ -7,10 +9,6 @@
 #include <utility>
 
 namespace tq {
-
-template <auto Release> struct Releaser {
-    template <class T> void operator()(T* pointer) const { Release(pointer); }
-};
 
 template <class T> using GObjectPointer = std::unique_ptr<T, Releaser<g_object_unref>>;
 using GCharPointer = std::unique_ptr<char, Releaser<g_free>>;

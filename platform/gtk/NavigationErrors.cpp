@@ -1,6 +1,5 @@
 #include "NavigationErrors.h"
 
-#include <utility>
 #include <webkit/webkit.h>
 
 namespace tq {
@@ -61,12 +60,7 @@ NSURLErrorCode codeOf(const GError& error)
 
 } // namespace
 
-NSError navigationError(NSURLErrorCode code, std::string description)
-{
-    return { .domain = "NSURLErrorDomain", .code = code, .localizedDescription = std::move(description) };
-}
-
-NSError navigationError(const GError& error) { return navigationError(codeOf(error), error.message); }
+NSError navigationError(const GError& error) { return urlError(codeOf(error), error.message); }
 
 bool isExplainedByEngine(const GError& error)
 {

@@ -1,5 +1,6 @@
 #include "ServerCertificates.h"
 
+#include "../Foundation/Certificates.h"
 #include "../Foundation/Dispatch.h"
 
 #include <chrono>
@@ -12,6 +13,13 @@ namespace {
 constexpr std::chrono::seconds kPatience{ 5 };
 
 } // namespace
+
+bool holdsCertificate(const std::string& pem)
+{
+    const GObjectPointer<GTlsCertificate> first(
+        g_tls_certificate_new_from_pem(pem.data(), static_cast<gssize>(pem.size()), nullptr));
+    return first != nullptr;
+}
 
 struct ServerCertificates::Round {
     GObjectPointer<GCancellable> cancellable{ g_cancellable_new() };

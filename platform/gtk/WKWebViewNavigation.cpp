@@ -90,8 +90,7 @@ void WKWebView::Impl::replaceLoad()
 void WKWebView::Impl::tellOfReplacedLoads()
 {
     for (const auto stage : std::exchange(replacedLoads, {}))
-        tellFailure(
-            stage, navigationError(NSURLErrorCancelled, "Another page was asked for before this one had arrived."));
+        tellFailure(stage, urlError(NSURLErrorCancelled, "Another page was asked for before this one had arrived."));
 }
 
 // @returns whether there is somebody to tell.
@@ -188,8 +187,8 @@ bool WKWebView::Impl::endLoad(const GError& error)
 {
     const auto loadsBefore = loads;
     const auto failedIn = std::exchange(loadStage, LoadStage::None);
-    const auto told = isAnswerRefused ? navigationError(NSURLErrorCancelled, "The server's answer was refused.")
-                                      : navigationError(error);
+    const auto told
+        = isAnswerRefused ? urlError(NSURLErrorCancelled, "The server's answer was refused.") : navigationError(error);
     if (tellFailure(failedIn, told) || loads != loadsBefore)
         return true;
     isExplaining = isExplainedByEngine(error);

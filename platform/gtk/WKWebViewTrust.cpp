@@ -267,8 +267,7 @@ void WKWebView::Impl::refuseCertificate()
         return;
     loadStage = LoadStage::None;
     tellFailure(LoadStage::Waiting,
-        navigationError(
-            NSURLErrorServerCertificateUntrusted, "The certificate of the page's server was not accepted."));
+        urlError(NSURLErrorServerCertificateUntrusted, "The certificate of the page's server was not accepted."));
 }
 
 gboolean WKWebView::Impl::authenticate(WebKitWebView*, WebKitAuthenticationRequest* request, gpointer impl)

@@ -37,16 +37,11 @@ NSURLErrorCode errorCode(CURLcode code)
 
 } // namespace
 
-NSError transferError(NSURLErrorCode code, std::string description)
-{
-    return { .domain = "NSURLErrorDomain", .code = code, .localizedDescription = std::move(description) };
-}
-
-NSError transferErrorFromCurl(CURLcode code, std::string detail)
+NSError errorFromCurl(CURLcode code, std::string detail)
 {
     if (detail.empty())
         detail = curl_easy_strerror(code);
-    return transferError(errorCode(code), std::move(detail));
+    return urlError(errorCode(code), std::move(detail));
 }
 
 } // namespace tq

@@ -7,11 +7,8 @@
 
 namespace tq {
 
-/// An error of the domain "NSURLErrorDomain".
-NSError transferError(NSURLErrorCode code, std::string description);
-
-/// The same for what libcurl reports.
+/// What libcurl reports, as an error of the domain "NSURLErrorDomain".
 /// @param detail libcurl's own words for this case; may be empty.
-NSError transferErrorFromCurl(CURLcode code, std::string detail);
+NSError errorFromCurl(CURLcode code, std::string detail);
 
 } // namespace tq

@@ -1,8 +1,8 @@
 #include "CurlTransfer.h"
 
 #include "../Foundation/Dispatch.h"
+#include "../Foundation/Releaser.h"
 #include "BackgroundWork.h"
-#include "CurlAddress.h"
 #include "CurlErrors.h"
 
 #include <algorithm>
@@ -10,6 +10,7 @@
 #include <chrono>
 #include <curl/curl.h>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <string_view>
 #include <variant>
@@ -19,6 +20,8 @@ namespace tq {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using CurlHandle = std::unique_ptr<CURL, Releaser<curl_easy_cleanup>>;
+using CurlList = std::unique_ptr<curl_slist, Releaser<curl_slist_free_all>>;
 
 constexpr int kMaxRedirections = 5;
 
@@ -132,15 +135,11 @@ const char* refusal(const NSURL& from, const std::optional<NSURL>& to)
 {
     if (!to)
         return "The server redirects to an address that is none.";
-    const auto here = originOf(from.absoluteString());
-    const auto there = originOf(to->absoluteString());
-    if (!there)
-        return "The server redirects to another scheme, which is refused.";
-    if (here->host != there->host)
+    if (!to->host().empty() && to->host() != from.host())
         return "The server redirects to another host, which is refused.";
-    if (here->scheme != there->scheme)
+    if (to->scheme() != from.scheme())
         return "The server redirects to another scheme, which is refused.";
-    return here->port != there->port ? "The server redirects to another port, which is refused." : nullptr;
+    return to->port() != from.port() ? "The server redirects to another port, which is refused." : nullptr;
 }
 
 // The request that a redirection asks for, or the error that it is.
@@ -148,11 +147,9 @@ std::variant<NSMutableURLRequest, NSError> redirected(
     const NSMutableURLRequest& request, NSInteger status, const std::string& location)
 {
     auto next = request;
-    const auto target = resolveCurlAddress(request.URL->absoluteString(), location);
-    // A fragment is nothing that could be sent.
-    next.URL = NSURL::URLWithString(target.substr(0, target.find('#')));
+    next.URL = NSURL::URLWithString(location, *request.URL);
     if (const char* reason = refusal(*request.URL, next.URL))
-        return transferError(NSURLErrorBadServerResponse, reason);
+        return urlError(NSURLErrorBadServerResponse, reason);
     if (status == 303 || (status < 303 && request.HTTPMethod == "POST")) {
         next.HTTPMethod = "GET";
         next.HTTPBody.reset();
@@ -194,12 +191,12 @@ std::string systemAnchorsLostBy(CURL* handle)
 std::optional<NSError> errorOf(CURLcode code, const Answer& answer, const char* detail)
 {
     if (answer.isTooLong || code == CURLE_FILESIZE_EXCEEDED)
-        return transferError(
+        return urlError(
             NSURLErrorDataLengthExceedsMaximum, "The answer is longer than " + lengthText(answer.maximumLength) + ".");
     if (code != CURLE_OK)
-        return transferErrorFromCurl(code, detail);
+        return errorFromCurl(code, detail);
     if (!answer.isHeadWhole)
-        return transferError(NSURLErrorNetworkConnectionLost, "The connection was closed in the middle of the answer.");
+        return urlError(NSURLErrorNetworkConnectionLost, "The connection was closed in the middle of the answer.");
     return std::nullopt;
 }
 
@@ -214,10 +211,9 @@ Exchange exchange(const NSMutableURLRequest& request, const OptionalText& extraT
 {
     const CurlHandle handle(curl_easy_init());
     const auto headers = headerList(request);
-    const auto address = readCurlAddress(request.URL->absoluteString());
     Answer answer{ .maximumLength = request.maximumAnswerLength };
     std::array<char, CURL_ERROR_SIZE> errorText{};
-    curl_easy_setopt(handle.get(), CURLOPT_CURLU, address.get());
+    curl_easy_setopt(handle.get(), CURLOPT_URL, request.URL->absoluteString().c_str());
     curl_easy_setopt(handle.get(), CURLOPT_PATH_AS_IS, 1L);
     curl_easy_setopt(handle.get(), CURLOPT_HTTPHEADER, headers.get());
     curl_easy_setopt(handle.get(), CURLOPT_WRITEFUNCTION, receive);
@@ -258,22 +254,20 @@ TransferOutcome follow(NSMutableURLRequest request, const OptionalText& extraTru
             return { .error = std::move(*error) };
         request = std::get<NSMutableURLRequest>(std::move(next));
     }
-    return { .error = transferError(NSURLErrorHTTPTooManyRedirects, "The server redirects too often.") };
+    return { .error = urlError(NSURLErrorHTTPTooManyRedirects, "The server redirects too often.") };
 }
 
 } // namespace
 
 TransferOutcome performTransfer(const NSMutableURLRequest& request, const OptionalText& extraTrustAnchors)
 {
-    if (!request.URL || !originOf(request.URL->absoluteString()))
-        return { .error = transferError(NSURLErrorUnsupportedURL, "unsupported URL") };
+    if (!request.URL || request.URL->host().empty())
+        return { .error = urlError(NSURLErrorUnsupportedURL, "unsupported URL") };
     // What stands in an address after this sign is never sent: the request would be another one than was asked for.
     if (request.URL->absoluteString().find('#') != std::string::npos)
-        return { .error
-            = transferError(NSURLErrorUnsupportedURL, "The address has a fragment, which cannot be sent.") };
+        return { .error = urlError(NSURLErrorUnsupportedURL, "The address has a fragment, which cannot be sent.") };
     if (!std::ranges::all_of(request.headers, [](const auto& header) { return isHeaderText(header.second); }))
-        return { .error
-            = transferError(NSURLErrorUnknown, "A header value holds a line break or a control character.") };
+        return { .error = urlError(NSURLErrorUnknown, "A header value holds a line break or a control character.") };
     ensureStarted();
     return follow(request, extraTrustAnchors);
 }

@@ -441,7 +441,10 @@ TEST_F(NetworkFaultTest, RedirectionsTakeNoSecretsElsewhere)
         start(*attempt, "join", server.host());
         runUntil([&] { return attempt->hasEnded(); }, "the join has ended");
         EXPECT_EQ(attempt->successes, 1) << attempt->text.value_or("");
-        EXPECT_EQ(server.requests().back().line(), "POST " + line + " HTTP/1.1");
+        // The room's page may have been asked for by now.
+        auto requests = server.requests();
+        std::erase_if(requests, [](const auto& request) { return !request.line().starts_with("POST "); });
+        EXPECT_EQ(requests.back().line(), "POST " + line + " HTTP/1.1");
     }
 }
 
