@@ -1,19 +1,16 @@
 #include "DefaultsDatabase.h"
 
 #include "../Foundation/NSLog.h"
-#include "../gtk/GLibPointers.h"
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <glib.h>
-#include <glib/gstdio.h>
-#include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -81,14 +78,35 @@ struct Reset {
 };
 using RunningStatement = std::unique_ptr<sqlite3_stmt, Reset>;
 
+// With those above it that are not there either.
+void createPrivateFolder(const std::filesystem::path& folder)
+{
+    if (mkdir(folder.c_str(), 0700) == 0 || errno != ENOENT || !folder.has_parent_path())
+        return;
+    createPrivateFolder(folder.parent_path());
+    mkdir(folder.c_str(), 0700);
+}
+
 // Made before the database is, so that nobody else can read it even for a moment.
 void createPrivately(const std::string& path)
 {
-    const auto folder = std::filesystem::path(path).parent_path();
-    g_mkdir_with_parents(folder.c_str(), 0700);
+    createPrivateFolder(std::filesystem::path(path).parent_path());
     const int file = ::open(path.c_str(), O_CREAT | O_RDWR | O_CLOEXEC, 0600);
     if (file >= 0)
         ::close(file);
+}
+
+// The file's address, for SQLite.
+std::string addressOf(const std::string& path)
+{
+    std::string address = "file://";
+    for (const char character : path) {
+        if (character == '%' || character == '?' || character == '#')
+            address += character == '%' ? "%25" : character == '?' ? "%3f" : "%23";
+        else
+            address += character;
+    }
+    return address;
 }
 
 ino_t inodeOf(const std::string& path)
@@ -98,9 +116,6 @@ ino_t inodeOf(const std::string& path)
 }
 
 } // namespace
-
-void DefaultsDatabase::Close::operator()(sqlite3* database) const { sqlite3_close_v2(database); }
-void DefaultsDatabase::Close::operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
 
 DefaultsDatabase::DefaultsDatabase(std::string path)
     : m_path(std::move(path))
@@ -121,8 +136,7 @@ int DefaultsDatabase::open()
     if (!m_isForTheMoment)
         return code;
     close();
-    const GCharPointer uri(g_filename_to_uri(m_path.c_str(), nullptr, nullptr));
-    return open(std::string(uri ? uri.get() : "") + "?immutable=1", SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
+    return open(addressOf(m_path) + "?immutable=1", SQLITE_OPEN_READONLY | SQLITE_OPEN_URI);
 }
 
 int DefaultsDatabase::open(const std::string& name, int flags)

@@ -1,14 +1,13 @@
 #pragma once
 
 #include "../Foundation/NSTypes.h"
+#include "../Foundation/Releaser.h"
 
 #include <memory>
+#include <sqlite3.h>
 #include <string>
 #include <string_view>
 #include <sys/types.h>
-
-struct sqlite3;
-struct sqlite3_stmt;
 
 namespace tq {
 
@@ -31,11 +30,7 @@ public:
     bool remove(std::string_view key);
 
 private:
-    struct Close {
-        void operator()(sqlite3* database) const;
-        void operator()(sqlite3_stmt* statement) const;
-    };
-    using Statement = std::unique_ptr<sqlite3_stmt, Close>;
+    using Statement = std::unique_ptr<sqlite3_stmt, Releaser<sqlite3_finalize>>;
 
     bool ensureOpen();
     int open();
@@ -60,7 +55,7 @@ private:
     bool m_isForTheMoment = false;
     // Damage has been seen once.
     bool m_isSuspected = false;
-    std::unique_ptr<sqlite3, Close> m_database;
+    std::unique_ptr<sqlite3, Releaser<sqlite3_close_v2>> m_database;
     Statement m_read;
     Statement m_write;
     Statement m_remove;

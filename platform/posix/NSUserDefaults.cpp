@@ -2,59 +2,52 @@
 
 #include "../Foundation/NSJSONSerialization.h"
 #include "../Foundation/NSLog.h"
-#include "../gtk/GLibPointers.h"
 #include "DefaultsDatabase.h"
 
+#include <array>
+#include <cstdlib>
 #include <filesystem>
-#include <gio/gio.h>
 #include <map>
 #include <mutex>
+#include <pwd.h>
+#include <unistd.h>
 
 namespace tq {
 
 namespace {
-
-constexpr const char* kFile = "user-defaults.sqlite";
 
 // The store's folder is named after the program's file: that is the same at any time, whatever the application
 // registers as later, and however the program was called.
 std::string programName()
 {
     constexpr std::string_view kReplaced = " (deleted)";
-    const GCharPointer program(g_file_read_link("/proc/self/exe", nullptr));
-    const GCharPointer base(g_path_get_basename(program ? program.get() : "application"));
-    std::string name(base.get());
+    std::error_code failure;
+    auto name = std::filesystem::read_symlink("/proc/self/exe", failure).filename().string();
     if (name.ends_with(kReplaced))
         name.resize(name.size() - kReplaced.size());
+    if (name.empty())
+        return "application";
     return name.starts_with('.') ? "_" + name : name;
 }
 
-std::filesystem::path fileIn(const std::string& folder)
+std::filesystem::path homeFolder()
 {
-    return std::filesystem::path(g_get_user_data_dir()) / folder / kFile;
+    if (const char* home = std::getenv("HOME"))
+        return home;
+    std::array<char, 4096> buffer;
+    passwd entry{};
+    passwd* found = nullptr;
+    getpwuid_r(getuid(), &entry, buffer.data(), buffer.size(), &found);
+    return found && found->pw_dir ? found->pw_dir : "/";
 }
 
-// Earlier versions named the folder after a registered application's identifier. What they have stored is taken along.
-void adoptEarlierFile(const std::filesystem::path& path)
+std::filesystem::path dataFolder()
 {
-    auto* application = g_application_get_default();
-    const char* identifier = application ? g_application_get_application_id(application) : nullptr;
-    std::error_code failure;
-    if (!identifier || std::filesystem::exists(path, failure) || !std::filesystem::exists(fileIn(identifier), failure))
-        return;
-    const GCharPointer folder(g_path_get_dirname(path.c_str()));
-    g_mkdir_with_parents(folder.get(), 0700);
-    // The log first: without it the file is an older one.
-    for (const char* suffix : { "-wal", "-shm", "" })
-        std::filesystem::rename(fileIn(identifier).string() + suffix, path.string() + suffix, failure);
+    const char* data = std::getenv("XDG_DATA_HOME");
+    return data && *data ? std::filesystem::path(data) : homeFolder() / ".local" / "share";
 }
 
-std::string databasePath()
-{
-    const auto path = fileIn(programName());
-    adoptEarlierFile(path);
-    return path;
-}
+std::string databasePath() { return dataFolder() / programName() / "user-defaults.sqlite"; }
 
 } // namespace
 

@@ -12,7 +12,6 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <gio/gio.h>
 #include <gtest/gtest.h>
 #include <random>
 #include <sys/resource.h>
@@ -371,45 +370,22 @@ TEST_F(StoreFaultTest, ADamagedStoreNeverGivesAWrongValueAndWorksAgain)
     }
 }
 
-// The store is found again whether or not the application has been registered when it is first looked into.
-TEST_F(StoreFaultTest, TheStoreIsInOnePlaceAtAnyTime)
+TEST_F(StoreFaultTest, TheStoreIsAmongTheUsersOwnData)
 {
-    const auto inside = [&](bool isRegistered, const std::string& value) {
-        return [=](const Tell& tell) {
-            GApplication* application = nullptr;
-            if (isRegistered) {
-                application = g_application_new("example.store.test", G_APPLICATION_NON_UNIQUE);
-                g_application_register(application, nullptr, nullptr);
-            }
-            auto& defaults = NSUserDefaults::standardUserDefaults();
-            tell(textOf(defaults.dictionaryForKey("key")));
-            defaults.setObject(objectOf(value), "key");
+    const auto home = m_data / "home";
+    const auto save = [&](const char* data) {
+        return [&home, data](const Tell&) {
+            setenv("HOME", home.c_str(), 1);
+            data ? setenv("XDG_DATA_HOME", data, 1) : unsetenv("XDG_DATA_HOME");
+            NSUserDefaults::standardUserDefaults().setObject(objectOf(data ? "empty" : "unset"), "key");
         };
     };
-    run(inside(false, "one"), "nothing\n");
-    run(inside(true, "two"), "one\n");
-    run(inside(false, "three"), "two\n");
-
-    // What an earlier version has stored under the application's identifier is taken along, its log included, and does
-    // not take the place of what is there.
-    const auto earlier = m_data / "example.store.test" / "user-defaults.sqlite";
-    const auto makeEarlier = [&](const std::string& text) {
-        Child([&](const Tell&) {
-            DefaultsDatabase(earlier).write("other", "page");
-            DefaultsDatabase database(earlier);
-            database.write("key", R"({"value":")" + text + "\"}");
-            _exit(0);
-        }).readRest();
-        ASSERT_TRUE(fs::exists(earlier.string() + "-wal"));
-    };
-    makeEarlier("other");
-    run(inside(true, "four"), "three\n");
-    SetUp();
-    makeEarlier("earlier");
-    run(inside(true, "five"), "earlier\n");
-    run(inside(false, "six"), "five\n");
-    EXPECT_FALSE(fs::exists(earlier));
-    EXPECT_EQ(asideFiles(), 0);
+    const auto there = home / ".local" / "share" / folder.filename() / file.filename();
+    for (const char* data : { static_cast<const char*>(nullptr), "" }) {
+        run(save(data), "");
+        EXPECT_EQ(DefaultsDatabase(there).read("key"), data ? R"({"value":"empty"})" : R"({"value":"unset"})");
+    }
+    EXPECT_EQ(fs::status(home / ".local").permissions(), fs::perms::owner_all);
 }
 
 TEST_F(StoreFaultTest, AProcessNoticesThatTheFileHasBeenReplaced)
