@@ -1,6 +1,6 @@
 #include "PercentEncoding.h"
 
-#include "platform/Foundation/NSJSONSerialization.h"
+#include "platform/Foundation/Unicode.h"
 
 #include <algorithm>
 #include <cstdint>

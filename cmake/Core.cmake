@@ -27,7 +27,9 @@ set(TQWB_CORE_SOURCES
     platform/Foundation/NSNumberReading.cpp
     platform/Foundation/NSObject.cpp
     platform/Foundation/NSStream.cpp
+    platform/Foundation/Unicode.cpp
     platform/UIKit/ImageSize.cpp
+    platform/UIKit/ShownText.cpp
     session/ConfigRules.cpp
     session/ServiceAnswer.cpp
 )

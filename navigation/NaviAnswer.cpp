@@ -3,6 +3,7 @@
 #include "TQWhiteBoardLib/TQWBNaviCode.h"
 #include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSNumberReading.h"
+#include "platform/Foundation/Unicode.h"
 
 #include <utility>
 

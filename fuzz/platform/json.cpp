@@ -3,6 +3,7 @@
 #include "fuzz/support/Fuzz.h"
 #include "fuzz/support/Reference.h"
 #include "platform/Foundation/NSJSONSerialization.h"
+#include "platform/Foundation/Unicode.h"
 
 #include <boost/json/array.hpp>
 

@@ -1,5 +1,7 @@
 #include "JSONEncoding.h"
 
+#include "Unicode.h"
+
 #include <bit>
 #include <cstdint>
 
@@ -43,27 +45,6 @@ std::uint32_t unitAt(std::string_view data, const Encoding& encoding)
         unit = unit << 8U | static_cast<unsigned char>(data[place]);
     }
     return unit;
-}
-
-void appendCharacter(std::string& text, std::uint32_t character)
-{
-    const auto append = [&](std::uint32_t byte) { text += static_cast<char>(byte); };
-    if (character < 0x80) {
-        append(character);
-        return;
-    }
-    if (character < 0x800) {
-        append(0xC0U | character >> 6U);
-    } else {
-        if (character < 0x10000) {
-            append(0xE0U | character >> 12U);
-        } else {
-            append(0xF0U | character >> 18U);
-            append(0x80U | (character >> 12U & 0x3FU));
-        }
-        append(0x80U | (character >> 6U & 0x3FU));
-    }
-    append(0x80U | (character & 0x3FU));
 }
 
 bool isSurrogate(std::uint32_t unit) { return unit >= 0xD800 && unit <= 0xDFFF; }

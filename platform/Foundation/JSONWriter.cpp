@@ -1,6 +1,7 @@
 #include "JSONWriter.h"
 
 #include "NSJSONSerialization.h"
+#include "Unicode.h"
 
 #include <algorithm>
 #include <array>

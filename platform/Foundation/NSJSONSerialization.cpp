@@ -2,12 +2,11 @@
 
 #include "JSONEncoding.h"
 #include "JSONWriter.h"
+#include "Unicode.h"
 
 #include <array>
-#include <bit>
 #include <boost/json/parse.hpp>
 #include <boost/json/stream_parser.hpp>
-#include <cstring>
 
 namespace tq {
 
@@ -24,18 +23,6 @@ template <class Write> bool append(std::string& text, const Write& write)
     if (!isWritten)
         text.resize(size);
     return isWritten;
-}
-
-// Whether the word begins with two characters of three bytes each; it may say no to some. (The two leads that have
-// rules of their own are left out.)
-bool areTwoOfThreeBytes(std::uint64_t word)
-{
-    if constexpr (std::endian::native != std::endian::little)
-        return false;
-    const auto first = word & 0xFFU;
-    const auto second = word >> 24U & 0xFFU;
-    return (word & 0xC0C0F0C0C0F0U) == 0x8080E08080E0U && first != 0xE0 && first != 0xED && second != 0xE0
-        && second != 0xED;
 }
 
 // Checking a whole text for being UTF-8 costs less than checking every string of it.
@@ -144,57 +131,6 @@ OptionalText NSJSONSerialization::prettyDataWithJSONObject(const boost::json::va
     std::string text;
     writePretty(text, value, 0);
     return text;
-}
-
-std::size_t sequenceLength(std::string_view text)
-{
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
-    auto continues = [&](std::size_t index) { return index < text.size() && (bytes[index] & 0xC0U) == 0x80U; };
-    const unsigned lead = bytes[0];
-    if (lead < 0x80)
-        return 1;
-    if (lead >= 0xC2 && lead <= 0xDF)
-        return continues(1) ? 2 : 0;
-    if (lead >= 0xE0 && lead <= 0xEF) {
-        if (!continues(1) || !continues(2))
-            return 0;
-        const bool isOverlong = lead == 0xE0 && bytes[1] < 0xA0;
-        const bool isSurrogate = lead == 0xED && bytes[1] > 0x9F;
-        return isOverlong || isSurrogate ? 0 : 3;
-    }
-    if (lead >= 0xF0 && lead <= 0xF4) {
-        if (!continues(1) || !continues(2) || !continues(3))
-            return 0;
-        const bool isOverlong = lead == 0xF0 && bytes[1] < 0x90;
-        const bool isBeyondUnicode = lead == 0xF4 && bytes[1] > 0x8F;
-        return isOverlong || isBeyondUnicode ? 0 : 4;
-    }
-    return 0;
-}
-
-bool isUTF8(std::string_view bytes)
-{
-    const auto* next = reinterpret_cast<const unsigned char*>(bytes.data());
-    std::size_t left = bytes.size();
-    while (left) {
-        // Most text is ASCII, or characters of three bytes: take eight bytes, or two characters, at a time.
-        for (std::uint64_t word = 0; left >= sizeof(word);) {
-            std::memcpy(&word, next, sizeof(word));
-            const auto taken = !(word & 0x8080808080808080U) ? sizeof(word) : areTwoOfThreeBytes(word) ? 6U : 0U;
-            if (!taken)
-                break;
-            next += taken;
-            left -= taken;
-        }
-        if (!left)
-            return true;
-        const auto length = sequenceLength({ reinterpret_cast<const char*>(next), left });
-        if (!length)
-            return false;
-        next += length;
-        left -= length;
-    }
-    return true;
 }
 
 } // namespace tq

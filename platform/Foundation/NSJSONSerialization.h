@@ -37,10 +37,4 @@ public:
     static OptionalText prettyDataWithJSONObject(const boost::json::value& value);
 };
 
-/// Whether the bytes are UTF-8 as RFC 3629 has it.
-bool isUTF8(std::string_view bytes);
-
-/// The length of the character that a text, which is not empty, begins with; 0 where it begins with none.
-std::size_t sequenceLength(std::string_view text);
-
 } // namespace tq

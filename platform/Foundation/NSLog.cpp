@@ -2,12 +2,10 @@
 
 #include "JSONWriter.h"
 #include "LogHandler.h"
-#include "NSJSONSerialization.h"
+#include "Unicode.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
-#include <utility>
 
 namespace tq {
 
@@ -16,24 +14,13 @@ namespace {
 // Bytes of a value that are written.
 constexpr std::size_t kMostLogged = 4096;
 constexpr std::string_view kCut = "… (cut)";
-constexpr std::string_view kReplacement = "\uFFFD";
-
-char32_t decoded(std::string_view character)
-{
-    constexpr std::array<std::uint8_t, 5> kLeadBits{ 0, 0x7F, 0x1F, 0x0F, 0x07 };
-    char32_t code = static_cast<std::uint8_t>(character[0]) & kLeadBits[character.size()];
-    for (const char next : character.substr(1))
-        code = code << 6U | (static_cast<std::uint8_t>(next) & 0x3FU);
-    return code;
-}
 
 // Controls, what else breaks lines, and what turns the direction of a text.
 bool isObeyed(char32_t code)
 {
-    constexpr std::array<std::pair<char32_t, char32_t>, 6> kRanges{ { { 0, 0x1F }, { 0x7F, 0x9F }, { 0x061C, 0x061C },
-        { 0x200E, 0x200F }, { 0x2028, 0x202E }, { 0x2066, 0x2069 } } };
-    return std::ranges::any_of(
-        kRanges, [code](const auto& range) { return code >= range.first && code <= range.second; });
+    constexpr auto kRanges = std::to_array<CharacterRange>({ { 0, 0x1F }, { 0x7F, 0x9F }, { 0x061C, 0x061C },
+        { 0x200E, 0x200F }, { 0x2028, 0x202E }, { 0x2066, 0x2069 } });
+    return isIn(kRanges, code);
 }
 
 void appendEscape(std::string& text, char32_t code)
@@ -73,15 +60,11 @@ std::string logged(std::string_view text)
     while (!text.empty()) {
         if (line.size() >= kMostLogged)
             return line.append(kCut);
-        const auto length = sequenceLength(text);
-        const auto character = text.substr(0, std::max<std::size_t>(length, 1));
-        if (!length)
-            line += kReplacement;
-        else if (const auto code = decoded(character); isObeyed(code))
-            appendEscape(line, code);
+        const auto character = takeCharacter(text);
+        if (isObeyed(character))
+            appendEscape(line, character);
         else
-            line += character;
-        text.remove_prefix(character.size());
+            appendCharacter(line, character);
     }
     return line;
 }

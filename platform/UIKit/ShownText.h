@@ -19,7 +19,7 @@ struct TextLimits {
 /// A word without end gets invisible places to break it, and a text that is cut ends with "…".
 std::string shownText(std::string_view text, TextLimits limits);
 
-/// The same for a field of one line, whose text goes back to who has asked: nothing is added.
-std::string fieldText(std::string_view text, std::size_t characters);
+/// The same for a field of one line, whose text goes back to who has asked: 1,000 characters, and nothing is added.
+std::string fieldText(std::string_view text);
 
 } // namespace tq

@@ -6,13 +6,6 @@
 
 namespace tq {
 
-namespace {
-
-// What the toolkit lays out in one line without the user having to wait.
-constexpr std::size_t kMostShown = 1000;
-
-} // namespace
-
 UITextField::UITextField(CGRect frame)
     : UIView(frame,
         std::make_unique<Native>(
@@ -31,7 +24,7 @@ std::string UITextField::text() const { return gtk_editable_get_text(GTK_EDITABL
 
 void UITextField::setText(std::string_view text)
 {
-    gtk_editable_set_text(GTK_EDITABLE(nativeHandle()), fieldText(text, kMostShown).c_str());
+    gtk_editable_set_text(GTK_EDITABLE(nativeHandle()), fieldText(text).c_str());
 }
 
 } // namespace tq

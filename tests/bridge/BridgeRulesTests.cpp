@@ -8,6 +8,7 @@
 #include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSNumberReading.h"
 #include "platform/Foundation/NSObject.h"
+#include "platform/Foundation/Unicode.h"
 
 #include <algorithm>
 #include <boost/json/parse.hpp>

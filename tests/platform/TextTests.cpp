@@ -1,6 +1,8 @@
 #include "platform/Foundation/JSONWriter.h"
 #include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSLog.h"
+#include "platform/Foundation/Unicode.h"
+#include "platform/UIKit/ShownText.h"
 
 #include <bit>
 #include <cmath>
@@ -81,6 +83,38 @@ TEST(LogLines, AreCutWithAMark)
     for (int i = 0; i < 2000; ++i)
         characters += "：";
     EXPECT_TRUE(isUTF8(logged("a" + characters)));
+}
+
+TEST(ShownTexts, ReadAsTheyAreWritten)
+{
+    const std::string marks = "\u0301\u0302\u0303\u0304\u0305\u0306\u0307\u0308";
+    for (const auto& [text, shown] : std::initializer_list<std::pair<std::string, std::string>>{
+             { "pay\u202E 001\u202C now\u2069 s\u00ADoft\uFEFF\u200B", "pay 001 now soft" },
+             { "a\r\nb\rc\u2029d\ve\u0085f", "a\nb\nc\nd\ne\nf" },
+             { std::string("a\tb\0\x1b\x9b\xff", 7) + "\uFFFC", "a b\uFFFD\uFFFD\uFFFD\uFFFD\uFFFD" },
+             { "a" + marks + "\u0309\u030A" + "b\u0309", "a" + marks + "b\u0309" }, { "a          b", "a        b" },
+             { "\U0001F469\u200D\u200D\U0001F4BB", "\U0001F469\u200D\U0001F4BB" },
+             { "نمی‌خواهم हिन्दी ภาษาไทย 日本語のテキスト Tiếng Việt",
+                 "نمی‌خواهم हिन्दी ภาษาไทย 日本語のテキスト Tiếng "
+                 "Việt" } })
+        EXPECT_EQ(shownText(text, { 1500, 100 }), shown);
+    EXPECT_EQ(shownText("one\r\ntwo\tthree\u2028four", { 200, 1 }), "one two three four");
+    EXPECT_EQ(fieldText(std::string(5000, 'x')), std::string(1000, 'x'));
+}
+
+TEST(ShownTexts, AreCutWhereTheyWouldTakeTooLong)
+{
+    const std::string word(50, 'x');
+    EXPECT_EQ(shownText(word + word, { 99, 9 }), word + "\u200B" + word.substr(1) + "…");
+    EXPECT_EQ(shownText("a\nb\nc", { 99, 2 }), "a\nb…");
+    // What begins a piece of another script counts for six; what is never shown is not read without end.
+    EXPECT_EQ(shownText("aअaअaअ", { 14, 9 }), "aअaअ…");
+    EXPECT_EQ(shownText("白板会议室", { 9, 9 }), "白板会议…");
+    std::string hidden;
+    for (int i = 0; i < 1000; ++i)
+        hidden += "\u200B";
+    EXPECT_EQ(shownText(hidden + "x", { 10, 1 }), "…");
+    EXPECT_TRUE(isUTF8(shownText("é" + std::string(5000, 'x'), { 1, 1 })));
 }
 
 } // namespace

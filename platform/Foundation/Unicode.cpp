@@ -1,0 +1,111 @@
+#include "Unicode.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+namespace tq {
+
+namespace {
+
+// Whether the word begins with two characters of three bytes each; it may say no to some. (The two leads that have
+// rules of their own are left out.)
+bool areTwoOfThreeBytes(std::uint64_t word)
+{
+    if constexpr (std::endian::native != std::endian::little)
+        return false;
+    const auto first = word & 0xFFU;
+    const auto second = word >> 24U & 0xFFU;
+    return (word & 0xC0C0F0C0C0F0U) == 0x8080E08080E0U && first != 0xE0 && first != 0xED && second != 0xE0
+        && second != 0xED;
+}
+
+} // namespace
+
+std::size_t sequenceLength(std::string_view text)
+{
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
+    auto continues = [&](std::size_t index) { return index < text.size() && (bytes[index] & 0xC0U) == 0x80U; };
+    const unsigned lead = bytes[0];
+    if (lead < 0x80)
+        return 1;
+    if (lead >= 0xC2 && lead <= 0xDF)
+        return continues(1) ? 2 : 0;
+    if (lead >= 0xE0 && lead <= 0xEF) {
+        if (!continues(1) || !continues(2))
+            return 0;
+        const bool isOverlong = lead == 0xE0 && bytes[1] < 0xA0;
+        const bool isSurrogate = lead == 0xED && bytes[1] > 0x9F;
+        return isOverlong || isSurrogate ? 0 : 3;
+    }
+    if (lead >= 0xF0 && lead <= 0xF4) {
+        if (!continues(1) || !continues(2) || !continues(3))
+            return 0;
+        const bool isOverlong = lead == 0xF0 && bytes[1] < 0x90;
+        const bool isBeyondUnicode = lead == 0xF4 && bytes[1] > 0x8F;
+        return isOverlong || isBeyondUnicode ? 0 : 4;
+    }
+    return 0;
+}
+
+bool isUTF8(std::string_view bytes)
+{
+    const auto* next = reinterpret_cast<const unsigned char*>(bytes.data());
+    std::size_t left = bytes.size();
+    while (left) {
+        // Most text is ASCII, or characters of three bytes: take eight bytes, or two characters, at a time.
+        for (std::uint64_t word = 0; left >= sizeof(word);) {
+            std::memcpy(&word, next, sizeof(word));
+            const auto taken = !(word & 0x8080808080808080U) ? sizeof(word) : areTwoOfThreeBytes(word) ? 6U : 0U;
+            if (!taken)
+                break;
+            next += taken;
+            left -= taken;
+        }
+        if (!left)
+            return true;
+        const auto length = sequenceLength({ reinterpret_cast<const char*>(next), left });
+        if (!length)
+            return false;
+        next += length;
+        left -= length;
+    }
+    return true;
+}
+
+char32_t takeCharacter(std::string_view& text)
+{
+    constexpr std::array<unsigned, 5> kLeadBits{ 0, 0x7F, 0x1F, 0x0F, 0x07 };
+    constexpr char32_t kNone = 0xFFFD;
+    const auto length = sequenceLength(text);
+    char32_t character = length ? static_cast<unsigned char>(text[0]) & kLeadBits[length] : kNone;
+    for (std::size_t index = 1; index < length; ++index)
+        character = character << 6U | (static_cast<unsigned char>(text[index]) & 0x3FU);
+    text.remove_prefix(std::max<std::size_t>(length, 1));
+    return character;
+}
+
+void appendCharacter(std::string& text, char32_t character)
+{
+    const auto append = [&](char32_t byte) { text += static_cast<char>(byte); };
+    if (character < 0x80) {
+        append(character);
+        return;
+    }
+    if (character < 0x800) {
+        append(0xC0U | character >> 6U);
+    } else {
+        if (character < 0x10000) {
+            append(0xE0U | character >> 12U);
+        } else {
+            append(0xF0U | character >> 18U);
+            append(0x80U | (character >> 12U & 0x3FU));
+        }
+        append(0x80U | (character >> 6U & 0x3FU));
+    }
+    append(0x80U | (character & 0x3FU));
+}
+
+} // namespace tq
