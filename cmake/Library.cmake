@@ -12,7 +12,9 @@ set(TQWB_SHARED_SOURCES
     host/TQWBWebView.cpp
     navigation/TQWBNaviCache.cpp
     navigation/TQWBNaviManager.cpp
-    platform/UIKit/ShownText.cpp
+    platform/Foundation/Dispatch.cpp
+    platform/UIKit/UIAlertView.cpp
+    platform/UIKit/UIView.cpp
     platform/WebKit/WKDelegates.cpp
     platform/posix/BackgroundWork.cpp
     platform/posix/CurlErrors.cpp
@@ -39,11 +41,11 @@ set(TQWB_SHARED_SOURCES
 # What each port answers in its own way: one .cpp for each header of platform/ that asks for it.
 set(TQWB_GTK_SOURCES
     platform/gtk/AlertContent.cpp
+    platform/gtk/AlertWindow.cpp
     platform/gtk/Dispatch.cpp
     platform/gtk/NSLog.cpp
     platform/gtk/NavigationErrors.cpp
     platform/gtk/ServerCertificates.cpp
-    platform/gtk/UIAlertView.cpp
     platform/gtk/UIImage.cpp
     platform/gtk/UIProgressView.cpp
     platform/gtk/UIScreen.cpp

@@ -1,17 +1,11 @@
 #include "AlertContent.h"
 
-#include "../UIKit/ShownText.h"
-
 #include <algorithm>
 
 namespace tq {
 
 namespace {
 
-// Longer texts keep the user waiting while they are laid out.
-constexpr TextLimits kText{ 1500, 100 };
-constexpr TextLimits kTitle{ 300, 10 };
-constexpr TextLimits kLine{ 200, 1 };
 // With the margins it fits a screen that is 360 wide.
 constexpr int kWidth = 296;
 constexpr int kMargin = 20;
@@ -49,19 +43,18 @@ void wrap(GtkLabel* label)
     pango_attr_list_unref(attributes);
 }
 
-GtkWidget* createLabel(const std::string& text, TextLimits limits, const char* cssClass)
+GtkWidget* createLabel(const std::string& text, const char* cssClass)
 {
-    const auto characters = shownText(text, limits);
-    auto* label = gtk_label_new(characters.c_str());
+    auto* label = gtk_label_new(text.c_str());
     wrap(GTK_LABEL(label));
-    if (g_utf8_strlen(characters.c_str(), -1) > kMostCentred)
+    if (g_utf8_strlen(text.c_str(), -1) > kMostCentred)
         gtk_label_set_xalign(GTK_LABEL(label), 0);
     else
         gtk_label_set_justify(GTK_LABEL(label), GTK_JUSTIFY_CENTER);
     gtk_widget_add_css_class(label, cssClass);
     // High stacks of marks stay within their text.
     gtk_widget_set_overflow(label, GTK_OVERFLOW_HIDDEN);
-    gtk_widget_set_visible(label, text.empty() ? FALSE : TRUE);
+    gtk_widget_set_visible(label, !text.empty());
     return label;
 }
 
@@ -92,13 +85,11 @@ void setHeight(GtkWidget* scroller, int height, int mostHeight)
     gtk_scrolled_window_set_policy(
         GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_EXTERNAL, isScrolled ? GTK_POLICY_ALWAYS : GTK_POLICY_EXTERNAL);
     // The keyboard scrolls a long text.
-    gtk_widget_set_focusable(scroller, isScrolled ? TRUE : FALSE);
+    gtk_widget_set_focusable(scroller, isScrolled);
     gtk_widget_set_size_request(scroller, -1, std::min(height, mostHeight));
 }
 
 } // namespace
-
-std::string lineOf(const std::string& text) { return shownText(text, kLine); }
 
 AlertContent::AlertContent(const std::string& title, const std::string& message, GtkWidget* field)
     : m_box(gtk_box_new(GTK_ORIENTATION_VERTICAL, kGap))
@@ -110,8 +101,8 @@ AlertContent::AlertContent(const std::string& title, const std::string& message,
              gtk_widget_set_margin_end })
         set(m_box, kMargin);
     gtk_widget_set_size_request(m_box, kWidth, -1);
-    auto* heading = message.empty() ? createLabel(title, kText, "body") : createLabel(title, kTitle, "title-4");
-    for (auto* label : { heading, createLabel(message, kText, "body") }) {
+    auto* heading = createLabel(title, message.empty() ? "body" : "title-4");
+    for (auto* label : { heading, createLabel(message, "body") }) {
         m_labels.push_back(label);
         gtk_box_append(GTK_BOX(m_texts), label);
     }
@@ -127,7 +118,7 @@ AlertContent::AlertContent(const std::string& title, const std::string& message,
 
 GtkWidget* AlertContent::addButton(const std::string& label)
 {
-    auto* button = gtk_button_new_with_label(lineOf(label).c_str());
+    auto* button = gtk_button_new_with_label(label.c_str());
     gtk_widget_set_hexpand(button, TRUE);
     gtk_widget_set_size_request(button, -1, kControlHeight);
     gtk_box_append(GTK_BOX(m_buttons), button);
@@ -139,7 +130,7 @@ void AlertContent::arrangeButtons()
     bool areShort = true;
     for (auto* button = gtk_widget_get_first_child(m_buttons); button; button = gtk_widget_get_next_sibling(button))
         areShort = areShort && widthOf(button) <= (kWidth - kSpacing) / 2;
-    gtk_box_set_homogeneous(GTK_BOX(m_buttons), areShort ? TRUE : FALSE);
+    gtk_box_set_homogeneous(GTK_BOX(m_buttons), areShort);
     if (areShort)
         return;
     gtk_orientable_set_orientation(GTK_ORIENTABLE(m_buttons), GTK_ORIENTATION_VERTICAL);

@@ -30,7 +30,4 @@ private:
     std::vector<GtkWidget*> m_labels;
 };
 
-/// A text for one line, such as a window's title.
-std::string lineOf(const std::string& text);
-
 } // namespace tq

@@ -1,11 +1,9 @@
 #include "../Foundation/Dispatch.h"
 
-#include "../Foundation/NSLog.h"
 #include "GLibPointers.h"
 
 #include <algorithm>
 #include <atomic>
-#include <exception>
 #include <limits>
 #include <memory>
 #include <sys/syscall.h>
@@ -69,17 +67,6 @@ bool isMainThread()
 {
     // Outside a running loop nobody owns the context; then it is the thread that the process began with.
     return g_main_context_is_owner(nullptr) || syscall(SYS_gettid) == getpid();
-}
-
-void logCurrentException()
-{
-    try {
-        throw;
-    } catch (const std::exception& exception) {
-        NSLog(TQWBLogLevel::Error, exception.what());
-    } catch (...) {
-        NSLog(TQWBLogLevel::Error, "an exception of unknown type");
-    }
 }
 
 } // namespace tq

@@ -1,7 +1,4 @@
-#include "../Foundation/Dispatch.h"
 #include "UIViewNative.h"
-
-#include <cmath>
 
 namespace tq {
 
@@ -17,20 +14,6 @@ bool UIView::hidden() const { return !gtk_widget_get_visible(m_native->widget.ge
 
 void UIView::setHidden(bool hidden) { gtk_widget_set_visible(m_native->widget.get(), !hidden); }
 
-void UIView::setTintColor(UIColor color) { m_tintColor = color; }
-
 void* UIView::nativeHandle() const { return m_native->widget.get(); }
-
-void UIView::animateWithDuration(double duration, double delay, UIViewAnimationOptions,
-    const std::function<void()>& animations, std::function<void(bool)> completion)
-{
-    if (animations)
-        animations();
-    const auto end = std::chrono::milliseconds(std::llround((duration + delay) * 1000));
-    dispatchToMainAfter(end, [completion = std::move(completion)] {
-        if (completion)
-            completion(true);
-    });
-}
 
 } // namespace tq
