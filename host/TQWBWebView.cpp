@@ -34,15 +34,7 @@ void prepare(WKWebViewConfiguration& configuration)
 
 UIScrollView unscrollable()
 {
-    return {
-        .bounces = false,
-        .pinchGestureRecognizerEnabled = false,
-        .panGestureRecognizerEnabled = false,
-        .scrollEnabled = false,
-        .showsVerticalScrollIndicator = false,
-        .showsHorizontalScrollIndicator = false,
-        .contentInsetAdjustmentBehavior = UIScrollViewContentInsetAdjustmentBehavior::Never,
-    };
+    return { .pinchGestureRecognizerEnabled = false, .panGestureRecognizerEnabled = false, .scrollEnabled = false };
 }
 
 } // namespace

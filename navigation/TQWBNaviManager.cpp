@@ -27,8 +27,7 @@ NSMutableURLRequest naviRequest(const TQWBNaviManager::Attempt& attempt)
     NSMutableURLRequest request{ .URL = attempt.URL,
         .HTTPMethod = "POST",
         .timeoutInterval = attempt.timeout,
-        .maximumAnswerLength = kMaximumAnswerLength,
-        .cachePolicy = NSURLRequestCachePolicy::ReloadIgnoringLocalCacheData };
+        .maximumAnswerLength = kMaximumAnswerLength };
     request.setValue("application/x-www-form-urlencoded", "Content-Type");
     request.setValue(attempt.appKey, "appId");
     request.HTTPBody

@@ -12,10 +12,7 @@
 
 namespace tq {
 
-/// Where an answer may come from.
-enum class NSURLRequestCachePolicy { UseProtocolCachePolicy, ReloadIgnoringLocalCacheData };
-
-/// One HTTP request, before it is sent.
+/// One HTTP request, before it is sent. No answer comes from a cache: there is none.
 struct NSMutableURLRequest {
     /// Absent: a request for nothing; loading it has no effect and sending it fails. Nor is one with a fragment sent.
     std::optional<NSURL> URL{};
@@ -29,8 +26,6 @@ struct NSMutableURLRequest {
     double timeoutInterval = 60;
     /// Bytes that the answer's body may have at most; a longer one is an error.
     std::size_t maximumAnswerLength = std::size_t{ 16 } << 20U;
-    /// Whether the answer may be one from before.
-    NSURLRequestCachePolicy cachePolicy = NSURLRequestCachePolicy::UseProtocolCachePolicy;
 
     /// An absent value sends no such header; an empty one sends it empty.
     void setValue(const OptionalText& value, std::string field)

@@ -13,21 +13,17 @@ namespace tq {
 
 namespace {
 
-gboolean gboolean_(bool value) { return value ? TRUE : FALSE; }
-
 GObjectPointer<WebKitSettings> settingsFor(const WKWebViewConfiguration& configuration)
 {
     GObjectPointer<WebKitSettings> settings(webkit_settings_new());
     const auto preferences = configuration.preferences ? *configuration.preferences : WKPreferences{};
-    webkit_settings_set_media_playback_allows_inline(
-        settings.get(), gboolean_(configuration.allowsInlineMediaPlayback));
+    webkit_settings_set_media_playback_allows_inline(settings.get(), configuration.allowsInlineMediaPlayback);
     webkit_settings_set_allow_universal_access_from_file_urls(
-        settings.get(), gboolean_(configuration.allowUniversalAccessFromFileURLs));
-    webkit_settings_set_allow_file_access_from_file_urls(
-        settings.get(), gboolean_(preferences.allowFileAccessFromFileURLs));
-    webkit_settings_set_enable_javascript(settings.get(), gboolean_(preferences.javaScriptEnabled));
+        settings.get(), configuration.allowUniversalAccessFromFileURLs);
+    webkit_settings_set_allow_file_access_from_file_urls(settings.get(), preferences.allowFileAccessFromFileURLs);
+    webkit_settings_set_enable_javascript(settings.get(), preferences.javaScriptEnabled);
     webkit_settings_set_javascript_can_open_windows_automatically(
-        settings.get(), gboolean_(preferences.javaScriptCanOpenWindowsAutomatically));
+        settings.get(), preferences.javaScriptCanOpenWindowsAutomatically);
     return settings;
 }
 
@@ -270,7 +266,7 @@ void WKWebView::setCustomUserAgent(const std::string& userAgent)
 
 void WKWebView::setInspectable(bool inspectable)
 {
-    webkit_settings_set_enable_developer_extras(m_impl->settings(), gboolean_(inspectable));
+    webkit_settings_set_enable_developer_extras(m_impl->settings(), inspectable);
 }
 
 void WKWebView::setBackgroundColor(UIColor color)

@@ -73,7 +73,7 @@ bool WKWebView::Impl::ask(WebKitScriptDialog* native, const std::shared_ptr<Pend
             delegate->runJavaScriptConfirmPanelWithMessage(
                 view, message, WKFrameInfo(view), [dialog](bool isConfirmed) {
                     dialog->answer([isConfirmed](WebKitScriptDialog* native) {
-                        webkit_script_dialog_confirm_set_confirmed(native, isConfirmed ? TRUE : FALSE);
+                        webkit_script_dialog_confirm_set_confirmed(native, isConfirmed);
                     });
                 });
             return true;

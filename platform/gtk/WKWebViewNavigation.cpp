@@ -179,7 +179,7 @@ gboolean WKWebView::Impl::loadFailed(
         self.loadAgain(failingUri);
         return TRUE;
     }
-    return self.endLoad(*error) ? TRUE : FALSE;
+    return self.endLoad(*error);
 }
 
 // @returns whether the engine shall leave it at that, and show no page of its own about it.
@@ -204,11 +204,11 @@ gboolean WKWebView::Impl::decidePolicy(
     auto& self = call.impl();
     const auto delegate = self.view.m_navigationDelegate.respondingTo(&Methods::decidePolicyForNavigationResponse);
     auto* native = WEBKIT_RESPONSE_POLICY_DECISION(decision);
-    const bool isForMainFrame = webkit_response_policy_decision_is_main_frame_main_resource(native) != FALSE;
+    const bool isForMainFrame = webkit_response_policy_decision_is_main_frame_main_resource(native);
     // An older load's answer is nobody's.
     if (!delegate || (isForMainFrame && self.loadStage != LoadStage::Provisional))
         return FALSE;
-    const bool isShowable = webkit_response_policy_decision_is_mime_type_supported(native) != FALSE;
+    const bool isShowable = webkit_response_policy_decision_is_mime_type_supported(native);
     const WKNavigationResponse response{ headOf(webkit_response_policy_decision_get_response(native)), isForMainFrame,
         isShowable };
     auto handler

@@ -233,8 +233,7 @@ TEST_F(WebViewTest, ThePageCannotScrollAndInnerAreasCan)
             + "#in{width:50px;height:50px;overflow:auto} p{height:9000px}</style><div id=in><p></div><p>");
         EXPECT_EQ(ask(kScrolled), OptionalValue(boost::json::array{ 0, 50 })) << style;
     }
-    EXPECT_EQ(room->scrollView(),
-        (UIScrollView{ false, false, false, false, false, false, UIScrollViewContentInsetAdjustmentBehavior::Never }));
+    EXPECT_EQ(room->scrollView(), (UIScrollView{ false, false, false }));
     EXPECT_EQ(room->tintColor(), UIColor::clearColor());
 }
 
