@@ -1,26 +1,17 @@
 #include "AsyncResult.h"
 
 #include "CallbackName.h"
-#include "JSBUtil.h"
 #include "PercentEncoding.h"
+#include "ResultMessage.h"
 #include "platform/Foundation/NSLog.h"
 
-#include <boost/json/object.hpp>
 #include <utility>
 
 namespace tq {
 
-namespace {
-
-// What stands for a result that JSON cannot hold.
-constexpr std::string_view kUnwritable = "{}";
-
-} // namespace
-
 AsyncResult::AsyncResult(PageCallback callback)
     : m_callback(std::move(callback))
     , m_isCallable(isCallable(m_callback.name))
-    , m_result(boost::json::object{ { "code", -1 }, { "data", "" } })
 {
 }
 
@@ -28,11 +19,9 @@ void AsyncResult::deliver(OptionalValue value, Complete complete)
 {
     {
         const std::lock_guard lock(m_mutex);
-        auto& result = m_result.get_object();
         m_hasBegun = true;
-        result["code"] = 0;
         if (value)
-            result["data"] = std::move(*value);
+            m_data = std::move(value);
     }
     queue(message(), complete);
 }
@@ -42,9 +31,8 @@ void AsyncResult::end()
     {
         const std::lock_guard lock(m_mutex);
         m_hasBegun = true;
-        m_result.get_object()["code"] = 0;
     }
-    queue(R"({"code":0})", Complete::Yes);
+    queue(kEndResult, Complete::Yes);
 }
 
 void AsyncResult::abandon()
@@ -54,7 +42,7 @@ void AsyncResult::abandon()
         if (m_hasBegun && !m_callback.takesReasons)
             return;
     }
-    queue(R"({"code":0})", Complete::Yes);
+    queue(kEndResult, Complete::Yes);
 }
 
 void AsyncResult::queue(std::string_view resultMessage, Complete complete)
@@ -66,7 +54,8 @@ void AsyncResult::queue(std::string_view resultMessage, Complete complete)
     }
     std::string script = "try {" + m_callback.name + "(JSON.parse(decodeURIComponent(\"";
     script += percentEncoded(resultMessage);
-    script += m_callback.takesReasons && resultMessage == kUnwritable ? "\")).data,\"unreadable\");" : "\")).data);";
+    script
+        += m_callback.takesReasons && resultMessage == kUnwritableResult ? "\")).data,\"unreadable\");" : "\")).data);";
     if (complete == Complete::Yes)
         script += "delete window." + m_callback.name;
     script += "; } catch(e){};";
@@ -82,7 +71,7 @@ bool AsyncResult::hasBegun() const
 std::string AsyncResult::message() const
 {
     const std::lock_guard lock(m_mutex);
-    return JSBUtil::objToJsonString(m_result);
+    return resultMessage(m_hasBegun ? ResultCode::Invoked : ResultCode::NotInvoked, m_data);
 }
 
 } // namespace tq

@@ -43,8 +43,9 @@ private:
     const PageCallback m_callback;
     const bool m_isCallable;
     mutable std::mutex m_mutex;
-    boost::json::value m_result;
     bool m_hasBegun = false;
+    // The last value of all results so far.
+    OptionalValue m_data;
 };
 
 } // namespace tq

@@ -155,13 +155,27 @@ void DWKWebView::scheduleFlush(std::int32_t delay, std::optional<std::uint64_t> 
         dispatchToMain(std::move(flush));
 }
 
+// Prompts with this before their text are calls, and no dialogs.
+void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::string_view prompt,
+    std::optional<std::string_view> defaultText, const WKFrameInfo& frame, std::function<void(OptionalText)> completion)
+{
+    constexpr std::string_view kCallPrefix = "_dsbridge=";
+    if (!prompt.starts_with(kCallPrefix))
+        showPrompt(webView, prompt, defaultText, frame, std::move(completion));
+    else if (isPageAllowed())
+        completion(answer(prompt.substr(kCallPrefix.size()), defaultText));
+    else
+        completion(NativeObjects::refusal());
+}
+
 OptionalText DWKWebView::answer(std::string_view methodName, std::optional<std::string_view> argumentMessage)
 {
     // In debug mode nothing is caught: the program ends where the fault is.
+    const auto result = [&] { return callFromPage(methodName, argumentMessage, requiredSecret()); };
     if (m_isDebug)
-        return [&]() noexcept { return callFromPage(methodName, argumentMessage, requiredSecret()); }();
+        return [&]() noexcept { return result(); }();
     try {
-        return callFromPage(methodName, argumentMessage, requiredSecret());
+        return result();
     } catch (...) {
         logCurrentException();
     }

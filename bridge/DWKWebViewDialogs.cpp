@@ -1,6 +1,5 @@
 // What the page asks of its user: the application's delegate answers if it can, the view itself if not.
 
-#include "NativeObjects.h"
 #include "TQWhiteBoardLib/DWKWebView.h"
 #include "platform/UIKit/UITextField.h"
 
@@ -13,7 +12,6 @@ namespace {
 
 using Methods = WKUIDelegate::Methods;
 
-constexpr std::string_view kCallPrefix = "_dsbridge=";
 constexpr const char* kDefaultTitle = "提示";
 constexpr const char* kDefaultOk = "确定";
 constexpr const char* kDefaultCancel = "取消";
@@ -33,76 +31,75 @@ std::string DWKWebView::dialogText(const char* key, const char* defaultText) con
     return found == m_dialogTextDic.end() ? defaultText : found->second;
 }
 
-void DWKWebView::showDialog(const std::shared_ptr<UIAlertView>& dialog)
+std::shared_ptr<UIAlertView> DWKWebView::newDialog(
+    std::string title, std::string_view message, std::string cancelButton, std::optional<std::string> okButton)
 {
+    const auto dialog = UIAlertView::initWithTitle(std::move(title), std::string(message),
+        std::static_pointer_cast<DWKWebView>(shared_from_this()), std::move(cancelButton), std::move(okButton));
     std::erase_if(m_dialogs, [](const auto& shown) { return shown.expired(); });
     m_dialogs.push_back(dialog);
-    dialog->show(nativeHandle());
+    return dialog;
+}
+
+// Whether the view has to ask its user: a page that does not wait is answered at once, with what stands for no answer,
+// and the application's delegate comes first.
+template <class Handler, class Forward, class... Unasked>
+bool DWKWebView::hasToAsk(DialogType type, bool Methods::*method, Handler& handler, Handler& completion,
+    const Forward& forward, Unasked... unasked)
+{
+    if (!m_jsDialogBlock)
+        completion(unasked...);
+    if (isLeavingPage())
+        return false;
+    if (const auto delegate = m_dsUIDelegate.respondingTo(method)) {
+        forward(*delegate);
+        return false;
+    }
+    m_dialogType = type;
+    if (m_jsDialogBlock)
+        handler = std::move(completion);
+    return true;
 }
 
 void DWKWebView::runJavaScriptAlertPanelWithMessage(
     WKWebView& webView, std::string_view message, const WKFrameInfo& frame, std::function<void()> completion)
 {
-    if (!m_jsDialogBlock)
-        completion();
-    if (isLeavingPage())
-        return;
-    if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::runJavaScriptAlertPanelWithMessage)) {
-        delegate->runJavaScriptAlertPanelWithMessage(webView, message, frame, std::move(completion));
-        return;
-    }
-    m_dialogType = DialogType::Alert;
-    if (m_jsDialogBlock)
-        m_alertHandler = std::move(completion);
-    showDialog(UIAlertView::initWithTitle(dialogText("alertTitle", kDefaultTitle), std::string(message),
-        std::static_pointer_cast<DWKWebView>(shared_from_this()), dialogText("alertBtn", kDefaultOk), std::nullopt));
+    const auto forward = [&](WKUIDelegate& delegate) {
+        delegate.runJavaScriptAlertPanelWithMessage(webView, message, frame, std::move(completion));
+    };
+    if (hasToAsk(DialogType::Alert, &Methods::runJavaScriptAlertPanelWithMessage, m_alertHandler, completion, forward))
+        newDialog(dialogText("alertTitle", kDefaultTitle), message, dialogText("alertBtn", kDefaultOk), std::nullopt)
+            ->show(nativeHandle());
 }
 
 void DWKWebView::runJavaScriptConfirmPanelWithMessage(
     WKWebView& webView, std::string_view message, const WKFrameInfo& frame, std::function<void(bool)> completion)
 {
-    if (!m_jsDialogBlock)
-        completion(true);
-    if (isLeavingPage())
-        return;
-    if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::runJavaScriptConfirmPanelWithMessage)) {
-        delegate->runJavaScriptConfirmPanelWithMessage(webView, message, frame, std::move(completion));
-        return;
-    }
-    m_dialogType = DialogType::Confirm;
-    if (m_jsDialogBlock)
-        m_confirmHandler = std::move(completion);
-    showDialog(UIAlertView::initWithTitle(dialogText("confirmTitle", kDefaultTitle), std::string(message),
-        std::static_pointer_cast<DWKWebView>(shared_from_this()), dialogText("confirmCancelBtn", kDefaultCancel),
-        dialogText("confirmOkBtn", kDefaultOk)));
+    const auto forward = [&](WKUIDelegate& delegate) {
+        delegate.runJavaScriptConfirmPanelWithMessage(webView, message, frame, std::move(completion));
+    };
+    if (hasToAsk(DialogType::Confirm, &Methods::runJavaScriptConfirmPanelWithMessage, m_confirmHandler, completion,
+            forward, true))
+        newDialog(dialogText("confirmTitle", kDefaultTitle), message, dialogText("confirmCancelBtn", kDefaultCancel),
+            dialogText("confirmOkBtn", kDefaultOk))
+            ->show(nativeHandle());
 }
 
-void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::string_view prompt,
-    std::optional<std::string_view> defaultText, const WKFrameInfo& frame, std::function<void(OptionalText)> completion)
+void DWKWebView::showPrompt(WKWebView& webView, std::string_view prompt, std::optional<std::string_view> defaultText,
+    const WKFrameInfo& frame, std::function<void(OptionalText)> completion)
 {
-    if (prompt.starts_with(kCallPrefix)) {
-        completion(isPageAllowed() ? answer(prompt.substr(kCallPrefix.size()), defaultText)
-                                   : OptionalText(NativeObjects::kRefused));
+    const auto forward = [&](WKUIDelegate& delegate) {
+        delegate.runJavaScriptTextInputPanelWithPrompt(webView, prompt, defaultText, frame, std::move(completion));
+    };
+    if (!hasToAsk(DialogType::Prompt, &Methods::runJavaScriptTextInputPanelWithPrompt, m_promptHandler, completion,
+            forward, std::nullopt))
         return;
-    }
-    if (!m_jsDialogBlock)
-        completion(std::nullopt);
-    if (isLeavingPage())
-        return;
-    if (const auto delegate = m_dsUIDelegate.respondingTo(&Methods::runJavaScriptTextInputPanelWithPrompt)) {
-        delegate->runJavaScriptTextInputPanelWithPrompt(webView, prompt, defaultText, frame, std::move(completion));
-        return;
-    }
-    m_dialogType = DialogType::Prompt;
-    if (m_jsDialogBlock)
-        m_promptHandler = std::move(completion);
-    const auto dialog
-        = UIAlertView::initWithTitle(std::string(prompt), {}, std::static_pointer_cast<DWKWebView>(shared_from_this()),
-            dialogText("promptCancelBtn", kDefaultCancel), dialogText("promptOkBtn", kDefaultOk));
+    const auto dialog = newDialog(
+        std::string(prompt), {}, dialogText("promptCancelBtn", kDefaultCancel), dialogText("promptOkBtn", kDefaultOk));
     dialog->setAlertViewStyle(UIAlertViewStyle::PlainTextInput);
     m_txtName = dialog->textFieldAtIndex(0);
     m_txtName->setText(defaultText.value_or(""));
-    showDialog(dialog);
+    dialog->show(nativeHandle());
 }
 
 // Whatever dialog is answered: the answer is for the one that was shown last.

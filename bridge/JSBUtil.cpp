@@ -4,8 +4,6 @@
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSObject.h"
 
-#include <algorithm>
-
 namespace tq {
 
 std::string JSBUtil::objToJsonString(const boost::json::value& object)
@@ -51,13 +49,9 @@ std::vector<std::string> JSBUtil::allMethodFromClass(const NSClass* objectClass)
 
 OptionalText JSBUtil::methodByNameArg(std::int64_t argumentCount, std::string_view selName, const NSClass* objectClass)
 {
-    for (auto& name : allMethodFromClass(objectClass)) {
-        const auto firstColon = name.find(':');
-        if (firstColon != std::string::npos && std::string_view(name).substr(0, firstColon) == selName
-            && std::ranges::count(name, ':') == argumentCount)
-            return std::move(name);
-    }
-    return std::nullopt;
+    const auto candidates = objectClass ? objectClass->candidates(selName) : NSClass::Candidates();
+    const auto* method = argumentCount == 1 ? candidates.sync : argumentCount == 2 ? candidates.async : nullptr;
+    return method ? OptionalText(method->name()) : std::nullopt;
 }
 
 std::pair<std::string_view, std::string_view> JSBUtil::parseNamespace(std::string_view method)

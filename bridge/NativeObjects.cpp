@@ -3,7 +3,7 @@
 #include "AsyncResult.h"
 #include "CallMessage.h"
 #include "JSBUtil.h"
-#include "platform/Foundation/NSJSONSerialization.h"
+#include "ResultMessage.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSNumberReading.h"
 
@@ -13,40 +13,19 @@ namespace tq {
 
 namespace {
 
-// A message of this length is written without asking for memory a second time.
-constexpr std::size_t kUsualResult = 256;
-
-std::string resultMessage(std::int32_t code, const OptionalValue& data)
-{
-    // As objToJsonString writes the map of the two, without making it first.
-    std::string message;
-    message.reserve(kUsualResult);
-    message = code == 0 ? R"({"code":0,"data":)" : R"({"code":-1,"data":)";
-    if (!data)
-        message += "\"\"";
-    else if (!NSJSONSerialization::appendJSON(message, *data))
-        return "{}";
-    message += '}';
-    return message;
-}
-
 // The answer to a call whose argument the method cannot take.
 std::string mismatchMessage(std::string_view fullName, std::string_view mismatch)
 {
     const auto text = std::string(fullName).append(": ").append(mismatch);
     NSLog(TQWBLogLevel::Warning, "Js bridge: " + text);
-    return resultMessage(-1, boost::json::value(text));
+    return resultMessage(ResultCode::NotInvoked, boost::json::value(text));
 }
 
-// The answer to an asynchronous call that nothing has come of yet. A page that asks for more is told whether there will
-// be something.
-enum class IsPending : bool { No, Yes };
-std::string emptyMessage(const CallMessage& message, IsPending isPending)
+// The answer to a call that nothing has come of yet. A page that asks for more is told whether there will be something.
+std::string emptyMessage(const CallMessage& message, bool isPending)
 {
-    if (!message.callbackName || !message.asksForMore)
-        return NativeObjects::kRefused;
-    return isPending == IsPending::Yes ? R"({"code":-1,"data":"","pending":true})"
-                                       : R"({"code":-1,"data":"","pending":false})";
+    const bool isTold = message.callbackName && message.asksForMore;
+    return resultMessage(ResultCode::NotInvoked, std::nullopt, isTold ? std::optional(isPending) : std::nullopt);
 }
 
 } // namespace
@@ -75,48 +54,55 @@ void NativeObjects::remove(const OptionalText& nameSpace)
     }
 }
 
-std::shared_ptr<NSObject> NativeObjects::objectForNamespace(std::string_view nameSpace) const
+NativeObjects::Found NativeObjects::find(std::string_view fullName) const
 {
-    const std::lock_guard lock(m_registryMutex);
-    auto found = m_objects.find(nameSpace);
-    return found == m_objects.end() ? nullptr : found->second;
+    const auto [nameSpace, method] = JSBUtil::parseNamespace(fullName);
+    Found found;
+    {
+        const std::lock_guard lock(m_registryMutex);
+        if (const auto entry = m_objects.find(nameSpace); entry != m_objects.end())
+            found.object = entry->second;
+    }
+    if (found.object)
+        found.candidates = found.object->objectClass().candidates(method);
+    return found;
 }
+
+std::string NativeObjects::refusal() { return resultMessage(ResultCode::NotInvoked, std::nullopt); }
 
 std::string NativeObjects::call(std::string_view methodName, std::optional<std::string_view> argumentMessage,
     const MakeResult& makeResult, const MethodMissing& methodMissing, std::optional<std::string_view> secret) const
 {
     const auto fullName = JSBUtil::trimmed(methodName);
-    const auto [nameSpace, method] = JSBUtil::parseNamespace(fullName);
-    const auto object = objectForNamespace(nameSpace);
-    auto read = CallMessage::readPlain(argumentMessage, secret.value_or(""));
-    if (!read && secret)
-        read = CallMessage::readAny(argumentMessage, *secret);
-    if (secret && !read->hasSecret) {
+    const auto [object, candidates] = find(fullName);
+    auto message = CallMessage::readPlain(argumentMessage, secret.value_or(""));
+    // A text that is no message is complained of only where there is somebody whom it is for, or a secret to find.
+    if (!message && (object || secret))
+        message = CallMessage::readAny(argumentMessage, secret.value_or(""));
+    if (secret && !message->hasSecret) {
         NSLog(TQWBLogLevel::Warning, "Js bridge: refused for a frame that is not the main one of an allowed page");
-        return kRefused;
+        return refusal();
     }
     if (!object) {
         NSLog(TQWBLogLevel::Error,
             "Js bridge  called, but can't find a corresponded JavascriptObject , please check your code!");
-        return read ? emptyMessage(*read, IsPending::No) : kRefused;
+        return message ? emptyMessage(*message, false) : refusal();
     }
-    const auto candidates = object->objectClass().candidates(method);
-    auto message = read ? std::move(*read) : CallMessage::readAny(argumentMessage);
     std::string mismatch;
-    if (message.callbackName) {
+    if (message->callbackName) {
         if (candidates.async) {
-            const auto result = makeResult({ std::move(*message.callbackName), message.asksForMore });
-            candidates.async->invoke(*object, std::move(message.data), result, mismatch);
+            const auto result = makeResult({ std::move(*message->callbackName), message->asksForMore });
+            candidates.async->invoke(*object, std::move(message->data), result, mismatch);
             if (!mismatch.empty())
                 return mismatchMessage(fullName, mismatch);
-            return result->hasBegun() ? result->message() : emptyMessage(message, IsPending::Yes);
+            return result->hasBegun() ? result->message() : emptyMessage(*message, true);
         }
     } else if (candidates.sync) {
-        const auto value = candidates.sync->invoke(*object, std::move(message.data), mismatch);
-        return mismatch.empty() ? resultMessage(0, value) : mismatchMessage(fullName, mismatch);
+        const auto value = candidates.sync->invoke(*object, std::move(message->data), mismatch);
+        return mismatch.empty() ? resultMessage(ResultCode::Invoked, value) : mismatchMessage(fullName, mismatch);
     }
     methodMissing(methodName);
-    return emptyMessage(message, IsPending::No);
+    return emptyMessage(*message, false);
 }
 
 bool NativeObjects::hasMethod(const OptionalValue& question) const
@@ -125,15 +111,10 @@ bool NativeObjects::hasMethod(const OptionalValue& question) const
     const auto kind = textValue(memberOf(question, "type"));
     if (!name || !kind)
         return false;
-    const auto [nameSpace, method] = JSBUtil::parseNamespace(JSBUtil::trimmed(*name));
-    const auto object = objectForNamespace(nameSpace);
-    if (!object)
-        return false;
-    const auto candidates = object->objectClass().candidates(method);
+    const auto candidates = find(JSBUtil::trimmed(*name)).candidates;
     const auto type = JSBUtil::trimmed(*kind);
-    if (type == "all")
-        return candidates.sync || candidates.async;
-    return (type == "asyn" && candidates.async) || (type == "syn" && candidates.sync);
+    return (candidates.sync && (type == "all" || type == "syn"))
+        || (candidates.async && (type == "all" || type == "asyn"));
 }
 
 } // namespace tq

@@ -30,11 +30,9 @@ public:
     /// @param nameSpace absent: the empty namespace.
     void add(std::shared_ptr<NSObject> object, const OptionalText& nameSpace);
     void remove(const OptionalText& nameSpace);
-    /// Absent when the namespace has none.
-    std::shared_ptr<NSObject> objectForNamespace(std::string_view nameSpace) const;
 
     /// What a call that nobody answers comes to.
-    static constexpr const char* kRefused = R"({"code":-1,"data":""})";
+    static std::string refusal();
 
     /// Answers one call. No lock is held while the method runs, and an exception that leaves it leaves this too.
     /// @param methodName "namespace.method", or "method" in the empty namespace.
@@ -50,6 +48,14 @@ public:
     bool hasMethod(const OptionalValue& question) const;
 
 private:
+    /// What a name leads to.
+    struct Found {
+        /// Null when the namespace has none.
+        std::shared_ptr<NSObject> object;
+        NSClass::Candidates candidates;
+    };
+    Found find(std::string_view fullName) const;
+
     mutable std::mutex m_registryMutex;
     std::map<std::string, std::shared_ptr<NSObject>, std::less<>> m_objects;
 };

@@ -11,6 +11,7 @@ set(TQWB_CORE_SOURCES
     bridge/NativeObjects.cpp
     bridge/PageAnswer.cpp
     bridge/PercentEncoding.cpp
+    bridge/ResultMessage.cpp
     bridge/ScriptBatch.cpp
     navigation/NaviAddresses.cpp
     navigation/NaviAnswer.cpp

@@ -226,7 +226,13 @@ private:
     OptionalText answer(std::string_view methodName, std::optional<std::string_view> argumentMessage);
     void reportMissingMethod(std::string_view methodName);
     std::string dialogText(const char* key, const char* defaultText) const;
-    void showDialog(const std::shared_ptr<UIAlertView>& dialog);
+    std::shared_ptr<UIAlertView> newDialog(
+        std::string title, std::string_view message, std::string cancelButton, std::optional<std::string> okButton);
+    template <class Handler, class Forward, class... Unasked>
+    bool hasToAsk(DialogType type, bool Methods::*method, Handler& handler, Handler& completion, const Forward& forward,
+        Unasked... unasked);
+    void showPrompt(WKWebView& webView, std::string_view prompt, std::optional<std::string_view> defaultText,
+        const WKFrameInfo& frame, std::function<void(OptionalText)> completion);
     bool isPageAllowed() const;
     void giveUserContent();
     void addSecrets(WKUserContentController& content);
