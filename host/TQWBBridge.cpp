@@ -19,21 +19,6 @@ bool isEmpty(const OptionalValue& argument)
     return !map || map->empty();
 }
 
-// Lets go of the view at the end of an event, even when the delegate throws.
-class Unlinking {
-public:
-    explicit Unlinking(TQWBBridge& bridge)
-        : m_bridge(bridge)
-    {
-    }
-    ~Unlinking() { m_bridge.setWebView(nullptr); }
-    Unlinking(const Unlinking&) = delete;
-    Unlinking& operator=(const Unlinking&) = delete;
-
-private:
-    TQWBBridge& m_bridge;
-};
-
 // Does so at the end of an event, even when the delegate throws or closes the view.
 template <class Task> class AtEnd {
 public:
@@ -67,6 +52,13 @@ const NSClass& TQWBBridge::staticClass()
     return table;
 }
 
+template <class Protocol>
+std::shared_ptr<Protocol> TQWBBridge::respondingTo(
+    WeakDelegate<Protocol> TQWBWebView::*delegate, bool Protocol::Methods::*method) const
+{
+    return m_webView ? ((*m_webView).*delegate).respondingTo(method) : nullptr;
+}
+
 std::shared_ptr<PageWatcher> TQWBBridge::watcher() const
 {
     return m_webView ? m_webView->m_pageWatcher.lock() : nullptr;
@@ -75,8 +67,7 @@ std::shared_ptr<PageWatcher> TQWBBridge::watcher() const
 OptionalValue TQWBBridge::onRecordStart(OptionalValue)
 {
     NSLog("[TQ:Log] onRecordStart");
-    if (auto delegate
-        = m_webView ? m_webView->m_recordDelegate.respondingTo(&TQWBRecordProtocol::Methods::onWBRecordStart) : nullptr)
+    if (auto delegate = respondingTo(&TQWBWebView::m_recordDelegate, &TQWBRecordProtocol::Methods::onWBRecordStart))
         delegate->onWBRecordStart();
     return "onRecordStart";
 }
@@ -84,8 +75,7 @@ OptionalValue TQWBBridge::onRecordStart(OptionalValue)
 OptionalValue TQWBBridge::onRecordEnd(OptionalValue argument)
 {
     NSLog("[TQ:Log] onRecordEnd：" + logged(argument));
-    if (auto delegate
-        = m_webView ? m_webView->m_recordDelegate.respondingTo(&TQWBRecordProtocol::Methods::onWBRecordEnd) : nullptr)
+    if (auto delegate = respondingTo(&TQWBWebView::m_recordDelegate, &TQWBRecordProtocol::Methods::onWBRecordEnd))
         delegate->onWBRecordEnd(textValue(memberOf(argument, "url")));
     return "onRecordEnd";
 }
@@ -93,9 +83,8 @@ OptionalValue TQWBBridge::onRecordEnd(OptionalValue argument)
 OptionalValue TQWBBridge::onStatusChange(OptionalValue argument)
 {
     NSLog("[TQ:Log] onStatusChange：" + logged(argument));
-    if (auto delegate = m_webView
-            ? m_webView->m_permisssionDelegate.respondingTo(&TQWBPermissionProtocol::Methods::onWBPermissionChange)
-            : nullptr)
+    if (auto delegate
+        = respondingTo(&TQWBWebView::m_permisssionDelegate, &TQWBPermissionProtocol::Methods::onWBPermissionChange))
         delegate->onWBPermissionChange(intValue(memberOf(argument, "status")));
     return "onStatusChange";
 }
@@ -103,14 +92,13 @@ OptionalValue TQWBBridge::onStatusChange(OptionalValue argument)
 OptionalValue TQWBBridge::onRoomQuited(OptionalValue)
 {
     NSLog("[TQ:Log] onRoomQuited");
-    const Unlinking unlinking(*this);
+    const AtEnd unlinking([this] { setWebView(nullptr); });
     const AtEnd telling([watcher = watcher()] {
         if (watcher)
             watcher->roomWasQuit();
     });
-    if (auto delegate = m_webView
-            ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomQuit)
-            : nullptr)
+    if (auto delegate
+        = respondingTo(&TQWBWebView::m_roomStatusDelegate, &TQWBRoomStatusProtocol::Methods::onWBRoomQuit))
         delegate->onWBRoomQuit();
     return "onRoomQuited";
 }
@@ -118,16 +106,17 @@ OptionalValue TQWBBridge::onRoomQuited(OptionalValue)
 OptionalValue TQWBBridge::onRoomException(OptionalValue argument)
 {
     NSLog(TQWBLogLevel::Error, "[TQ:Log] onRoomException：" + logged(argument));
-    const Unlinking unlinking(*this);
+    const AtEnd unlinking([this] { setWebView(nullptr); });
     const TQWBException exception{ .code = integerValue(memberOf(argument, "code")),
         .msg = textValue(memberOf(argument, "msg")) };
     const AtEnd telling([watcher = watcher(), &exception] {
         if (watcher)
             watcher->roomHasFailed(exception);
     });
-    if (auto delegate = m_webView && !isEmpty(argument)
-            ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBRoomException)
-            : nullptr)
+    if (isEmpty(argument))
+        return "onRoomException";
+    if (auto delegate
+        = respondingTo(&TQWBWebView::m_roomStatusDelegate, &TQWBRoomStatusProtocol::Methods::onWBRoomException))
         delegate->onWBRoomException(exception);
     return "onRoomException";
 }
@@ -149,9 +138,7 @@ OptionalValue TQWBBridge::onLoadEnd(OptionalValue)
 OptionalValue TQWBBridge::onCaptureEnd(OptionalValue argument)
 {
     NSLog("[TQ:Log] onCaptureEnd");
-    auto delegate = m_webView
-        ? m_webView->m_roomStatusDelegate.respondingTo(&TQWBRoomStatusProtocol::Methods::onWBCaptureEnd)
-        : nullptr;
+    auto delegate = respondingTo(&TQWBWebView::m_roomStatusDelegate, &TQWBRoomStatusProtocol::Methods::onWBCaptureEnd);
     if (!delegate)
         return "onCaptureEnd";
     const auto* data = memberOf(argument, "data");

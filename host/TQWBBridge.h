@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Foundation/NSObject.h"
+#include "platform/Foundation/WeakDelegate.h"
 
 #include <memory>
 
@@ -33,6 +34,10 @@ public:
     OptionalValue onCaptureEnd(OptionalValue argument);
 
 private:
+    // The view's delegate if it is there and has the method.
+    template <class Protocol>
+    std::shared_ptr<Protocol> respondingTo(
+        WeakDelegate<Protocol> TQWBWebView::*delegate, bool Protocol::Methods::*method) const;
     std::shared_ptr<PageWatcher> watcher() const;
 
     std::shared_ptr<TQWBWebView> m_webView;
