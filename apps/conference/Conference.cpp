@@ -46,70 +46,54 @@ Room& Conference::ensureRoom(const std::string& name)
     return *room;
 }
 
-std::variant<std::string, Refusal> Conference::join(const std::string& room, const JoinRequest& request)
+std::string Conference::join(const std::string& room, const JoinBody& body)
 {
     const auto now = Clock::now();
     m_keys.sweep(now);
-    if (!hasPlace(room, request.uid, now))
-        return Refusal{ Refusal::s_roomFull, "room full" };
+    if (!hasPlace(room, body.user.uid, now))
+        throw Refusal{ Refusal::s_roomFull, "room full" };
     if (m_keys.isFull() || (!m_rooms.contains(room) && !makeSpace()))
-        return Refusal{ Refusal::s_serviceFull, "too many rooms" };
+        throw Refusal{ Refusal::s_serviceFull, "too many rooms" };
     ensureRoom(room);
-    RoomKey key;
-    key.room = room;
-    key.uid = request.uid;
-    key.name = request.name;
-    key.role = request.role;
-    key.validUntil = now + request.minutes;
-    return m_keys.issue(std::move(key), now).text;
+    return m_keys.issue({ .user = body.user, .room = room, .role = body.role, .validUntil = now + body.minutes }, now);
 }
 
-std::variant<std::string, Refusal> Conference::play(const PlayerRequest& request)
+std::string Conference::play(const PlayBody& body)
 {
     const auto now = Clock::now();
     m_keys.sweep(now);
-    RoomKey key;
-    key.recording = request.recordingId();
-    if (!m_recordings.load(key.recording))
-        return Refusal{ Refusal::s_noRecording, "recording not found" };
+    if (!m_recordings.load(body.recording))
+        throw Refusal{ Refusal::s_noRecording, "recording not found" };
     if (m_keys.isFull())
-        return Refusal{ Refusal::s_serviceFull, "too many rooms" };
-    key.room = request.room;
-    key.uid = request.uid;
-    key.name = request.name;
-    key.validUntil = now + s_replayLife;
-    return m_keys.issue(std::move(key), now).text;
+        throw Refusal{ Refusal::s_serviceFull, "too many rooms" };
+    return m_keys.issue(
+        { .user = body.user, .room = body.room, .recording = body.recording, .validUntil = now + s_replayLife }, now);
 }
 
-std::optional<Refusal> Conference::quit(const std::string& room, const std::string& uid, std::shared_ptr<void> held)
+void Conference::quit(const std::string& room, const std::string& uid, std::shared_ptr<void> held)
 {
     const auto found = m_rooms.find(room);
     const bool wasIn = found != m_rooms.end() && found->second->quit(uid, std::move(held));
     const bool hadKey = m_keys.revoke(room, uid, Clock::now());
-    if (wasIn || hadKey)
-        return std::nullopt;
-    return Refusal{ Refusal::s_notInRoom, "not in room" };
+    if (!wasIn && !hadKey)
+        throw Refusal{ Refusal::s_notInRoom, "not in room" };
 }
 
 void Conference::connect(std::string_view text, SoupWebsocketConnection* connection, const std::string& host)
 {
     const auto now = Clock::now();
     const auto key = m_keys.find(text, now);
-    if (!key) {
-        Member::refuse(connection, { Refusal::s_unknownKey, "the key of this room is unknown or has expired" });
-        return;
-    }
+    if (!key)
+        throw Refusal{ Refusal::s_unknownKey, "the key of this room is unknown or has expired" };
     if (!key->recording.empty()) {
         key->isUsed = true;
         Member(connection, key, host, 0).welcomeToReplay();
         return;
     }
-    if (!hasPlace(key->room, key->uid, now) || (!m_rooms.contains(key->room) && !makeSpace())) {
-        Member::refuse(connection, { Refusal::s_roomFull, "room full" });
-        return;
-    }
+    if (!hasPlace(key->room, key->user.uid, now) || (!m_rooms.contains(key->room) && !makeSpace()))
+        throw Refusal{ Refusal::s_roomFull, "room full" };
     key->isUsed = true;
-    m_keys.revoke(key->room, key->uid, now, key.get());
+    m_keys.revoke(key->room, key->user.uid, now, key.get());
     auto& room = ensureRoom(key->room);
     room.enter(std::make_shared<Member>(connection, key, host, room.freeSeat()));
 }

@@ -1,9 +1,7 @@
 #pragma once
 
-#include "JoinRequest.h"
-#include "PlayerRequest.h"
 #include "RecordingStore.h"
-#include "Refusal.h"
+#include "RequestBody.h"
 #include "Room.h"
 #include "RoomKeys.h"
 
@@ -11,10 +9,8 @@
 
 #include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <variant>
 
 namespace tq::conference {
 
@@ -27,12 +23,13 @@ public:
 
     Conference(std::size_t roomSize, RecordingStore);
 
-    /// A key of the room page, or why there is none.
-    std::variant<std::string, Refusal> join(const std::string& room, const JoinRequest&);
-    std::variant<std::string, Refusal> play(const PlayerRequest&);
-    /// `held` is kept until the user's page, if there is one, has taken note.
-    std::optional<Refusal> quit(const std::string& room, const std::string& uid, std::shared_ptr<void> held);
+    // What is not done throws a Refusal.
 
+    /// A key of the room page.
+    std::string join(const std::string& room, const JoinBody&);
+    std::string play(const PlayBody&);
+    /// `held` is kept until the user's page, if there is one, has taken note.
+    void quit(const std::string& room, const std::string& uid, std::shared_ptr<void> held);
     /// Takes a room page's socket; `host` is how the page addressed the service.
     void connect(std::string_view key, SoupWebsocketConnection*, const std::string& host);
 

@@ -37,12 +37,9 @@ struct LiveMessage {
         std::string uid;
         Role role;
     };
-    struct Fault {
-        std::string text;
-    };
-    using Any = std::variant<Begin, Points, End, Undo, Clear, Record, ChangeRole, Fault>;
+    using Any = std::variant<Begin, Points, End, Undo, Clear, Record, ChangeRole>;
 
-    /// Never throws, whatever the text is.
+    /// Throws a Refusal that names the fault.
     static Any parse(std::string_view text);
 };
 

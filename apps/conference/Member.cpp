@@ -21,8 +21,8 @@ constexpr unsigned short s_dismissed = 4000;
 
 void sendText(SoupWebsocketConnection* connection, std::string_view json)
 {
-    const GBytesPointer bytes(g_bytes_new(json.data(), json.size()));
-    soup_websocket_connection_send_message(connection, SOUP_WEBSOCKET_DATA_TEXT, bytes.get());
+    g_autoptr(GBytes) bytes = g_bytes_new(json.data(), json.size());
+    soup_websocket_connection_send_message(connection, SOUP_WEBSOCKET_DATA_TEXT, bytes);
 }
 
 bool isOpen(SoupWebsocketConnection* connection)
@@ -70,17 +70,16 @@ void Member::disconnect() { g_signal_handlers_disconnect_by_data(m_connection.ge
 void Member::messageCame(SoupWebsocketConnection*, int type, GBytes* bytes, void* data)
 {
     const auto self = static_cast<Member*>(data)->shared_from_this();
-    gsize size = 0;
-    const auto* const text = static_cast<const char*>(g_bytes_get_data(bytes, &size));
+    const auto text = textOf(bytes);
     const char* fault = nullptr;
     if (type != SOUP_WEBSOCKET_DATA_TEXT)
         fault = "the message is not text";
-    else if (size > LiveMessage::s_largest)
+    else if (text.size() > LiveMessage::s_largest)
         fault = "the message is too large";
     else if (!self->m_rate.take(RateLimit::Clock::now()))
         fault = "too many messages";
     if (!fault) {
-        self->m_onMessage(*self, { text, size });
+        self->m_onMessage(*self, text);
         return;
     }
     self->dismiss({ Refusal::s_badMessage, fault });

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "GLibPointer.h"
+#include "GObjectPointer.h"
 #include "RateLimit.h"
 #include "Refusal.h"
 #include "RoomKeys.h"
@@ -46,8 +46,8 @@ public:
     static void refuse(SoupWebsocketConnection*, const Refusal&);
 
     const RoomKey& key() const { return *m_key; }
-    const std::string& uid() const { return m_key->uid; }
-    const std::string& name() const { return m_key->name; }
+    const std::string& uid() const { return m_key->user.uid; }
+    const std::string& name() const { return m_key->user.name; }
     Role role() const { return m_key->role; }
     void setRole(Role role) { m_key->role = role; }
     const std::string& host() const { return m_host; }

@@ -1,78 +1,103 @@
 #include "Options.h"
 
+#include <array>
 #include <charconv>
+#include <getopt.h>
+#include <string_view>
 
 namespace tq::conference {
 
 namespace {
 
-std::optional<std::size_t> number(const std::string& text, std::size_t low, std::size_t high)
-{
-    std::size_t value = 0;
-    const auto* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, value);
-    if (error != std::errc() || stop != end || value < low || value > high)
-        return std::nullopt;
-    return value;
-}
+// None of them is a letter: there are no short options.
+enum Name { Port = 256, State, Token, RoomSize, Help, Version };
 
-/// Stores one option's value; a text that says what is wrong, or absent.
-std::optional<std::string> store(Options& options, const std::string& name, const std::string& value, bool& hasPort)
+constexpr auto s_options = std::to_array<option>({
+    { "port", required_argument, nullptr, Port },
+    { "state", required_argument, nullptr, State },
+    { "token", required_argument, nullptr, Token },
+    { "room-size", required_argument, nullptr, RoomSize },
+    { "help", no_argument, nullptr, Help },
+    { "version", no_argument, nullptr, Version },
+    { nullptr, 0, nullptr, 0 },
+});
+
+std::size_t number(const std::string& option, std::size_t low, std::size_t high)
 {
-    if (name == "--port") {
-        const auto port = number(value, 0, UINT16_MAX);
-        if (!port)
-            return "--port takes a number from 0 to 65535, not \"" + value + "\"";
-        options.port = static_cast<std::uint16_t>(*port);
-        hasPort = true;
-    } else if (name == "--state") {
-        options.stateDirectory = value;
-    } else if (name == "--token") {
-        options.tokens.push_back(value);
-    } else {
-        const auto size = number(value, 1, Options::s_largestRoomSize);
-        if (!size)
-            return "--room-size takes a number from 1 to 256, not \"" + value + "\"";
-        options.roomSize = *size;
-    }
-    return std::nullopt;
+    const std::string_view text = optarg;
+    std::size_t value = 0;
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || stop != text.data() + text.size() || value < low || value > high)
+        throw UsageError(option + " takes a number from " + std::to_string(low) + " to " + std::to_string(high)
+            + ", not \"" + std::string(text) + "\"");
+    return value;
 }
 
 } // namespace
 
-std::optional<Options> Options::parse(const std::vector<std::string>& arguments, std::string& fault)
+Options Options::parse(int count, char** arguments)
 {
     Options options;
     bool hasPort = false;
-    for (std::size_t i = 0; i < arguments.size(); i += 2) {
-        const auto& name = arguments[i];
-        if (name != "--port" && name != "--state" && name != "--token" && name != "--room-size") {
-            fault = "unknown option \"" + name + "\"";
-            return std::nullopt;
-        }
-        if (i + 1 == arguments.size()) {
-            fault = name + " needs a value";
-            return std::nullopt;
-        }
-        if (const auto wrong = store(options, name, arguments[i + 1], hasPort)) {
-            fault = *wrong;
-            return std::nullopt;
+    opterr = 0;
+    for (int name = 0; (name = ::getopt_long(count, arguments, ":", s_options.data(), nullptr)) != -1;) {
+        switch (name) {
+        case Port:
+            options.port = static_cast<std::uint16_t>(number("--port", 0, UINT16_MAX));
+            hasPort = true;
+            break;
+        case State:
+            options.stateDirectory = optarg;
+            break;
+        case Token:
+            options.tokens.emplace_back(optarg);
+            break;
+        case RoomSize:
+            options.roomSize = number("--room-size", 1, s_largestRoomSize);
+            break;
+        case Help:
+            options.action = Action::Help;
+            return options;
+        case Version:
+            options.action = Action::Version;
+            return options;
+        case ':':
+            throw UsageError(std::string(arguments[optind - 1]) + " needs a value");
+        default:
+            const bool isLetter = optopt > 0 && optopt < Port;
+            throw UsageError("unknown option \""
+                + (isLetter ? "-" + std::string(1, static_cast<char>(optopt)) : arguments[optind - 1]) + "\"");
         }
     }
-    if (!hasPort || options.stateDirectory.empty()) {
-        fault = !hasPort ? "--port is missing" : "--state is missing";
-        return std::nullopt;
-    }
+    if (optind < count)
+        throw UsageError("unexpected argument \"" + std::string(arguments[optind]) + "\"");
+    if (!hasPort || options.stateDirectory.empty())
+        throw UsageError(hasPort ? "--state is missing" : "--port is missing");
     return options;
 }
 
 const char* Options::usage()
 {
-    return "usage: tqwhiteboard-conference --port P --state DIR [--token T ...] [--room-size N]\n"
-           "  --port P       listen on this port of 127.0.0.1 (0: a free one)\n"
-           "  --state DIR    keep the certificate and the recordings here\n"
-           "  --token T      accept only this token (may be repeated)\n"
-           "  --room-size N  most members of a room, 1 to 256 (16)\n";
+    return "usage: tqwhiteboard-conference --port P --state DIR [options]; tqwhiteboard-conference --help lists the "
+           "options\n";
+}
+
+const char* Options::help()
+{
+    return R"(Serves whiteboard rooms to this machine, over HTTPS.
+
+usage:
+  tqwhiteboard-conference --port P --state DIR [OPTIONS]
+
+options:
+  --port P           listen on this port of the loopback interface (0: a free one)
+  --state DIR        keep the certificate and the recordings here
+  --token T          accept only this token (may be repeated)
+  --room-size N      most members of a room, 1 to 256 (default 16)
+  --help, --version
+
+Standard output is one line of JSON, when the service is ready.
+)";
 }
 
 } // namespace tq::conference

@@ -1,6 +1,5 @@
 #include "RecordingStore.h"
 
-#include "RandomText.h"
 #include "Recording.h"
 #include "StateFile.h"
 #include "platform/Foundation/JSONWriter.h"
@@ -16,8 +15,6 @@ RecordingStore::RecordingStore(std::filesystem::path directory)
 {
     StateFile::ensureDirectory(m_directory);
 }
-
-std::string RecordingStore::newId() { return randomText(); }
 
 bool RecordingStore::save(const std::string& id, const boost::json::object& recording) const
 {

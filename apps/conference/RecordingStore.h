@@ -15,9 +15,6 @@ public:
     /// Makes the directory. Throws std::system_error.
     explicit RecordingStore(std::filesystem::path directory);
 
-    /// A fresh name for a recording: letters, digits, "-" and "_", not to be guessed.
-    static std::string newId();
-
     /// False (and a line in the log) when the file cannot be written.
     bool save(const std::string& id, const boost::json::object& recording) const;
 

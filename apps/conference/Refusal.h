@@ -4,7 +4,7 @@
 
 namespace tq::conference {
 
-/// A request that is not done: the code and the text of its answer.
+/// Why a request is not done: thrown where that is found out, and told to whoever has asked.
 struct Refusal {
     static constexpr int s_badToken = 403;
     static constexpr int s_notFound = 404;
@@ -22,6 +22,14 @@ struct Refusal {
 
     int code;
     std::string desc;
+    unsigned status = 200; ///< of HTTP
+
+    /// Refuses what is not as it has to be.
+    static void require(bool isRight, const std::string& desc)
+    {
+        if (!isRight)
+            throw Refusal{ s_malformed, desc, 400 };
+    }
 };
 
 } // namespace tq::conference

@@ -1,6 +1,7 @@
 #include "Room.h"
 
-#include "JoinRequest.h"
+#include "RandomText.h"
+#include "RequestBody.h"
 #include "platform/Foundation/JSONWriter.h"
 
 #include <algorithm>
@@ -87,7 +88,7 @@ void Room::sendBoard(Member& member) const
     };
     for (const auto& stroke : m_strokes) {
         strokes.push_back(stroke->toJson());
-        size += stroke->points.size() * s_bytesOfPoint / 2 + 2 * JoinRequest::s_longestUid;
+        size += stroke->points.size() * s_bytesOfPoint / 2 + 2 * User::s_longestUid;
         if (size > s_boardMessage)
             flush();
     }
@@ -136,7 +137,13 @@ void Room::sweep(Clock::time_point now)
 
 void Room::receive(Member& member, std::string_view text)
 {
-    std::visit([&](const auto& message) { handle(member, message); }, LiveMessage::parse(text));
+    try {
+        std::visit([&](const auto& message) { handle(member, message); }, LiveMessage::parse(text));
+    } catch (const Refusal& refusal) {
+        std::cerr << "room socket closed: " << refusal.desc << std::endl;
+        member.dismiss({ Refusal::s_badMessage, refusal.desc });
+        leave(member);
+    }
 }
 
 bool Room::mayControl(Member& member) const
@@ -149,10 +156,7 @@ bool Room::mayControl(Member& member) const
 
 void Room::handle(Member& member, const LiveMessage::Begin& begin)
 {
-    if (begin.id <= member.lastStroke) {
-        handle(member, LiveMessage::Fault{ "id must be higher than that of the stroke before" });
-        return;
-    }
+    Refusal::require(begin.id > member.lastStroke, "id must be higher than that of the stroke before");
     endStroke(member);
     member.lastStroke = begin.id;
     const bool isFull = m_strokes.size() >= s_mostStrokes || m_points >= s_mostPoints;
@@ -175,15 +179,11 @@ void Room::handle(Member& member, const LiveMessage::Points& points)
 {
     if (!member.stroke || member.stroke->id != points.id) {
         // The stroke may have been cleared away while the page was still drawing it.
-        if (points.id > member.lastStroke)
-            handle(member, LiveMessage::Fault{ "points of a stroke that was not begun" });
+        Refusal::require(points.id <= member.lastStroke, "points of a stroke that was not begun");
         return;
     }
     auto& all = member.stroke->points;
-    if ((all.size() + points.points.size()) / 2 > Stroke::s_mostPoints) {
-        handle(member, LiveMessage::Fault{ "too many points in one stroke" });
-        return;
-    }
+    Refusal::require((all.size() + points.points.size()) / 2 <= Stroke::s_mostPoints, "too many points in one stroke");
     all.insert(all.end(), points.points.begin(), points.points.end());
     m_points += points.points.size() / 2;
     auto event = strokeEvent("points", member.uid(), points.id);
@@ -193,9 +193,8 @@ void Room::handle(Member& member, const LiveMessage::Points& points)
 
 void Room::handle(Member& member, const LiveMessage::End& end)
 {
-    if (end.id > member.lastStroke)
-        handle(member, LiveMessage::Fault{ "end of a stroke that was not begun" });
-    else if (member.stroke && member.stroke->id == end.id)
+    Refusal::require(end.id <= member.lastStroke, "end of a stroke that was not begun");
+    if (member.stroke && member.stroke->id == end.id)
         endStroke(member);
 }
 
@@ -250,24 +249,14 @@ void Room::handle(Member& member, const LiveMessage::ChangeRole& change)
         return;
     const auto found = m_members.find(change.uid);
     // A room keeps a presenter: nobody steps down, others ask one to.
-    if (found == m_members.end() || found->second.get() == &member) {
-        if (found == m_members.end())
-            notify(member, "personGone", "That person has left.");
-        else
-            notify(member, "notYourself", "Ask another presenter to do that.");
-        return;
-    }
+    if (found == m_members.end())
+        return notify(member, "personGone", "That person has left.");
+    if (found->second.get() == &member)
+        return notify(member, "notYourself", "Ask another presenter to do that.");
     if (change.role == Role::Viewer)
         endStroke(*found->second);
     found->second->setRole(change.role);
     tellMembers();
-}
-
-void Room::handle(Member& member, const LiveMessage::Fault& fault)
-{
-    std::cerr << "room socket closed: " << fault.text << std::endl;
-    member.dismiss({ Refusal::s_badMessage, fault.text });
-    leave(member);
 }
 
 void Room::draw(const Member& sender, const json::object& event, Except except)
@@ -302,7 +291,7 @@ void Room::startRecording(const Member& member)
     for (const auto& stroke : m_strokes)
         board.push_back(stroke->toJson());
     m_recordingHost = member.host();
-    m_recording.emplace(RecordingStore::newId(), m_name, std::move(board), m_points * s_bytesOfPoint, Clock::now());
+    m_recording.emplace(randomText(), m_name, std::move(board), m_points * s_bytesOfPoint, Clock::now());
     tellAll(R"({"type":"recording","on":true})");
 }
 

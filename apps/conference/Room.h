@@ -68,7 +68,6 @@ public:
     /// Dismisses those whose time is over, and ends a recording that is full.
     void sweep(Clock::time_point now);
 
-    bool holds(const std::string& uid) const { return m_members.contains(uid); }
     std::set<std::string> uids() const;
     unsigned freeSeat() const;
     /// Since when nobody is here; absent while somebody is.
@@ -88,7 +87,6 @@ private:
     void handle(Member&, const LiveMessage::Clear&);
     void handle(Member&, const LiveMessage::Record&);
     void handle(Member&, const LiveMessage::ChangeRole&);
-    void handle(Member&, const LiveMessage::Fault&);
 
     void leave(Member&);
     bool mayControl(Member&) const;

@@ -9,17 +9,17 @@ bool RoomKeys::isGood(const RoomKey& key, Clock::time_point now)
     return now < key.validUntil && (key.isUsed || now < key.freshUntil);
 }
 
-const RoomKey& RoomKeys::issue(RoomKey key, Clock::time_point now)
+std::string RoomKeys::issue(RoomKey key, Clock::time_point now)
 {
     std::erase_if(m_keys, [&](const auto& entry) {
         const auto& other = *entry.second;
-        return !other.isUsed && other.room == key.room && other.uid == key.uid && other.recording == key.recording;
+        return !other.isUsed && other.room == key.room && other.user.uid == key.user.uid
+            && other.recording == key.recording;
     });
-    key.text = randomText();
     key.freshUntil = now + s_freshness;
-    const auto record = std::make_shared<RoomKey>(std::move(key));
-    m_keys[record->text] = record;
-    return *record;
+    auto text = randomText();
+    m_keys[text] = std::make_shared<RoomKey>(std::move(key));
+    return text;
 }
 
 std::shared_ptr<RoomKey> RoomKeys::find(std::string_view text, Clock::time_point now) const
@@ -33,7 +33,7 @@ std::set<std::string> RoomKeys::holders(std::string_view room, Clock::time_point
     std::set<std::string> uids;
     for (const auto& [text, key] : m_keys) {
         if (key->room == room && key->recording.empty() && !key->isUsed && isGood(*key, now))
-            uids.insert(key->uid);
+            uids.insert(key->user.uid);
     }
     return uids;
 }
@@ -43,7 +43,7 @@ bool RoomKeys::revoke(std::string_view room, std::string_view uid, Clock::time_p
     bool wasGood = false;
     std::erase_if(m_keys, [&](const auto& entry) {
         const auto& key = *entry.second;
-        if (&key == kept || key.room != room || key.uid != uid || !key.recording.empty())
+        if (&key == kept || key.room != room || key.user.uid != uid || !key.recording.empty())
             return false;
         wasGood = wasGood || isGood(key, now);
         return true;

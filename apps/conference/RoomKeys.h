@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Role.h"
+#include "RequestBody.h"
 
 #include <chrono>
 #include <map>
@@ -13,14 +13,12 @@ namespace tq::conference {
 
 /// What a key of the room page opens. The member that entered with it shares the record.
 struct RoomKey {
-    std::string text;
+    User user;
     std::string room;
-    std::string uid;
-    std::string name;
     Role role = Role::Viewer;
-    std::string recording; ///< not empty: the key opens this recording, not a live room
+    std::string recording{}; ///< not empty: the key opens this recording, not a live room
     std::chrono::steady_clock::time_point validUntil; ///< end of the time that was asked for
-    std::chrono::steady_clock::time_point freshUntil; ///< until when an unused key holds its place
+    std::chrono::steady_clock::time_point freshUntil{}; ///< until when an unused key holds its place
     bool isUsed = false;
 };
 
@@ -33,8 +31,8 @@ public:
 
     bool isFull() const { return m_keys.size() >= s_most; }
 
-    /// Gives the key a text of its own, and forgets the same user's unused ones for the same room.
-    const RoomKey& issue(RoomKey, Clock::time_point now);
+    /// Gives the key a text, and forgets the same user's unused ones for the same room.
+    std::string issue(RoomKey, Clock::time_point now);
 
     /// The key, if it may (still) be used; a used key may be used again, as when a page is loaded anew.
     std::shared_ptr<RoomKey> find(std::string_view text, Clock::time_point now) const;

@@ -2,9 +2,10 @@
 
 #include "Certificate.h"
 #include "Conference.h"
-#include "GLibPointer.h"
+#include "GObjectPointer.h"
 #include "TokenRule.h"
 
+#include <boost/json.hpp>
 #include <libsoup/soup.h>
 
 #include <cstdint>
@@ -35,9 +36,8 @@ private:
         std::string_view method;
         std::vector<std::string> path; ///< decoded segments
         std::string_view body;
-        bool isTooLarge;
 
-        std::optional<std::string> header(const char* name) const;
+        std::optional<std::string_view> header(const char* name) const;
     };
     struct Answer {
         unsigned status = SOUP_STATUS_OK;
@@ -59,14 +59,14 @@ private:
     static void liveRequestCame(SoupServer*, SoupServerMessage*, const char*, GHashTable*, void* self);
     static void socketCame(SoupServer*, SoupServerMessage*, const char*, SoupWebsocketConnection*, void* self);
 
-    static Answer refuse(unsigned status, const Refusal&);
-    static Answer answerOf(const std::variant<std::string, Refusal>& key);
-
+    static Answer refuse(const Refusal&);
+    static Answer success(boost::json::object more = {});
     static void respond(SoupServerMessage*, const Answer&);
 
     void listen(std::uint16_t port);
     Answer answer(const Request&) const;
-    std::optional<Answer> faultInHead(const Request&) const;
+    void checkHead(const Request&) const;
+    void checkToken(std::string_view token) const;
     Answer navigate(const Request&) const;
     Answer join(const Request&) const;
     Answer play(const Request&) const;

@@ -1,3 +1,6 @@
+#include "tests/support/MainLoop.h"
+#include "tests/support/Program.h"
+
 #include <boost/json.hpp>
 #include <gtest/gtest.h>
 #include <libsoup/soup.h>
@@ -8,104 +11,28 @@
 #include <fstream>
 #include <functional>
 #include <memory>
-#include <poll.h>
 #include <set>
 #include <string>
-#include <sys/syscall.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
+namespace tq::test {
 namespace {
 
 namespace fs = std::filesystem;
 namespace json = boost::json;
-
-constexpr int s_bound = 20000; // milliseconds; no wait takes longer
 
 struct Unref {
     void operator()(void* object) const { g_object_unref(object); }
 };
 template <typename T> using Pointer = std::unique_ptr<T, Unref>;
 
-/// Runs the main loop until `isDone`; a failed test says what it waited for in vain.
-void waitUntil(const char* what, const std::function<bool()>& isDone)
+std::string_view textOf(GBytes* bytes)
 {
-    bool isLate = false;
-    const auto setLate = [](void* flag) -> gboolean {
-        *static_cast<bool*>(flag) = true;
-        return G_SOURCE_CONTINUE;
-    };
-    const auto timer = g_timeout_add(s_bound, setLate, &isLate);
-    while (!isDone() && !isLate)
-        g_main_context_iteration(nullptr, TRUE);
-    g_source_remove(timer);
-    if (isLate)
-        throw std::runtime_error(std::string("waited in vain for ") + what);
+    gsize size = 0;
+    const auto* const text = static_cast<const char*>(g_bytes_get_data(bytes, &size));
+    return { text, size };
 }
-
-bool isReadable(int descriptor)
-{
-    pollfd one{ descriptor, POLLIN, 0 };
-    return ::poll(&one, 1, s_bound) == 1;
-}
-
-/// The real program, from its ready line to its end.
-class Service {
-public:
-    explicit Service(const std::vector<std::string>& arguments)
-    {
-        std::vector<std::string> words{ TQWB_CONFERENCE_BINARY };
-        words.insert(words.end(), arguments.begin(), arguments.end());
-        std::vector<char*> pointers;
-        pointers.reserve(words.size() + 1);
-        for (auto& word : words)
-            pointers.push_back(word.data());
-        pointers.push_back(nullptr);
-        if (!g_spawn_async_with_pipes(nullptr, pointers.data(), nullptr,
-                static_cast<GSpawnFlags>(G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_STDERR_TO_DEV_NULL), nullptr, nullptr,
-                &m_pid, nullptr, &m_output, nullptr, nullptr))
-            throw std::runtime_error("the service did not start");
-    }
-    ~Service()
-    {
-        if (m_pid)
-            stop(SIGKILL);
-        ::close(m_output);
-    }
-    Service(const Service&) = delete;
-    Service& operator=(const Service&) = delete;
-
-    json::object readyLine() const
-    {
-        std::string line;
-        char letter = 0;
-        while (isReadable(m_output) && ::read(m_output, &letter, 1) == 1 && letter != '\n')
-            line += letter;
-        if (letter != '\n')
-            throw std::runtime_error("the service wrote no ready line");
-        return json::parse(line).as_object();
-    }
-
-    /// Its exit status; -1 when a signal ended it or it did not end in time.
-    int stop(int signal)
-    {
-        if (signal)
-            ::kill(m_pid, signal);
-        const int process = static_cast<int>(::syscall(SYS_pidfd_open, m_pid, 0));
-        if (!isReadable(process))
-            ::kill(m_pid, SIGKILL);
-        ::close(process);
-        int status = 0;
-        ::waitpid(m_pid, &status, 0);
-        m_pid = 0;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
-
-private:
-    GPid m_pid = 0;
-    int m_output = -1;
-};
 
 using Headers = std::vector<std::pair<const char*, const char*>>;
 const Headers s_iwbHeaders{ { "Content-Type", "application/json" }, { "TQ-AppKey", "app" }, { "TQ-Token", "good" } };
@@ -136,23 +63,16 @@ public:
         const Pointer<SoupMessage> message(soup_message_new(method, ("https://" + m_host + path).c_str()));
         for (const auto& [name, value] : headers)
             soup_message_headers_append(soup_message_get_request_headers(message.get()), name, value);
-        GBytes* const bytes = g_bytes_new(body.data(), body.size());
+        g_autoptr(GBytes) bytes = g_bytes_new(body.data(), body.size());
         if (!body.empty())
             soup_message_set_request_body_from_bytes(message.get(), nullptr, bytes);
-        g_bytes_unref(bytes);
-        GError* error = nullptr;
-        GBytes* const answer = soup_session_send_and_read(m_session.get(), message.get(), nullptr, &error);
-        const std::string fault = error ? error->message : "";
-        g_clear_error(&error);
+        g_autoptr(GError) error = nullptr;
+        g_autoptr(GBytes) answer = soup_session_send_and_read(m_session.get(), message.get(), nullptr, &error);
         if (!answer)
-            throw std::runtime_error(path + ": " + fault);
-        gsize size = 0;
-        const auto* const text = static_cast<const char*>(g_bytes_get_data(answer, &size));
+            throw std::runtime_error(path + ": " + error->message);
         const auto* const allow
             = soup_message_headers_get_one(soup_message_get_response_headers(message.get()), "Allow");
-        Reply reply{ soup_message_get_status(message.get()), allow ? allow : "", { text, size } };
-        g_bytes_unref(answer);
-        return reply;
+        return { soup_message_get_status(message.get()), allow ? allow : "", std::string(textOf(answer)) };
     }
 
     static json::object joinBody(const char* uid, const char* role = "presenter")
@@ -188,7 +108,7 @@ public:
         const Pointer<SoupMessage> message(soup_message_new("GET", address.c_str()));
         soup_session_websocket_connect_async(
             client.session(), message.get(), nullptr, nullptr, G_PRIORITY_DEFAULT, nullptr, connected, this);
-        waitUntil("a socket", [this] { return m_isAnswered; });
+        runUntil([this] { return m_isAnswered; }, "a socket is there");
         if (!m_connection)
             throw std::runtime_error("the socket was refused");
         g_signal_connect(m_connection.get(), "message", G_CALLBACK(messageCame), this);
@@ -211,14 +131,16 @@ public:
     json::object next(const std::string& type)
     {
         json::object found;
-        waitUntil(type.c_str(), [&] {
-            while (found.empty() && !m_messages.empty()) {
-                if (m_messages.front().at("type").as_string() == type)
-                    found = m_messages.front();
-                m_messages.pop_front();
-            }
-            return !found.empty();
-        });
+        runUntil(
+            [&] {
+                while (found.empty() && !m_messages.empty()) {
+                    if (m_messages.front().at("type").as_string() == type)
+                        found = m_messages.front();
+                    m_messages.pop_front();
+                }
+                return !found.empty();
+            },
+            "there is a message " + type);
         return found;
     }
 
@@ -226,8 +148,9 @@ public:
 
     unsigned closeCode()
     {
-        waitUntil("the socket's end",
-            [this] { return soup_websocket_connection_get_state(m_connection.get()) == SOUP_WEBSOCKET_STATE_CLOSED; });
+        runUntil(
+            [this] { return soup_websocket_connection_get_state(m_connection.get()) == SOUP_WEBSOCKET_STATE_CLOSED; },
+            "the socket has ended");
         return soup_websocket_connection_get_close_code(m_connection.get());
     }
 
@@ -240,10 +163,8 @@ private:
     }
     static void messageCame(SoupWebsocketConnection*, int, GBytes* bytes, void* data)
     {
-        gsize size = 0;
-        const auto* const text = static_cast<const char*>(g_bytes_get_data(bytes, &size));
         auto* const self = static_cast<Socket*>(data);
-        self->m_messages.push_back(json::parse({ text, size }).as_object());
+        self->m_messages.push_back(json::parse(textOf(bytes)).as_object());
         self->m_seen.emplace(self->m_messages.back().at("type").as_string());
     }
 
@@ -271,8 +192,13 @@ protected:
     {
         std::vector<std::string> arguments{ "--port", "0", "--state", state().string() };
         arguments.insert(arguments.end(), more.begin(), more.end());
-        m_service = std::make_unique<Service>(arguments);
-        return Client(m_service->readyLine());
+        m_service = run(arguments);
+        return Client(m_service->waitFor("ready"));
+    }
+    std::unique_ptr<Program> run(std::vector<std::string> words) const
+    {
+        words.insert(words.begin(), TQWB_CONFERENCE_BINARY);
+        return std::make_unique<Program>(std::move(words), (m_directory / "log").string());
     }
     fs::path state() const { return m_directory / "state"; }
     std::string content(const char* file) const
@@ -281,7 +207,7 @@ protected:
         return { std::istreambuf_iterator<char>(stream), {} };
     }
 
-    std::unique_ptr<Service> m_service;
+    std::unique_ptr<Program> m_service;
     fs::path m_directory;
 };
 
@@ -507,10 +433,10 @@ TEST_F(ConferenceTests, CertificateIsPrivateReusedAndRemadeWhenDamaged)
     EXPECT_EQ(permissionsOf(state()), fs::perms::owner_all);
     EXPECT_EQ(permissionsOf(state() / "server-key.pem"), fs::perms::owner_read | fs::perms::owner_write);
     const auto first = content("ca.pem") + content("server.pem") + content("server-key.pem");
-    EXPECT_EQ(m_service->stop(SIGTERM), 0);
+    EXPECT_EQ(m_service->end(SIGTERM), 0);
     EXPECT_EQ(start().join("room", "u").code(), 0);
     EXPECT_EQ(content("ca.pem") + content("server.pem") + content("server-key.pem"), first);
-    EXPECT_EQ(m_service->stop(SIGINT), 0);
+    EXPECT_EQ(m_service->end(SIGINT), 0);
     for (const auto* const file : { "ca.pem", "server.pem", "server-key.pem" }) {
         const auto before = content(file);
         fs::resize_file(state() / file, 100);
@@ -534,7 +460,7 @@ TEST_F(ConferenceTests, RecordingOutlivesTheService)
         ann.send(R"({"type":"record","on":false})");
         url = ann.next("recording").at("url").as_string();
     }
-    EXPECT_EQ(m_service->stop(SIGTERM), 0);
+    EXPECT_EQ(m_service->end(SIGTERM), 0);
     const auto client = start(); // on another port
     const auto played = client.play(url);
     ASSERT_EQ(played.code(), 0) << played.text;
@@ -553,24 +479,46 @@ TEST_F(ConferenceTests, RecordingOutlivesTheService)
         EXPECT_EQ(client.play(other).code(), 4004) << other;
 }
 
-TEST_F(ConferenceTests, BadCommandLinesAndStatesAreRefused)
+TEST_F(ConferenceTests, CommandLinesAreAnsweredOrRefusedWithTheWayOut)
 {
     const auto client = start();
     const auto port = client.host().substr(client.host().find(':') + 1);
     std::ofstream(m_directory / "file") << "x";
     const auto good = state().string();
-    const std::vector<std::pair<std::vector<std::string>, int>> cases{
-        { {}, 2 },
-        { { "--port", "0" }, 2 },
-        { { "--port", "65536", "--state", good }, 2 },
-        { { "--port", "0", "--state", good, "--room-size", "0" }, 2 },
-        { { "--port", "0", "--state", good, "--more" }, 2 },
-        { { "--port", "0", "--state" }, 2 },
-        { { "--port", port, "--state", good }, 1 },
-        { { "--port", "0", "--state", (m_directory / "file" / "state").string() }, 1 },
+    const auto bad = (m_directory / "file" / "state").string();
+    struct Case {
+        std::vector<std::string> arguments;
+        int status;
+        std::string complaint;
     };
-    for (const auto& [arguments, status] : cases)
-        EXPECT_EQ(Service(arguments).stop(0), status) << testing::PrintToString(arguments);
+    const std::vector<Case> cases{
+        { {}, 2, "--port is missing" },
+        { { "--port", "0" }, 2, "--state is missing" },
+        { { "--port=65536", "--state", good }, 2, "--port takes a number from 0 to 65535, not \"65536\"" },
+        { { "--port", "0", "--state", good, "--room-size", "0" }, 2, "--room-size takes a number from 1 to 256" },
+        { { "--port", "0", "--state", good, "--more" }, 2, "unknown option \"--more\"" },
+        { { "--port", "0", "--state", good, "-xy" }, 2, "unknown option \"-x\"" },
+        { { "--help=more" }, 2, "--help" },
+        { { "--port", "0", "--state", good, "more" }, 2, "unexpected argument \"more\"" },
+        { { "--port", "0", "--state" }, 2, "--state needs a value" },
+        { { "--port", port, "--state", good }, 1, "cannot listen on port " + port },
+        { { "--port", "0", "--state", bad }, 1, bad },
+    };
+    for (const auto& one : cases) {
+        SCOPED_TRACE(testing::PrintToString(one.arguments));
+        const auto program = run(one.arguments);
+        EXPECT_EQ(program->end(), one.status);
+        EXPECT_TRUE(program->log().starts_with("tqwhiteboard-conference: ")) << program->log();
+        EXPECT_NE(program->log().find(one.complaint), std::string::npos) << program->log();
+        EXPECT_EQ(program->log().find("tqwhiteboard-conference --help") != std::string::npos, one.status == 2);
+    }
+    for (const auto& [option, line] : { std::pair("--help", "--room-size N"), { "--version", "conference 1.0.0" } }) {
+        const auto program = run({ option });
+        program->waitForLine(line);
+        EXPECT_EQ(program->end(), 0);
+        EXPECT_EQ(program->log(), "");
+    }
 }
 
 } // namespace
+} // namespace tq::test
