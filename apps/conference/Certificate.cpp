@@ -8,9 +8,9 @@
 
 #include <array>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace tq::conference {
 
@@ -22,14 +22,11 @@ constexpr std::time_t s_lifetime = 730 * s_day;
 constexpr std::time_t s_renewal = 30 * s_day;
 constexpr std::size_t s_largestFile = 65536;
 
-struct CertificateFree {
-    void operator()(gnutls_x509_crt_t crt) const { gnutls_x509_crt_deinit(crt); }
+template <auto Free> struct Freeing {
+    template <class T> void operator()(T* object) const { Free(object); }
 };
-struct PrivateKeyFree {
-    void operator()(gnutls_x509_privkey_t key) const { gnutls_x509_privkey_deinit(key); }
-};
-using CertificatePointer = std::unique_ptr<gnutls_x509_crt_int, CertificateFree>;
-using PrivateKeyPointer = std::unique_ptr<gnutls_x509_privkey_int, PrivateKeyFree>;
+using CertificatePointer = std::unique_ptr<gnutls_x509_crt_int, Freeing<gnutls_x509_crt_deinit>>;
+using PrivateKeyPointer = std::unique_ptr<gnutls_x509_privkey_int, Freeing<gnutls_x509_privkey_deinit>>;
 
 void check(int result, const char* what)
 {
@@ -59,48 +56,27 @@ PrivateKeyPointer generatedKey()
     return key;
 }
 
-gnutls_datum_t datum(std::string& text)
+/// Absent if the file has none.
+template <class Pointer, class Import>
+Pointer readFrom(const std::filesystem::path& path, Pointer object, const Import& import)
 {
-    return { reinterpret_cast<unsigned char*>(text.data()), static_cast<unsigned>(text.size()) };
-}
-
-CertificatePointer readCertificate(const std::filesystem::path& path)
-{
-    auto text = StateFile::read(path, s_largestFile);
-    auto crt = newCertificate();
-    const auto bytes = text ? datum(*text) : gnutls_datum_t{};
-    if (!text || gnutls_x509_crt_import(crt.get(), &bytes, GNUTLS_X509_FMT_PEM) < 0)
-        return nullptr;
-    return crt;
-}
-
-PrivateKeyPointer readPrivateKey(const std::filesystem::path& path)
-{
-    auto text = StateFile::read(path, s_largestFile);
-    auto key = newPrivateKey();
-    const auto bytes = text ? datum(*text) : gnutls_datum_t{};
-    if (!text || gnutls_x509_privkey_import(key.get(), &bytes, GNUTLS_X509_FMT_PEM) < 0)
-        return nullptr;
-    return key;
+    auto text = StateFile::read(path, s_largestFile).value_or("");
+    const gnutls_datum_t bytes{ reinterpret_cast<unsigned char*>(text.data()), static_cast<unsigned>(text.size()) };
+    return import(object.get(), &bytes, GNUTLS_X509_FMT_PEM) < 0 ? nullptr : std::move(object);
 }
 
 using KeyId = std::array<unsigned char, 32>;
 
-KeyId keyIdOf(gnutls_x509_crt_t crt)
+/// @param get is the library's function for the object, a certificate or a private key.
+template <class T, class Get> KeyId keyIdOf(T object, const Get& get)
 {
     KeyId id{};
     auto size = id.size();
-    check(gnutls_x509_crt_get_key_id(crt, GNUTLS_KEYID_USE_SHA256, id.data(), &size), "key id");
+    check(get(object, GNUTLS_KEYID_USE_SHA256, id.data(), &size), "key id");
     return id;
 }
 
-KeyId keyIdOf(gnutls_x509_privkey_t key)
-{
-    KeyId id{};
-    auto size = id.size();
-    check(gnutls_x509_privkey_get_key_id(key, GNUTLS_KEYID_USE_SHA256, id.data(), &size), "key id");
-    return id;
-}
+KeyId keyIdOf(gnutls_x509_privkey_t key) { return keyIdOf(key, gnutls_x509_privkey_get_key_id); }
 
 /// What both certificates share: version, serial number, name, validity, public key.
 CertificatePointer draft(gnutls_x509_privkey_t key, const char* name, std::time_t now)
@@ -152,20 +128,24 @@ CertificatePointer serverFor(
     return crt;
 }
 
-std::string textOf(gnutls_x509_crt_t crt)
+template <class Export> std::string textBy(const Export& exportTo)
 {
     gnutls_datum_t text{};
-    check(gnutls_x509_crt_export2(crt, GNUTLS_X509_FMT_PEM, &text), "certificate");
+    check(exportTo(&text), "export");
     const std::unique_ptr<unsigned char, decltype(gnutls_free)> owner(text.data, gnutls_free);
     return { reinterpret_cast<const char*>(text.data), text.size };
 }
 
-std::string textOf(gnutls_x509_privkey_t key)
+std::string textOf(const CertificatePointer& crt)
 {
-    gnutls_datum_t text{};
-    check(gnutls_x509_privkey_export2_pkcs8(key, GNUTLS_X509_FMT_PEM, nullptr, GNUTLS_PKCS_PLAIN, &text), "key");
-    const std::unique_ptr<unsigned char, decltype(gnutls_free)> owner(text.data, gnutls_free);
-    return { reinterpret_cast<const char*>(text.data), text.size };
+    return textBy([&](auto* text) { return gnutls_x509_crt_export2(crt.get(), GNUTLS_X509_FMT_PEM, text); });
+}
+
+std::string textOf(const PrivateKeyPointer& key)
+{
+    return textBy([&](auto* text) {
+        return gnutls_x509_privkey_export2_pkcs8(key.get(), GNUTLS_X509_FMT_PEM, nullptr, GNUTLS_PKCS_PLAIN, text);
+    });
 }
 
 } // namespace
@@ -187,10 +167,10 @@ Certificate Certificate::ensure(const std::filesystem::path& directory, std::tim
 
 bool Certificate::isUsable(std::time_t now) const
 {
-    const auto authority = readCertificate(m_authorityFile);
-    const auto server = readCertificate(m_serverFile);
-    const auto key = readPrivateKey(m_keyFile);
-    if (!authority || !server || !key || keyIdOf(server.get()) != keyIdOf(key.get()))
+    const auto authority = readFrom(m_authorityFile, newCertificate(), gnutls_x509_crt_import);
+    const auto server = readFrom(m_serverFile, newCertificate(), gnutls_x509_crt_import);
+    const auto key = readFrom(m_keyFile, newPrivateKey(), gnutls_x509_privkey_import);
+    if (!authority || !server || !key || keyIdOf(server.get(), gnutls_x509_crt_get_key_id) != keyIdOf(key.get()))
         return false;
     const auto permissions = std::filesystem::status(m_keyFile).permissions();
     constexpr auto s_others = std::filesystem::perms::group_all | std::filesystem::perms::others_all;
@@ -211,9 +191,9 @@ void Certificate::make(std::time_t now) const
     const auto authority = authorityFor(authorityKey.get(), now);
     const auto key = generatedKey();
     const auto server = serverFor(key.get(), authority.get(), authorityKey.get(), now);
-    StateFile::write(m_keyFile, textOf(key.get()));
-    StateFile::write(m_serverFile, textOf(server.get()));
-    StateFile::write(m_authorityFile, textOf(authority.get()));
+    StateFile::write(m_keyFile, textOf(key));
+    StateFile::write(m_serverFile, textOf(server));
+    StateFile::write(m_authorityFile, textOf(authority));
 }
 
 } // namespace tq::conference

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RecordingStore.h"
+#include "Recording.h"
 #include "RequestBody.h"
 #include "Room.h"
 #include "RoomKeys.h"

@@ -43,7 +43,7 @@ Member::Member(SoupWebsocketConnection* connection, std::shared_ptr<RoomKey> key
     , m_key(std::move(key))
     , m_host(std::move(host))
     , m_seat(seat)
-    , m_rate(s_messagesPerSecond, s_messageBurst, RateLimit::Clock::now())
+    , m_rate(s_messagesPerSecond, s_messageBurst)
 {
     soup_websocket_connection_set_max_incoming_payload_size(connection, s_largestRead);
     soup_websocket_connection_set_keepalive_interval(connection, s_pingSeconds);
@@ -76,7 +76,7 @@ void Member::messageCame(SoupWebsocketConnection*, int type, GBytes* bytes, void
         fault = "the message is not text";
     else if (text.size() > LiveMessage::s_largest)
         fault = "the message is too large";
-    else if (!self->m_rate.take(RateLimit::Clock::now()))
+    else if (!self->m_rate.take())
         fault = "too many messages";
     if (!fault) {
         self->m_onMessage(*self, text);

@@ -3,7 +3,10 @@
 #include <boost/json.hpp>
 
 #include <chrono>
+#include <filesystem>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace tq::conference {
 
@@ -36,6 +39,22 @@ private:
     boost::json::array m_events;
     std::size_t m_bytes;
     Clock::time_point m_start;
+};
+
+/// The finished recordings, one file each.
+class RecordingStore {
+public:
+    /// Makes the directory. Throws std::system_error.
+    explicit RecordingStore(std::filesystem::path directory);
+
+    /// False (and a line in the log) when the file cannot be written.
+    bool save(const std::string& id, const boost::json::object& recording) const;
+
+    /// The recording's text, as it was saved; absent if there is none of that name or its file is damaged.
+    std::optional<std::string> load(std::string_view id) const;
+
+private:
+    std::filesystem::path m_directory;
 };
 
 } // namespace tq::conference

@@ -3,7 +3,6 @@
 #include "LiveMessage.h"
 #include "Member.h"
 #include "Recording.h"
-#include "RecordingStore.h"
 #include "Stroke.h"
 
 #include <boost/json.hpp>

@@ -12,12 +12,22 @@ namespace tq::conference {
 class TokenRule {
 public:
     /// With no tokens listed every token is right except an empty one and "wrong".
-    explicit TokenRule(const std::vector<std::string>& tokens);
+    explicit TokenRule(const std::vector<std::string>& tokens)
+    {
+        for (const auto& token : tokens)
+            m_secrets.emplace(secretOf(token));
+    }
 
-    bool accepts(std::string_view token) const;
+    bool accepts(std::string_view token) const
+    {
+        const auto secret = secretOf(token);
+        return m_secrets.empty() ? !secret.empty() && secret != "wrong" : m_secrets.contains(secret);
+    }
 
 private:
-    std::set<std::string, std::less<>> m_tokens;
+    static std::string_view secretOf(std::string_view token) { return token.substr(0, token.find('@')); }
+
+    std::set<std::string, std::less<>> m_secrets;
 };
 
 } // namespace tq::conference

@@ -1,7 +1,7 @@
 #include "Certificate.h"
 #include "Conference.h"
 #include "Options.h"
-#include "RecordingStore.h"
+#include "Recording.h"
 #include "Server.h"
 #include "StateFile.h"
 #include "TokenRule.h"

@@ -1,7 +1,7 @@
 // The room page: puts the board, the tools, the room's connection (or a recording) and the application together.
 
 import { report, takeCalls } from "./application.js";
-import { Board } from "./board.js";
+import { Board, palette } from "./board.js";
 import { isInApplication } from "./bridge.js";
 import { offerFunctions, RoomEvents } from "./functions.js";
 import { shownText } from "./names.js";
@@ -443,6 +443,8 @@ function connectTools() {
     document.addEventListener("touchcancel", touchEnd);
     for (const button of all("#pens button"))
         button.onclick = () => choose({ color: button.dataset.color });
+    for (const button of all(".pen"))
+        button.style.color = palette[button.dataset.color];
     for (const button of all("#widths button"))
         button.onclick = () => choose({ width: Number(button.dataset.width) });
     for (const button of all(".capture"))
