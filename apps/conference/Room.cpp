@@ -172,7 +172,7 @@ void Room::handle(Member& member, const LiveMessage::Begin& begin)
     m_points += begin.points.size() / 2;
     auto event = member.stroke->toJson();
     event["type"] = "begin";
-    draw(member, event, Except::Nobody);
+    draw(event);
 }
 
 void Room::handle(Member& member, const LiveMessage::Points& points)
@@ -188,7 +188,7 @@ void Room::handle(Member& member, const LiveMessage::Points& points)
     m_points += points.points.size() / 2;
     auto event = strokeEvent("points", member.uid(), points.id);
     event["points"] = json::array(points.points.begin(), points.points.end());
-    draw(member, event, Except::Sender);
+    draw(event, &member);
 }
 
 void Room::handle(Member& member, const LiveMessage::End& end)
@@ -202,7 +202,7 @@ void Room::endStroke(Member& member)
 {
     if (!member.stroke)
         return;
-    draw(member, strokeEvent("end", member.uid(), member.stroke->id), Except::Sender);
+    draw(strokeEvent("end", member.uid(), member.stroke->id), &member);
     member.stroke.reset();
 }
 
@@ -219,7 +219,7 @@ void Room::handle(Member& member, const LiveMessage::Undo&)
         member.stroke.reset();
     m_points -= stroke->points.size() / 2;
     m_strokes.erase(std::next(last).base());
-    draw(member, strokeEvent("remove", stroke->uid, stroke->id), Except::Nobody);
+    draw(strokeEvent("remove", stroke->uid, stroke->id));
 }
 
 void Room::handle(Member& member, const LiveMessage::Clear&)
@@ -230,7 +230,7 @@ void Room::handle(Member& member, const LiveMessage::Clear&)
         drawing->stroke.reset();
     m_strokes.clear();
     m_points = 0;
-    draw(member, { { "type", "clear" } }, Except::Nobody);
+    draw({ { "type", "clear" } });
 }
 
 void Room::handle(Member& member, const LiveMessage::Record& record)
@@ -259,12 +259,12 @@ void Room::handle(Member& member, const LiveMessage::ChangeRole& change)
     tellMembers();
 }
 
-void Room::draw(const Member& sender, const json::object& event, Except except)
+void Room::draw(const json::object& event, const Member* except)
 {
     const auto text = tq::writtenJSON(event);
     if (m_recording)
         m_recording->add(event, text.size(), Clock::now());
-    tellAll(text, except == Except::Sender ? &sender : nullptr);
+    tellAll(text, except);
 }
 
 void Room::tellAll(std::string_view text, const Member* except)

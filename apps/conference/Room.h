@@ -73,11 +73,6 @@ public:
     std::optional<Clock::time_point> emptySince() const { return m_emptySince; }
 
 private:
-    enum class Except {
-        Nobody,
-        Sender,
-    };
-
     void receive(Member&, std::string_view text);
     void handle(Member&, const LiveMessage::Begin&);
     void handle(Member&, const LiveMessage::Points&);
@@ -90,7 +85,7 @@ private:
     void leave(Member&);
     bool mayControl(Member&) const;
     void endStroke(Member&);
-    void draw(const Member& sender, const boost::json::object& event, Except);
+    void draw(const boost::json::object& event, const Member* except = nullptr);
     void tellAll(std::string_view json, const Member* except = nullptr);
     void tellMembers();
     void sendBoard(Member&) const;
