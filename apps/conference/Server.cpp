@@ -69,6 +69,34 @@ private:
     GObjectPointer<SoupServerMessage> m_message;
 };
 
+void chunkCame(SoupServerMessage* message, GBytes* chunk, void*)
+{
+    const auto received = receivedBytes(message) + g_bytes_get_size(chunk);
+    g_object_set_data(G_OBJECT(message), s_receivedKey, GSIZE_TO_POINTER(received));
+    if (received > s_largestBody)
+        soup_message_body_set_accumulate(soup_server_message_get_request_body(message), FALSE);
+    if (received > s_mostDrained)
+        g_socket_shutdown(soup_server_message_get_socket(message), TRUE, TRUE, nullptr);
+}
+
+void requestStarted(SoupServer*, SoupServerMessage* message, void*)
+{
+    g_signal_connect(message, "got-chunk", G_CALLBACK(chunkCame), nullptr);
+}
+
+void requestFinished(SoupServer*, SoupServerMessage* message, void*)
+{
+    GUri* const uri = soup_server_message_get_uri(message);
+    const auto* const method = soup_server_message_get_method(message);
+    // The path only: the query of a room page holds its key.
+    std::string path = uri ? g_uri_get_path(uri) : "-";
+    if (path.size() > 300)
+        path.resize(300);
+    std::ranges::replace_if(
+        path, [](char letter) { return letter <= ' ' || letter > '~'; }, '?');
+    std::cerr << (method ? method : "-") << ' ' << path << ' ' << soup_server_message_get_status(message) << std::endl;
+}
+
 } // namespace
 
 std::optional<std::string_view> Server::Request::header(const char* name) const
@@ -87,8 +115,8 @@ Server::Server(Conference& conference, const TokenRule& tokens, const Certificat
     if (!pair)
         throw std::runtime_error(std::string("the certificate cannot be used: ") + error->message);
     m_server.reset(soup_server_new("tls-certificate", pair, "raw-paths", TRUE, nullptr));
-    g_signal_connect(m_server.get(), "request-started", G_CALLBACK(requestStarted), this);
-    g_signal_connect(m_server.get(), "request-finished", G_CALLBACK(requestFinished), this);
+    g_signal_connect(m_server.get(), "request-started", G_CALLBACK(requestStarted), nullptr);
+    g_signal_connect(m_server.get(), "request-finished", G_CALLBACK(requestFinished), nullptr);
     soup_server_add_handler(m_server.get(), nullptr, requestCame, this, nullptr);
     soup_server_add_handler(m_server.get(), s_livePath, liveRequestCame, this, nullptr);
     soup_server_add_websocket_handler(m_server.get(), s_livePath, nullptr, nullptr, socketCame, this, nullptr);
@@ -105,7 +133,6 @@ Server::Server(Conference& conference, const TokenRule& tokens, const Certificat
 Server::~Server()
 {
     g_source_remove(m_sweep);
-    g_signal_handlers_disconnect_by_data(m_server.get(), this);
     soup_server_disconnect(m_server.get());
 }
 
@@ -118,34 +145,6 @@ void Server::listen(std::uint16_t port)
     GSList* const uris = soup_server_get_uris(m_server.get());
     m_host = "localhost:" + std::to_string(g_uri_get_port(static_cast<GUri*>(uris->data)));
     g_slist_free_full(uris, [](void* uri) { g_uri_unref(static_cast<GUri*>(uri)); });
-}
-
-void Server::requestStarted(SoupServer*, SoupServerMessage* message, void*)
-{
-    g_signal_connect(message, "got-chunk", G_CALLBACK(chunkCame), nullptr);
-}
-
-void Server::chunkCame(SoupServerMessage* message, GBytes* chunk, void*)
-{
-    const auto received = receivedBytes(message) + g_bytes_get_size(chunk);
-    g_object_set_data(G_OBJECT(message), s_receivedKey, GSIZE_TO_POINTER(received));
-    if (received > s_largestBody)
-        soup_message_body_set_accumulate(soup_server_message_get_request_body(message), FALSE);
-    if (received > s_mostDrained)
-        g_socket_shutdown(soup_server_message_get_socket(message), TRUE, TRUE, nullptr);
-}
-
-void Server::requestFinished(SoupServer*, SoupServerMessage* message, void*)
-{
-    GUri* const uri = soup_server_message_get_uri(message);
-    const auto* const method = soup_server_message_get_method(message);
-    // The path only: the query of a room page holds its key.
-    std::string path = uri ? g_uri_get_path(uri) : "-";
-    if (path.size() > 300)
-        path.resize(300);
-    std::ranges::replace_if(
-        path, [](char letter) { return letter <= ' ' || letter > '~'; }, '?');
-    std::cerr << (method ? method : "-") << ' ' << path << ' ' << soup_server_message_get_status(message) << std::endl;
 }
 
 void Server::requestCame(SoupServer*, SoupServerMessage* message, const char*, GHashTable*, void* data)

@@ -52,9 +52,6 @@ private:
     };
     static const std::vector<Route>& routes();
 
-    static void requestStarted(SoupServer*, SoupServerMessage*, void* self);
-    static void chunkCame(SoupServerMessage*, GBytes*, void* self);
-    static void requestFinished(SoupServer*, SoupServerMessage*, void* self);
     static void requestCame(SoupServer*, SoupServerMessage*, const char*, GHashTable*, void* self);
     static void liveRequestCame(SoupServer*, SoupServerMessage*, const char*, GHashTable*, void* self);
     static void socketCame(SoupServer*, SoupServerMessage*, const char*, SoupWebsocketConnection*, void* self);

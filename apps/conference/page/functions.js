@@ -79,20 +79,17 @@ export class RoomEvents {
     }
 }
 
-/**
- * Registers the functions on `room`, which has state() ("live" when it is open), isPresenter(), isReplay(), queue (of
- * strokes), budget, send(message), capture(), people(), strokes(), isRecording() and player() (or null).
- */
-export function offerFunctions(room) {
+/** Registers the functions on the room, as it is whenever they are called; `queue` is that of its strokes. */
+export function offerFunctions(room, board, queue, budget, capture) {
     const checkControl = () => {
-        check(!room.isReplay(), "a recording cannot be changed");
-        check(room.state() !== "over", "the room is closed");
-        check(room.state() === "live", "the room is not connected");
-        check(room.isPresenter(), "only a presenter may do that");
+        check(!room.isReplay, "a recording cannot be changed");
+        check(room.state !== "over", "the room is closed");
+        check(room.state === "live", "the room is not connected");
+        check(room.role === "presenter", "only a presenter may do that");
     };
     const ask = (message) => {
-        check(room.budget.take(1), "too many requests; try again in a moment");
-        check(room.send(message), "the room is not connected");
+        check(budget.take(1), "too many requests; try again in a moment");
+        check(room.connection.send(message), "the room is not connected");
         return true;
     };
     offer("board.draw", (strokes) => {
@@ -100,30 +97,30 @@ export function offerFunctions(room) {
         check(Array.isArray(strokes) && strokes.length <= mostStrokes,
             `board.draw takes a list of at most ${mostStrokes} strokes`);
         const checked = strokes.map(strokeOf);
-        check(room.queue.length + checked.length <= mostWaiting, "too many strokes are waiting to be drawn");
-        return checked.length ? room.queue.add(checked) : 0;
+        check(queue.length + checked.length <= mostWaiting, "too many strokes are waiting to be drawn");
+        return checked.length ? queue.add(checked) : 0;
     });
-    offer("board.strokes", () => room.strokes());
+    offer("board.strokes", () => board.strokes);
     offer("board.clear", () => {
         checkControl();
         return ask({ type: "clear" });
     });
     offer("board.capture", () => {
-        room.capture();
+        capture();
         return true;
     });
-    offer("room.people", () => room.people().map(({ uid, name, role }) => ({ uid, name, role })));
+    offer("room.people", () => room.members.map(({ uid, name, role }) => ({ uid, name, role })));
     offer("room.record", (on) => {
         check(typeof on === "boolean", "room.record takes true or false");
         checkControl();
-        return on === room.isRecording() || ask({ type: "record", on });
+        return on === room.isRecording || ask({ type: "record", on });
     });
     offerPlayer(room);
 }
 
 function offerPlayer(room) {
     const withPlayer = (act) => (...list) => {
-        const player = room.player();
+        const { player } = room;
         check(player, "no recording is shown");
         act(player, ...list);
         return { position: Math.round(player.position), duration: player.duration, isPlaying: player.isPlaying };

@@ -497,19 +497,7 @@ async function replay(source) {
 
 fillIn();
 report("onLoadStart");
-offerFunctions({
-    queue,
-    budget,
-    capture,
-    state: () => room.state,
-    isPresenter: () => room.role === "presenter",
-    isReplay: () => room.isReplay,
-    isRecording: () => room.isRecording,
-    people: () => room.members,
-    strokes: () => board.strokes,
-    player: () => room.player,
-    send: (message) => room.connection.send(message),
-});
+offerFunctions(room, board, queue, budget, capture);
 connectTools();
 showTools();
 room.connection = new RoomConnection(new URLSearchParams(location.search).get("key") ?? "", listener);
