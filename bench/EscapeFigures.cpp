@@ -1,7 +1,6 @@
 #include "Figures.h"
 #include "Pages.h"
 #include "bridge/PercentEncoding.h"
-#include "platform/gtk/GLibPointers.h"
 
 #include <array>
 
@@ -44,10 +43,6 @@ std::vector<Figure> escapeFigures()
         runUntil([&] { return isDone == target; }, "the results are seen");
         return Seconds(Clock::now() - start);
     };
-    const auto asInAddresses = [](const std::string& text) {
-        const GCharPointer escaped(g_uri_escape_string(text.c_str(), nullptr, FALSE));
-        return std::string(escaped.get());
-    };
     std::vector<Figure> figures;
     constexpr std::array<std::pair<const char*, const char*>, 2> kTexts{
         { { "result of 64 KiB, ASCII", "{ a: 1 } text, " }, { "result of 64 KiB, Chinese", "白板会议室中的文字" } }
@@ -59,7 +54,7 @@ std::vector<Figure> escapeFigures()
         json += "\"}";
         figures.push_back(compare(
             name, "escaped as in an address", 1.0, kResults, [&] { return time(json, percentEncoded); },
-            [&] { return time(json, asInAddresses); }));
+            [&] { return time(json, escapedAsInAddresses); }));
     }
     return figures;
 }

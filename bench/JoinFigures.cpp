@@ -2,6 +2,7 @@
 #include "Pages.h"
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "TQWhiteBoardLib/TQWhiteBoard.h"
+#include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSURLSession.h"
 #include "tests/support/HttpsServer.h"
 
@@ -10,13 +11,6 @@
 #include <curl/curl.h>
 #include <iostream>
 #include <thread>
-#include <webkit/webkit.h>
-
-// The linker puts this one before the engine's own: what the engine does about the load is not the library's join.
-extern "C" {
-void __real_webkit_web_view_load_uri(WebKitWebView*, const gchar*);
-void __wrap_webkit_web_view_load_uri(WebKitWebView* view, const gchar* uri);
-}
 
 namespace tq::bench {
 
@@ -28,9 +22,6 @@ using test::ReceivedRequest;
 constexpr double kLimit = 1.10;
 constexpr int kJoins = 4;
 constexpr int kRounds = 35;
-
-// When the library last told the engine to load a page.
-std::optional<Clock::time_point> s_loadTime;
 
 void endBecause(const std::string& reason)
 {
@@ -102,13 +93,13 @@ public:
     {
         const auto config
             = std::make_shared<TQWBRoomConfig>(TQWBRoomConfig{ "key", token, "room", "user", "Ann", 0, 30 });
-        s_loadTime.reset();
+        timeOfLoad().reset();
         const auto start = Clock::now();
         m_board->joinWithConfig(config, {}, [&](NSUInteger code, const OptionalText& text) {
             endBecause("a join failed: " + std::to_string(code) + " " + text.value_or(""));
         });
-        runUntil([&] { return s_loadTime.has_value(); }, "the room's page is loaded");
-        const auto end = *s_loadTime;
+        runUntil([&] { return timeOfLoad().has_value(); }, "the room's page is loaded");
+        const auto end = *timeOfLoad();
         // The page's own load is not part of it.
         waitForPage();
         return end - start;
@@ -133,7 +124,7 @@ public:
     std::atomic<int> pagesAsked = 0;
     HttpsServer server{ [this](const ReceivedRequest& request) {
         pagesAsked += request.line().starts_with("GET ") ? 1 : 0;
-        g_main_context_wakeup(nullptr);
+        dispatchToMain([] {});
         return answerTo(request, server.host());
     } };
 
@@ -180,7 +171,7 @@ Figure joinFigure(Joins& joins, const char* name, bool isCold)
                         sendAgain(request, joins.server.host());
                     end = Clock::now();
                     isDone = true;
-                    g_main_context_wakeup(nullptr);
+                    dispatchToMain([] {});
                 });
                 runUntil([&] { return isDone.load(); }, "the bare requests are answered");
                 total += end - start;
@@ -201,9 +192,3 @@ std::vector<Figure> joinFigures()
 }
 
 } // namespace tq::bench
-
-void __wrap_webkit_web_view_load_uri(WebKitWebView* view, const gchar* uri)
-{
-    tq::bench::s_loadTime = tq::bench::Clock::now();
-    __real_webkit_web_view_load_uri(view, uri);
-}

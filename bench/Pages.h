@@ -1,13 +1,11 @@
 #pragma once
 
-#include "Measure.h"
 #include "TQWhiteBoardLib/DWKWebView.h"
+#include "Toolkit.h"
 
 #include <functional>
 #include <memory>
 #include <string>
-#include <string_view>
-#include <webkit/webkit.h>
 
 namespace tq::bench {
 
@@ -17,27 +15,8 @@ void runUntil(const std::function<bool()>& condition, const std::string& what);
 /// An address of a page with that script.
 std::string pageWith(const std::string& script);
 
-/// The engine's own view, with settings as the library's has them, and nothing between it and the page: every prompt is
-/// answered by one function.
-class BarePage {
-public:
-    using Answer = std::function<const char*(const char* prompt, const char* text)>;
-
-    /// @param answer returns the text for the page, null for none.
-    explicit BarePage(Answer answer);
-    ~BarePage();
-    BarePage(const BarePage&) = delete;
-    BarePage& operator=(const BarePage&) = delete;
-
-    void load(const std::string& url) { webkit_web_view_load_uri(m_view, url.c_str()); }
-    void evaluate(std::string_view script);
-    GtkWidget* widget() const { return m_window; }
-
-private:
-    Answer m_answer;
-    GtkWidget* m_window;
-    WebKitWebView* m_view;
-};
+/// A text as a part of an address.
+std::string escapedAsInAddresses(const std::string& text);
 
 /// A native object that a page tells when it is done, by its method "done".
 class DoneListener final : public NSObject {
@@ -65,7 +44,7 @@ public:
 
 private:
     std::shared_ptr<DWKWebView> m_view;
-    GtkWidget* m_window;
+    void* m_window;
 };
 
 } // namespace tq::bench

@@ -1,5 +1,6 @@
 #include "Figures.h"
 #include "Pages.h"
+#include "platform/Foundation/Dispatch.h"
 
 #include <fstream>
 #include <vector>
@@ -70,7 +71,7 @@ std::vector<Figure> memoryFigures()
         for (int i = 0; i < kViewsInRound; ++i)
             kept.push_back(make());
         // What the making has put off is done.
-        while (g_main_context_iteration(nullptr, FALSE)) { }
+        runDueOnMain();
         return Seconds((ownMemory() - before) / 1024);
     };
     auto figure = compare(

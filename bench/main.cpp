@@ -1,5 +1,6 @@
 #include "Figures.h"
 #include "Growth.h"
+#include "Toolkit.h"
 
 #include <array>
 #include <boost/json/array.hpp>
@@ -8,7 +9,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
-#include <gtk/gtk.h>
 #include <iostream>
 #include <string_view>
 #include <utility>
@@ -83,7 +83,7 @@ int main(int argc, char** argv)
         std::cerr << "usage: tqwb_bench FOLDER [GROUP]\n";
         return 2;
     }
-    gtk_init();
+    startToolkit();
     const std::filesystem::path folder = argv[1];
     const std::string_view only = argc > 2 ? argv[2] : "";
     std::filesystem::create_directories(folder);

@@ -1,0 +1,84 @@
+#include "bench/Toolkit.h"
+
+#include <gtk/gtk.h>
+#include <utility>
+#include <webkit/webkit.h>
+
+// The linker puts this one before the engine's own: what the engine does about a load is not the library's.
+extern "C" {
+void __real_webkit_web_view_load_uri(WebKitWebView*, const gchar*);
+void __wrap_webkit_web_view_load_uri(WebKitWebView* view, const gchar* uri)
+{
+    tq::bench::timeOfLoad() = tq::bench::Clock::now();
+    __real_webkit_web_view_load_uri(view, uri);
+}
+}
+
+namespace tq::bench {
+
+void startToolkit()
+{
+    gtk_init();
+    // A turn of the main loop has an end.
+    g_timeout_add_seconds(
+        1, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
+}
+
+void turnMainLoop() { g_main_context_iteration(nullptr, TRUE); }
+
+void* showInWindow(void* view)
+{
+    auto* window = GTK_WINDOW(gtk_window_new());
+    gtk_window_set_default_size(window, 400, 300);
+    gtk_window_set_child(window, static_cast<GtkWidget*>(view));
+    gtk_window_present(window);
+    return window;
+}
+
+void destroyWindow(void* window) { gtk_window_destroy(static_cast<GtkWindow*>(window)); }
+
+std::optional<Clock::time_point>& timeOfLoad()
+{
+    static std::optional<Clock::time_point> s_time;
+    return s_time;
+}
+
+struct BarePage::Impl {
+    static gboolean answered(WebKitWebView*, WebKitScriptDialog* dialog, gpointer self)
+    {
+        const char* text = static_cast<Impl*>(self)->answer(
+            webkit_script_dialog_get_message(dialog), webkit_script_dialog_prompt_get_default_text(dialog));
+        if (text)
+            webkit_script_dialog_prompt_set_text(dialog, text);
+        return TRUE;
+    }
+
+    const Answer answer;
+    WebKitWebView* view = nullptr;
+    void* window = nullptr;
+};
+
+BarePage::BarePage(Answer answer)
+    : m_impl(new Impl{ std::move(answer) })
+{
+    // As the library's default configuration has them.
+    auto* settings = webkit_settings_new();
+    webkit_settings_set_media_playback_allows_inline(settings, FALSE);
+    webkit_settings_set_javascript_can_open_windows_automatically(settings, FALSE);
+    m_impl->view = static_cast<WebKitWebView*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "settings", settings, nullptr));
+    g_object_unref(settings);
+    g_signal_connect(m_impl->view, "script-dialog", G_CALLBACK(Impl::answered), m_impl.get());
+    m_impl->window = showInWindow(m_impl->view);
+}
+
+BarePage::~BarePage() { destroyWindow(m_impl->window); }
+
+void BarePage::load(const std::string& url) { webkit_web_view_load_uri(m_impl->view, url.c_str()); }
+
+void BarePage::evaluate(std::string_view script)
+{
+    webkit_web_view_evaluate_javascript(
+        m_impl->view, script.data(), static_cast<gssize>(script.size()), nullptr, nullptr, nullptr, nullptr, nullptr);
+}
+
+} // namespace tq::bench
