@@ -1,3 +1,6 @@
+add_test(NAME Sources.OnlyPortsKnowToolkits
+    COMMAND bash "${CMAKE_CURRENT_SOURCE_DIR}/install/toolkits.sh" "${PROJECT_SOURCE_DIR}")
+
 # What users get: an installation, moved to where they want it.
 set(install_scripts "${CMAKE_CURRENT_SOURCE_DIR}/install")
 set(install_scratch "${CMAKE_CURRENT_BINARY_DIR}/install")
