@@ -24,7 +24,7 @@ public:
     const std::string& absoluteString() const { return m_text; }
     /// In small letters; empty for an address that names no host, as host and port are then.
     const std::string& scheme() const { return m_scheme; }
-    /// In small letters; an IPv6 address has its brackets, and its zone as "%25eth0".
+    /// In small letters; an IPv6 address without its brackets, and with its zone as "%eth0".
     const std::string& host() const { return m_host; }
     /// Empty for the one that the scheme has anyway.
     const std::string& port() const { return m_port; }

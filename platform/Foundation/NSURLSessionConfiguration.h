@@ -27,7 +27,7 @@ public:
     /// The certificates as they were given; absent when there are none. Any thread.
     OptionalText extraTrustAnchors() const;
     /// Whether there are any. Any thread.
-    bool hasExtraTrustAnchors() const;
+    bool hasExtraTrustAnchors() const { return extraTrustAnchors().has_value(); }
 
 private:
     NSURLSessionConfiguration() = default;

@@ -11,6 +11,9 @@ namespace tq {
 
 class UITextField;
 
+inline constexpr std::int64_t kCancelButton = 0;
+inline constexpr std::int64_t kOtherButton = 1;
+
 /// What an alert says, fit to be shown.
 struct AlertText {
     /// For the window's own title: one line.

@@ -14,7 +14,6 @@ namespace tq {
 
 namespace {
 
-constexpr std::int64_t kCancelButton = 0;
 // Alerts of one delegate that wait; a page that asks for more without end gets them refused.
 constexpr long kMostWaiting = 20;
 // Longer texts keep the user waiting while they are laid out.
@@ -25,13 +24,6 @@ constexpr TextLimits kLine{ 200, 1 };
 } // namespace
 
 struct UIAlertView::Impl {
-    explicit Impl(UIAlertView& alert)
-        : alert(alert)
-    {
-    }
-    Impl(const Impl&) = delete;
-    Impl& operator=(const Impl&) = delete;
-
     void present()
     {
         window->present({ .name = shownText(title, kLine),
@@ -57,15 +49,15 @@ struct UIAlertView::Impl {
     }
 
     UIAlertView& alert;
-    std::string title;
-    std::string message;
-    std::weak_ptr<UIAlertViewDelegate> delegate;
-    std::string cancelTitle;
-    OptionalText otherTitle;
-    std::shared_ptr<UITextField> field;
+    const std::string title;
+    const std::string message;
+    const std::weak_ptr<UIAlertViewDelegate> delegate;
+    const std::string cancelTitle;
+    const OptionalText otherTitle;
+    std::shared_ptr<UITextField> field{};
     bool isRefused = false;
     // There as long as the alert is shown or waits.
-    std::unique_ptr<AlertWindow> window;
+    std::unique_ptr<AlertWindow> window{};
 };
 
 void UIAlertView::Impl::finish(std::optional<std::int64_t> button)
@@ -87,13 +79,9 @@ void UIAlertView::Impl::finish(std::optional<std::int64_t> button)
 
 UIAlertView::UIAlertView(std::string title, std::string message, std::weak_ptr<UIAlertViewDelegate> delegate,
     std::string cancelButtonTitle, std::optional<std::string> otherButtonTitle)
-    : m_impl(std::make_unique<Impl>(*this))
+    : m_impl(new Impl{ *this, std::move(title), std::move(message), std::move(delegate), std::move(cancelButtonTitle),
+        std::move(otherButtonTitle) })
 {
-    m_impl->title = std::move(title);
-    m_impl->message = std::move(message);
-    m_impl->delegate = std::move(delegate);
-    m_impl->cancelTitle = std::move(cancelButtonTitle);
-    m_impl->otherTitle = std::move(otherButtonTitle);
 }
 
 UIAlertView::~UIAlertView() = default;

@@ -12,8 +12,6 @@ namespace tq {
 
 namespace {
 
-constexpr std::int64_t kCancelButton = 0;
-constexpr std::int64_t kOtherButton = 1;
 // What fits a telephone held sideways, and what is high enough for anybody.
 constexpr int kLeastHeight = 320;
 constexpr int kMostHeight = 640;

@@ -13,8 +13,6 @@ namespace tq {
 template <class T> using GObjectPointer = std::unique_ptr<T, Releaser<g_object_unref>>;
 using GCharPointer = std::unique_ptr<char, Releaser<g_free>>;
 using GBytesPointer = std::unique_ptr<GBytes, Releaser<g_bytes_unref>>;
-using GErrorPointer = std::unique_ptr<GError, Releaser<g_error_free>>;
-using GUriPointer = std::unique_ptr<GUri, Releaser<g_uri_unref>>;
 
 /// Takes a reference of its own.
 template <class T> GObjectPointer<T> retained(T* object)
@@ -22,22 +20,11 @@ template <class T> GObjectPointer<T> retained(T* object)
     return GObjectPointer<T>(object ? static_cast<T*>(g_object_ref(object)) : nullptr);
 }
 
-/// Lends a smart pointer to a C function that stores its result through a pointer to a pointer.
-template <class Pointer> class OutPointer {
-public:
-    explicit OutPointer(Pointer& pointer)
-        : m_pointer(pointer)
-    {
-    }
-    ~OutPointer() { m_pointer.reset(m_raw); }
-    OutPointer(const OutPointer&) = delete;
-    OutPointer& operator=(const OutPointer&) = delete;
-    operator typename Pointer::pointer *() { return &m_raw; }
-
-private:
-    Pointer& m_pointer;
-    typename Pointer::pointer m_raw = nullptr;
-};
+/// Takes what has just been made, and nobody's yet.
+template <class T> GObjectPointer<T> adopted(T* floating)
+{
+    return GObjectPointer<T>(static_cast<T*>(g_object_ref_sink(floating)));
+}
 
 /// A signal handler that is taken off when this goes.
 class SignalConnection {

@@ -2,6 +2,7 @@
 
 #include "../Foundation/Certificates.h"
 #include "../Foundation/Dispatch.h"
+#include "../Foundation/NSURL.h"
 
 #include <chrono>
 #include <utility>
@@ -59,13 +60,16 @@ template <class Round> struct Handshake {
     std::string host;
     GObjectPointer<GSocketClient> client{ g_socket_client_new() };
 
-    static void begin(const std::shared_ptr<Round>& round, GSocketConnectable* server)
+    static void begin(const std::shared_ptr<Round>& round, const NSURL& server)
     {
-        auto* self = new Handshake{ round, g_network_address_get_hostname(G_NETWORK_ADDRESS(server)) };
+        auto* self = new Handshake{ round, server.host() };
+        const auto port = server.port().empty() ? 443 : std::stoi(server.port());
+        const GObjectPointer<GSocketConnectable> address(
+            g_network_address_new(server.host().c_str(), static_cast<guint16>(port)));
         ++round->open;
         g_socket_client_set_tls(self->client.get(), TRUE);
         g_signal_connect(self->client.get(), "event", G_CALLBACK(happened), nullptr);
-        g_socket_client_connect_async(self->client.get(), server, round->cancellable.get(), ended, self);
+        g_socket_client_connect_async(self->client.get(), address.get(), round->cancellable.get(), ended, self);
     }
     static void happened(GSocketClient*, GSocketClientEvent event, GSocketConnectable*, GIOStream* connection, gpointer)
     {
@@ -96,10 +100,8 @@ ServerCertificates::ServerCertificates(const std::vector<std::string>& servers, 
     m_round->take = std::move(take);
     m_round->done = std::move(done);
     for (const auto& server : servers) {
-        const GObjectPointer<GSocketConnectable> address(
-            server.starts_with("https:") ? g_network_address_parse_uri(server.c_str(), 443, nullptr) : nullptr);
-        if (address)
-            Handshake<Round>::begin(m_round, address.get());
+        if (const auto url = NSURL::URLWithString(server); url && url->scheme() == "https")
+            Handshake<Round>::begin(m_round, *url);
     }
     const std::weak_ptr<Round> weak = m_round;
     const auto end = [weak] {

@@ -1,5 +1,6 @@
 #include "../UIKit/UIProgressView.h"
 
+#include "../Foundation/JSONWriter.h"
 #include "UIViewNative.h"
 #include "WidgetStyle.h"
 
@@ -19,7 +20,7 @@ GtkWidget* createBar(CGRect frame)
     gtk_widget_set_margin_top(bar, int(frame.y));
     gtk_widget_set_size_request(bar, int(frame.width), int(frame.height));
     gtk_widget_set_can_target(bar, FALSE);
-    return static_cast<GtkWidget*>(g_object_ref_sink(bar));
+    return bar;
 }
 
 } // namespace
@@ -29,7 +30,7 @@ struct UIProgressView::Style : WidgetStyle {
 };
 
 UIProgressView::UIProgressView(CGRect frame)
-    : UIView(frame, std::make_unique<Native>(Native{ GObjectPointer<GtkWidget>(createBar(frame)) }))
+    : UIView(frame, std::make_unique<Native>(createBar(frame)))
     , m_style(std::make_unique<Style>(static_cast<GtkWidget*>(nativeHandle())))
 {
     updateStyle();
@@ -65,9 +66,9 @@ void UIProgressView::setTransform(CGAffineTransform transform)
 void UIProgressView::updateStyle()
 {
     const auto& selector = m_style->selector();
-    const auto height = cssNumber(frame().height);
-    const auto css = selector + " { transform: scale(" + cssNumber(m_transform.scaleX) + ","
-        + cssNumber(m_transform.scaleY) + "); min-width: 0; } " + selector + " > trough, " + selector
+    const auto height = writtenJSON(frame().height);
+    const auto css = selector + " { transform: scale(" + writtenJSON(m_transform.scaleX) + ","
+        + writtenJSON(m_transform.scaleY) + "); min-width: 0; } " + selector + " > trough, " + selector
         + " > trough > progress { min-height: " + height
         + "px; min-width: 0; border: none; border-radius: 0; padding: 0; margin: 0; box-shadow: none; } " + selector
         + " > trough { background: transparent; } " + selector

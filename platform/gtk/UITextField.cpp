@@ -7,9 +7,7 @@
 namespace tq {
 
 UITextField::UITextField(CGRect frame)
-    : UIView(frame,
-        std::make_unique<Native>(
-            Native{ GObjectPointer<GtkWidget>(static_cast<GtkWidget*>(g_object_ref_sink(gtk_entry_new()))) }))
+    : UIView(frame, std::make_unique<Native>(gtk_entry_new()))
 {
 }
 

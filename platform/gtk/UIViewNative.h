@@ -9,7 +9,12 @@ namespace tq {
 
 /// The widget behind a view.
 struct UIView::Native {
-    GObjectPointer<GtkWidget> widget;
+    explicit Native(GtkWidget* widget)
+        : widget(adopted(widget))
+    {
+    }
+
+    const GObjectPointer<GtkWidget> widget;
 };
 
 } // namespace tq

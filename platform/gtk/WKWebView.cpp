@@ -31,7 +31,7 @@ GObjectPointer<WebKitSettings> settingsFor(const WKWebViewConfiguration& configu
 
 WKWebView::Impl::Impl(WKWebView& view, const WKWebViewConfiguration& configuration)
     : view(view)
-    , overlay(static_cast<GtkWidget*>(g_object_ref_sink(gtk_overlay_new())))
+    , overlay(adopted(gtk_overlay_new()))
 {
     setUserContent(*configuration.userContentController, {});
     gtk_widget_set_overflow(overlay.get(), GTK_OVERFLOW_HIDDEN);

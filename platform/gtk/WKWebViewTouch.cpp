@@ -1,7 +1,6 @@
+#include "../Foundation/JSONWriter.h"
 #include "WKWebViewImpl.h"
 
-#include <array>
-#include <cmath>
 #include <string>
 
 namespace tq {
@@ -29,13 +28,6 @@ constexpr const char* kScript = R"(((x, y, left, top) => {
         Object.assign(shift, isOff ? { x: left, y: top } : { x: 0, y: 0 });
     }, { capture: true, passive: true, once: true });
 }))";
-
-// JavaScript's notation, whatever the locale.
-std::string number(double value)
-{
-    std::array<char, G_ASCII_DTOSTR_BUF_SIZE> buffer{};
-    return g_ascii_dtostr(buffer.data(), static_cast<int>(buffer.size()), std::isfinite(value) ? value : 0);
-}
 
 } // namespace
 
@@ -71,7 +63,7 @@ gboolean WKWebView::Impl::touched(GtkEventController*, GdkEvent* event, gpointer
     std::string script = kScript;
     const char* separator = "(";
     for (const double length : { double(inView.x), double(inView.y), left, top }) {
-        script += separator + number(length / zoom);
+        script += separator + writtenJSON(length / zoom);
         separator = ", ";
     }
     self.view.evaluateJavaScript(script + ")");

@@ -12,9 +12,8 @@ namespace {
 
 std::string hostOf(const char* uri)
 {
-    const GUriPointer parsed(g_uri_parse(uri, G_URI_FLAGS_PARSE_RELAXED, nullptr));
-    const char* host = parsed ? g_uri_get_host(parsed.get()) : nullptr;
-    return host ? host : "";
+    const auto url = NSURL::URLWithString(uri);
+    return url ? url->host() : "";
 }
 
 // Whether the certificate is good under the extra anchors alone.

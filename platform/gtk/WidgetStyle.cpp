@@ -1,6 +1,7 @@
 #include "WidgetStyle.h"
 
-#include <array>
+#include "../Foundation/JSONWriter.h"
+
 #include <cmath>
 #include <cstdint>
 
@@ -26,16 +27,10 @@ void WidgetStyle::setRules(const std::string& rules)
     gtk_css_provider_load_from_data(m_provider.get(), rules.c_str(), gssize(rules.size()));
 }
 
-std::string cssNumber(double number)
-{
-    std::array<char, G_ASCII_DTOSTR_BUF_SIZE> buffer{};
-    return g_ascii_formatd(buffer.data(), int(buffer.size()), "%.4f", number);
-}
-
 std::string cssColor(UIColor color)
 {
     auto byte = [](float component) { return std::to_string(std::lround(component * 255)); };
-    return "rgba(" + byte(color.red) + "," + byte(color.green) + "," + byte(color.blue) + "," + cssNumber(color.alpha)
+    return "rgba(" + byte(color.red) + "," + byte(color.green) + "," + byte(color.blue) + "," + writtenJSON(color.alpha)
         + ")";
 }
 

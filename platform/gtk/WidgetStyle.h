@@ -27,9 +27,6 @@ private:
     GObjectPointer<GtkCssProvider> m_provider{ gtk_css_provider_new() };
 };
 
-/// A number as style sheets have it, whatever the locale.
-std::string cssNumber(double number);
-
 std::string cssColor(UIColor color);
 
 } // namespace tq

@@ -73,10 +73,11 @@ Address read(const std::string& text)
 std::string hostOf(const Address& address)
 {
     auto host = lowered(partOf(address, CURLUPART_HOST));
+    if (host.starts_with('['))
+        host = host.substr(1, host.size() - 2);
     // The same letters on another network are another machine.
-    if (const auto zone = partOf(address, CURLUPART_ZONEID); !zone.empty())
-        host.insert(host.size() - 1, "%25" + zone);
-    return host;
+    const auto zone = partOf(address, CURLUPART_ZONEID);
+    return zone.empty() ? host : host + "%" + zone;
 }
 
 } // namespace
@@ -122,7 +123,12 @@ OptionalText NSURL::origin() const
 {
     if (m_host.empty())
         return std::nullopt;
-    return m_scheme + "://" + m_host + (m_port.empty() ? "" : ":") + m_port;
+    auto host = m_host;
+    if (const auto zone = host.find('%'); zone != host.npos)
+        host.insert(zone + 1, "25");
+    if (host.find(':') != host.npos)
+        host = "[" + host + "]";
+    return m_scheme + "://" + host + (m_port.empty() ? "" : ":") + m_port;
 }
 
 bool NSURL::isOriginAlone() const

@@ -43,10 +43,4 @@ OptionalText NSURLSessionConfiguration::extraTrustAnchors() const
     return trustAnchors().pem;
 }
 
-bool NSURLSessionConfiguration::hasExtraTrustAnchors() const
-{
-    const std::lock_guard lock(trustAnchors().mutex);
-    return trustAnchors().pem.has_value();
-}
-
 } // namespace tq

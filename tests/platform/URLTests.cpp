@@ -61,5 +61,24 @@ TEST(URLs, TheSameServerHasTheSameOrigin)
     }
 }
 
+TEST(URLs, AReferenceMeansAnAddressOrNothing)
+{
+    const auto base = NSURL::URLWithString("https://[FE80::1%25eth0]:8443/x/w/y?z");
+    ASSERT_TRUE(base);
+    EXPECT_EQ(base->scheme() + " " + base->host() + " " + base->port(), "https fe80::1%eth0 8443");
+    const std::string server = "https://[FE80::1%25eth0]:8443";
+    struct Row {
+        std::string reference;
+        OptionalText address{};
+    };
+    for (const auto& [reference, address] : std::vector<Row>{ { "/a/../b#f", server + "/b" },
+             { "../a%2f", server + "/x/a%2f" }, { "?q", server + "/x/w/y?q" }, { "//o:1/a", "https://o:1/a" },
+             { "http://o/..", "http://o/.." }, { "javascript:1", "javascript:1" }, { "https:a" }, { "https:/a" },
+             { "///a" }, { "//o\\@h/" }, { "//(null)/" }, { "a b" }, { "a\n" }, { "\xC3\xA9" }, { ":a" } }) {
+        const auto url = NSURL::URLWithString(reference, *base);
+        EXPECT_EQ(url ? OptionalText(url->absoluteString()) : std::nullopt, address) << reference;
+    }
+}
+
 } // namespace
 } // namespace tq::test
