@@ -63,9 +63,9 @@ template <class Round> struct Handshake {
     static void begin(const std::shared_ptr<Round>& round, const NSURL& server)
     {
         auto* self = new Handshake{ round, server.host() };
-        const auto port = server.port().empty() ? 443 : std::stoi(server.port());
+        // (Which tells the system's proxy settings that it is https.)
         const GObjectPointer<GSocketConnectable> address(
-            g_network_address_new(server.host().c_str(), static_cast<guint16>(port)));
+            g_network_address_parse_uri(server.origin()->c_str(), 443, nullptr));
         ++round->open;
         g_socket_client_set_tls(self->client.get(), TRUE);
         g_signal_connect(self->client.get(), "event", G_CALLBACK(happened), nullptr);
