@@ -48,6 +48,8 @@ find it, and the script with which pages call their application.")
 set(CPACK_DEBIAN_CLIENT_PACKAGE_NAME tqwhiteboard)
 set(CPACK_DEBIAN_CLIENT_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_CLIENT_PACKAGE_DEPENDS "${CPACK_DEBIAN_RUNTIME_PACKAGE_NAME} (>= ${PROJECT_VERSION})")
+# Draws the program's icon.
+set(CPACK_DEBIAN_CLIENT_PACKAGE_RECOMMENDS librsvg2-common)
 set(CPACK_COMPONENT_CLIENT_DESCRIPTION "client for shared whiteboard rooms
 Shows a room in a window, where several people draw on one board, and replays
 recorded ones. Scripts can do what a person does, by its standard input.")

@@ -146,7 +146,6 @@ place_window() {
 screenshot() { import -window "$(window_of "$1")" "$2"; }
 
 # The stroke that is drawn, in points of the first window, and the part of the window that it stays within.
-readonly clear_button="988 72" # of the events beside it
 readonly stroke_left=150 stroke_right=600 stroke_middle=375 stroke_height=90
 readonly stroke_area=500x260+125+245 stroke_end=75x260+540+245
 readonly least_pixels=500 least_end_pixels=50
@@ -168,9 +167,6 @@ draw_stroke() {
     done
     xdotool mouseup 1
     is_wave || die "the stroke is not the wave that was drawn: $answer"
-    # The questions fill the list of events.
-    # shellcheck disable=SC2086 # two numbers
-    xdotool mousemove $clear_button click 1
 }
 
 # The places of the last stroke in "answer", as numbers between commas; the last of them.

@@ -2,6 +2,7 @@
 
 #include "CommandArguments.h"
 #include "Text.h"
+#include "ViewCapture.h"
 
 #include <algorithm>
 #include <csignal>
@@ -12,31 +13,6 @@ namespace tqclient {
 
 namespace {
 
-/// Ends the loop when the system asks the program to end.
-class EndSignals {
-public:
-    explicit EndSignals(GMainLoop* loop)
-    {
-        auto end = [](gpointer data) -> gboolean {
-            g_main_loop_quit(static_cast<GMainLoop*>(data));
-            return G_SOURCE_CONTINUE;
-        };
-        m_interrupt = g_unix_signal_add(SIGINT, end, loop);
-        m_terminate = g_unix_signal_add(SIGTERM, end, loop);
-    }
-    EndSignals(const EndSignals&) = delete;
-    EndSignals& operator=(const EndSignals&) = delete;
-    ~EndSignals()
-    {
-        g_source_remove(m_interrupt);
-        g_source_remove(m_terminate);
-    }
-
-private:
-    guint m_interrupt;
-    guint m_terminate;
-};
-
 void complain(const std::string& message) { g_printerr("tqwhiteboard: %s\n", message.c_str()); }
 
 } // namespace
@@ -45,7 +21,7 @@ Client::Client(const Options& options, std::shared_ptr<JsonLines> lines)
     : m_startCommand(options.command)
     , m_lines(std::move(lines))
     , m_session(std::make_shared<Session>(options, m_lines))
-    , m_window(std::make_shared<MainWindow>(options, windowActions()))
+    , m_window(std::make_shared<MainWindow>(options, *m_session, [this] { end(); }))
     , m_loop(g_main_loop_new(nullptr, FALSE))
 {
     m_session->setObserver(m_window);
@@ -53,28 +29,14 @@ Client::Client(const Options& options, std::shared_ptr<JsonLines> lines)
 
 Client::~Client() = default;
 
-MainWindow::Actions Client::windowActions()
-{
-    return {
-        .join =
-            [this](std::shared_ptr<tq::TQWBRoomConfig> config) {
-                m_session->setRoomConfig(std::move(config));
-                m_session->start(Operation::Join);
-            },
-        .replay =
-            [this](std::shared_ptr<tq::TQWBRecordConfig> config) {
-                m_session->setRecordConfig(std::move(config));
-                m_session->start(Operation::Play);
-            },
-        .replayRecorded = [this](const std::string& url) { m_session->replay(url); },
-        .leave = [this] { m_session->leave(); },
-        .closed = [this] { end(); },
-    };
-}
-
 void Client::run()
 {
-    EndSignals signals(m_loop.get());
+    auto end = [](gpointer loop) -> gboolean {
+        g_main_loop_quit(static_cast<GMainLoop*>(loop));
+        return G_SOURCE_CONTINUE;
+    };
+    const guint signals[]
+        = { g_unix_signal_add(SIGINT, end, m_loop.get()), g_unix_signal_add(SIGTERM, end, m_loop.get()) };
     m_window->present();
     if (m_startCommand == StartCommand::Join)
         m_session->start(Operation::Join);
@@ -82,6 +44,7 @@ void Client::run()
         m_session->start(Operation::Play);
     m_reader = std::make_unique<CommandReader>([this](const std::string& line) { obey(line); });
     g_main_loop_run(m_loop.get());
+    std::ranges::for_each(signals, g_source_remove);
     m_reader.reset();
     m_session->setObserver({});
     m_window.reset();
@@ -132,10 +95,10 @@ void Client::callPage(std::string_view text)
 
 void Client::askPage(std::string_view text)
 {
+    const auto call = readPageCall(text);
     if (splitWord(text).first != text)
-        return complain("exists: \"" + displayText(text, 100) + "\" is more than a name");
-    auto call = readPageCall(text);
-    if (const auto* error = std::get_if<UsageError>(&call))
+        complain("exists: \"" + displayText(text, 100) + "\" is more than a name");
+    else if (const auto* error = std::get_if<UsageError>(&call))
         complain("exists: " + error->message);
     else if (!m_session->askPage(std::get<PageCall>(call).name))
         complain("exists: there is no board on the screen");
@@ -155,7 +118,7 @@ void Client::setLabels(std::string_view text)
 void Client::takeScreenshot(std::string_view text)
 {
     std::string path(text);
-    m_window->capture(path, [path, lines = m_lines](const std::string& failure) {
+    captureView(m_window->content(), path, [path, lines = m_lines](const std::string& failure) {
         if (failure.empty())
             lines->event("screenshot", { { "path", validUtf8(path) } });
         else

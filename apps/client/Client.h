@@ -23,7 +23,6 @@ public:
     void run();
 
 private:
-    MainWindow::Actions windowActions();
     void obey(const std::string& line);
     void callPage(std::string_view text);
     void askPage(std::string_view text);

@@ -4,15 +4,14 @@
 
 #include <functional>
 #include <string>
-#include <string_view>
 
 namespace tqclient {
 
 /// Reads commands from the standard input, one a line, without ever blocking. Main thread.
 class CommandReader {
 public:
-    /// Runs once for every line, without its line break; it may destroy the reader.
-    using Handler = std::function<void(std::string line)>;
+    /// Runs once for every line, without its line break; it must not destroy the reader.
+    using Handler = std::function<void(const std::string& line)>;
 
     explicit CommandReader(Handler handler);
     CommandReader(const CommandReader&) = delete;
@@ -20,10 +19,12 @@ public:
     ~CommandReader();
 
 private:
-    struct Lines;
+    void read();
+    void received(const char* line, gsize size);
 
-    // Outlives the reader while a read is under way, which cannot be taken back at once.
-    std::shared_ptr<Lines> m_lines;
+    Handler m_handler;
+    UniqueObject<GDataInputStream> m_stream;
+    UniqueObject<GCancellable> m_cancellable{ g_cancellable_new() };
 };
 
 } // namespace tqclient

@@ -1,8 +1,8 @@
 #include "EventLog.h"
 
-#include "Accessible.h"
 #include "Text.h"
 #include "Translation.h"
+#include "ViewCapture.h"
 
 #include <algorithm>
 
@@ -18,10 +18,6 @@ constexpr std::size_t kLongestDetail = 2000;
 constexpr std::int64_t kBunchMilliseconds = 250;
 constexpr std::size_t kMostWaiting = 100;
 
-// Readable on light and on dark ground.
-constexpr GdkRGBA kQuiet{ 0.47F, 0.47F, 0.47F, 1 };
-constexpr GdkRGBA kAlarming{ 0.85F, 0.2F, 0.2F, 1 };
-
 std::string timeOfDay()
 {
     UniqueDateTime now(g_date_time_new_now_local());
@@ -31,93 +27,19 @@ std::string timeOfDay()
 
 } // namespace
 
-EventLog::EventLog()
-    : m_box(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0))
-    , m_placeholder(gtk_label_new(_("Nothing has happened yet.")))
-    , m_scroller(newGroup(GTK_TYPE_SCROLLED_WINDOW))
-    , m_view(GTK_TEXT_VIEW(gtk_text_view_new()))
-    , m_buffer(gtk_text_view_get_buffer(m_view))
-    , m_wholeTag(gtk_text_buffer_create_tag(m_buffer, nullptr, "insert-hyphens", FALSE, nullptr))
-    , m_timeTag(gtk_text_buffer_create_tag(m_buffer, nullptr, "foreground-rgba", &kQuiet, nullptr))
-    , m_eventTag(gtk_text_buffer_create_tag(m_buffer, nullptr, "weight", PANGO_WEIGHT_BOLD, nullptr))
-    , m_failureTag(gtk_text_buffer_create_tag(
-          m_buffer, nullptr, "weight", PANGO_WEIGHT_BOLD, "foreground-rgba", &kAlarming, nullptr))
+EventLog::EventLog(std::function<void(const std::string& failure)> failed)
+    : m_failed(std::move(failed))
 {
-    setAccessibleName(GTK_WIDGET(m_view), _("Events"));
-    setAccessibleName(m_scroller, _("Events"));
-    gtk_text_view_set_editable(m_view, FALSE);
-    gtk_text_view_set_cursor_visible(m_view, FALSE);
-    gtk_text_view_set_accepts_tab(m_view, FALSE);
-    gtk_text_view_set_wrap_mode(m_view, GTK_WRAP_WORD_CHAR);
-    gtk_text_view_set_left_margin(m_view, 12);
-    gtk_text_view_set_right_margin(m_view, 12);
-    gtk_text_view_set_indent(m_view, -16);
-    gtk_text_view_set_pixels_below_lines(m_view, 3);
+    nameControls(widget());
     GtkTextIter end;
     gtk_text_buffer_get_end_iter(m_buffer, &end);
     m_end = gtk_text_buffer_create_mark(m_buffer, nullptr, &end, FALSE);
-
-    addBar();
-    gtk_widget_add_css_class(m_placeholder, "dim-label");
-    gtk_widget_set_vexpand(m_placeholder, TRUE);
-    gtk_box_append(GTK_BOX(m_box), m_placeholder);
-    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(m_scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
-    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(m_scroller), GTK_WIDGET(m_view));
-    gtk_widget_set_vexpand(m_scroller, TRUE);
-    gtk_box_append(GTK_BOX(m_box), m_scroller);
-    gtk_box_append(GTK_BOX(m_box), m_preview.widget());
-    setOrientation(GTK_ORIENTATION_HORIZONTAL);
-    clear();
 }
 
 EventLog::~EventLog()
 {
     if (m_timer)
         g_source_remove(m_timer);
-}
-
-void EventLog::addBar()
-{
-    GtkWidget* bar = gtk_box_new(GTK_ORIENTATION_HORIZONTAL, 4);
-    gtk_widget_add_css_class(bar, "event-log-bar");
-    GtkWidget* title = gtk_label_new(_("Events"));
-    gtk_widget_add_css_class(title, "heading");
-    gtk_label_set_xalign(GTK_LABEL(title), 0);
-    gtk_widget_set_hexpand(title, TRUE);
-    GtkWidget* copyButton = mnemonicButton(_("_Copy all"));
-    GtkWidget* clearButton = gtk_button_new_with_label(_("Clear"));
-    gtk_box_append(GTK_BOX(bar), title);
-    for (GtkWidget* button : { copyButton, clearButton }) {
-        gtk_widget_add_css_class(button, "flat");
-        gtk_box_append(GTK_BOX(bar), button);
-    }
-    m_signals.connect(copyButton, "clicked",
-        G_CALLBACK(+[](GtkButton*, gpointer self) { static_cast<EventLog*>(self)->copyAll(); }), this);
-    m_signals.connect(clearButton, "clicked",
-        G_CALLBACK(+[](GtkButton*, gpointer self) { static_cast<EventLog*>(self)->clear(); }), this);
-    gtk_box_append(GTK_BOX(m_box), bar);
-}
-
-void EventLog::setOrientation(GtkOrientation orientation)
-{
-    bool isAtSide = orientation == GTK_ORIENTATION_HORIZONTAL;
-    const char* classes[] = { "event-log", "view", isAtSide ? "side" : "bottom", nullptr };
-    gtk_widget_set_css_classes(m_box, classes);
-    gtk_widget_set_size_request(m_box, isAtSide ? 300 : -1, isAtSide ? -1 : 200);
-}
-
-void EventLog::insert(std::string_view text, GtkTextTag* tag)
-{
-    GtkTextIter end;
-    gtk_text_buffer_get_end_iter(m_buffer, &end);
-    int offset = gtk_text_iter_get_offset(&end);
-    gtk_text_buffer_insert(m_buffer, &end, text.data(), static_cast<int>(text.size()));
-    GtkTextIter start;
-    gtk_text_buffer_get_iter_at_offset(m_buffer, &start, offset);
-    // What is broken to fit gets no hyphen: an address would be another one.
-    gtk_text_buffer_apply_tag(m_buffer, m_wholeTag, &start, &end);
-    if (tag)
-        gtk_text_buffer_apply_tag(m_buffer, tag, &start, &end);
 }
 
 void EventLog::add(std::string_view event, std::string_view detail, Severity severity)
@@ -128,27 +50,35 @@ void EventLog::add(std::string_view event, std::string_view detail, Severity sev
     }
     m_waiting.push_back(
         { timeOfDay(), displayText(event, kLongestDetail), displayText(detail, kLongestDetail), severity });
+    if (m_timer)
+        return;
     auto show = [](gpointer data) -> gboolean {
         auto* self = static_cast<EventLog*>(data);
         self->m_timer = 0;
         self->showWaiting();
         return G_SOURCE_REMOVE;
     };
-    if (m_timer)
-        return;
-    auto sinceLast = (g_get_monotonic_time() - m_lastShown) / 1000;
+    const auto sinceLast = (g_get_monotonic_time() - m_lastShown) / 1000;
     m_timer
         = g_timeout_add(static_cast<guint>(std::max(kBunchMilliseconds - sinceLast, std::int64_t{ 0 })), show, this);
+}
+
+void EventLog::insert(std::string_view text, const char* tag)
+{
+    GtkTextIter end;
+    gtk_text_buffer_get_end_iter(m_buffer, &end);
+    gtk_text_buffer_insert_with_tags_by_name(
+        m_buffer, &end, text.data(), static_cast<int>(text.size()), "plain", tag, nullptr);
 }
 
 void EventLog::append(const Line& line)
 {
     if (gtk_text_buffer_get_char_count(m_buffer))
-        insert("\n", nullptr);
-    insert(line.time + "  ", m_timeTag);
-    insert(line.event, line.severity == Severity::Failure ? m_failureTag : m_eventTag);
+        insert("\n");
+    insert(line.time + "  ", "time");
+    insert(line.event, line.severity == Severity::Failure ? "failure" : "event");
     if (!line.detail.empty())
-        insert("  " + line.detail, nullptr);
+        insert("  " + line.detail);
 }
 
 void EventLog::showWaiting()
@@ -164,20 +94,19 @@ void EventLog::showWaiting()
     m_leftOut = 0;
     m_lastShown = g_get_monotonic_time();
     dropOldest();
-    gtk_widget_set_visible(m_placeholder, FALSE);
-    gtk_widget_set_visible(m_scroller, TRUE);
-    gtk_text_view_scroll_mark_onscreen(m_view, m_end);
+    showLines(true);
+    gtk_text_view_scroll_mark_onscreen(m_ui.get<GtkTextView>("lines"), m_end);
 }
 
-void EventLog::showCapture(const tq::UIImage& image)
+void EventLog::showLines(bool areThere)
 {
-    m_preview.show(image);
-    gtk_text_view_scroll_to_mark(m_view, m_end, 0, FALSE, 0, 0);
+    gtk_widget_set_visible(m_ui.get("happened"), areThere);
+    gtk_widget_set_visible(m_ui.get("empty"), !areThere);
 }
 
 void EventLog::dropOldest()
 {
-    int excess = gtk_text_buffer_get_line_count(m_buffer) - kMostLines;
+    const int excess = gtk_text_buffer_get_line_count(m_buffer) - kMostLines;
     if (excess <= 0)
         return;
     GtkTextIter start;
@@ -194,7 +123,7 @@ void EventLog::copyAll()
     GtkTextIter end;
     gtk_text_buffer_get_bounds(m_buffer, &start, &end);
     UniqueChars text(gtk_text_buffer_get_text(m_buffer, &start, &end, FALSE));
-    gdk_clipboard_set_text(gtk_widget_get_clipboard(m_box), text.get());
+    gdk_clipboard_set_text(gtk_widget_get_clipboard(widget()), text.get());
 }
 
 void EventLog::clear()
@@ -202,8 +131,42 @@ void EventLog::clear()
     m_waiting.clear();
     m_leftOut = 0;
     gtk_text_buffer_set_text(m_buffer, "", 0);
-    gtk_widget_set_visible(m_placeholder, TRUE);
-    gtk_widget_set_visible(m_scroller, FALSE);
+    showLines(false);
+}
+
+void EventLog::showPicture(const tq::UIImage& image)
+{
+    auto png = image.pngRepresentation();
+    UniqueBytes bytes(g_bytes_new(png.data(), png.size()));
+    m_texture.reset(gdk_texture_new_from_bytes(bytes.get(), nullptr));
+    if (!m_texture)
+        return;
+    gtk_picture_set_paintable(m_ui.get<GtkPicture>("picture"), GDK_PAINTABLE(m_texture.get()));
+    auto caption = formatted(_("Captured, %d×%d"), static_cast<int>(image.width()), static_cast<int>(image.height()));
+    gtk_label_set_text(m_ui.get<GtkLabel>("caption"), caption.c_str());
+    gtk_widget_set_visible(m_ui.get("capture"), TRUE);
+}
+
+void EventLog::copyPicture() { gdk_clipboard_set_texture(gtk_widget_get_clipboard(widget()), m_texture.get()); }
+
+void EventLog::savePicture()
+{
+    auto* window = GTK_WINDOW(gtk_widget_get_root(widget()));
+    auto* chooser = gtk_file_chooser_native_new(
+        _("Save the picture"), window, GTK_FILE_CHOOSER_ACTION_SAVE, _("_Save"), _("_Cancel"));
+    gtk_file_chooser_set_current_name(GTK_FILE_CHOOSER(chooser), _("whiteboard.png"));
+    m_question.reset(GTK_NATIVE_DIALOG(chooser));
+    gtk_native_dialog_set_modal(m_question.get(), TRUE);
+    auto answered = +[](GtkNativeDialog* dialog, int response, gpointer self) {
+        UniqueObject<GFile> file(gtk_file_chooser_get_file(GTK_FILE_CHOOSER(dialog)));
+        auto* log = static_cast<EventLog*>(self);
+        if (response != GTK_RESPONSE_ACCEPT || !file)
+            return;
+        if (auto failure = writePicture(log->m_texture.get(), file.get()); !failure.empty())
+            log->m_failed(failure);
+    };
+    g_signal_connect(chooser, "response", G_CALLBACK(answered), this);
+    gtk_native_dialog_show(m_question.get());
 }
 
 } // namespace tqclient

@@ -1,9 +1,7 @@
 #pragma once
 
-#include "CapturePreview.h"
-#include "GLibTypes.h"
 #include "SessionObserver.h"
-#include "Signals.h"
+#include "Ui.h"
 
 #include <cstdint>
 #include <deque>
@@ -16,16 +14,22 @@ namespace tqclient {
 /// when more happens than can be shown.
 class EventLog {
 public:
-    EventLog();
+    /// @param failed is told why a picture cannot be saved.
+    explicit EventLog(std::function<void(const std::string& failure)> failed);
     EventLog(const EventLog&) = delete;
     EventLog& operator=(const EventLog&) = delete;
     ~EventLog();
 
-    GtkWidget* widget() const { return m_box; }
+    GtkWidget* widget() const { return m_ui.get("event-log"); }
     void add(std::string_view event, std::string_view detail, Severity severity);
-    void showCapture(const tq::UIImage& image);
-    /// Sets whether the log stands at the side of the board or below it.
-    void setOrientation(GtkOrientation orientation);
+    void copyAll();
+    void clear();
+
+    // The picture of the board that was captured last, below the lines.
+    void showPicture(const tq::UIImage& image);
+    void copyPicture();
+    /// Asks for a place, and writes the picture there.
+    void savePicture();
 
 private:
     struct Line {
@@ -35,31 +39,24 @@ private:
         Severity severity;
     };
 
-    void addBar();
     void showWaiting();
     void append(const Line& line);
-    void insert(std::string_view text, GtkTextTag* tag);
+    void insert(std::string_view text, const char* tag = nullptr);
     void dropOldest();
-    void copyAll();
-    void clear();
+    void showLines(bool areThere);
 
-    GtkWidget* m_box;
-    GtkWidget* m_placeholder;
-    GtkWidget* m_scroller;
-    GtkTextView* m_view;
-    GtkTextBuffer* m_buffer;
-    GtkTextTag* m_wholeTag;
-    GtkTextTag* m_timeTag;
-    GtkTextTag* m_eventTag;
-    GtkTextTag* m_failureTag;
-    GtkTextMark* m_end;
+    Ui m_ui{ "event-log.ui" };
+    GtkTextBuffer* m_buffer = m_ui.get<GtkTextBuffer>("buffer");
+    GtkTextMark* m_end = nullptr;
+    std::function<void(const std::string& failure)> m_failed;
+    UniqueObject<GdkTexture> m_texture;
+    // The question where to save, while it is on the screen.
+    UniqueObject<GtkNativeDialog> m_question;
     // Lines that are not in the buffer yet, and how many were dropped before them.
     std::deque<Line> m_waiting;
     unsigned m_leftOut = 0;
     std::int64_t m_lastShown = 0;
     guint m_timer = 0;
-    CapturePreview m_preview;
-    Signals m_signals;
 };
 
 } // namespace tqclient

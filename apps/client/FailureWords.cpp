@@ -34,15 +34,9 @@ std::string pageAdvice(tq::NSUInteger code)
 
 std::string failureTitle(Operation operation)
 {
-    switch (operation) {
-    case Operation::Join:
-        return _("The room could not be joined");
-    case Operation::Play:
-        return _("The recording could not be opened");
-    case Operation::Quit:
-        return _("The service does not know that you have left");
-    }
-    return {};
+    constexpr const char* kTitles[] = { N_("The room could not be joined"), N_("The recording could not be opened"),
+        N_("The service does not know that you have left") };
+    return _(kTitles[static_cast<std::size_t>(operation)]);
 }
 
 std::string endTitle(const tq::TQWBError& error)

@@ -19,10 +19,4 @@ using UniqueDateTime = std::unique_ptr<GDateTime, Releaser<g_date_time_unref>>;
 using UniqueRenderNode = std::unique_ptr<GskRenderNode, Releaser<gsk_render_node_unref>>;
 template <class T> using UniqueObject = std::unique_ptr<T, Releaser<g_object_unref>>;
 
-/// A reference of our own to a widget that a container will also hold.
-template <class T> UniqueObject<T> sinkRef(T* object)
-{
-    return UniqueObject<T>(static_cast<T*>(g_object_ref_sink(object)));
-}
-
 } // namespace tqclient

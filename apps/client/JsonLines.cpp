@@ -37,15 +37,6 @@ void JsonLines::event(std::string_view name, boost::json::object fields)
     writeLine(tq::writtenJSON(line) + '\n');
 }
 
-void JsonLines::result(std::string_view call, tq::OptionalValue value)
-{
-    boost::json::object fields{ { "call", call } };
-    auto& written = fields.emplace("value", nullptr).first->value();
-    if (value)
-        written = std::move(*value);
-    event("result", std::move(fields));
-}
-
 void JsonLines::success(Operation operation) { event("success", { { "operation", nameOf(operation) } }); }
 
 void JsonLines::error(Operation operation, tq::NSUInteger code, const tq::OptionalText& text)

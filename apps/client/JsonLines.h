@@ -21,8 +21,6 @@ public:
 
     /// @param fields what follows the member "event".
     void event(std::string_view name, boost::json::object fields = {});
-    /// An answer of the page to the call of that function; absent is written as null.
-    void result(std::string_view call, tq::OptionalValue value);
     void success(Operation operation);
     void error(Operation operation, tq::NSUInteger code, const tq::OptionalText& text);
 

@@ -1,12 +1,10 @@
 #include "MainWindow.h"
 
-#include "Accessible.h"
-#include "MainThread.h"
-#include "Options.h"
-#include "ShortcutsHelp.h"
 #include "TQWhiteBoardLib/TQWBWebView.h"
+#include "TQWhiteBoardLib/TQWhiteBoard.h"
 #include "TQWhiteBoardLib/gtk/NativeView.h"
 #include "Translation.h"
+#include "platform/Foundation/Dispatch.h"
 
 #include <algorithm>
 #include <string_view>
@@ -17,56 +15,49 @@ namespace tqclient {
 
 namespace {
 
-constexpr const char* kStartPage = "start";
-constexpr const char* kBoardPage = "board";
-
 /// What a field can hold without keeping its user waiting, in bytes; no recording's address is as long.
 constexpr std::size_t kLongestAddress = 4096;
 
-/// For touches GtkPaned's handle is fifty pixels wide to either side, over whatever is there: the board and its
-/// buttons.
-void leaveTouchesToChildren(GtkWidget* paned)
-{
-    UniqueObject<GListModel> controllers(gtk_widget_observe_controllers(paned));
-    for (guint i = 0; i < g_list_model_get_n_items(controllers.get()); ++i) {
-        UniqueObject<GtkEventController> controller(
-            static_cast<GtkEventController*>(g_list_model_get_item(controllers.get(), i)));
-        if (GTK_IS_GESTURE_PAN(controller.get()))
-            gtk_event_controller_set_propagation_phase(controller.get(), GTK_PHASE_NONE);
-    }
-}
+// Fingers press the buttons of windows that are as narrow as a phone held upright, or as low as one held sideways.
+constexpr int kNarrow = 600;
+constexpr int kLow = 480;
 
 /// The widget within the view that can have the focus: the engine's own.
 GtkWidget* engineWidget(const tq::TQWBWebView& view) { return gtk_widget_get_first_child(tq::nativeView(view)); }
 
+void showWindow(GtkWindow* window, GtkWindow* parent)
+{
+    gtk_window_set_transient_for(window, parent);
+    gtk_window_set_destroy_with_parent(window, TRUE);
+    gtk_window_present(window);
+}
+
 } // namespace
 
-MainWindow::MainWindow(const Options& options, Actions actions)
-    : m_window(GTK_WINDOW(gtk_window_new()))
-    , m_actions(std::move(actions))
-    , m_message([this] { leavePart(m_message.widget()); })
-    , m_recording(m_actions.replayRecorded, [this] { leavePart(m_recording.widget()); })
-    , m_start(options, m_actions.join, m_actions.replay)
-    , m_self(std::make_shared<MainWindow*>(this))
+MainWindow::MainWindow(const Options& options, Session& session, std::function<void()> closed)
+    : m_session(session)
+    , m_closed(std::move(closed))
+    , m_log([this](const std::string& failure) { tell(failure); })
+    , m_start(options, [this](Operation operation, const Options& record) { m_session.start(operation, record); })
 {
-    gtk_window_set_title(m_window, _("Whiteboard"));
     gtk_window_set_default_size(m_window, options.size.width, options.size.height);
-    buildHeader();
-    buildBody();
-    addShortcuts();
-    followSize();
-    m_signals.connect(m_window, "close-request", G_CALLBACK(+[](GtkWindow*, gpointer self) -> gboolean {
-        static_cast<MainWindow*>(self)->m_actions.closed();
+    g_signal_connect_swapped(m_window, "close-request", G_CALLBACK(+[](MainWindow* self) -> gboolean {
+        self->m_closed();
         return TRUE;
     }),
         this);
+    addActions();
+    putTogether();
+    followPanel();
+    setSmall(options.size.width < kNarrow || options.size.height < kLow);
+    followSize();
     sessionStateChanged({});
-    applyLayout(layoutOf(options.size.width, options.size.height));
 }
 
 MainWindow::~MainWindow()
 {
     sessionViewChanged(nullptr);
+    g_clear_weak_pointer(&m_toast);
     gtk_window_destroy(m_window);
 }
 
@@ -76,125 +67,96 @@ void MainWindow::present()
     m_start.focus();
 }
 
-void MainWindow::buildHeader()
+void MainWindow::putTogether()
 {
-    m_title = GTK_LABEL(gtk_label_new(_("Whiteboard")));
-    gtk_widget_add_css_class(GTK_WIDGET(m_title), "title");
-    gtk_label_set_ellipsize(m_title, PANGO_ELLIPSIZE_END);
-    m_headerPlace = GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 2));
-    gtk_widget_set_valign(GTK_WIDGET(m_headerPlace), GTK_ALIGN_CENTER);
-    gtk_box_append(m_headerPlace, GTK_WIDGET(m_title));
-
-    m_leaveButton = mnemonicButton(_("_Leave"));
-    gtk_widget_set_tooltip_text(m_leaveButton, _("Leave the room"));
-    m_signals.connect(m_leaveButton, "clicked", G_CALLBACK(+[](GtkButton*, gpointer data) {
-        auto* self = static_cast<MainWindow*>(data);
-        self->m_message.dismiss();
-        self->m_actions.leave();
-    }),
-        this);
-
-    m_logButton = GTK_TOGGLE_BUTTON(gtk_toggle_button_new());
-    setMnemonicLabel(GTK_WIDGET(m_logButton), _("E_vents"));
-    gtk_widget_set_tooltip_text(GTK_WIDGET(m_logButton), _("Show what has happened in the room (F9)"));
-    m_signals.connect(m_logButton, "toggled", G_CALLBACK(+[](GtkToggleButton* button, gpointer data) {
-        auto* self = static_cast<MainWindow*>(data);
-        bool isShown = gtk_toggle_button_get_active(button);
-        if (!isShown)
-            self->leavePart(self->m_log.widget());
-        gtk_widget_set_visible(self->m_log.widget(), isShown);
-        gtk_widget_remove_css_class(GTK_WIDGET(button), "suggested-action");
-    }),
-        this);
-
-    m_header = GTK_HEADER_BAR(gtk_header_bar_new());
-    gtk_header_bar_set_title_widget(m_header, GTK_WIDGET(m_headerPlace));
-    gtk_header_bar_pack_start(m_header, m_leaveButton);
-    gtk_header_bar_pack_end(m_header, GTK_WIDGET(m_logButton));
-    gtk_window_set_titlebar(m_window, GTK_WIDGET(m_header));
+    gtk_box_append(GTK_BOX(content()), m_start.widget());
+    adw_flap_set_flap(m_panel, m_log.widget());
+    auto* switcher = m_ui.get<AdwViewSwitcherTitle>("switcher");
+    adw_view_switcher_title_set_stack(switcher, m_start.forms());
+    g_object_bind_property(switcher, "title-visible", m_start.bar(), "reveal", G_BINDING_SYNC_CREATE);
+    nameControls(GTK_WIDGET(m_window));
+    g_signal_connect_swapped(m_offer, "response", G_CALLBACK(+[](MainWindow* self) { self->dismissOffer(); }), this);
 }
 
-void MainWindow::buildBody()
+void MainWindow::followPanel()
 {
-    m_board = GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
-    m_pages = GTK_STACK(gtk_stack_new());
-    gtk_stack_add_named(m_pages, m_start.widget(), kStartPage);
-    gtk_stack_add_named(m_pages, GTK_WIDGET(m_board), kBoardPage);
-    m_capture.emplace(GTK_WIDGET(m_pages));
-
-    m_paned = GTK_PANED(newGroup(GTK_TYPE_PANED));
-    gtk_paned_set_start_child(m_paned, GTK_WIDGET(m_pages));
-    gtk_paned_set_end_child(m_paned, m_log.widget());
-    gtk_paned_set_resize_end_child(m_paned, FALSE);
-    gtk_paned_set_shrink_start_child(m_paned, FALSE);
-    gtk_paned_set_shrink_end_child(m_paned, FALSE);
-    leaveTouchesToChildren(GTK_WIDGET(m_paned));
-    gtk_widget_set_vexpand(GTK_WIDGET(m_paned), TRUE);
-    setAccessibleName(GTK_WIDGET(m_paned), _("Board and events"));
-
-    m_stripPlace = GTK_BOX(gtk_box_new(GTK_ORIENTATION_VERTICAL, 0));
-    gtk_widget_add_css_class(GTK_WIDGET(m_stripPlace), "status-strip");
-    GtkWidget* body = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-    gtk_box_append(GTK_BOX(body), GTK_WIDGET(m_stripPlace));
-    gtk_box_append(GTK_BOX(body), m_message.widget());
-    gtk_box_append(GTK_BOX(body), m_recording.widget());
-    gtk_box_append(GTK_BOX(body), GTK_WIDGET(m_paned));
-    gtk_window_set_child(m_window, body);
-}
-
-template <auto method> void MainWindow::addShortcut(const char* trigger, GtkPropagationPhase phase)
-{
-    auto run = [](GtkWidget*, GVariant*, gpointer self) -> gboolean {
-        return (static_cast<MainWindow*>(self)->*method)() ? TRUE : FALSE;
+    auto moved = +[](MainWindow* self) {
+        const bool isRevealed = adw_flap_get_reveal_flap(self->m_panel);
+        if (!isRevealed && self->hasFocus(self->m_log.widget()))
+            self->focusContent();
+        // What is out of sight is not there for screen readers either.
+        gtk_widget_set_visible(self->m_log.widget(), isRevealed || adw_flap_get_reveal_progress(self->m_panel) > 0);
     };
-    GtkEventController* controller = gtk_shortcut_controller_new();
-    gtk_event_controller_set_propagation_phase(controller, phase);
-    gtk_shortcut_controller_add_shortcut(GTK_SHORTCUT_CONTROLLER(controller),
-        gtk_shortcut_new(gtk_shortcut_trigger_parse_string(trigger), gtk_callback_action_new(run, this, nullptr)));
-    gtk_widget_add_controller(GTK_WIDGET(m_window), controller);
+    for (const char* property : { "notify::reveal-flap", "notify::reveal-progress" })
+        g_signal_connect_swapped(m_panel, property, G_CALLBACK(moved), this);
+    moved(this);
 }
 
-void MainWindow::addShortcuts()
+void MainWindow::followSize()
 {
-    // Before the page sees them: whatever it does with its keys, there is a way out of it.
-    addShortcut<&MainWindow::goToNextPart<GTK_DIR_TAB_FORWARD>>("F6", GTK_PHASE_CAPTURE);
-    addShortcut<&MainWindow::goToNextPart<GTK_DIR_TAB_BACKWARD>>("<Shift>F6", GTK_PHASE_CAPTURE);
-    addShortcut<&MainWindow::toggleLog>("F9", GTK_PHASE_CAPTURE);
-    addShortcut<&MainWindow::showHelp>("F1", GTK_PHASE_CAPTURE);
-    addShortcut<&MainWindow::close>("<Control>q|<Control>w", GTK_PHASE_CAPTURE);
-    // What has opened within the page, or within a field, closes first.
-    addShortcut<&MainWindow::closeWhatIsOpen>("Escape", GTK_PHASE_BUBBLE);
+    auto laidOut = +[](GdkSurface*, int width, int height, gpointer self) {
+        const bool isSmall = width < kNarrow || height < kLow;
+        if (isSmall == bool(gtk_widget_has_css_class(GTK_WIDGET(static_cast<MainWindow*>(self)->m_window), "small")))
+            return;
+        // Not in the middle of the layout that told us.
+        tq::dispatchToMain([isSmall, weakSelf = static_cast<MainWindow*>(self)->weak_from_this()] {
+            if (const auto strongSelf = weakSelf.lock())
+                strongSelf->setSmall(isSmall);
+        });
+    };
+    gtk_widget_realize(GTK_WIDGET(m_window));
+    g_signal_connect(gtk_native_get_surface(GTK_NATIVE(m_window)), "layout", G_CALLBACK(laidOut), this);
 }
 
-bool MainWindow::toggleLog()
+void MainWindow::setSmall(bool isSmall)
 {
-    gtk_toggle_button_set_active(m_logButton, !gtk_toggle_button_get_active(m_logButton));
-    return true;
+    (isSmall ? gtk_widget_add_css_class : gtk_widget_remove_css_class)(GTK_WIDGET(m_window), "small");
+    // A screen of that size shows one window; nobody makes it smaller.
+    adw_header_bar_set_decoration_layout(m_ui.get<AdwHeaderBar>("header"), isSmall ? ":close" : nullptr);
 }
 
-bool MainWindow::showHelp()
+void MainWindow::addAction(const char* name, std::function<void()> run)
 {
-    showShortcutsHelp(m_window);
-    return true;
+    tqclient::addAction(G_ACTION_MAP(m_actionGroup.get()), name, std::move(run));
 }
 
-bool MainWindow::close()
+void MainWindow::addActions()
 {
-    gtk_window_close(m_window);
-    return true;
+    gtk_widget_insert_action_group(GTK_WIDGET(m_window), "win", G_ACTION_GROUP(m_actionGroup.get()));
+    UniqueObject<GPropertyAction> showEvents(g_property_action_new("show-events", m_panel, "reveal-flap"));
+    g_action_map_add_action(G_ACTION_MAP(m_actionGroup.get()), G_ACTION(showEvents.get()));
+    addAction("leave", [this] { m_session.leave(); });
+    addAction("submit", [this] { m_start.submit(); });
+    addAction("replay", [this] {
+        dismissOffer();
+        m_session.replay(m_recording);
+    });
+    addAction(
+        "copy-address", [this] { gdk_clipboard_set_text(gtk_widget_get_clipboard(content()), m_recording.c_str()); });
+    addAction("retry", [this] { m_session.retry(); });
+    addAction("close-what-is-open", [this] { closeWhatIsOpen(); });
+    addAction("next-part", [this] { goToNextPart(GTK_DIR_TAB_FORWARD); });
+    addAction("previous-part", [this] { goToNextPart(GTK_DIR_TAB_BACKWARD); });
+    addAction("copy-events", [this] { m_log.copyAll(); });
+    addAction("clear-events", [this] { m_log.clear(); });
+    addAction("copy-picture", [this] { m_log.copyPicture(); });
+    addAction("save-picture", [this] { m_log.savePicture(); });
+    addAction("keys", [this] { showWindow(Ui("keys.ui").get<GtkWindow>("keys"), m_window); });
+    addAction("about", [this] {
+        const Ui ui("about.ui");
+        adw_about_window_set_version(ui.get<AdwAboutWindow>("about"), tq::TQWhiteBoard::getVersion().c_str());
+        showWindow(ui.get<GtkWindow>("about"), m_window);
+    });
 }
 
-bool MainWindow::closeWhatIsOpen()
+void MainWindow::closeWhatIsOpen()
 {
-    if (m_message.isShown())
-        m_message.dismiss();
-    else if (m_recording.isShown())
-        m_recording.dismiss();
-    else if (m_layout != Layout::Wide && gtk_toggle_button_get_active(m_logButton))
-        toggleLog();
-    else
-        return false;
-    return true;
+    if (std::exchange(m_tellsFailure, false))
+        showPage();
+    else if (gtk_widget_get_visible(m_offer))
+        dismissOffer();
+    else if (adw_flap_get_folded(m_panel))
+        adw_flap_set_reveal_flap(m_panel, FALSE);
 }
 
 bool MainWindow::hasFocus(GtkWidget* part) const
@@ -203,14 +165,12 @@ bool MainWindow::hasFocus(GtkWidget* part) const
     return focus && (focus == part || gtk_widget_is_ancestor(focus, part));
 }
 
-template <GtkDirectionType direction> bool MainWindow::goToNextPart()
+void MainWindow::goToNextPart(GtkDirectionType direction)
 {
-    std::vector<GtkWidget*> parts{ GTK_WIDGET(m_pages), GTK_WIDGET(m_header) };
-    if (m_message.isShown())
-        parts.push_back(m_message.widget());
-    if (m_recording.isShown())
-        parts.push_back(m_recording.widget());
-    if (gtk_widget_get_visible(m_log.widget()))
+    std::vector<GtkWidget*> parts{ content(), m_ui.get("header") };
+    if (gtk_widget_get_visible(m_offer))
+        parts.push_back(m_offer);
+    if (adw_flap_get_reveal_flap(m_panel))
         parts.push_back(m_log.widget());
     if (direction == GTK_DIR_TAB_BACKWARD)
         std::ranges::reverse(parts);
@@ -218,130 +178,92 @@ template <GtkDirectionType direction> bool MainWindow::goToNextPart()
     if (at != parts.end())
         std::rotate(parts.begin(), at + 1, parts.end());
     for (GtkWidget* part : parts) {
-        if (part == GTK_WIDGET(m_pages))
+        if (part == content())
             focusContent();
         else if (!gtk_widget_child_focus(part, GTK_DIR_TAB_FORWARD))
             continue;
         break;
     }
     gtk_window_set_focus_visible(m_window, TRUE);
-    return true;
 }
 
 void MainWindow::focusContent()
 {
-    if (std::string_view(gtk_stack_get_visible_child_name(m_pages)) == kStartPage)
+    if (m_page == m_start.widget())
         m_start.focus();
-    else if (m_view)
+    else if (m_page == m_failed)
+        gtk_widget_grab_focus(m_ui.get("retry"));
+    else if (m_page == m_board && m_view)
         gtk_widget_grab_focus(engineWidget(*m_view));
-}
-
-void MainWindow::leavePart(GtkWidget* part)
-{
-    if (hasFocus(part))
-        focusContent();
-}
-
-void MainWindow::followSize()
-{
-    m_signals.connect(m_window, "realize", G_CALLBACK(+[](GtkWidget* window, gpointer data) {
-        auto* self = static_cast<MainWindow*>(data);
-        self->m_signals.connect(gtk_native_get_surface(GTK_NATIVE(window)), "layout",
-            G_CALLBACK(+[](GdkSurface*, int width, int height, gpointer owner) {
-                static_cast<MainWindow*>(owner)->resized(layoutOf(width, height));
-            }),
-            self);
-    }),
-        this);
-}
-
-void MainWindow::resized(Layout layout)
-{
-    if (layout == m_layout)
-        return;
-    // Not in the middle of the layout that told us.
-    postToMain([layout, weakThis = std::weak_ptr(m_self)] {
-        if (auto self = weakThis.lock())
-            (*self)->applyLayout(layout);
-    });
-}
-
-void MainWindow::applyLayout(Layout layout)
-{
-    if (layout == m_layout)
-        return;
-    m_layout = layout;
-    bool isNarrow = layout == Layout::Narrow;
-    GtkOrientation orientation = isNarrow ? GTK_ORIENTATION_VERTICAL : GTK_ORIENTATION_HORIZONTAL;
-    gtk_orientable_set_orientation(GTK_ORIENTABLE(m_paned), orientation);
-    m_log.setOrientation(orientation);
-    m_recording.setOrientation(orientation);
-    m_start.setLayout(layout);
-    // A screen of that size shows one window; nobody makes it smaller.
-    gtk_header_bar_set_decoration_layout(m_header, isNarrow ? ":close" : nullptr);
-    auto setSmall = isSmall(layout) ? gtk_widget_add_css_class : gtk_widget_remove_css_class;
-    setSmall(GTK_WIDGET(m_window), "small");
-    gtk_toggle_button_set_active(m_logButton, layout == Layout::Wide);
-    gtk_widget_set_visible(m_log.widget(), layout == Layout::Wide);
-
-    if (GtkWidget* place = gtk_widget_get_parent(m_pill.widget()))
-        gtk_box_remove(GTK_BOX(place), m_pill.widget());
-    gtk_orientable_set_orientation(
-        GTK_ORIENTABLE(m_headerPlace), layout == Layout::Short ? GTK_ORIENTATION_HORIZONTAL : GTK_ORIENTATION_VERTICAL);
-    gtk_box_append(isNarrow ? m_stripPlace : m_headerPlace, m_pill.widget());
-    gtk_widget_set_visible(GTK_WIDGET(m_stripPlace), isNarrow);
-    showTitle();
 }
 
 void MainWindow::sessionStateChanged(const SessionState& state)
 {
-    m_pill.show(state);
-    m_start.show(state);
-    m_recording.show(state);
-    const std::string program = _("Whiteboard");
-    bool isNamed = state.showsBoard && !state.room.empty();
-    gtk_label_set_text(m_title, (isNamed ? state.room : program).c_str());
-    gtk_window_set_title(m_window, (isNamed ? state.room + " – " + program : program).c_str());
-    gtk_widget_set_visible(m_leaveButton, state.showsBoard || state.canBeLeft());
-    gtk_widget_set_sensitive(m_leaveButton, state.canBeLeft());
+    const bool hasLeft = state.phase == Phase::Left && m_state.phase != Phase::Left;
+    m_state = state;
     if (state.isBusy())
-        m_message.dismiss();
-    setBoardVisible(state.showsBoard);
+        m_tellsFailure = false;
+    gtk_widget_set_visible(m_ui.get("leave"), state.showsBoard || state.canBeLeft());
+    gtk_widget_set_visible(m_ui.get("recording"), state.isRecording);
+    enableActions();
+    showPage();
+    if (hasLeft)
+        tell(state.summary());
+}
+
+void MainWindow::enableActions()
+{
+    auto enable = [this](const char* action, bool isEnabled) {
+        g_simple_action_set_enabled(
+            G_SIMPLE_ACTION(g_action_map_lookup_action(G_ACTION_MAP(m_actionGroup.get()), action)), isEnabled);
+    };
+    enable("leave", m_state.canBeLeft());
+    enable("submit", !m_state.isBusy());
+    enable("replay", !m_state.isBusy());
+    enable("copy-address", !m_recording.empty());
+    auto* replay = m_ui.get<GtkButton>("replay");
+    gtk_button_set_label(replay, m_state.phase == Phase::InRoom ? _("Leave and re_play") : _("Re_play"));
+    nameControls(GTK_WIDGET(replay));
+}
+
+void MainWindow::showPage()
+{
+    GtkWidget* before = m_page;
+    m_page = m_state.showsBoard ? m_board : m_state.isBusy() ? m_busy : m_tellsFailure ? m_failed : m_start.widget();
+    for (GtkWidget* page : { m_board, m_busy, m_failed, m_start.widget() })
+        gtk_widget_set_visible(page, page == m_page);
     showTitle();
-    // The button that was pressed could not keep the focus meanwhile.
-    if (std::exchange(m_wasBusy, state.isBusy()) && !state.isBusy() && !state.showsBoard)
-        m_start.focus();
+    if (m_page != before)
+        focusContent();
 }
 
 void MainWindow::showTitle()
 {
-    // Beside the buttons of a narrow header bar a title would be nothing but an ellipsis.
-    bool isCrowded = m_layout == Layout::Narrow && gtk_widget_get_visible(m_leaveButton);
-    gtk_widget_set_visible(GTK_WIDGET(m_title), !isCrowded);
-}
-
-void MainWindow::setBoardVisible(bool isVisible)
-{
-    const char* page = isVisible ? kBoardPage : kStartPage;
-    if (std::string_view(gtk_stack_get_visible_child_name(m_pages)) == page)
-        return;
-    gtk_stack_set_visible_child_name(m_pages, page);
-    focusContent();
+    const std::string program = _("Whiteboard");
+    const auto summary = m_state.summary();
+    const bool isNamed = m_state.showsBoard && !m_state.room.empty();
+    gtk_window_set_title(m_window, (isNamed ? m_state.room + " – " + program : program).c_str());
+    adw_status_page_set_title(ADW_STATUS_PAGE(m_busy), summary.c_str());
+    auto* title = m_ui.get<AdwWindowTitle>("title");
+    adw_window_title_set_title(title, (isNamed ? m_state.room : program).c_str());
+    adw_window_title_set_subtitle(title, m_state.showsBoard ? summary.c_str() : "");
+    setAccessibleName(GTK_WIDGET(title), summary);
+    const bool isChoosing = m_page == m_start.widget();
+    gtk_widget_set_visible(m_ui.get("switcher"), isChoosing);
+    gtk_widget_set_visible(GTK_WIDGET(title), !isChoosing);
 }
 
 void MainWindow::sessionViewChanged(const std::shared_ptr<tq::TQWBWebView>& view)
 {
-    if (m_view)
-        gtk_box_remove(m_board, tq::nativeView(*m_view));
+    GtkWidget* widget = view ? tq::nativeView(*view) : nullptr;
+    adw_bin_set_child(ADW_BIN(m_board), widget);
     m_view = view;
-    if (!m_view)
+    if (!view)
         return;
-    GtkWidget* widget = tq::nativeView(*m_view);
-    for (GtkWidget* named : { widget, engineWidget(*m_view) })
+    for (GtkWidget* named : { widget, engineWidget(*view) })
         setAccessibleName(named, _("The room's page"));
     gtk_widget_set_hexpand(widget, TRUE);
     gtk_widget_set_vexpand(widget, TRUE);
-    gtk_box_append(m_board, widget);
 }
 
 void MainWindow::sessionEvent(std::string_view name, std::string_view detail, Severity severity)
@@ -351,23 +273,57 @@ void MainWindow::sessionEvent(std::string_view name, std::string_view detail, Se
 
 void MainWindow::sessionFailed(std::string_view title, std::string_view detail)
 {
-    m_message.show(std::string(title), std::string(detail));
+    // Something else goes on.
+    if (m_state.phase != Phase::Failed)
+        return tell(std::string(title) + "\n" + std::string(detail));
+    auto* page = ADW_STATUS_PAGE(m_failed);
+    UniqueChars description(g_markup_escape_text(detail.data(), static_cast<gssize>(detail.size())));
+    adw_status_page_set_title(page, std::string(title).c_str());
+    adw_status_page_set_description(page, description.get());
+    m_tellsFailure = true;
+    showPage();
+}
+
+void MainWindow::tell(const std::string& text, const char* button, const char* action)
+{
+    if (m_toast)
+        adw_toast_dismiss(m_toast);
+    // A label of our own takes nothing for markup, whoever it comes from.
+    auto* label = GTK_WIDGET(g_object_new(GTK_TYPE_LABEL, "accessible-role", GTK_ACCESSIBLE_ROLE_ALERT, "label",
+        text.c_str(), "wrap", TRUE, "wrap-mode", PANGO_WRAP_WORD_CHAR, "natural-wrap-mode", GTK_NATURAL_WRAP_NONE,
+        "lines", 3, "ellipsize", PANGO_ELLIPSIZE_END, "xalign", 0.0, nullptr));
+    g_set_weak_pointer(&m_toast, adw_toast_new(""));
+    adw_toast_set_custom_title(m_toast, label);
+    adw_toast_set_button_label(m_toast, button);
+    adw_toast_set_action_name(m_toast, action);
+    adw_toast_overlay_add_toast(m_toasts, m_toast);
+    nameControls(GTK_WIDGET(m_toasts));
 }
 
 void MainWindow::sessionRecorded(const tq::OptionalText& url)
 {
     if (!url || url->size() > kLongestAddress)
         return;
+    m_recording = *url;
     m_start.setReplayUrl(*url);
-    m_recording.offer(*url);
+    enableActions();
+    gtk_widget_set_visible(m_offer, TRUE);
+}
+
+void MainWindow::dismissOffer()
+{
+    if (hasFocus(m_offer))
+        focusContent();
+    gtk_widget_set_visible(m_offer, FALSE);
 }
 
 void MainWindow::sessionCaptured(const tq::UIImage& image)
 {
-    m_log.showCapture(image);
-    // Whoever takes a picture wants to see it, but not to lose half of the board to it.
-    if (!gtk_toggle_button_get_active(m_logButton))
-        gtk_widget_add_css_class(GTK_WIDGET(m_logButton), "suggested-action");
+    m_log.showPicture(image);
+    // Whoever takes a picture wants to see it, but not to lose a part of the board to it.
+    if (adw_flap_get_reveal_flap(m_panel))
+        return;
+    tell(_("A picture of the board is taken"), _("Show"), "win.show-events");
 }
 
 } // namespace tqclient

@@ -1,43 +1,29 @@
 #pragma once
 
 #include "EventLog.h"
-#include "GLibTypes.h"
-#include "Layout.h"
-#include "MessageBar.h"
-#include "RecordingBar.h"
-#include "SessionObserver.h"
-#include "Signals.h"
+#include "Session.h"
 #include "StartPage.h"
-#include "StatusPill.h"
-#include "ViewCapture.h"
+#include "Ui.h"
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace tqclient {
 
 /// The program's window: the board, or the start page while there is none; the room's state; the event log. Main
 /// thread.
-class MainWindow final : public SessionObserver {
+class MainWindow final : public SessionObserver, public std::enable_shared_from_this<MainWindow> {
 public:
-    /// What a person does in the window.
-    struct Actions {
-        JoinForm::Submit join;
-        ReplayForm::Submit replay;
-        std::function<void(const std::string& url)> replayRecorded;
-        std::function<void()> leave;
-        std::function<void()> closed;
-    };
-
-    MainWindow(const Options& options, Actions actions);
+    /// @param session outlives the window. @param closed runs when the window's user closes it.
+    MainWindow(const Options& options, Session& session, std::function<void()> closed);
     MainWindow(const MainWindow&) = delete;
     MainWindow& operator=(const MainWindow&) = delete;
     ~MainWindow() override;
 
     void present();
-    void capture(std::string path, ViewCapture::Done done) { m_capture->capture(std::move(path), std::move(done)); }
+    /// What pictures of the board are taken of.
+    GtkWidget* content() const { return m_ui.get("pages"); }
 
     void sessionStateChanged(const SessionState& state) override;
     void sessionViewChanged(const std::shared_ptr<tq::TQWBWebView>& view) override;
@@ -47,47 +33,45 @@ public:
     void sessionCaptured(const tq::UIImage& image) override;
 
 private:
-    void buildHeader();
-    void buildBody();
-    void addShortcuts();
-    template <auto method> void addShortcut(const char* trigger, GtkPropagationPhase phase);
-    bool toggleLog();
-    bool showHelp();
-    bool close();
-    bool closeWhatIsOpen();
-    template <GtkDirectionType direction> bool goToNextPart();
-    void focusContent();
-    void leavePart(GtkWidget* part);
-    bool hasFocus(GtkWidget* part) const;
+    void putTogether();
+    void followPanel();
     void followSize();
-    void resized(Layout layout);
-    void applyLayout(Layout layout);
+    void setSmall(bool isSmall);
+    void addActions();
+    void addAction(const char* name, std::function<void()> run);
+    void enableActions();
+    void showPage();
     void showTitle();
-    void setBoardVisible(bool isVisible);
+    void tell(const std::string& text, const char* button = nullptr, const char* action = nullptr);
+    void dismissOffer();
+    void closeWhatIsOpen();
+    void goToNextPart(GtkDirectionType direction);
+    void focusContent();
+    bool hasFocus(GtkWidget* part) const;
 
-    GtkWindow* m_window;
-    Actions m_actions;
-    GtkHeaderBar* m_header = nullptr;
-    GtkLabel* m_title = nullptr;
-    GtkWidget* m_leaveButton = nullptr;
-    GtkToggleButton* m_logButton = nullptr;
-    GtkBox* m_headerPlace = nullptr;
-    GtkBox* m_stripPlace = nullptr;
-    GtkPaned* m_paned = nullptr;
-    GtkStack* m_pages = nullptr;
-    GtkBox* m_board = nullptr;
-    std::optional<ViewCapture> m_capture;
-    StatusPill m_pill;
-    MessageBar m_message;
-    RecordingBar m_recording;
+    Ui m_ui{ "window.ui" };
+    Session& m_session;
+    std::function<void()> m_closed;
+    UniqueObject<GSimpleActionGroup> m_actionGroup{ g_simple_action_group_new() };
+    GtkWindow* m_window = m_ui.get<GtkWindow>("window");
+    // The pages, one of which is shown, besides the start page.
+    GtkWidget* m_board = m_ui.get("board");
+    GtkWidget* m_busy = m_ui.get("busy");
+    GtkWidget* m_failed = m_ui.get("failed");
+    GtkWidget* m_page = nullptr;
+    AdwFlap* m_panel = m_ui.get<AdwFlap>("flap");
+    GtkWidget* m_offer = m_ui.get("offer");
+    AdwToastOverlay* m_toasts = m_ui.get<AdwToastOverlay>("toasts");
+    // The one on the screen.
+    AdwToast* m_toast = nullptr;
     EventLog m_log;
     StartPage m_start;
     // Keeps the widget that it owns, which is in the window.
     std::shared_ptr<tq::TQWBWebView> m_view;
-    Layout m_layout = Layout::Unknown;
-    bool m_wasBusy = false;
-    std::shared_ptr<MainWindow*> m_self;
-    Signals m_signals;
+    SessionState m_state;
+    // Whether the failure that the session ended with is still to be read.
+    bool m_tellsFailure = false;
+    std::string m_recording;
 };
 
 } // namespace tqclient

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 
 namespace tqclient {
@@ -10,15 +11,8 @@ enum class Operation { Join, Play, Quit };
 /// The operation's name on the command line and in the output.
 constexpr std::string_view nameOf(Operation operation)
 {
-    switch (operation) {
-    case Operation::Join:
-        return "join";
-    case Operation::Play:
-        return "play";
-    case Operation::Quit:
-        return "quit";
-    }
-    return {};
+    constexpr std::string_view kNames[] = { "join", "play", "quit" };
+    return kNames[static_cast<std::size_t>(operation)];
 }
 
 } // namespace tqclient

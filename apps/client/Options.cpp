@@ -2,8 +2,10 @@
 
 #include "Translation.h"
 
+#include <algorithm>
 #include <charconv>
 #include <glib.h>
+#include <iterator>
 #include <system_error>
 #include <vector>
 
@@ -26,13 +28,13 @@ namespace {
 
 constexpr int kLargestSide = 16384;
 
-enum class Accepts { Anything, JoinOnly, PlayOnly, Rooms };
-
-/// One option: who may use it, and how its value is taken; `take` answers whether the value is usable.
+/// One option, and how its value is taken; `take` answers whether the value is usable.
 struct Rule {
     std::string_view name;
+    /// What the value is; empty for an option without one.
     std::string_view expected;
-    Accepts accepts;
+    /// The commands that it belongs to; empty for all, and none.
+    std::string_view commands;
     bool (*take)(Options&, std::string_view value);
 };
 
@@ -63,47 +65,31 @@ bool takeSize(Options& options, std::string_view value)
     return true;
 }
 
-constexpr Rule kValueOptions[] = {
-    { "--app-key", "a text", Accepts::Rooms, takeText<&Options::appKey> },
-    { "--token", "a text", Accepts::Rooms, takeText<&Options::token> },
-    { "--room", "a text", Accepts::Rooms, takeText<&Options::room> },
-    { "--user", "a text", Accepts::Rooms, takeText<&Options::user> },
-    { "--name", "a text", Accepts::Rooms, takeText<&Options::name> },
-    { "--url", "an address", Accepts::PlayOnly, takeText<&Options::url> },
-    { "--role", "0 (presenter) or another whole number (viewer)", Accepts::JoinOnly, takeNumber<&Options::role> },
-    { "--minutes", "a whole number of 32 bits", Accepts::JoinOnly, takeNumber<&Options::minutes> },
-    { "--ca", "a file", Accepts::Anything, takeText<&Options::caFile> },
-    { "--size", "a size such as 1280x800", Accepts::Anything, takeSize },
-};
+template <auto field, auto value> bool set(Options& options, std::string_view)
+{
+    options.*field = value;
+    return true;
+}
 
-struct Flag {
-    std::string_view name;
-    void (*set)(Options&);
-};
-
-constexpr Flag kFlags[] = {
-    { "--trust-any-page", [](Options& options) { options.trustsAnyPage = true; } },
-    { "--debug", [](Options& options) { options.isDebug = true; } },
-    { "--help", [](Options& options) { options.command = StartCommand::Help; } },
-    { "--version", [](Options& options) { options.command = StartCommand::Version; } },
+constexpr std::string_view kRooms = "join or play";
+constexpr Rule kRules[] = {
+    { "--app-key", "a text", kRooms, takeText<&Options::appKey> },
+    { "--token", "a text", kRooms, takeText<&Options::token> },
+    { "--room", "a text", kRooms, takeText<&Options::room> },
+    { "--user", "a text", kRooms, takeText<&Options::user> },
+    { "--name", "a text", kRooms, takeText<&Options::name> },
+    { "--url", "an address", "play", takeText<&Options::url> },
+    { "--role", "0 (presenter) or another whole number (viewer)", "join", takeNumber<&Options::role> },
+    { "--minutes", "a whole number of 32 bits", "join", takeNumber<&Options::minutes> },
+    { "--ca", "a file", "", takeText<&Options::caFile> },
+    { "--size", "a size such as 1280x800", "", takeSize },
+    { "--trust-any-page", "", "", set<&Options::trustsAnyPage, true> },
+    { "--debug", "", "", set<&Options::isDebug, true> },
+    { "--help", "", "", set<&Options::command, StartCommand::Help> },
+    { "--version", "", "", set<&Options::command, StartCommand::Version> },
 };
 
 bool isAnswerOnly(StartCommand command) { return command == StartCommand::Help || command == StartCommand::Version; }
-
-bool isAccepted(Accepts accepts, StartCommand command)
-{
-    switch (accepts) {
-    case Accepts::Anything:
-        return true;
-    case Accepts::JoinOnly:
-        return command == StartCommand::Join;
-    case Accepts::PlayOnly:
-        return command == StartCommand::Play;
-    case Accepts::Rooms:
-        return command == StartCommand::Join || command == StartCommand::Play;
-    }
-    return false;
-}
 
 /// Reads the arguments one by one.
 class Parser {
@@ -116,8 +102,7 @@ public:
     std::variant<Options, UsageError> run()
     {
         while (!m_rest.empty() && !m_error && !isAnswerOnly(m_options.command)) {
-            auto argument = m_rest.front();
-            m_rest = m_rest.subspan(1);
+            const auto argument = next();
             if (!g_utf8_validate(argument.data(), static_cast<gssize>(argument.size()), nullptr))
                 fail("an argument is not valid UTF-8");
             else if (argument.starts_with("-"))
@@ -128,8 +113,8 @@ public:
         if (isAnswerOnly(m_options.command))
             return m_options;
         for (const Rule* rule : m_used) {
-            if (!isAccepted(rule->accepts, m_options.command))
-                fail(misplaced(*rule));
+            if (!rule->commands.empty() && (m_command.empty() || rule->commands.find(m_command) == m_command.npos))
+                fail(std::string(rule->name) + " belongs to " + std::string(rule->commands));
         }
         if (m_error)
             return *m_error;
@@ -137,55 +122,46 @@ public:
     }
 
 private:
+    std::string_view next()
+    {
+        const auto first = m_rest.front();
+        m_rest = m_rest.subspan(1);
+        return first;
+    }
+
     void fail(std::string message)
     {
         if (!m_error)
             m_error = UsageError{ std::move(message) };
     }
 
-    static std::string misplaced(const Rule& rule)
-    {
-        std::string_view command = rule.accepts == Accepts::JoinOnly ? "join"
-            : rule.accepts == Accepts::PlayOnly                      ? "play"
-                                                                     : "join or play";
-        return std::string(rule.name) + " belongs to " + std::string(command);
-    }
-
     void readCommand(std::string_view word)
     {
-        if (m_options.command != StartCommand::None)
-            fail("unexpected argument \"" + std::string(word) + "\"");
-        else if (word == "join")
-            m_options.command = StartCommand::Join;
-        else if (word == "play")
-            m_options.command = StartCommand::Play;
-        else
-            fail("unknown command \"" + std::string(word) + "\"");
+        if (!m_command.empty())
+            return fail("unexpected argument \"" + std::string(word) + "\"");
+        if (word != "join" && word != "play")
+            return fail("unknown command \"" + std::string(word) + "\"");
+        m_command = word;
+        m_options.command = word == "join" ? StartCommand::Join : StartCommand::Play;
     }
 
     void readOption(std::string_view argument)
     {
-        for (const Flag& flag : kFlags) {
-            if (flag.name == argument)
-                return flag.set(m_options);
-        }
-        auto equals = argument.find('=');
-        auto name = argument.substr(0, equals);
-        for (const Rule& rule : kValueOptions) {
-            if (rule.name != name)
-                continue;
-            if (equals != argument.npos)
-                readValue(rule, argument.substr(equals + 1));
-            // Two dashes begin the next option; a value that does begin with them is written with "=".
-            else if (m_rest.empty() || m_rest.front().starts_with("--"))
-                fail(std::string(name) + " needs a value");
-            else {
-                readValue(rule, m_rest.front());
-                m_rest = m_rest.subspan(1);
-            }
-            return;
-        }
-        fail("unknown option \"" + std::string(name) + "\"");
+        const auto equals = argument.find('=');
+        const auto name = argument.substr(0, equals);
+        const auto* rule = std::ranges::find(kRules, name, &Rule::name);
+        const bool isKnown = rule != std::end(kRules);
+        if (!isKnown || (rule->expected.empty() && equals != argument.npos))
+            fail("unknown option \"" + std::string(name) + "\"");
+        else if (rule->expected.empty())
+            rule->take(m_options, {});
+        else if (equals != argument.npos)
+            readValue(*rule, argument.substr(equals + 1));
+        // Two dashes begin the next option; a value that does begin with them is written with "=".
+        else if (m_rest.empty() || m_rest.front().starts_with("--"))
+            fail(std::string(name) + " needs a value");
+        else
+            readValue(*rule, next());
     }
 
     void readValue(const Rule& rule, std::string_view value)
@@ -200,6 +176,7 @@ private:
 
     std::span<const std::string_view> m_rest;
     Options m_options;
+    std::string_view m_command;
     std::optional<UsageError> m_error;
     std::vector<const Rule*> m_used;
 };
@@ -254,29 +231,20 @@ std::string Options::help()
 )");
 }
 
-std::shared_ptr<tq::TQWBRoomConfig> Options::roomConfig() const
+tq::TQWBRoomConfig Options::roomConfig() const
 {
-    return std::make_shared<tq::TQWBRoomConfig>(tq::TQWBRoomConfig{
-        .appKey = appKey,
+    return { .appKey = appKey,
         .token = token,
         .roomId = room,
         .userId = user,
         .userName = name,
         .roleType = role,
-        .minutes = minutes,
-    });
+        .minutes = minutes };
 }
 
-std::shared_ptr<tq::TQWBRecordConfig> Options::recordConfig() const
+tq::TQWBRecordConfig Options::recordConfig() const
 {
-    return std::make_shared<tq::TQWBRecordConfig>(tq::TQWBRecordConfig{
-        .appKey = appKey,
-        .token = token,
-        .roomId = room,
-        .userId = user,
-        .userName = name,
-        .url = url,
-    });
+    return { .appKey = appKey, .token = token, .roomId = room, .userId = user, .userName = name, .url = url };
 }
 
 } // namespace tqclient

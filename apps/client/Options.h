@@ -52,9 +52,9 @@ struct Options {
     /// In the user's language.
     static std::string help();
 
-    /// New records with these fields.
-    std::shared_ptr<tq::TQWBRoomConfig> roomConfig() const;
-    std::shared_ptr<tq::TQWBRecordConfig> recordConfig() const;
+    // Records with these fields.
+    tq::TQWBRoomConfig roomConfig() const;
+    tq::TQWBRecordConfig recordConfig() const;
 };
 
 /// The whole text as a decimal number of the type; absent when it is anything else or out of the type's range.

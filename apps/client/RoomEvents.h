@@ -38,7 +38,6 @@ public:
     void exists(const std::string& function, bool exists);
 
 private:
-    void tell(std::function<void(Session&)> task, std::function<void(JsonLines&)> print);
     void tell(std::string_view event, boost::json::object fields, std::function<void(Session&)> task);
 
     std::shared_ptr<JsonLines> m_lines;

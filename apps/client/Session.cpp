@@ -4,7 +4,6 @@
 #include "CommandArguments.h"
 #include "FailureWords.h"
 #include "JsonLines.h"
-#include "Options.h"
 #include "RoomEvents.h"
 #include "TQWhiteBoardLib/TQWBPermission.h"
 #include "TQWhiteBoardLib/TQWBRole.h"
@@ -23,8 +22,8 @@ Session::Session(const Options& options, std::shared_ptr<JsonLines> lines)
     , m_debugMode(options.isDebug ? tq::DebugMode::On : tq::DebugMode::Off)
     , m_trustsAnyPage(options.trustsAnyPage)
     , m_lines(std::move(lines))
-    , m_roomConfig(options.roomConfig())
-    , m_recordConfig(options.recordConfig())
+    , m_room(options)
+    , m_recording(options)
 {
 }
 
@@ -36,30 +35,29 @@ void Session::start(Operation operation)
     runNext();
 }
 
+void Session::start(Operation operation, const Options& record)
+{
+    (operation == Operation::Join ? m_room : m_recording) = record;
+    start(operation);
+}
+
 void Session::leave()
 {
     const bool isEntering = m_running == Operation::Join || m_running == Operation::Play;
     if (!isEntering && m_wasJoined)
         return start(Operation::Quit);
-    if (!m_room)
+    if (!m_shown)
         return;
     if (!isEntering)
-        logEvent(_("replay closed"));
-    m_room->leave();
+        happened(_("replay closed"));
+    m_shown->leave();
 }
 
 void Session::replay(const std::string& url)
 {
-    const auto& room = *m_roomConfig;
-    m_recordConfig = std::make_shared<tq::TQWBRecordConfig>(tq::TQWBRecordConfig{
-        .appKey = room.appKey,
-        .token = room.token,
-        .roomId = room.roomId,
-        .userId = room.userId,
-        .userName = room.userName,
-        .url = url,
-    });
-    start(Operation::Play);
+    Options record = m_room;
+    record.url = url;
+    start(Operation::Play, record);
 }
 
 bool Session::callPage(PageCall call)
@@ -90,7 +88,7 @@ bool Session::askPage(const std::string& function)
 void Session::setDialogLabels(std::map<std::string, std::string> labels)
 {
     m_dialogLabels = std::move(labels);
-    if (const auto view = m_room ? m_room->view() : nullptr)
+    if (const auto view = m_shown ? m_shown->view() : nullptr)
         view->customJavascriptDialogLabelTitles(m_dialogLabels);
 }
 
@@ -98,9 +96,9 @@ void Session::runNext()
 {
     if (m_running || m_waiting.empty())
         return;
-    if (m_waiting.front() != Operation::Quit && m_state.showsBoard && m_room) {
+    if (m_waiting.front() != Operation::Quit && m_state.showsBoard && m_shown) {
         // What waits goes on when that is over.
-        m_room->leave();
+        m_shown->leave();
         return;
     }
     m_running = m_waiting.front();
@@ -115,12 +113,13 @@ void Session::runNext()
 void Session::announce(Operation operation)
 {
     if (operation != Operation::Quit) {
-        const auto& room = operation == Operation::Join ? m_roomConfig->roomId : m_recordConfig->roomId;
-        m_state.room = displayText(room.value_or(""), 100);
-        m_state.isPresenter = operation == Operation::Join && m_roomConfig->roleType == tq::TQWBRolePresenter;
+        m_entered = operation;
+        const auto& record = operation == Operation::Join ? m_room : m_recording;
+        m_state.room = displayText(record.room.value_or(""), 100);
+        m_state.isPresenter = operation == Operation::Join && record.role == tq::TQWBRolePresenter;
         m_state.isRecording = false;
     }
-    logEvent(nameOf(operation), m_state.room.empty() ? "" : formatted(_("room %s"), m_state.room.c_str()));
+    happened(nameOf(operation), m_state.room.empty() ? "" : formatted(_("room %s"), m_state.room.c_str()));
 }
 
 void Session::enter()
@@ -130,15 +129,15 @@ void Session::enter()
     makeRoom();
     setPhase(isJoin ? Phase::Joining : Phase::OpeningReplay);
     if (isJoin)
-        m_room->enter(*m_roomConfig);
+        m_shown->enter(m_room.roomConfig());
     else
-        m_room->replay(*m_recordConfig);
+        m_shown->replay(m_recording.recordConfig());
 }
 
 void Session::quit()
 {
-    if (m_room && m_wasJoined)
-        m_room->leave();
+    if (m_shown && m_wasJoined)
+        m_shown->leave();
     else if (m_wasJoined)
         ended(tq::TQWBError{ tq::TQWBErrorCategory::Usage, tq::TQWBSessionCodeNotInitialized, "SDK not init" });
     else
@@ -150,10 +149,11 @@ void Session::ended(const std::optional<tq::TQWBError>& error)
 {
     const auto operation = *std::exchange(m_running, std::nullopt);
     if (!error) {
-        logEvent("success", nameOf(operation));
+        happened("success", nameOf(operation));
         m_lines->success(operation);
     } else {
-        logEvent("error", std::string(nameOf(operation)) + " " + describeFailure(error->code, error->text),
+        happened("error",
+            std::string(nameOf(operation)) + " " + describeFailure(std::to_string(error->code), error->text),
             Severity::Failure);
         if (error->category != tq::TQWBErrorCategory::Cancelled)
             tellFailure(failureTitle(operation), *error);
@@ -166,23 +166,23 @@ void Session::makeRoom()
 {
     closeBoard();
     m_events = std::make_shared<RoomEvents>(m_lines, weak_from_this());
-    m_room.emplace(tq::TQWBRoomOptions{ .frame = m_frame,
+    m_shown.emplace(tq::TQWBRoomOptions{ .frame = m_frame,
         .acceptedCertificates = m_trustsAnyPage ? tq::AcceptedCertificates::Every : tq::AcceptedCertificates::Good });
-    m_room->setStateHandler([weakThis = weak_from_this()](State state, const tq::TQWBError* reason) {
+    m_shown->setStateHandler([weakThis = weak_from_this()](State state, const tq::TQWBError* reason) {
         if (const auto self = weakThis.lock())
             self->roomBecame(state, reason);
     });
-    m_room->setRoomStatusDelegate(m_events);
-    m_room->setRecordDelegate(m_events);
-    m_room->setPermissionDelegate(m_events);
-    if (const auto view = m_room->view())
+    m_shown->setRoomStatusDelegate(m_events);
+    m_shown->setRecordDelegate(m_events);
+    m_shown->setPermissionDelegate(m_events);
+    if (const auto view = m_shown->view())
         show(view);
 }
 
 void Session::show(const std::shared_ptr<tq::TQWBWebView>& view)
 {
     view->setDebugMode(m_debugMode);
-    view->addJavascriptObject(std::make_shared<AppObject>(), "app");
+    view->addJavascriptObject(makeAppObject(), "app");
     view->customJavascriptDialogLabelTitles(m_dialogLabels);
     view->setJavascriptCloseWindowListener([weakEvents = std::weak_ptr(m_events)] {
         if (auto events = weakEvents.lock())
@@ -197,14 +197,14 @@ void Session::closeBoard()
     if (auto observer = m_observer.lock())
         observer->sessionViewChanged(nullptr);
     m_events.reset();
-    m_room.reset();
+    m_shown.reset();
     m_state.isRecording = false;
     m_state.showsBoard = false;
 }
 
 std::shared_ptr<tq::TQWBWebView> Session::shownView() const
 {
-    return m_room && m_state.showsBoard ? m_room->view() : nullptr;
+    return m_shown && m_state.showsBoard ? m_shown->view() : nullptr;
 }
 
 void Session::roomBecame(State state, const tq::TQWBError* reason)
@@ -225,7 +225,7 @@ void Session::roomBecame(State state, const tq::TQWBError* reason)
         setPhase(m_wasJoined ? Phase::InRoom : Phase::Replaying);
         break;
     case State::Reconnecting:
-        logEvent("reconnecting", _("the page was lost"), Severity::Failure);
+        happened("reconnecting", _("the page was lost"), Severity::Failure);
         setPhase(Phase::Reconnecting);
         break;
     case State::Leaving:
@@ -242,7 +242,7 @@ void Session::roomIsOver(const std::optional<tq::TQWBError>& reason)
     const bool isWanted = m_running == Operation::Quit;
     const bool hasFailed = reason && !isWanted && reason->category != tq::TQWBErrorCategory::Cancelled;
     closeBoard();
-    m_state.failure = hasFailed ? describeFailure(reason->code, reason->text) : "";
+    m_state.failure = hasFailed ? describeFailure(std::to_string(reason->code), reason->text) : "";
     setPhase(hasFailed ? Phase::Failed : m_wasJoined ? Phase::Left : Phase::NotJoined);
     m_lines->room(State::Over, reason ? &*reason : nullptr);
     if (m_running) {
@@ -250,7 +250,7 @@ void Session::roomIsOver(const std::optional<tq::TQWBError>& reason)
         return;
     }
     if (hasFailed) {
-        logEvent("over", std::string(nameOf(reason->category)) + " " + m_state.failure, Severity::Failure);
+        happened("over", std::string(nameOf(reason->category)) + " " + m_state.failure, Severity::Failure);
         tellFailure(endTitle(*reason), *reason);
     }
     runNext();
@@ -259,7 +259,8 @@ void Session::roomIsOver(const std::optional<tq::TQWBError>& reason)
 void Session::tellFailure(const std::string& title, const tq::TQWBError& error)
 {
     if (auto observer = m_observer.lock())
-        observer->sessionFailed(title, failureAdvice(error) + "\n" + describeFailure(error.code, error.text));
+        observer->sessionFailed(
+            title, failureAdvice(error) + "\n" + describeFailure(std::to_string(error.code), error.text));
 }
 
 void Session::setPhase(Phase phase)
@@ -269,38 +270,24 @@ void Session::setPhase(Phase phase)
         observer->sessionStateChanged(m_state);
 }
 
-void Session::logEvent(std::string_view name, std::string_view detail, Severity severity)
+void Session::happened(std::string_view name, std::string_view detail, Severity severity)
 {
     if (auto observer = m_observer.lock())
         observer->sessionEvent(name, detail, severity);
 }
 
-void Session::setRecording(Recording recording)
-{
-    m_state.isRecording = recording == Recording::Yes;
-    setPhase(m_state.phase);
-}
-
-void Session::roomWasQuit() { logEvent("onWBRoomQuit"); }
-
-void Session::roomHasFailed(const tq::TQWBException& exception)
-{
-    std::string failure = std::to_string(exception.code);
-    if (exception.msg && !exception.msg->empty())
-        failure += ": " + displayText(*exception.msg, 500);
-    logEvent("onWBRoomException", failure, Severity::Failure);
-}
-
 void Session::recordingHasStarted()
 {
-    logEvent("onWBRecordStart");
-    setRecording(Recording::Yes);
+    happened("onWBRecordStart");
+    m_state.isRecording = true;
+    setPhase(m_state.phase);
 }
 
 void Session::recordingHasEnded(const tq::OptionalText& url)
 {
-    logEvent("onWBRecordEnd", url ? *url : _("without an address"));
-    setRecording(Recording::No);
+    happened("onWBRecordEnd", url ? *url : _("without an address"));
+    m_state.isRecording = false;
+    setPhase(m_state.phase);
     if (auto observer = m_observer.lock())
         observer->sessionRecorded(url);
 }
@@ -308,7 +295,7 @@ void Session::recordingHasEnded(const tq::OptionalText& url)
 void Session::permissionHasChanged(tq::NSInteger status)
 {
     bool isKnown = status == tq::TQWBPermissionPresenter || status == tq::TQWBPermissionViewer;
-    logEvent("onWBPermissionChange",
+    happened("onWBPermissionChange",
         isKnown ? status == tq::TQWBPermissionPresenter ? _("presenter") : _("viewer")
                 : formatted(_("status %s"), std::to_string(status).c_str()));
     if (!isKnown)
@@ -319,14 +306,10 @@ void Session::permissionHasChanged(tq::NSInteger status)
 
 void Session::boardWasCaptured(const std::shared_ptr<tq::UIImage>& image)
 {
-    logEvent("onWBCaptureEnd",
+    happened("onWBCaptureEnd",
         image ? std::to_string(image->width()) + "×" + std::to_string(image->height()) : _("no usable picture"));
     if (auto observer = m_observer.lock(); observer && image)
         observer->sessionCaptured(*image);
 }
-
-void Session::pageWantsToBeClosed() { logEvent("closePage", _("the page asks to be closed")); }
-
-void Session::pageHasAnswered(std::string_view question, std::string_view answer) { logEvent(question, answer); }
 
 } // namespace tqclient

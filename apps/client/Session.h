@@ -1,9 +1,9 @@
 #pragma once
 
 #include "Operation.h"
+#include "Options.h"
 #include "SessionObserver.h"
 #include "SessionState.h"
-#include "TQWhiteBoardLib/TQWBException.h"
 #include "TQWhiteBoardLib/TQWBRoom.h"
 
 #include <deque>
@@ -16,7 +16,6 @@ namespace tqclient {
 
 class JsonLines;
 class RoomEvents;
-struct Options;
 struct PageCall;
 
 /// The room on the screen, the records of those to come, and one operation after the other. Main thread.
@@ -28,14 +27,13 @@ public:
     ~Session();
 
     void setObserver(std::weak_ptr<SessionObserver> observer) { m_observer = std::move(observer); }
-    const SessionState& state() const { return m_state; }
-
-    /// The records of the operations to come.
-    void setRoomConfig(std::shared_ptr<tq::TQWBRoomConfig> config) { m_roomConfig = std::move(config); }
-    void setRecordConfig(std::shared_ptr<tq::TQWBRecordConfig> config) { m_recordConfig = std::move(config); }
 
     /// Runs the operation, after those that wait already. Joining and replaying leave what is on the screen first.
     void start(Operation operation);
+    /// The same with a new record, which the operations of that kind to come have too that bring none.
+    void start(Operation operation, const Options& record);
+    /// Enters once more what was entered last.
+    void retry() { start(m_entered); }
     /// Takes the board off the screen, or gives up an operation that is under way.
     void leave();
     /// Watches a recording of the room that was joined last, after leaving what is on the screen.
@@ -49,18 +47,13 @@ public:
     void setDialogLabels(std::map<std::string, std::string> labels);
 
     // What the room's page reports; what becomes of the room then, the room itself says.
-    void roomWasQuit();
-    void roomHasFailed(const tq::TQWBException& exception);
+    void happened(std::string_view name, std::string_view detail = {}, Severity severity = Severity::Plain);
     void recordingHasStarted();
     void recordingHasEnded(const tq::OptionalText& url);
     void permissionHasChanged(tq::NSInteger status);
     void boardWasCaptured(const std::shared_ptr<tq::UIImage>& image);
-    void pageWantsToBeClosed();
-    void pageHasAnswered(std::string_view question, std::string_view answer);
 
 private:
-    enum class Recording : bool { No, Yes };
-
     void runNext();
     void announce(Operation operation);
     void enter();
@@ -74,9 +67,7 @@ private:
     void roomBecame(tq::TQWBRoomState state, const tq::TQWBError* reason);
     void roomIsOver(const std::optional<tq::TQWBError>& reason);
     void tellFailure(const std::string& title, const tq::TQWBError& error);
-    void setRecording(Recording recording);
     void setPhase(Phase phase);
-    void logEvent(std::string_view name, std::string_view detail = {}, Severity severity = Severity::Plain);
 
     tq::CGRect m_frame;
     tq::DebugMode m_debugMode;
@@ -84,17 +75,19 @@ private:
     std::shared_ptr<JsonLines> m_lines;
     std::weak_ptr<SessionObserver> m_observer;
 
-    std::shared_ptr<tq::TQWBRoomConfig> m_roomConfig;
-    std::shared_ptr<tq::TQWBRecordConfig> m_recordConfig;
+    // What is joined, and what is replayed.
+    Options m_room;
+    Options m_recording;
     std::optional<std::map<std::string, std::string>> m_dialogLabels;
     std::shared_ptr<RoomEvents> m_events;
-    std::optional<tq::TQWBRoom> m_room;
+    std::optional<tq::TQWBRoom> m_shown;
     // The service has let the user into the room that was entered last.
     bool m_wasJoined = false;
 
     std::deque<Operation> m_waiting;
     // The operation that is under way.
     std::optional<Operation> m_running;
+    Operation m_entered = Operation::Join;
     SessionState m_state;
 };
 

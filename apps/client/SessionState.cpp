@@ -29,11 +29,10 @@ std::string SessionState::summary() const
         return _("Reconnecting…");
     case Phase::InRoom:
         if (isRecording)
-            return formatted(isPresenter ? _("Recording in room %s as presenter") : _("Recording in room %s as viewer"),
-                room.c_str());
-        return formatted(isPresenter ? _("In room %s as presenter") : _("In room %s as viewer"), room.c_str());
+            return isPresenter ? _("Presenter, recording") : _("Viewer, recording");
+        return isPresenter ? _("Presenter") : _("Viewer");
     case Phase::Replaying:
-        return formatted(_("Replaying room %s"), room.c_str());
+        return _("Replay");
     case Phase::Leaving:
         return _("Leaving…");
     case Phase::Left:

@@ -1,7 +1,5 @@
 #include "StartPage.h"
 
-#include "Accessible.h"
-#include "MainThread.h"
 #include "Translation.h"
 
 #include <string_view>
@@ -10,135 +8,133 @@ namespace tqclient {
 
 namespace {
 
-constexpr const char* kJoinPage = "join";
-constexpr const char* kReplayPage = "replay";
+constexpr std::int32_t kMostMinutes = 10000;
+constexpr guint kPresenter = 0;
+constexpr guint kViewer = 1;
 
-GtkWidget* centeredLabel(const char* text, const char* style)
-{
-    GtkWidget* label = gtk_label_new(text);
-    gtk_widget_add_css_class(label, style);
-    gtk_label_set_wrap(GTK_LABEL(label), TRUE);
-    gtk_label_set_justify(GTK_LABEL(label), GTK_JUSTIFY_CENTER);
-    return label;
-}
+struct Field {
+    const char* row;
+    tq::OptionalText Options::*value;
+};
 
-void nameTabs(GtkWidget* switcher, std::initializer_list<const char*> titles)
-{
-    GtkWidget* tab = gtk_widget_get_first_child(switcher);
-    for (const char* title : titles) {
-        setAccessibleName(tab, withoutMnemonic(title));
-        tab = gtk_widget_get_next_sibling(tab);
-    }
-}
+constexpr Field kFields[] = {
+    { "app-key", &Options::appKey },
+    { "token", &Options::token },
+    { "room", &Options::room },
+    { "user", &Options::user },
+    { "name", &Options::name },
+    { "address", &Options::url },
+};
+
+std::string textOf(AdwEntryRow* row) { return gtk_editable_get_text(GTK_EDITABLE(row)); }
+void setText(AdwEntryRow* row, const std::string& text) { gtk_editable_set_text(GTK_EDITABLE(row), text.c_str()); }
+GtkWidget* fieldOf(AdwEntryRow* row) { return GTK_WIDGET(gtk_editable_get_delegate(GTK_EDITABLE(row))); }
 
 } // namespace
 
-StartPage::StartPage(const Options& options, JoinForm::Submit join, ReplayForm::Submit replay)
-    : m_join(options, std::move(join))
-    , m_replay(options, std::move(replay))
-    , m_scroller(newGroup(GTK_TYPE_SCROLLED_WINDOW))
-    , m_column(gtk_box_new(GTK_ORIENTATION_VERTICAL, 10))
-    , m_introduction{ centeredLabel(_("Whiteboard"), "headline"),
-        centeredLabel(_("Draw together in a live room, or watch a recorded one."), "dim-label") }
-    , m_forms(GTK_STACK(gtk_stack_new()))
-    , m_spinner(GTK_SPINNER(gtk_spinner_new()))
-    , m_self(std::make_shared<StartPage*>(this))
+StartPage::StartPage(const Options& options, Submit submit)
+    : m_options(options)
+    , m_submit(std::move(submit))
 {
-    GtkStackPage* joinPage = gtk_stack_add_titled(m_forms, m_join.grid().widget(), kJoinPage, _("_Join a room"));
-    GtkStackPage* replayPage
-        = gtk_stack_add_titled(m_forms, m_replay.grid().widget(), kReplayPage, _("_Replay a recording"));
-    gtk_stack_page_set_use_underline(joinPage, TRUE);
-    gtk_stack_page_set_use_underline(replayPage, TRUE);
-    gtk_stack_set_vhomogeneous(m_forms, FALSE);
-    if (options.command == StartCommand::Play)
-        gtk_stack_set_visible_child_name(m_forms, kReplayPage);
+    for (const auto& field : kFields)
+        setText(m_ui.get<AdwEntryRow>(field.row), (options.*field.value).value_or(""));
+    setText(m_minutes, options.minutes ? std::to_string(options.minutes) : "");
+    adw_combo_row_set_selected(m_ui.get<AdwComboRow>("role"), options.role ? kViewer : kPresenter);
+    forEachRow([this](AdwEntryRow* row) {
+        g_signal_connect_swapped(row, "changed", G_CALLBACK(+[](StartPage* self) { self->clearComplaint(); }), this);
+        g_signal_connect_swapped(row, "entry-activated", G_CALLBACK(+[](StartPage* self) { self->submit(); }), this);
+    });
+    g_signal_connect_swapped(
+        m_forms, "notify::visible-child", G_CALLBACK(+[](StartPage* self) { self->formSwitched(); }), this);
+    adw_view_stack_set_visible_child_name(m_forms, options.command == StartCommand::Play ? "replay" : "join");
+    formSwitched();
+    nameControls(widget());
+}
 
-    GtkWidget* switcher = gtk_stack_switcher_new();
-    gtk_stack_switcher_set_stack(GTK_STACK_SWITCHER(switcher), m_forms);
-    gtk_widget_set_halign(switcher, GTK_ALIGN_CENTER);
-    nameTabs(switcher, { gtk_stack_page_get_title(joinPage), gtk_stack_page_get_title(replayPage) });
-
-    setAccessibleName(switcher, _("What to open"));
-    setAccessibleName(GTK_WIDGET(m_spinner), _("Working"));
-    setAccessibleName(m_scroller, _("Whiteboard"));
-    gtk_widget_add_css_class(m_column, "start-page");
-    gtk_widget_set_valign(m_column, GTK_ALIGN_CENTER);
-    for (GtkWidget* label : m_introduction)
-        gtk_box_append(GTK_BOX(m_column), label);
-    gtk_box_append(GTK_BOX(m_column), switcher);
-    gtk_box_append(GTK_BOX(m_column), GTK_WIDGET(m_forms));
-    gtk_box_append(GTK_BOX(m_column), GTK_WIDGET(m_spinner));
-    gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(m_scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);
-    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(m_scroller), m_column);
-
-    m_signals.connect(gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(m_scroller)), "notify::page-size",
-        G_CALLBACK(+[](GObject*, GParamSpec*, gpointer self) { static_cast<StartPage*>(self)->heightChanged(); }),
-        this);
-    m_signals.connect(m_forms, "notify::visible-child",
-        G_CALLBACK(+[](GObject*, GParamSpec*, gpointer self) { static_cast<StartPage*>(self)->formSwitched(); }), this);
+void StartPage::forEachRow(const std::function<void(AdwEntryRow*)>& act)
+{
+    for (const auto& field : kFields)
+        act(m_ui.get<AdwEntryRow>(field.row));
+    act(m_minutes);
 }
 
 bool StartPage::showsReplay() const
 {
-    const char* name = gtk_stack_get_visible_child_name(m_forms);
-    return name && std::string_view(name) == kReplayPage;
+    // None is visible while the window goes.
+    const char* name = adw_view_stack_get_visible_child_name(m_forms);
+    return name && std::string_view(name) == "replay";
 }
 
 void StartPage::formSwitched()
 {
-    // What was typed in the one form need not be typed again in the other.
+    auto* button = m_ui.get<GtkButton>("submit");
+    gtk_button_set_label(button, showsReplay() ? _("Open the recordin_g") : _("Jo_in the room"));
+    nameControls(GTK_WIDGET(button));
+    clearComplaint();
+}
+
+void StartPage::setReplayUrl(const std::string& url) { setText(m_address, url); }
+
+AdwEntryRow* StartPage::firstGap() const
+{
+    for (const auto& field : kFields) {
+        auto* row = m_ui.get<AdwEntryRow>(field.row);
+        if (isAsked(row) && textOf(row).empty())
+            return row;
+    }
+    return nullptr;
+}
+
+void StartPage::submit()
+{
+    clearComplaint();
+    if (auto* gap = firstGap()) {
+        const auto name = withoutMnemonic(adw_preferences_row_get_title(ADW_PREFERENCES_ROW(gap)));
+        return complain(gap, formatted(_("“%s” is missing."), name.c_str()));
+    }
+    Options options = m_options;
+    for (const auto& field : kFields)
+        options.*field.value = textOf(m_ui.get<AdwEntryRow>(field.row));
     if (showsReplay())
-        m_replay.identity().setValues(m_join.identity().values());
-    else
-        m_join.identity().setValues(m_replay.identity().values());
+        return m_submit(Operation::Play, options);
+    const auto text = textOf(m_minutes);
+    const auto minutes = text.empty() ? 0 : parseNumber<std::int32_t>(text);
+    if (!minutes || *minutes < 0 || *minutes > kMostMinutes)
+        return complain(m_minutes, _("Minutes are a whole number from 0 to 10000."));
+    options.minutes = *minutes;
+    if (adw_combo_row_get_selected(m_ui.get<AdwComboRow>("role")) == kPresenter)
+        options.role = tq::TQWBRolePresenter;
+    else if (!options.role)
+        options.role = tq::TQWBRoleViewer;
+    m_submit(Operation::Join, options);
 }
 
-void StartPage::show(const SessionState& state)
+void StartPage::complain(AdwEntryRow* row, const std::string& hint)
 {
-    bool isBusy = state.isBusy();
-    auto busy = isBusy ? FormGrid::Busy::Yes : FormGrid::Busy::No;
-    m_join.grid().setBusy(busy);
-    m_replay.grid().setBusy(busy);
-    gtk_spinner_set_spinning(m_spinner, isBusy);
-    gtk_widget_set_visible(GTK_WIDGET(m_spinner), isBusy);
+    gtk_widget_add_css_class(GTK_WIDGET(row), "error");
+    // Whoever does not see the hint hears it with the field.
+    auto* field = GTK_ACCESSIBLE(fieldOf(row));
+    gtk_accessible_update_property(field, GTK_ACCESSIBLE_PROPERTY_DESCRIPTION, hint.c_str(), -1);
+    gtk_accessible_update_state(field, GTK_ACCESSIBLE_STATE_INVALID, GTK_ACCESSIBLE_INVALID_TRUE, -1);
+    gtk_label_set_text(m_ui.get<GtkLabel>("hint"), hint.c_str());
+    gtk_widget_set_visible(m_ui.get("hint"), TRUE);
+    gtk_widget_grab_focus(fieldOf(row));
 }
 
-void StartPage::setLayout(Layout layout)
+void StartPage::clearComplaint()
 {
-    gtk_widget_set_halign(m_column, layout == Layout::Narrow ? GTK_ALIGN_FILL : GTK_ALIGN_CENTER);
-    for (GtkWidget* label : m_introduction)
-        gtk_widget_set_visible(label, layout != Layout::Short);
-}
-
-void StartPage::heightChanged()
-{
-    // Not in the middle of the layout that told us.
-    postToMain([weakThis = std::weak_ptr(m_self)] {
-        if (auto self = weakThis.lock())
-            (*self)->keepFocusInSight();
+    forEachRow([](AdwEntryRow* row) {
+        gtk_widget_remove_css_class(GTK_WIDGET(row), "error");
+        gtk_accessible_reset_property(GTK_ACCESSIBLE(fieldOf(row)), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION);
+        gtk_accessible_reset_state(GTK_ACCESSIBLE(fieldOf(row)), GTK_ACCESSIBLE_STATE_INVALID);
     });
-}
-
-void StartPage::keepFocusInSight()
-{
-    GtkRoot* root = gtk_widget_get_root(m_scroller);
-    GtkWidget* focus = root ? gtk_root_get_focus(root) : nullptr;
-    graphene_rect_t place;
-    if (!focus || !gtk_widget_is_ancestor(focus, m_column)
-        || !gtk_widget_compute_bounds(focus, gtk_widget_get_parent(m_column), &place))
-        return;
-    constexpr double kMargin = 8;
-    GtkAdjustment* scrolled = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(m_scroller));
-    const double top = gtk_adjustment_get_value(scrolled) + place.origin.y;
-    gtk_adjustment_clamp_page(scrolled, top - kMargin, top + place.size.height + kMargin);
+    gtk_widget_set_visible(m_ui.get("hint"), FALSE);
 }
 
 void StartPage::focus()
 {
-    if (showsReplay())
-        m_replay.grid().focusFirstGap();
-    else
-        m_join.grid().focusFirstGap();
+    auto* gap = firstGap();
+    gtk_widget_grab_focus(gap ? fieldOf(gap) : m_ui.get("submit"));
 }
 
 } // namespace tqclient

@@ -1,46 +1,50 @@
 #pragma once
 
-#include "JoinForm.h"
-#include "Layout.h"
-#include "ReplayForm.h"
-#include "SessionState.h"
-#include "Signals.h"
+#include "Operation.h"
+#include "Options.h"
+#include "Ui.h"
 
-#include <memory>
-#include <vector>
+#include <adwaita.h>
+#include <functional>
 
 namespace tqclient {
 
-/// What the window shows while there is no board: the forms for joining and replaying.
+/// What the window shows while there is no room: a form for joining one, or for replaying a recording.
 class StartPage {
 public:
-    StartPage(const Options& options, JoinForm::Submit join, ReplayForm::Submit replay);
+    /// Joins or plays what was filled in.
+    using Submit = std::function<void(Operation operation, const Options& record)>;
 
-    GtkWidget* widget() const { return m_scroller; }
-    /// Keeps the forms from being sent while an operation is under way.
-    void show(const SessionState& state);
-    void setReplayUrl(const std::string& url) { m_replay.setUrl(url); }
-    /// Gives the forms the space that there is.
-    void setLayout(Layout layout);
+    StartPage(const Options& options, Submit submit);
+    StartPage(const StartPage&) = delete;
+    StartPage& operator=(const StartPage&) = delete;
+
+    GtkWidget* widget() const { return m_ui.get("start-page"); }
+    AdwViewStack* forms() const { return m_forms; }
+    GtkWidget* bar() const { return m_ui.get("bar"); }
+
+    void setReplayUrl(const std::string& url);
+    /// Sends the form, or says what is missing in it.
+    void submit();
+    /// Moves the focus to the first field that is still empty, or else to the button.
     void focus();
 
 private:
     bool showsReplay() const;
     void formSwitched();
-    void heightChanged();
-    /// A screen keyboard, or a message, takes its space from below or above.
-    void keepFocusInSight();
+    bool isAsked(const AdwEntryRow* row) const { return row != m_address || showsReplay(); }
+    void forEachRow(const std::function<void(AdwEntryRow*)>& act);
+    AdwEntryRow* firstGap() const;
+    void complain(AdwEntryRow* row, const std::string& hint);
+    void clearComplaint();
 
-    JoinForm m_join;
-    ReplayForm m_replay;
-    GtkWidget* m_scroller;
-    GtkWidget* m_column;
-    // What a low window has no room for.
-    std::vector<GtkWidget*> m_introduction;
-    GtkStack* m_forms;
-    GtkSpinner* m_spinner;
-    std::shared_ptr<StartPage*> m_self;
-    Signals m_signals;
+    Ui m_ui{ "start-page.ui" };
+    AdwViewStack* m_forms = m_ui.get<AdwViewStack>("forms");
+    AdwEntryRow* m_minutes = m_ui.get<AdwEntryRow>("minutes");
+    AdwEntryRow* m_address = m_ui.get<AdwEntryRow>("address");
+    // What the form was filled in with at first.
+    Options m_options;
+    Submit m_submit;
 };
 
 } // namespace tqclient

@@ -1,7 +1,6 @@
 #include "Text.h"
 
 #include "GLibTypes.h"
-#include "platform/Foundation/JSONWriter.h"
 
 #include <algorithm>
 #include <cmath>
@@ -60,12 +59,6 @@ std::string displayText(std::string_view text, std::size_t limit)
     return isCut ? line + "…" : line;
 }
 
-std::string displayJson(const boost::json::value& value, std::size_t limit)
-{
-    // A little more than is shown, so that what is cut is seen to be cut.
-    return displayText(tq::writtenJSON(value, limit + 1), limit);
-}
-
 bool holdsNonFinite(const boost::json::value& value)
 {
     if (const auto* list = value.if_array())
@@ -83,10 +76,9 @@ std::pair<std::string_view, std::string_view> splitWord(std::string_view text)
     return { text.substr(0, end), trimmed(text.substr(end)) };
 }
 
-std::string describeFailure(tq::NSUInteger code, const tq::OptionalText& text)
+std::string describeFailure(std::string code, const tq::OptionalText& text)
 {
-    auto number = std::to_string(code);
-    return text && !text->empty() ? number + ": " + displayText(*text, 500) : number;
+    return text && !text->empty() ? code + ": " + displayText(*text, 500) : code;
 }
 
 } // namespace tqclient

@@ -17,9 +17,6 @@ std::string validUtf8(std::string_view text);
 /// ellipsis in place of what exceeds so many bytes.
 std::string displayText(std::string_view text, std::size_t limit);
 
-/// The beginning of the value's JSON text, fit for one line on the screen; cheap however large the value is.
-std::string displayJson(const boost::json::value& value, std::size_t limit);
-
 /// Whether there is a number that is not finite, which a JSON text cannot hold; it comes from one that is too large.
 bool holdsNonFinite(const boost::json::value& value);
 
@@ -27,6 +24,6 @@ bool holdsNonFinite(const boost::json::value& value);
 std::pair<std::string_view, std::string_view> splitWord(std::string_view text);
 
 /// "code: text", or the code alone when the text is absent or empty.
-std::string describeFailure(tq::NSUInteger code, const tq::OptionalText& text);
+std::string describeFailure(std::string code, const tq::OptionalText& text);
 
 } // namespace tqclient

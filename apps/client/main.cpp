@@ -1,11 +1,11 @@
 #include "Client.h"
 #include "JsonLines.h"
 #include "Options.h"
-#include "Style.h"
 #include "TQWhiteBoardLib/TQWhiteBoard.h"
 #include "Translation.h"
 #include "platform/Foundation/NSURLSessionConfiguration.h"
 
+#include <adwaita.h>
 #include <clocale>
 #include <csignal>
 #include <string_view>
@@ -47,6 +47,17 @@ std::string trustCertificates(const std::string& path)
     return {};
 }
 
+/// The program's own few rules of style and its icon, wherever it was built or installed to.
+void useResources()
+{
+    GdkDisplay* display = gdk_display_get_default();
+    UniqueObject<GtkCssProvider> style(gtk_css_provider_new());
+    gtk_css_provider_load_from_resource(style.get(), "/tqwhiteboard/style.css");
+    gtk_style_context_add_provider_for_display(
+        display, GTK_STYLE_PROVIDER(style.get()), GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+    gtk_icon_theme_add_resource_path(gtk_icon_theme_get_for_display(display), "/tqwhiteboard/icons");
+}
+
 int runClient(const Options& options)
 {
     // A reader that goes away, or a terminal that belongs to another job, must not end or stop the program.
@@ -59,7 +70,8 @@ int runClient(const Options& options)
         g_printerr("tqwhiteboard: no display to show a window on\n");
         return kFailure;
     }
-    installStyle();
+    adw_init();
+    useResources();
     // The engine does not ask the system which languages its user reads.
     webkit_web_context_set_preferred_languages(webkit_web_context_get_default(), g_get_language_names());
     Client(options, lines).run();

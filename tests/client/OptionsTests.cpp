@@ -32,18 +32,18 @@ TEST(OptionsTests, LeftOutIsAbsentAndEmptyIsEmpty)
 {
     auto config
         = optionsOf({ "join", "--app-key", "k", "--token", "a=b@host:1", "--user=", "--name=--x" }).roomConfig();
-    EXPECT_EQ(config->appKey, "k");
-    EXPECT_EQ(config->token, "a=b@host:1");
-    EXPECT_EQ(config->roomId, std::nullopt);
-    EXPECT_EQ(config->userId, "");
-    EXPECT_EQ(config->userName, "--x");
-    EXPECT_EQ(config->roleType, 0U);
-    EXPECT_EQ(config->minutes, 0);
+    EXPECT_EQ(config.appKey, "k");
+    EXPECT_EQ(config.token, "a=b@host:1");
+    EXPECT_EQ(config.roomId, std::nullopt);
+    EXPECT_EQ(config.userId, "");
+    EXPECT_EQ(config.userName, "--x");
+    EXPECT_EQ(config.roleType, 0U);
+    EXPECT_EQ(config.minutes, 0);
 
     auto record = optionsOf({ "play", "--room", "r", "--url", "https://x/y" }).recordConfig();
-    EXPECT_EQ(record->roomId, "r");
-    EXPECT_EQ(record->url, "https://x/y");
-    EXPECT_EQ(record->appKey, std::nullopt);
+    EXPECT_EQ(record.roomId, "r");
+    EXPECT_EQ(record.url, "https://x/y");
+    EXPECT_EQ(record.appKey, std::nullopt);
 }
 
 TEST(OptionsTests, NumbersReachTheEndsOfTheirTypes)

