@@ -80,39 +80,35 @@ void Client::obey(const std::string& line)
     else if (command->argument.empty() != argument.empty())
         complain("the command is \"" + std::string(word) + (command->argument.empty() ? "" : " ")
             + std::string(command->argument) + "\", not \"" + displayText(line, 100) + "\"");
-    else
-        command->run(*this, argument);
+    else {
+        try {
+            command->run(*this, argument);
+        } catch (const UsageError& error) {
+            complain(std::string(word) + ": " + error.message);
+        }
+    }
 }
 
 void Client::callPage(std::string_view text)
 {
-    auto call = readPageCall(text);
-    if (const auto* error = std::get_if<UsageError>(&call))
-        complain("call: " + error->message);
-    else if (!m_session->callPage(std::move(std::get<PageCall>(call))))
-        complain("call: there is no board on the screen");
+    if (!m_session->callPage(readPageCall(text)))
+        throw UsageError{ "there is no board on the screen" };
 }
 
 void Client::askPage(std::string_view text)
 {
-    const auto call = readPageCall(text);
     if (splitWord(text).first != text)
-        complain("exists: \"" + displayText(text, 100) + "\" is more than a name");
-    else if (const auto* error = std::get_if<UsageError>(&call))
-        complain("exists: " + error->message);
-    else if (!m_session->askPage(std::get<PageCall>(call).name))
-        complain("exists: there is no board on the screen");
+        throw UsageError{ "\"" + displayText(text, 100) + "\" is more than a name" };
+    if (!m_session->askPage(readPageCall(text).name))
+        throw UsageError{ "there is no board on the screen" };
 }
 
 void Client::setLabels(std::string_view text)
 {
     auto labels = readDialogLabels(text);
-    if (const auto* error = std::get_if<UsageError>(&labels))
-        return complain("labels: " + error->message);
-    auto& read = std::get<DialogLabels>(labels);
-    if (!read.unknownNames.empty())
-        complain("labels: no dialog has a label named" + read.unknownNames);
-    m_session->setDialogLabels(std::move(read.texts));
+    m_session->setDialogLabels(std::move(labels.texts));
+    if (!labels.unknownNames.empty())
+        throw UsageError{ "no dialog has a label named" + labels.unknownNames };
 }
 
 void Client::takeScreenshot(std::string_view text)

@@ -19,51 +19,45 @@ constexpr std::string_view kLabelNames[] = { "alertTitle", "alertBtn", "confirmT
 
 bool isUtf8(std::string_view text) { return g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr); }
 
-/// The JSON value, or what is wrong with the text. @param expected what the text should have been.
-std::variant<boost::json::value, UsageError> readJson(std::string_view text, std::string_view expected)
+/// @param expected what the text should be.
+boost::json::value readJson(std::string_view text, const std::string& expected)
 {
     boost::json::parse_options options;
     options.max_depth = kDeepest;
     boost::json::error_code failure;
     auto value = boost::json::parse(text, failure, {}, options);
-    if (!failure && !holdsNonFinite(value))
-        return value;
-    return UsageError{ "\"" + displayText(text, kLongestShown) + "\" is no " + std::string(expected) + ": "
-        + (failure ? failure.message() : "a number is too large") };
+    if (failure || holdsNonFinite(value))
+        throw UsageError{ "\"" + displayText(text, kLongestShown) + "\" is no " + expected + ": "
+            + (failure ? failure.message() : "a number is too large") };
+    return value;
 }
 
 } // namespace
 
-std::variant<PageCall, UsageError> readPageCall(std::string_view text)
+PageCall readPageCall(std::string_view text)
 {
     auto [name, list] = splitWord(text);
     if (!isUtf8(name))
-        return UsageError{ "the name \"" + displayText(name, kLongestShown) + "\" is not valid UTF-8" };
+        throw UsageError{ "the name \"" + displayText(name, kLongestShown) + "\" is not valid UTF-8" };
     if (list.empty())
-        return PageCall{ std::string(name), {} };
+        return { std::string(name), {} };
     auto parsed = readJson(list, "JSON list");
-    if (auto* error = std::get_if<UsageError>(&parsed))
-        return std::move(*error);
-    auto* arguments = std::get<boost::json::value>(parsed).if_array();
-    if (!arguments)
-        return UsageError{ "\"" + displayText(list, kLongestShown) + "\" is no JSON list" };
-    return PageCall{ std::string(name), std::move(*arguments) };
+    if (!parsed.is_array())
+        throw UsageError{ "\"" + displayText(list, kLongestShown) + "\" is no JSON list" };
+    return { std::string(name), std::move(parsed.get_array()) };
 }
 
-std::variant<DialogLabels, UsageError> readDialogLabels(std::string_view text)
+DialogLabels readDialogLabels(std::string_view text)
 {
-    auto parsed = readJson(text, "JSON object");
-    if (auto* error = std::get_if<UsageError>(&parsed))
-        return std::move(*error);
-    const auto* members = std::get<boost::json::value>(parsed).if_object();
-    if (!members)
-        return UsageError{ "\"" + displayText(text, kLongestShown) + "\" is no JSON object" };
+    const auto parsed = readJson(text, "JSON object");
+    if (!parsed.is_object())
+        throw UsageError{ "\"" + displayText(text, kLongestShown) + "\" is no JSON object" };
     DialogLabels labels;
-    for (const auto& member : *members) {
+    for (const auto& member : parsed.get_object()) {
         std::string name(member.key());
         const auto* label = member.value().if_string();
         if (!label)
-            return UsageError{ "the label \"" + displayText(name, kLongestShown) + "\" is no text" };
+            throw UsageError{ "the label \"" + displayText(name, kLongestShown) + "\" is no text" };
         if (std::ranges::find(kLabelNames, name) == std::end(kLabelNames))
             labels.unknownNames += " \"" + displayText(name, kLongestShown) + "\"";
         labels.texts.emplace(std::move(name), std::string(*label));

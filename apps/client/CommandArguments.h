@@ -6,7 +6,6 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <variant>
 
 namespace tqclient {
 
@@ -23,11 +22,11 @@ struct DialogLabels {
     std::string unknownNames;
 };
 
-// What follows a command on the standard input.
+// What follows a command on the standard input. They throw a `UsageError` of what cannot be used.
 
 /// Reads "NAME" or "NAME JSON-LIST"; without a list the function gets no arguments.
-std::variant<PageCall, UsageError> readPageCall(std::string_view text);
+PageCall readPageCall(std::string_view text);
 /// Reads a JSON object whose members are texts.
-std::variant<DialogLabels, UsageError> readDialogLabels(std::string_view text);
+DialogLabels readDialogLabels(std::string_view text);
 
 } // namespace tqclient

@@ -99,9 +99,9 @@ public:
     {
     }
 
-    std::variant<Options, UsageError> run()
+    Options run()
     {
-        while (!m_rest.empty() && !m_error && !isAnswerOnly(m_options.command)) {
+        while (!m_rest.empty() && !isAnswerOnly(m_options.command)) {
             const auto argument = next();
             if (!g_utf8_validate(argument.data(), static_cast<gssize>(argument.size()), nullptr))
                 fail("an argument is not valid UTF-8");
@@ -116,8 +116,6 @@ public:
             if (!rule->commands.empty() && (m_command.empty() || rule->commands.find(m_command) == m_command.npos))
                 fail(std::string(rule->name) + " belongs to " + std::string(rule->commands));
         }
-        if (m_error)
-            return *m_error;
         return m_options;
     }
 
@@ -129,18 +127,14 @@ private:
         return first;
     }
 
-    void fail(std::string message)
-    {
-        if (!m_error)
-            m_error = UsageError{ std::move(message) };
-    }
+    [[noreturn]] static void fail(std::string message) { throw UsageError{ std::move(message) }; }
 
     void readCommand(std::string_view word)
     {
         if (!m_command.empty())
-            return fail("unexpected argument \"" + std::string(word) + "\"");
+            fail("unexpected argument \"" + std::string(word) + "\"");
         if (word != "join" && word != "play")
-            return fail("unknown command \"" + std::string(word) + "\"");
+            fail("unknown command \"" + std::string(word) + "\"");
         m_command = word;
         m_options.command = word == "join" ? StartCommand::Join : StartCommand::Play;
     }
@@ -177,7 +171,6 @@ private:
     std::span<const std::string_view> m_rest;
     Options m_options;
     std::string_view m_command;
-    std::optional<UsageError> m_error;
     std::vector<const Rule*> m_used;
 };
 
@@ -185,7 +178,11 @@ private:
 
 std::variant<Options, UsageError> Options::parse(std::span<const std::string_view> arguments)
 {
-    return Parser(arguments).run();
+    try {
+        return Parser(arguments).run();
+    } catch (const UsageError& error) {
+        return error;
+    }
 }
 
 std::string_view Options::usage()

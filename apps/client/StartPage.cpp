@@ -30,6 +30,21 @@ std::string textOf(AdwEntryRow* row) { return gtk_editable_get_text(GTK_EDITABLE
 void setText(AdwEntryRow* row, const std::string& text) { gtk_editable_set_text(GTK_EDITABLE(row), text.c_str()); }
 GtkWidget* fieldOf(AdwEntryRow* row) { return GTK_WIDGET(gtk_editable_get_delegate(GTK_EDITABLE(row))); }
 
+/// Scrolls to what has the focus.
+gboolean keepFocusInSight(gpointer data)
+{
+    auto* scroller = GTK_SCROLLED_WINDOW(data);
+    GtkWidget* viewport = gtk_scrolled_window_get_child(scroller);
+    GtkRoot* root = gtk_widget_get_root(viewport);
+    GtkWidget* focus = root ? gtk_root_get_focus(root) : nullptr;
+    graphene_rect_t place;
+    if (focus && gtk_widget_is_ancestor(focus, viewport)
+        && gtk_widget_compute_bounds(focus, gtk_widget_get_first_child(viewport), &place))
+        gtk_adjustment_clamp_page(
+            gtk_scrolled_window_get_vadjustment(scroller), place.origin.y, place.origin.y + place.size.height);
+    return G_SOURCE_REMOVE;
+}
+
 } // namespace
 
 StartPage::StartPage(const Options& options, Submit submit)
@@ -46,6 +61,14 @@ StartPage::StartPage(const Options& options, Submit submit)
     });
     g_signal_connect_swapped(
         m_forms, "notify::visible-child", G_CALLBACK(+[](StartPage* self) { self->formSwitched(); }), this);
+    auto* scroller = gtk_widget_get_ancestor(m_ui.get("submit"), GTK_TYPE_SCROLLED_WINDOW);
+    // A screen keyboard, or a message, takes its space from below or above. Not in the middle of the layout that says
+    // so.
+    auto resized = +[](GtkWidget* resizedScroller) {
+        g_idle_add_full(G_PRIORITY_DEFAULT, keepFocusInSight, g_object_ref(resizedScroller), g_object_unref);
+    };
+    g_signal_connect_swapped(gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(scroller)), "notify::page-size",
+        G_CALLBACK(resized), scroller);
     adw_view_stack_set_visible_child_name(m_forms, options.command == StartCommand::Play ? "replay" : "join");
     formSwitched();
     nameControls(widget());
