@@ -80,9 +80,7 @@ target_link_libraries(tqwb_objects
         Threads::Threads
 )
 
-if(TQWB_PRECOMPILED_HEADERS)
-    target_precompile_headers(tqwb_objects PRIVATE <boost/json.hpp> <functional> <map> <memory> <string> <vector>)
-endif()
+tqwb_precompile_headers(tqwb_objects <boost/json.hpp> <functional> <map> <memory> <string> <vector>)
 
 add_library(TQWhiteBoardLib SHARED)
 add_library(TQWhiteBoardLib::TQWhiteBoardLib ALIAS TQWhiteBoardLib)

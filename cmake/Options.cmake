@@ -4,7 +4,7 @@ option(TQWB_BUILD_BENCH "Build the benchmarks" OFF)
 option(TQWB_BUILD_PACKAGES "Have cpack make Debian packages" OFF)
 option(TQWB_CORE_ONLY "Build only what needs no engine, as a static library, with its tests" OFF)
 option(TQWB_BUILD_FUZZERS "Build the fuzzers of the core; for clang++" OFF)
-option(TQWB_PRECOMPILED_HEADERS "Read the largest headers once for many files" OFF)
+option(TQWB_PRECOMPILED_HEADERS "Compile the largest headers once for each target" OFF)
 option(TQWB_WARNINGS_AS_ERRORS "Fail the build on any compiler warning" ON)
 set(TQWB_SANITIZERS "" CACHE STRING "Sanitizers to build with, as in -fsanitize= (for example address,undefined)")
 set(TQWB_DEFAULT_NAVIGATION
@@ -33,7 +33,19 @@ if(TQWB_SANITIZERS)
     target_link_options(tqwb_options INTERFACE -fsanitize=${TQWB_SANITIZERS})
 endif()
 
+# Most of the time of a build goes into the same few headers.
+function(tqwb_precompile_headers target)
+    if(TQWB_PRECOMPILED_HEADERS)
+        target_precompile_headers(${target} PRIVATE ${ARGN})
+    endif()
+endfunction()
+
 find_program(TQWB_CCACHE ccache)
 if(TQWB_CCACHE)
-    set(CMAKE_CXX_COMPILER_LAUNCHER "${TQWB_CCACHE}")
+    # Without this, what is compiled with precompiled headers is never found again.
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        "${CMAKE_COMMAND};-E;env;CCACHE_SLOPPINESS=pch_defines,time_macros;${TQWB_CCACHE}")
+    if(TQWB_PRECOMPILED_HEADERS AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+        add_compile_options(-fpch-preprocess)
+    endif()
 endif()
