@@ -2,15 +2,13 @@
 // comes by.
 
 #include "TQWhiteBoardLib/TQWBLog.h"
-#include "TQWhiteBoardLib/gtk/NativeView.h"
+#include "tests/support/Engine.h"
 #include "tests/support/PageTest.h"
 
 #include <algorithm>
 #include <boost/json/serialize.hpp>
 #include <boost/json/value_from.hpp>
-#include <gtk/gtk.h>
 #include <stdexcept>
-#include <webkit/webkit.h>
 
 namespace tq::test {
 namespace {
@@ -67,12 +65,6 @@ protected:
             "the messages have come");
         ++m_markers;
     }
-    WebKitWebView* engineView() const { return WEBKIT_WEB_VIEW(gtk_overlay_get_child(GTK_OVERLAY(nativeView(*view)))); }
-    bool isInspectable() const
-    {
-        return webkit_settings_get_enable_developer_extras(webkit_web_view_get_settings(engineView()));
-    }
-
     std::shared_ptr<WKUserContentController> controller;
     std::shared_ptr<Receiver> receiver = std::make_shared<Receiver>();
     Lines lines;
@@ -136,18 +128,18 @@ TEST_F(ConsoleTest, NothingOfItIsInAPageWithoutDebugMode)
     const auto scripts = controller->userScripts();
     load("<script>console.log('unheard'); Promise.reject(1)</script>");
     EXPECT_EQ(ask(kWhatIsOfIt), (boost::json::array{ true, "undefined" }));
-    EXPECT_FALSE(isInspectable());
+    EXPECT_FALSE(Inspector::isAllowed(*view));
     view->setDebugMode(DebugMode::On);
     view->setDebugMode(DebugMode::On);
     // A script of the view's other affairs takes nothing away.
     view->setCallingFrames(CallingFrames::All);
-    EXPECT_TRUE(isInspectable());
+    EXPECT_TRUE(Inspector::isAllowed(*view));
     load("<script>console.log('heard')</script>");
     EXPECT_EQ(ask(kWhatIsOfIt), (boost::json::array{ false, "undefined" }));
     EXPECT_EQ(controller->userScripts(), scripts);
     EXPECT_EQ(controller->scriptMessageHandlers().size(), 2U);
     view->setDebugMode(DebugMode::Off);
-    EXPECT_FALSE(isInspectable());
+    EXPECT_FALSE(Inspector::isAllowed(*view));
     EXPECT_EQ(ask("(console.log('too late'), 1)"), OptionalValue(1));
     load("<script>console.log('unheard');"
          "window.dispatchEvent(new CustomEvent('_tqconsole', { detail: ['log', 'unheard', ''] }))</script>");
@@ -161,24 +153,13 @@ TEST_F(ConsoleTest, NothingOfItIsInAPageWithoutDebugMode)
 TEST_F(ConsoleTest, TheInspectorOpensInDebugModeOnly)
 {
     load();
-    auto* inspector = webkit_web_view_get_inspector(engineView());
-    int opened = 0;
-    // Where it would be shown; nobody looks.
-    for (const char* signal : { "attach", "open-window" })
-        g_signal_connect(inspector, signal, G_CALLBACK(+[](WebKitWebInspector*, gpointer count) -> gboolean {
-            ++*static_cast<int*>(count);
-            return TRUE;
-        }),
-            &opened);
-    webkit_web_inspector_show(inspector);
+    Inspector inspector(*view);
+    inspector.open();
     EXPECT_EQ(ask("1"), OptionalValue(1));
-    EXPECT_EQ(webkit_web_inspector_get_web_view(inspector), nullptr);
+    EXPECT_FALSE(inspector.isOpen());
     view->setDebugMode(DebugMode::On);
-    webkit_web_inspector_show(inspector);
-    runUntil([&] { return opened > 0; }, "the inspector is there");
-    EXPECT_NE(webkit_web_inspector_get_web_view(inspector), nullptr);
-    webkit_web_inspector_close(inspector);
-    g_signal_handlers_disconnect_by_data(inspector, &opened);
+    inspector.open();
+    runUntil([&] { return inspector.isOpen(); }, "the inspector is there");
 }
 
 TEST_F(ConsoleTest, WhatAPageSendsInTheConsolesPlaceIsOneLineOrNone)

@@ -1,43 +1,20 @@
 #include "tests/support/Dialogs.h"
+#include "tests/support/Engine.h"
+#include "tests/support/HttpsServer.h"
+#include "tests/support/MainLoop.h"
 #include "tests/support/PageWindowTest.h"
 
 #include "TQWhiteBoardLib/DialogLabels.h"
-#include "platform/gtk/GLibPointers.h"
 
 #include <algorithm>
 #include <array>
 #include <ctime>
 #include <stdexcept>
-#include <webkit/webkit.h>
 
 namespace tq::test {
 namespace {
 
 using Texts = std::vector<std::string>;
-
-// Everything that the window says, from the top: title, message, buttons.
-Texts textsOf(GtkWindow* window)
-{
-    Texts texts;
-    for (auto* label : widgetsIn(window, GTK_TYPE_LABEL))
-        texts.emplace_back(gtk_label_get_text(GTK_LABEL(label)));
-    return texts;
-}
-
-enum class Answer { Cancel = 0, Ok = 1 };
-
-void press(GtkWindow* window, Answer answer)
-{
-    const auto buttons = widgetsIn(window, GTK_TYPE_BUTTON);
-    ASSERT_FALSE(buttons.empty());
-    g_signal_emit_by_name(answer == Answer::Ok ? buttons.back() : buttons.front(), "clicked");
-}
-
-GtkEditable* fieldOf(GtkWindow* window)
-{
-    const auto fields = widgetsIn(window, GTK_TYPE_ENTRY);
-    return fields.empty() ? nullptr : GTK_EDITABLE(fields.front());
-}
 
 // Answers every kind, as the test says.
 class AllDialogs final : public WKUIDelegate {
@@ -144,15 +121,14 @@ TEST_F(DialogTest, EveryKindIsAnsweredByItsWindowOrByTheDelegate)
                         EXPECT_TRUE(dialogs().empty());
                         std::exchange(delegate->pending, nullptr)(answer);
                     } else {
-                        auto* window = dialog();
-                        ASSERT_NE(window, nullptr);
-                        EXPECT_EQ(textsOf(window), kind.texts);
-                        EXPECT_EQ(gtk_window_get_transient_for(window), m_window);
-                        EXPECT_TRUE(gtk_window_get_modal(window));
+                        const auto shown = dialog();
+                        ASSERT_TRUE(shown);
+                        EXPECT_EQ(shown.texts(), kind.texts);
+                        EXPECT_TRUE(shown.isOver(*window) && shown.isModal());
                         if (isBlocking) {
                             EXPECT_EQ(reports->values.size(), report) << "the script waits";
                         }
-                        press(window, answer);
+                        shown.press(answer);
                     }
                     EXPECT_EQ(answerFrom(report),
                         !isBlocking                ? kind.unblocked
@@ -172,8 +148,8 @@ TEST_F(DialogTest, LabelsAreReplacedAsAWhole)
     const auto shown = [&](const std::string& expression) {
         const auto report = reports->values.size();
         begin(expression);
-        const auto texts = textsOf(dialog());
-        press(dialog(), Answer::Cancel);
+        const auto texts = dialog().texts();
+        dialog().press(Answer::Cancel);
         answerFrom(report);
         return texts;
     };
@@ -201,9 +177,9 @@ TEST_F(DialogTest, PromptsGiveBackWhatTheirFieldHolds)
     load();
     auto report = reports->values.size();
     begin("prompt('name?')");
-    EXPECT_STREQ(gtk_editable_get_text(fieldOf(dialog())), "");
-    gtk_editable_set_text(fieldOf(dialog()), "漢字 \"quoted\"");
-    press(dialog(), Answer::Ok);
+    EXPECT_EQ(dialog().field(), "");
+    dialog().setField("漢字 \"quoted\"");
+    dialog().press(Answer::Ok);
     EXPECT_EQ(answerFrom(report), R"(["漢字 \"quoted\""])");
 
     // What is shown of a default text is what the page gets.
@@ -220,14 +196,14 @@ TEST_F(DialogTest, PromptsGiveBackWhatTheirFieldHolds)
     for (const auto& row : rows) {
         report = reports->values.size();
         begin(std::string("prompt('name?', ") + row.text + ")");
-        EXPECT_EQ(gtk_editable_get_text(fieldOf(dialog())), row.field);
-        press(dialog(), Answer::Ok);
+        EXPECT_EQ(dialog().field(), row.field);
+        dialog().press(Answer::Ok);
         EXPECT_EQ(answerFrom(report), "[" + boost::json::serialize(boost::json::string(row.field)) + "]");
     }
     report = reports->values.size();
     begin("prompt('name?', 'y'.repeat(300000))");
-    gtk_editable_set_text(fieldOf(dialog()), "");
-    press(dialog(), Answer::Ok);
+    dialog().setField("");
+    dialog().press(Answer::Ok);
     EXPECT_EQ(answerFrom(report), R"([""])") << "all of it was deleted";
 }
 
@@ -251,17 +227,17 @@ TEST_F(DialogTest, NoTextHoldsUpTheMainLoopOrIsTooWide)
         runUntil(
             [&] {
                 const double before = spentMilliseconds();
-                g_main_context_iteration(nullptr, TRUE);
+                runTurn(Waiting::Yes);
                 longest = std::max(longest, spentMilliseconds() - before);
-                return reports->values.size() > asked && dialogs().size() == 1
-                    && gtk_widget_get_width(GTK_WIDGET(dialogs().front())) > 0 && ++turnsAfter > 20;
+                return reports->values.size() > asked && dialogs().size() == 1 && dialogs().front().width() > 0
+                    && ++turnsAfter > 20;
             },
             "the dialog has been drawn");
         return longest;
     };
     // What a program's first window takes is not the text's.
     longestTurnOf("alert('first')");
-    press(dialog(), Answer::Ok);
+    dialog().press(Answer::Ok);
     // 100 at most on a machine of its own; a busy one takes longer, and sanitizers many times as long.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
     constexpr double kMostMilliseconds = 5000;
@@ -277,9 +253,9 @@ TEST_F(DialogTest, NoTextHoldsUpTheMainLoopOrIsTooWide)
         for (const std::string& question : { "alert(" + text + ")", "prompt(" + text + ", " + text + ")" }) {
             SCOPED_TRACE(question);
             EXPECT_LT(longestTurnOf(question), kMostMilliseconds);
-            EXPECT_LE(gtk_widget_get_width(GTK_WIDGET(dialog())), 360);
-            EXPECT_LE(gtk_widget_get_height(GTK_WIDGET(dialog())), 400);
-            press(dialog(), Answer::Ok);
+            EXPECT_LE(dialog().width(), 360);
+            EXPECT_LE(dialog().height(), 400);
+            dialog().press(Answer::Ok);
         }
     }
 }
@@ -301,8 +277,8 @@ TEST_F(DialogTest, TextsReadAsTheyAreWritten)
     for (const auto& row : rows) {
         const auto report = reports->values.size();
         begin(std::string("alert(") + row.text + ")");
-        EXPECT_EQ(textsOf(dialog())[1], row.shown);
-        press(dialog(), Answer::Ok);
+        EXPECT_EQ(dialog().texts()[1], row.shown);
+        dialog().press(Answer::Ok);
         answerFrom(report);
     }
 }
@@ -312,17 +288,10 @@ TEST_F(DialogTest, WordsAreBrokenWithoutHyphens)
     load();
     const auto report = reports->values.size();
     begin("alert('https://' + 'wide'.repeat(10))");
-    auto* label = GTK_LABEL(widgetsIn(dialog(), GTK_TYPE_LABEL)[1]);
-    runUntil([&] { return gtk_widget_get_width(GTK_WIDGET(label)) > 0; }, "the text has its place");
-    auto* layout = gtk_label_get_layout(label);
-    int glyphs = 0;
-    for (auto* line = pango_layout_get_lines_readonly(layout); line; line = line->next) {
-        for (auto* run = static_cast<PangoLayoutLine*>(line->data)->runs; run; run = run->next)
-            glyphs += static_cast<PangoGlyphItem*>(run->data)->glyphs->num_glyphs;
-    }
-    EXPECT_GT(pango_layout_get_line_count(layout), 1);
-    EXPECT_EQ(glyphs, 48);
-    press(dialog(), Answer::Ok);
+    const auto extent = dialog().messageExtent();
+    EXPECT_GT(extent.lines, 1);
+    EXPECT_EQ(extent.glyphs, 48);
+    dialog().press(Answer::Ok);
     answerFrom(report);
 }
 
@@ -332,8 +301,7 @@ TEST_F(DialogTest, DialogsFitSmallScreens)
     const std::string sentence = "A label that says a lot more than fits beside another one. ";
     const std::string longest = sentence + sentence + sentence;
     for (const auto& [width, height] : { std::pair(360, 720), std::pair(720, 360) }) {
-        gtk_window_set_default_size(m_window, width, height);
-        runUntil([&, height = height] { return gtk_widget_get_height(GTK_WIDGET(m_window)) == height; }, "the size");
+        window->resize(width, height);
         for (const std::string& label : { std::string("OK"), longest }) {
             view->customJavascriptDialogLabelTitles({ { { "alertTitle", "A title of thirty-one letters !" },
                 { "alertBtn", label }, { "confirmTitle", longest }, { "confirmCancelBtn", label },
@@ -344,29 +312,14 @@ TEST_F(DialogTest, DialogsFitSmallScreens)
                 SCOPED_TRACE(std::to_string(width) + " " + question + " " + label);
                 const auto report = reports->values.size();
                 begin(question);
-                auto* window = dialog();
-                runUntil([&] { return gtk_widget_get_width(GTK_WIDGET(window)) > 0; }, "it has its place");
-                EXPECT_LE(gtk_widget_get_width(GTK_WIDGET(window)), 360);
-                EXPECT_LE(gtk_widget_get_height(GTK_WIDGET(window)), height);
-                for (auto* button : widgetsIn(window, GTK_TYPE_BUTTON)) {
-                    auto* text = GTK_LABEL(gtk_button_get_child(GTK_BUTTON(button)));
-                    EXPECT_GE(gtk_widget_get_allocated_height(button), 44);
-                    EXPECT_FALSE(pango_layout_is_ellipsized(gtk_label_get_layout(text)));
-                }
-                // What does not fit shows that there is more.
-                for (auto* scroller : widgetsIn(window, GTK_TYPE_SCROLLED_WINDOW)) {
-                    auto* range = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(scroller));
-                    auto* bar = gtk_scrolled_window_get_vscrollbar(GTK_SCROLLED_WINDOW(scroller));
-                    EXPECT_EQ(gtk_widget_get_mapped(bar) != FALSE,
-                        gtk_adjustment_get_upper(range) > gtk_adjustment_get_page_size(range) + 1);
-                }
-                if (auto* field = fieldOf(window)) {
-                    const GCharPointer difference(
-                        gtk_test_accessible_check_property(GTK_ACCESSIBLE(field), GTK_ACCESSIBLE_PROPERTY_LABEL,
-                            gtk_label_get_text(GTK_LABEL(widgetsIn(window, GTK_TYPE_LABEL)[0]))));
-                    EXPECT_EQ(difference, nullptr) << difference.get();
-                }
-                press(window, Answer::Cancel);
+                const auto shown = dialog();
+                shown.waitForPlace();
+                EXPECT_LE(shown.width(), 360);
+                EXPECT_LE(shown.height(), height);
+                EXPECT_GE(shown.leastButtonHeight(), 44);
+                EXPECT_TRUE(shown.scrollsWhatDoesNotFit());
+                EXPECT_TRUE(!shown.field() || shown.isFieldNamed(shown.texts()[0]));
+                shown.press(Answer::Cancel);
                 answerFrom(report);
             }
         }
@@ -376,12 +329,11 @@ TEST_F(DialogTest, DialogsFitSmallScreens)
 TEST_F(DialogTest, ADialogOfAViewInNoWindowHoldsUpNoWindow)
 {
     load();
-    gtk_window_set_child(m_window, nullptr);
+    window->clear();
     const auto report = reports->values.size();
     begin("confirm('sure?')");
-    ASSERT_NE(dialog(), nullptr);
-    EXPECT_FALSE(gtk_window_get_modal(dialog()));
-    press(dialog(), Answer::Ok);
+    EXPECT_FALSE(dialog().isModal());
+    dialog().press(Answer::Ok);
     EXPECT_EQ(answerFrom(report), "[true]");
 }
 
@@ -390,9 +342,8 @@ TEST_F(DialogTest, WithoutBlockingAPageIsAnsweredAlsoWhileAnotherIsComing)
     load();
     blockScript(false);
     // A server that never answers.
-    const GObjectPointer<GSocketListener> server(g_socket_listener_new());
-    const auto port = g_socket_listener_add_any_inet_port(server.get(), nullptr, nullptr);
-    view->loadUrl("http://127.0.0.1:" + std::to_string(port) + "/");
+    const HttpsServer server([](const ReceivedRequest&, Wire& wire) { wire.waitForEnd(); }, { {}, true });
+    view->loadUrl("http://" + server.host() + "/");
     EXPECT_EQ(ask("[confirm('sure?'), prompt('name?'), alert('x') === undefined]"),
         OptionalValue(boost::json::array{ true, nullptr, true }));
     EXPECT_TRUE(dialogs().empty()) << "whoever leaves a page is not asked";
@@ -416,14 +367,15 @@ TEST_F(DialogTest, KeyboardAloneAnswers)
     };
     int number = 0;
     for (const auto& row : cases) {
-        const std::string window = "keys " + std::to_string(number++);
-        view->customJavascriptDialogLabelTitles({ { { "confirmTitle", window } } });
+        const std::string title = "keys " + std::to_string(number++);
+        view->customJavascriptDialogLabelTitles({ { { "confirmTitle", title } } });
         const auto report = reports->values.size();
         begin(row.expression);
-        ASSERT_NE(dialog(), nullptr);
-        EXPECT_LE(gtk_widget_get_height(GTK_WIDGET(dialog())), 600);
-        onScreen(*screen, dialog());
-        screen->focus(window);
+        const auto shown = dialog();
+        ASSERT_TRUE(shown);
+        EXPECT_LE(shown.height(), 600);
+        shown.onScreen(*screen);
+        screen->focus(title);
         for (const auto& key : row.keys)
             screen->key(key);
         EXPECT_EQ(answerFrom(report), row.answer) << row.expression;
@@ -439,23 +391,16 @@ TEST_F(DialogTest, OneDialogIsShownAtATimeAndTheLastKindTakesTheAnswer)
     answerFrom(report);
     blockScript(true);
     report = reports->values.size();
-    int questions = 0;
-    const auto signal = g_signal_lookup("script-dialog", WEBKIT_TYPE_WEB_VIEW);
-    const auto hook = g_signal_add_emission_hook(
-        signal, 0,
-        [](GSignalInvocationHint*, guint, const GValue*, gpointer count) -> gboolean {
-            ++*static_cast<int*>(count);
-            return TRUE;
-        },
-        &questions, nullptr);
-    begin("confirm('second')");
-    runUntil([&] { return questions > 0; }, "the page asks its second question");
-    g_signal_remove_emission_hook(signal, hook);
-    EXPECT_EQ(textsOf(dialog())[1], "first");
-    press(dialog(), Answer::Cancel);
+    {
+        const EngineEvents questions(EngineEvents::ScriptDialogs);
+        begin("confirm('second')");
+        runUntil([&] { return questions.count() > 0; }, "the page asks its second question");
+    }
+    EXPECT_EQ(dialog().texts()[1], "first");
+    dialog().press(Answer::Cancel);
     EXPECT_EQ(answerFrom(report), "[false]");
-    EXPECT_EQ(textsOf(dialog())[1], "second") << "it is still shown, and its answer is nobody's";
-    press(dialog(), Answer::Ok);
+    EXPECT_EQ(dialog().texts()[1], "second") << "it is still shown, and its answer is nobody's";
+    dialog().press(Answer::Ok);
     EXPECT_EQ(ask("'alive'"), OptionalValue("alive"));
 }
 
@@ -470,7 +415,7 @@ TEST_F(DialogTest, AFloodOfDialogsIsCutOff)
     int shown = 0;
     for (; !dialogs().empty() && shown < 100; ++shown) {
         ASSERT_EQ(dialogs().size(), 1U);
-        press(dialogs().front(), Answer::Ok);
+        dialogs().front().press(Answer::Ok);
     }
     EXPECT_GT(shown, 10);
     EXPECT_LT(shown, 50);
@@ -505,7 +450,7 @@ TEST_F(DialogTest, APageThatAsksCanBeLeft)
         if (hasDelegate)
             std::exchange(delegate->pending, nullptr)(Answer::Ok);
         else
-            press(dialog(), Answer::Ok);
+            dialog().press(Answer::Ok);
         EXPECT_EQ(answerFrom(report), "[true]");
     }
 }
@@ -548,13 +493,9 @@ TEST_F(DialogTest, DialogsGoWithTheirPageAndTheirView)
     blockScript(true);
     view->evaluateJavaScript("confirm('the last')");
     dialog();
-    auto* widget = gtk_overlay_get_child(GTK_OVERLAY(nativeView(*view)));
-    bool isGone = false;
-    g_object_weak_ref(
-        G_OBJECT(widget), [](gpointer gone, GObject*) { *static_cast<bool*>(gone) = true; }, &isGone);
+    const EngineWatch engine(*view);
     view.reset();
     runUntil([] { return dialogs().empty(); }, "the dialog goes with its view");
-    runUntil([&] { return isGone; }, "the engine's view goes as well");
 }
 
 // Is told when a page's process has ended, and may ask for the next page at once.
@@ -577,21 +518,20 @@ TEST_F(DialogTest, ADeadPageIsNoticedAndItsViewWorksOn)
 {
     const auto delegate = std::make_shared<Mourner>();
     view->setNavigationDelegate(delegate);
-    auto* engine = WEBKIT_WEB_VIEW(gtk_overlay_get_child(GTK_OVERLAY(nativeView(*view))));
     for (const std::string question : { "alert('stay')", "confirm('stay')", "prompt('stay')", "0" }) {
         load();
         view->evaluateJavaScript(question);
         if (question != "0")
             dialog();
         const auto deaths = delegate->deaths;
-        webkit_web_view_terminate_web_process(engine);
+        crashPage(*view);
         runUntil([&] { return delegate->deaths == deaths + 1; }, "the delegate is told");
         EXPECT_EQ(delegate->dialogsLeft, 0U) << question;
     }
     const auto reported = reports->values.size();
     delegate->next = pageWith("<script>prompt('_dsbridge=test.report', '{\"data\":\"again\"}')</script>");
     load();
-    webkit_web_view_terminate_web_process(engine);
+    crashPage(*view);
     waitForReports(reported + 2);
     EXPECT_EQ(reports->values.back(), OptionalValue("again"));
     EXPECT_EQ(delegate->deaths, 5);
@@ -600,13 +540,9 @@ TEST_F(DialogTest, ADeadPageIsNoticedAndItsViewWorksOn)
 TEST_F(DialogTest, AViewThatIsDroppedInTheMiddleOfACallLeavesNothingBehind)
 {
     load();
-    auto* widget = gtk_overlay_get_child(GTK_OVERLAY(nativeView(*view)));
-    bool isGone = false;
-    g_object_weak_ref(
-        G_OBJECT(widget), [](gpointer gone, GObject*) { *static_cast<bool*>(gone) = true; }, &isGone);
+    const EngineWatch engine(*view);
     view->evaluateJavaScript("report('nobody listens'); confirm('nobody sees'); report('again')");
     view.reset();
-    runUntil([&] { return isGone; }, "the engine's view is gone");
 }
 
 TEST_F(DialogTest, ADialogGoesWithItsWindow)
@@ -615,8 +551,8 @@ TEST_F(DialogTest, ADialogGoesWithItsWindow)
     const auto report = reports->values.size();
     begin("confirm('sure?')");
     dialog();
-    gtk_window_set_child(m_window, nullptr);
-    gtk_window_destroy(std::exchange(m_window, nullptr));
+    window->clear();
+    window.reset();
     EXPECT_EQ(answerFrom(report), "[false]");
     EXPECT_TRUE(dialogs().empty());
 }
@@ -630,12 +566,12 @@ TEST_F(DialogTest, DelegatesAnswerWhatTheyImplementAndMayForget)
     EXPECT_EQ(alerts->alerts, 1);
     const auto report = reports->values.size();
     begin("confirm('sure?')");
-    press(dialog(), Answer::Ok);
+    dialog().press(Answer::Ok);
     EXPECT_EQ(answerFrom(report), "[true]");
 
     view->setDSUIDelegate(view);
     begin("confirm('of itself')");
-    press(dialog(), Answer::Ok);
+    dialog().press(Answer::Ok);
     EXPECT_EQ(answerFrom(report + 1), "[true]") << "a view that is its own delegate has none";
 
     const auto absentminded = std::make_shared<Absentminded>();
@@ -667,7 +603,7 @@ TEST_F(DialogTest, NewWindowsAreTheDelegatesToMake)
 {
     auto configuration = std::make_shared<WKWebViewConfiguration>();
     configuration->preferences->javaScriptCanOpenWindowsAutomatically = true;
-    gtk_window_set_child(m_window, nullptr);
+    window->clear();
     view.reset();
     use(DWKWebView::initWithFrame({}, configuration));
     load();
@@ -686,13 +622,9 @@ TEST_F(DialogTest, NewWindowsAreTheDelegatesToMake)
     view->evaluateJavaScript("opened.close()");
     runUntil([&] { return opener->hasClosed; }, "the window is closed");
     const std::weak_ptr<WKWebView> watched = opener->opened;
-    auto* widget = gtk_overlay_get_child(GTK_OVERLAY(nativeView(*opener->opened)));
-    bool isGone = false;
-    g_object_weak_ref(
-        G_OBJECT(widget), [](gpointer gone, GObject*) { *static_cast<bool*>(gone) = true; }, &isGone);
+    const EngineWatch engine(*opener->opened);
     opener->opened.reset();
     EXPECT_TRUE(watched.expired());
-    runUntil([&] { return isGone; }, "the engine lets go of the closed window's view");
 }
 
 } // namespace

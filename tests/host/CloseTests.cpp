@@ -4,7 +4,6 @@
 
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "platform/Foundation/NSURLSession.h"
-#include "platform/gtk/GLibPointers.h"
 
 #include <algorithm>
 #include <atomic>
@@ -65,22 +64,6 @@ private:
 
 constexpr const char* kCalling = "<script>prompt('_dsbridge=all.call', '{}');</script>";
 
-// The server's half of a WebSocket's beginning.
-std::string upgradeFor(const std::string& head)
-{
-    const std::string field = "Sec-WebSocket-Key: ";
-    const auto at = head.find(field) + field.size();
-    const auto key = head.substr(at, head.find("\r\n", at) - at) + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11";
-    std::uint8_t digest[20];
-    gsize length = sizeof digest;
-    const std::unique_ptr<GChecksum, Releaser<g_checksum_free>> sum(g_checksum_new(G_CHECKSUM_SHA1));
-    g_checksum_update(sum.get(), reinterpret_cast<const guchar*>(key.data()), static_cast<gssize>(key.size()));
-    g_checksum_get_digest(sum.get(), digest, &length);
-    const GCharPointer accept(g_base64_encode(digest, length));
-    return "HTTP/1.1 101 Switching\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Accept: "
-        + std::string(accept.get()) + "\r\n\r\n";
-}
-
 class CloseTest : public testing::Test {
 protected:
     void SetUp() override { anchors(HttpsServer::authority()); }
@@ -105,7 +88,7 @@ protected:
                                return request.line().find(std::string(path) + " ") != std::string::npos;
                            };
                            if (is("/socket")) {
-                               wire.send(upgradeFor(request.head));
+                               wire.send(HttpsServer::webSocketAnswer(request));
                                ++openSockets;
                                // The page says nothing but that it closes.
                                wire.waitForMore();

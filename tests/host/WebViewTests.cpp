@@ -1,17 +1,16 @@
 #include "tests/support/Authority.h"
+#include "tests/support/Engine.h"
 #include "tests/support/HttpsServer.h"
 #include "tests/support/PageTest.h"
+#include "tests/support/TestWindow.h"
 
 #include "TQWhiteBoardLib/TQWBWebView.h"
-#include "TQWhiteBoardLib/gtk/NativeView.h"
 #include "host/TQWBBridge.h"
 #include "platform/Foundation/NSURLSessionConfiguration.h"
 #include "platform/UIKit/UIScreen.h"
-#include "platform/gtk/GLibPointers.h"
 
 #include <algorithm>
 #include <boost/json/serialize.hpp>
-#include <gtk/gtk.h>
 #include <stdexcept>
 #include <thread>
 
@@ -316,26 +315,9 @@ TEST_F(WebViewTest, EventsReachTheDelegatesUnderBothNames)
 TEST_F(WebViewTest, TheViewIsWhiteBeforeItsFirstPage)
 {
     make();
-    auto* window = GTK_WINDOW(gtk_window_new());
-    gtk_window_set_default_size(window, 300, 200);
-    gtk_window_set_child(window, nativeView(*room));
-    gtk_window_present(window);
-    runUntil([&] { return gtk_widget_get_width(nativeView(*room)) == 300; }, "the view has its place");
-    const GObjectPointer<GdkPaintable> picture(gtk_widget_paintable_new(nativeView(*room)));
-    auto* snapshot = gtk_snapshot_new();
-    gdk_paintable_snapshot(picture.get(), snapshot, 300, 200);
-    auto* node = gtk_snapshot_free_to_node(snapshot);
-    ASSERT_NE(node, nullptr);
-    auto* renderer = gtk_native_get_renderer(GTK_NATIVE(window));
-    const graphene_rect_t area{ { 0, 0 }, { 300, 200 } };
-    const GObjectPointer<GdkTexture> texture(gsk_renderer_render_texture(renderer, node, &area));
-    gsk_render_node_unref(node);
-    std::vector<std::uint8_t> pixels(300 * 200 * 4);
-    gdk_texture_download(texture.get(), pixels.data(), 300 * 4);
-    const auto* middle = &pixels[(100 * 300 + 150) * 4];
-    EXPECT_EQ(std::vector<int>(middle, middle + 4), (std::vector<int>{ 255, 255, 255, 255 }));
-    gtk_window_set_child(window, nullptr);
-    gtk_window_destroy(window);
+    TestWindow window(*room, 300, 200);
+    EXPECT_EQ(window.colorInTheMiddle(), (std::array{ 255, 255, 255, 255 }));
+    window.clear();
 }
 
 TEST_F(WebViewTest, CapturesOfEveryUsualFormatArrive)
@@ -457,10 +439,10 @@ TEST_F(WebViewTest, TheLastReferenceMayBeDroppedAnywhereWhileThePageLoads)
         runUntil([&] { return destroyedOn != std::thread::id(); }, "the view is destroyed");
     }
     auto one = TQWBWebView::initWithFrame({ 0, 0, 100, 50 }, nullptr);
-    auto* engineView = gtk_overlay_get_child(static_cast<GtkOverlay*>(one->nativeHandle()));
+    EngineWatch engine(*one);
     one->call("TQJSBridge.onRoomQuited", "{}");
     std::thread([held = std::move(one)]() mutable { held.reset(); }).join();
-    g_object_notify(G_OBJECT(engineView), "estimated-load-progress");
+    engine.repeatProgress();
     runPending();
 }
 
@@ -470,18 +452,8 @@ TEST_F(WebViewTest, NoViewIsDestroyedInTheMiddleOfAnEnginesCall)
     std::thread::id destroyedOn;
     auto one = TQWBWebView::initWithFrame({ 0, 0, 100, 50 }, nullptr);
     one->addJavascriptObject(std::make_shared<Witness>(destroyedOn), "witness");
-    auto* engineView = gtk_overlay_get_child(static_cast<GtkOverlay*>(one->nativeHandle()));
-    // Runs after the view's own handler, in the same emission.
-    struct After {
-        std::thread::id& destroyedOn;
-        bool& wasDestroyedInside;
-    } after{ destroyedOn, wasDestroyedInside };
-    g_signal_connect_after(engineView, "notify::estimated-load-progress",
-        G_CALLBACK(+[](GObject*, GParamSpec*, gpointer data) {
-            auto& seen = *static_cast<After*>(data);
-            seen.wasDestroyedInside = seen.wasDestroyedInside || seen.destroyedOn != std::thread::id();
-        }),
-        &after);
+    EngineWatch engine(*one);
+    engine.afterProgress([&] { wasDestroyedInside = wasDestroyedInside || destroyedOn != std::thread::id(); });
     // The application's observer drops the last reference when it is told.
     struct Dropper final : NSObject {
         void observeValueForKeyPath(std::string_view, NSObject*, const boost::json::object&, void*) override
@@ -495,7 +467,7 @@ TEST_F(WebViewTest, NoViewIsDestroyedInTheMiddleOfAnEnginesCall)
     } dropper;
     one->addObserver(&dropper, "estimatedProgress", nullptr);
     dropper.held = std::move(one);
-    g_object_notify(G_OBJECT(engineView), "estimated-load-progress");
+    engine.repeatProgress();
     EXPECT_EQ(dropper.calls, 1);
     EXPECT_FALSE(wasDestroyedInside);
     EXPECT_EQ(destroyedOn, std::thread::id());

@@ -182,6 +182,22 @@ std::string HttpsServer::answerWith(int status, const std::string& body, const s
         + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
+std::string HttpsServer::webSocketAnswer(const ReceivedRequest& request)
+{
+    const std::string field = "Sec-WebSocket-Key: ";
+    const auto at = request.head.find(field) + field.size();
+    const auto key
+        = request.head.substr(at, request.head.find("\r\n", at) - at) + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11";
+    std::uint8_t digest[20];
+    gsize length = sizeof digest;
+    const std::unique_ptr<GChecksum, Releaser<g_checksum_free>> sum(g_checksum_new(G_CHECKSUM_SHA1));
+    g_checksum_update(sum.get(), reinterpret_cast<const guchar*>(key.data()), static_cast<gssize>(key.size()));
+    g_checksum_get_digest(sum.get(), digest, &length);
+    const GCharPointer accept(g_base64_encode(digest, length));
+    return "HTTP/1.1 101 Switching\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Accept: "
+        + std::string(accept.get()) + "\r\n\r\n";
+}
+
 std::uint16_t refusingPort()
 {
     // Bound and not listening: connections are refused, and nobody else gets the port.

@@ -108,6 +108,8 @@ public:
     static const std::string& authority();
     /// A status line, headers and a body.
     static std::string answerWith(int status, const std::string& body, const std::string& moreHeaders = "");
+    /// The server's half of a WebSocket's beginning.
+    static std::string webSocketAnswer(const ReceivedRequest& request);
 
 private:
     void serve();

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <string>
 #include <string_view>
 
 namespace tq::test {
@@ -12,5 +13,29 @@ bool runUntil(const std::function<bool()>& condition, std::string_view what,
 
 /// Runs what is due on the main loop now, without waiting.
 void runPending();
+
+/// Gives the main loop one turn, which waits for something to do if it may.
+enum class Waiting { No, Yes };
+void runTurn(Waiting);
+
+/// The longest time for which the main loop had no turn for its drawing, while one of these exists.
+class StallMeter {
+public:
+    using Milliseconds = std::chrono::duration<double, std::milli>;
+    StallMeter();
+    ~StallMeter();
+    StallMeter(const StallMeter&) = delete;
+    StallMeter& operator=(const StallMeter&) = delete;
+
+    /// Reported as well, since a reader wants to know more than that it is below a limit.
+    Milliseconds longest(const std::string& what);
+
+private:
+    void tick();
+
+    std::chrono::steady_clock::time_point m_last = std::chrono::steady_clock::now();
+    Milliseconds m_longest{};
+    unsigned m_source;
+};
 
 } // namespace tq::test

@@ -1,10 +1,10 @@
 #pragma once
 
 #include "PageTest.h"
-#include "TQWhiteBoardLib/gtk/NativeView.h"
+#include "TestWindow.h"
 
 #include <boost/json/serialize.hpp>
-#include <gtk/gtk.h>
+#include <optional>
 
 namespace tq::test {
 
@@ -15,16 +15,12 @@ protected:
     {
         PageTest::SetUp();
         use(DWKWebView::initWithFrame({ 0, 0, 400, 300 }, nullptr));
-        m_window = GTK_WINDOW(gtk_window_new());
-        gtk_window_set_default_size(m_window, 500, 400);
-        gtk_window_set_child(m_window, nativeView(*view));
-        gtk_window_present(m_window);
+        window.emplace(*view);
     }
     void TearDown() override
     {
         PageTest::TearDown();
-        if (m_window)
-            gtk_window_destroy(m_window);
+        window.reset();
     }
     /// Waits for the report of that number; its JSON text.
     std::string answerFrom(std::size_t report)
@@ -35,7 +31,7 @@ protected:
             : "nothing";
     }
 
-    GtkWindow* m_window = nullptr;
+    std::optional<TestWindow> window;
 };
 
 } // namespace tq::test

@@ -7,20 +7,18 @@
 namespace tq::test {
 namespace {
 
-constexpr const char* kTitle = "Hands";
-
 // A page in a window on the screen, for a user who points at it.
-class HandTest : public PageWindowTest {
+class InputTest : public PageWindowTest {
 protected:
     void SetUp() override
     {
         if (!screen)
-            GTEST_SKIP() << "nobody has hands for this screen";
+            GTEST_SKIP() << "nobody can point at this screen";
         PageWindowTest::SetUp();
-        gtk_window_set_title(m_window, kTitle);
+        window->setTitle("Input");
     }
     // The mouse, and the finger where there is one.
-    std::vector<std::function<void(Screen::Point)>> hands() const
+    std::vector<std::function<void(Screen::Point)>> pointers() const
     {
         std::vector<std::function<void(Screen::Point)>> list{ [this](auto place) { screen->click(place); } };
         if (screen->hasTouch())
@@ -30,7 +28,7 @@ protected:
     // The page fills the window, and what is reported waits for the engine to have drawn it.
     void show(const std::string& html)
     {
-        onScreen(*screen, m_window);
+        window->middle(*screen);
         load("<style>html, body { margin: 0; height: 100% }</style>" + html);
         const auto count = reports->values.size();
         view->evaluateJavaScript("requestAnimationFrame(() => requestAnimationFrame(() => report('drawn')))");
@@ -40,37 +38,25 @@ protected:
     Screen* const screen = Screen::get();
 };
 
-GtkWidget* buttonIn(GtkWindow* window, const std::string& label)
-{
-    for (auto* button : widgetsIn(window, GTK_TYPE_BUTTON)) {
-        const char* shown = gtk_button_get_label(GTK_BUTTON(button));
-        if (shown && shown == label)
-            return button;
-    }
-    return nullptr;
-}
-
-TEST_F(HandTest, EveryHandAsksAndAnswers)
+TEST_F(InputTest, EveryPointerAsksAndAnswers)
 {
     show("<button style='width: 100%; height: 100%' onclick='report(confirm(\"sure?\"))'>ask</button>");
     view->customJavascriptDialogLabelTitles(
         { { { "confirmTitle", "Question" }, { "confirmCancelBtn", "No" }, { "confirmOkBtn", "Yes" } } });
-    for (const auto& point : hands()) {
+    for (const auto& point : pointers()) {
         for (const std::string answer : { "Yes", "No" }) {
             const auto count = reports->values.size();
-            point(middleOf(*screen, nativeView(*view)));
-            auto* asked = dialog();
-            ASSERT_NE(asked, nullptr);
-            auto* button = buttonIn(asked, answer);
-            ASSERT_NE(button, nullptr);
-            point(middleOf(*screen, button));
+            point(window->middle(*screen));
+            const auto asked = dialog();
+            ASSERT_TRUE(asked);
+            point(asked.middleOfButton(*screen, answer));
             EXPECT_EQ(answerFrom(count), answer == "Yes" ? "true" : "false");
             runUntil([&] { return !screen->window("Question"); }, "the dialog has left the screen");
         }
     }
 }
 
-TEST_F(HandTest, TouchesReachThePageWhereTheyAre)
+TEST_F(InputTest, TouchesReachThePageWhereTheyAre)
 {
     if (!screen->hasTouch())
         GTEST_SKIP() << "this screen has no touch";
@@ -85,7 +71,7 @@ for (const name of ["touchstart", "touchmove", "touchend"])
     }, { passive: false });
 const touches = [];
 </script>)");
-    const auto middle = middleOf(*screen, nativeView(*view));
+    const auto middle = window->middle(*screen);
     const auto at = [&](double x, double y) { return Screen::Point{ middle.x + x, middle.y + y }; };
     const auto count = reports->values.size();
     screen->touch(0, at(0, 0));
@@ -100,7 +86,7 @@ const touches = [];
         R"([["touchstart",-20,10],["touchstart",50,-10],["touchend",-20,10],["touchend",50,-10]])");
 }
 
-TEST_F(HandTest, TwoFingersAreThePagesAndZoomNothing)
+TEST_F(InputTest, TwoFingersAreThePagesAndZoomNothing)
 {
     if (!screen->hasTouch())
         GTEST_SKIP() << "this screen has no touch";
@@ -121,7 +107,7 @@ for (const name of ["touchstart", "touchmove", "touchend"])
             report([...touches.splice(0).map(touch => touch.places), visualViewport.scale]);
     }, { passive: true });
 </script>)");
-    const auto middle = middleOf(*screen, nativeView(*view));
+    const auto middle = window->middle(*screen);
     // d and u: a finger goes down and up, m: it moves away from the other one. 0 is the left one, 1 the right one.
     const struct {
         const char* steps;

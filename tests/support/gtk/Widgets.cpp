@@ -1,6 +1,6 @@
-#include "Dialogs.h"
+#include "Widgets.h"
 
-#include "MainLoop.h"
+#include "tests/support/MainLoop.h"
 
 #include <gtest/gtest.h>
 
@@ -24,23 +24,15 @@ std::vector<GtkWidget*> widgetsIn(GtkWindow* window, GType type)
     return found;
 }
 
-std::vector<GtkWindow*> dialogs()
+void waitForFrame(GtkWindow* window)
 {
-    std::vector<GtkWindow*> found;
-    auto* windows = gtk_window_get_toplevels();
-    for (guint i = 0; i < g_list_model_get_n_items(windows); ++i) {
-        auto* window = static_cast<GtkWindow*>(g_list_model_get_item(windows, i));
-        g_object_unref(window);
-        if (gtk_widget_has_css_class(GTK_WIDGET(window), "message") && gtk_widget_get_visible(GTK_WIDGET(window)))
-            found.push_back(window);
-    }
-    return found;
-}
-
-GtkWindow* dialog()
-{
-    const bool isAlone = runUntil([] { return dialogs().size() == 1; }, "a dialog is on the screen");
-    return isAlone ? dialogs().front() : nullptr;
+    int frames = 0;
+    auto* clock = gtk_widget_get_frame_clock(GTK_WIDGET(window));
+    const auto painted = g_signal_connect(clock, "after-paint",
+        G_CALLBACK(+[](GdkFrameClock*, gpointer count) { ++*static_cast<int*>(count); }), &frames);
+    gtk_widget_queue_draw(GTK_WIDGET(window));
+    runUntil([&] { return frames > 0; }, "the window is drawn");
+    g_signal_handler_disconnect(clock, painted);
 }
 
 Screen::Window onScreen(Screen& screen, GtkWindow* window)

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "platform/WebKit/WKWebView.h"
+
+#include <functional>
+#include <memory>
+
+namespace tq::test {
+
+/// Ends the process of the view's page, as a crash does. The view hears of it later.
+void crashPage(const WKWebView&);
+
+/// The engine's half of a view, which must be gone soon after this.
+class EngineWatch {
+public:
+    explicit EngineWatch(const WKWebView&);
+    ~EngineWatch();
+    EngineWatch(const EngineWatch&) = delete;
+    EngineWatch& operator=(const EngineWatch&) = delete;
+
+    bool isGone() const;
+    /// Has the engine say once more how far the load has come.
+    void repeatProgress() const;
+    /// Called after the view itself has heard of progress, in the same call of the engine's.
+    void afterProgress(std::function<void()>);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> m_impl;
+};
+
+/// Counts what the engine tells any view of this process.
+class EngineEvents {
+public:
+    enum Kind { ScriptDialogs, Crashes };
+    explicit EngineEvents(Kind);
+    ~EngineEvents();
+    EngineEvents(const EngineEvents&) = delete;
+    EngineEvents& operator=(const EngineEvents&) = delete;
+
+    int count() const { return m_count; }
+
+private:
+    int m_count = 0;
+    unsigned m_signal;
+    unsigned long m_hook;
+};
+
+/// The engine's inspector of a view. It is shown nowhere.
+class Inspector {
+public:
+    explicit Inspector(const WKWebView&);
+    ~Inspector();
+    Inspector(const Inspector&) = delete;
+    Inspector& operator=(const Inspector&) = delete;
+
+    static bool isAllowed(const WKWebView&);
+    void open();
+    bool isOpen() const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> m_impl;
+};
+
+} // namespace tq::test

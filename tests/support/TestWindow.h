@@ -1,0 +1,40 @@
+#pragma once
+
+#include "platform/WebKit/WKWebView.h"
+#include "tests/support/Screen.h"
+
+#include <array>
+#include <memory>
+
+namespace tq::test {
+
+/// A window of this process on the screen, with a view in it.
+class TestWindow {
+public:
+    explicit TestWindow(const WKWebView& view, int width = 500, int height = 400);
+    ~TestWindow();
+    TestWindow(const TestWindow&) = delete;
+    TestWindow& operator=(const TestWindow&) = delete;
+
+    void setTitle(const std::string& title);
+    /// Takes what was shown out of the window.
+    void show(const WKWebView& view);
+    /// Takes the view out; it lives on.
+    void clear();
+    /// Returns when it is as tall as that.
+    void resize(int width, int height);
+    /// Returns after one more frame.
+    void waitUntilDrawn();
+    /// Red, green, blue and alpha of what the window draws in its middle.
+    std::array<int, 4> colorInTheMiddle();
+    /// Where the middle of the window's content is on the screen, waited for.
+    Screen::Point middle(Screen& screen) const;
+    /// The toolkit's window.
+    void* nativeHandle() const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> m_impl;
+};
+
+} // namespace tq::test

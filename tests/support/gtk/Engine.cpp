@@ -1,0 +1,82 @@
+#include "tests/support/Engine.h"
+
+#include "EngineView.h"
+#include "tests/support/MainLoop.h"
+
+namespace tq::test {
+
+void crashPage(const WKWebView& view) { webkit_web_view_terminate_web_process(engineOf(view)); }
+
+struct EngineWatch::Impl {
+    WebKitWebView* engine;
+    bool isGone = false;
+    std::function<void()> after;
+};
+
+EngineWatch::EngineWatch(const WKWebView& view)
+    : m_impl(std::make_unique<Impl>(Impl{ engineOf(view), false, nullptr }))
+{
+    g_object_weak_ref(
+        G_OBJECT(m_impl->engine), [](gpointer impl, GObject*) { static_cast<Impl*>(impl)->isGone = true; },
+        m_impl.get());
+}
+
+EngineWatch::~EngineWatch()
+{
+    runUntil([this] { return m_impl->isGone; }, "the engine's view is gone");
+}
+
+bool EngineWatch::isGone() const { return m_impl->isGone; }
+
+void EngineWatch::repeatProgress() const { g_object_notify(G_OBJECT(m_impl->engine), "estimated-load-progress"); }
+
+void EngineWatch::afterProgress(std::function<void()> after)
+{
+    m_impl->after = std::move(after);
+    g_signal_connect_after(m_impl->engine, "notify::estimated-load-progress",
+        G_CALLBACK(+[](GObject*, GParamSpec*, gpointer impl) { static_cast<Impl*>(impl)->after(); }), m_impl.get());
+}
+
+EngineEvents::EngineEvents(Kind kind)
+    : m_signal(g_signal_lookup(kind == Crashes ? "web-process-terminated" : "script-dialog", WEBKIT_TYPE_WEB_VIEW))
+    , m_hook(g_signal_add_emission_hook(
+          m_signal, 0,
+          [](GSignalInvocationHint*, guint, const GValue*, gpointer count) -> gboolean {
+              ++*static_cast<int*>(count);
+              return TRUE;
+          },
+          &m_count, nullptr))
+{
+}
+
+EngineEvents::~EngineEvents() { g_signal_remove_emission_hook(m_signal, m_hook); }
+
+struct Inspector::Impl {
+    WebKitWebInspector* inspector;
+};
+
+Inspector::Inspector(const WKWebView& view)
+    : m_impl(std::make_unique<Impl>(Impl{ webkit_web_view_get_inspector(engineOf(view)) }))
+{
+    // Where it would be shown; nobody looks.
+    for (const char* signal : { "attach", "open-window" }) {
+        g_signal_connect(m_impl->inspector, signal,
+            G_CALLBACK(+[](WebKitWebInspector*, gpointer) -> gboolean { return TRUE; }), m_impl.get());
+    }
+}
+
+Inspector::~Inspector()
+{
+    webkit_web_inspector_close(m_impl->inspector);
+    g_signal_handlers_disconnect_by_data(m_impl->inspector, m_impl.get());
+}
+
+bool Inspector::isAllowed(const WKWebView& view)
+{
+    return webkit_settings_get_enable_developer_extras(webkit_web_view_get_settings(engineOf(view)));
+}
+
+void Inspector::open() { webkit_web_inspector_show(m_impl->inspector); }
+bool Inspector::isOpen() const { return webkit_web_inspector_get_web_view(m_impl->inspector); }
+
+} // namespace tq::test

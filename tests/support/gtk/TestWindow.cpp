@@ -1,0 +1,67 @@
+#include "tests/support/TestWindow.h"
+
+#include "EngineView.h"
+#include "Widgets.h"
+#include "platform/gtk/GLibPointers.h"
+#include "tests/support/MainLoop.h"
+
+#include <vector>
+
+namespace tq::test {
+
+struct TestWindow::Impl {
+    GtkWindow* window = GTK_WINDOW(gtk_window_new());
+};
+
+TestWindow::TestWindow(const WKWebView& view, int width, int height)
+    : m_impl(std::make_unique<Impl>())
+{
+    gtk_window_set_default_size(m_impl->window, width, height);
+    show(view);
+    gtk_window_present(m_impl->window);
+}
+
+TestWindow::~TestWindow() { gtk_window_destroy(m_impl->window); }
+
+void TestWindow::setTitle(const std::string& title) { gtk_window_set_title(m_impl->window, title.c_str()); }
+void TestWindow::show(const WKWebView& view) { gtk_window_set_child(m_impl->window, widgetOf(view)); }
+void TestWindow::clear() { gtk_window_set_child(m_impl->window, nullptr); }
+void* TestWindow::nativeHandle() const { return m_impl->window; }
+
+void TestWindow::resize(int width, int height)
+{
+    gtk_window_set_default_size(m_impl->window, width, height);
+    runUntil([&] { return gtk_widget_get_height(GTK_WIDGET(m_impl->window)) == height; }, "the window has its size");
+}
+
+void TestWindow::waitUntilDrawn() { waitForFrame(m_impl->window); }
+
+std::array<int, 4> TestWindow::colorInTheMiddle()
+{
+    auto* content = gtk_window_get_child(m_impl->window);
+    runUntil([&] { return gtk_widget_get_width(content) > 0; }, "the view has its place");
+    const int width = gtk_widget_get_width(content);
+    const int height = gtk_widget_get_height(content);
+    const GObjectPointer<GdkPaintable> picture(gtk_widget_paintable_new(content));
+    auto* snapshot = gtk_snapshot_new();
+    gdk_paintable_snapshot(picture.get(), snapshot, width, height);
+    auto* node = gtk_snapshot_free_to_node(snapshot);
+    if (!node)
+        return {};
+    const graphene_rect_t area{ { 0, 0 }, { float(width), float(height) } };
+    auto* renderer = gtk_native_get_renderer(GTK_NATIVE(m_impl->window));
+    const GObjectPointer<GdkTexture> texture(gsk_renderer_render_texture(renderer, node, &area));
+    gsk_render_node_unref(node);
+    const auto stride = std::size_t(width) * 4;
+    std::vector<std::uint8_t> pixels(stride * std::size_t(height));
+    gdk_texture_download(texture.get(), pixels.data(), stride);
+    const auto* middle = &pixels[stride * std::size_t(height / 2) + std::size_t(width / 2) * 4];
+    return { middle[2], middle[1], middle[0], middle[3] };
+}
+
+Screen::Point TestWindow::middle(Screen& screen) const
+{
+    return middleOf(screen, gtk_window_get_child(m_impl->window));
+}
+
+} // namespace tq::test
