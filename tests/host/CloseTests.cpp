@@ -1,12 +1,14 @@
 #include "tests/support/Authority.h"
 #include "tests/support/HttpsServer.h"
 #include "tests/support/PageTest.h"
+#include "tests/support/TestWindow.h"
 
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "platform/Foundation/NSURLSession.h"
 
 #include <algorithm>
 #include <atomic>
+#include <optional>
 
 namespace tq::test {
 namespace {
@@ -142,6 +144,9 @@ TEST_F(CloseTest, IsSafeAtAnyTime)
         { "a script without an end", pageWith(kCalling), "",
             [](const auto& told) { return std::ranges::count(told.events, "finish") > 0; }, "for (;;);" },
     };
+    const auto other = makeView();
+    const auto loaded = std::make_shared<Everything>();
+    other->setNavigationDelegate(loaded);
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         auto room = makeView();
@@ -184,16 +189,16 @@ TEST_F(CloseTest, IsSafeAtAnyTime)
         if (const auto late = std::exchange(told->dialog, nullptr))
             late();
         // What another view does afterwards is what this one did not.
-        auto other = makeView();
+        const auto loads = loaded->events.size();
         other->loadUrl(pageWith("<p>"));
-        runUntil([&] { return other->estimatedProgress() == 1; }, "another view's page is there");
-        other->close();
+        runUntil([&] { return loaded->events.size() == loads + 2; }, "another view's page is there");
         EXPECT_EQ(room->call("TQJSBridge.onRecordStart", "{}"), R"({"code":0,"data":"onRecordStart"})");
         EXPECT_EQ(told->events, known);
         EXPECT_EQ(room->URL(), std::nullopt);
         room.reset();
         runUntil([&] { return watched.expired(); }, "the view is destroyed");
     }
+    other->close();
     EXPECT_EQ(countOf("/after"), 0);
 }
 
@@ -205,17 +210,22 @@ TEST_F(CloseTest, ThePagesTimersAndConnectionsEnd)
         openSockets = 0;
         hasSocketEnded = false;
         auto room = makeView();
+        // The timers of what nobody sees come once a second.
+        std::optional<TestWindow> window(std::in_place, *room);
         const auto ticksBefore = countOf("/tick");
         room->loadUrl(at("/room"));
         runUntil([&] { return openSockets == 1 && countOf("/tick") > ticksBefore; }, "the page runs");
         room->evaluateJavaScript(script);
         room->close();
-        if (isDropped)
+        if (isDropped) {
+            window.reset();
             room.reset();
+        }
         runUntil([&] { return hasSocketEnded.load(); }, "the page's connection has ended");
         const auto ticks = countOf("/tick");
         // As long as another page takes for ten ticks.
         auto other = makeView();
+        const TestWindow shown(*other);
         const auto reports = std::make_shared<Reports>();
         other->addJavascriptObject(reports, "test");
         other->loadUrl(pageWith("<script>setInterval(() => prompt('_dsbridge=test.report', '{}'), 20)</script>"));

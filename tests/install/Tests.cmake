@@ -38,12 +38,4 @@ if(TQWB_CLANG)
 else()
     message(STATUS "What the installed headers declare is not compared with the library: that takes clang++")
 endif()
-foreach(tool cmake pkg-config)
-    add_test(NAME Install.ProgramBuiltBy-${tool}-Joins
-        COMMAND bash "${install_scripts}/consumer.sh" ${tool} "${install_prefix}" "${install_scripts}/consumer"
-            "${install_scratch}/${tool}")
-    set_tests_properties(Install.ProgramBuiltBy-${tool}-Joins PROPERTIES RESOURCE_LOCK screen
-        ENVIRONMENT "CXX=${CMAKE_CXX_COMPILER}")
-    list(APPEND install_users Install.ProgramBuiltBy-${tool}-Joins)
-endforeach()
 set_tests_properties(${install_users} PROPERTIES FIXTURES_REQUIRED installation TIMEOUT 300)

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds every installed example alone, as its reader would, and runs two of them.
+# Builds every installed example alone, as its reader would, by CMake, and the viewer by pkg-config as well. Runs the
+# tests of one, a conversation to its end, and both viewers in a room of the installed service.
 #
 # usage: examples.sh PREFIX SCRATCH-FOLDER      CXX is the compiler; needs a display
 set -euo pipefail
@@ -10,30 +11,57 @@ die() { printf 'examples.sh: %s\n' "$*" >&2; exit 1; }
 
 rm -rf "$scratch"
 mkdir -p "$scratch"
-count=0
-for folder in "$prefix"/share/tqwhiteboardlib/examples/*/; do
-    name="$(basename "$folder")"
-    {
-        cmake -S "$folder" -B "$scratch/$name" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS="-Wall -Wextra -Werror" \
-            && cmake --build "$scratch/$name"
-    } >"$scratch/$name.log" 2>&1 || { cat "$scratch/$name.log"; die "$name does not build"; }
-    [[ -x "$scratch/$name/$name" ]] || die "$name makes no program of its name"
+examples="$prefix/share/tqwhiteboardlib/examples"
+libraries="$(dirname "$(find "$prefix"/lib* -name libTQWhiteBoardLib.so)")"
+export XDG_DATA_HOME="$scratch/data" XDG_CACHE_HOME="$scratch/cache" GTK_A11Y=none
+export examples prefix scratch
+
+build_by_cmake() {
+    local name=$1
+    cmake -S "$examples/$name" -B "$scratch/$name" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS="-Wall -Wextra -Werror" \
+        && cmake --build "$scratch/$name"
+}
+build_in_silence() {
+    build_by_cmake "$1" >"$scratch/$1.log" 2>&1 || { cat "$scratch/$1.log" >&2; return 255; }
+}
+export -f build_by_cmake build_in_silence
+names="$(ls "$examples")"
+(($(wc -l <<<"$names") >= 5)) || die "only these examples are installed: $names"
+xargs -P 2 -I '{}' bash -c 'build_in_silence "$@"' _ '{}' <<<"$names" || die "an example does not build"
+
+export PKG_CONFIG_PATH="$libraries/pkgconfig"
+read -r -a flags <<<"$(pkg-config --cflags --libs tqwhiteboardlib gtk4)"
+mkdir "$scratch/by-pkg-config"
+"$CXX" -std=c++20 -Wall -Wextra -Werror "$examples/viewer/main.cpp" -o "$scratch/by-pkg-config/by-pkg-config" "${flags[@]}"
+for name in $names by-pkg-config; do
+    # Of the two, only what CMake has made knows where the library is.
+    [[ $name != by-pkg-config ]] || export LD_LIBRARY_PATH="$libraries"
     loaded="$(ldd "$scratch/$name/$name" | awk '$1 ~ /^libTQWhiteBoardLib/ { print $3 }')"
     [[ $(realpath "$loaded") == "$(realpath "$prefix")"/* ]] || die "$name is built with another library: $loaded"
-    count=$((count + 1))
 done
-((count >= 5)) || die "only $count examples are installed"
 
 ctest --test-dir "$scratch/testing" --no-tests=error --output-on-failure >"$scratch/testing.log" 2>&1 \
     || { cat "$scratch/testing.log"; die "the tests of an application's class fail"; }
 
-export XDG_DATA_HOME="$scratch/data" XDG_CACHE_HOME="$scratch/cache" GTK_A11Y=none
-mkfifo "$scratch/said"
-"$scratch/conversation/conversation" >"$scratch/said" &
-program=$!
-trap 'kill "$program" 2>/dev/null || true; wait' EXIT
-exec 3<"$scratch/said"
-while read -r -t "$seconds" -u 3 line; do
-    [[ $line != "148933 primes up to 2000000" ]] || exit 0
+trap 'kill $(jobs -p) 2>/dev/null || true; wait' EXIT
+# start NAME COMMAND...: its output comes by descriptor 3. await_line PATTERN: the first line that matches, in "line".
+start() {
+    mkfifo "$scratch/$1.said"
+    "${@:2}" >"$scratch/$1.said" &
+    exec 3<"$scratch/$1.said"
+}
+await_line() {
+    while read -r -t "$seconds" -u 3 line; do
+        [[ ! $line =~ $1 ]] || return 0
+    done
+    die "no line \"$1\" in $seconds seconds"
+}
+start conversation "$scratch/conversation/conversation"
+await_line '^148933 primes up to 2000000$'
+start service "$prefix/bin/tqwhiteboard-conference" --port 0 --state "$scratch/service"
+await_line '"host":"([^"]*)"'
+host="${BASH_REMATCH[1]}"
+for viewer in viewer by-pkg-config; do
+    start "$viewer" "$scratch/$viewer/$viewer" "demo@$host" "$scratch/service/ca.pem"
+    await_line '^shown$'
 done
-die "the conversation did not come to its end in $seconds seconds"
