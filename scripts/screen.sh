@@ -46,9 +46,9 @@ start_screen() {
     unset WAYLAND_DISPLAY
 }
 
-# start_wayland_screen MODULE: weston with hands for the tests, whose socket is TQWB_SCREEN.
+# start_wayland_screen MODULE: weston with a module for input events, whose socket is TQWB_SCREEN.
 start_wayland_screen() {
-    export XDG_RUNTIME_DIR="$scratch/runtime" WAYLAND_DISPLAY=tqwb TQWB_SCREEN="$scratch/runtime/hands"
+    export XDG_RUNTIME_DIR="$scratch/runtime" WAYLAND_DISPLAY=tqwb TQWB_SCREEN="$scratch/runtime/input"
     export LIBGL_ALWAYS_SOFTWARE=1 GDK_BACKEND=wayland
     unset DISPLAY
     mkdir -m 700 "$XDG_RUNTIME_DIR"

@@ -98,7 +98,7 @@ public:
     /// Whether the method can be called on the object: false for a member function of a class that it is not of.
     bool isFor(const NSObject& object) const { return !m_isOfClass || m_isOfClass(object); }
     /// Calls a synchronous method on an object that it is for.
-    /// @param mismatch says why a function with types could not be called; as it was if it was called.
+    /// @param mismatch says why a typed method could not be called; as it was if it was called.
     OptionalValue invoke(NSObject& object, OptionalValue&& argument, std::string& mismatch) const
     {
         return m_sync(*this, object, std::move(argument), mismatch);

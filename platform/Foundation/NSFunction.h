@@ -13,7 +13,7 @@
 #include <type_traits>
 #include <utility>
 
-// Functions with types, called with what a page sends.
+// Typed methods, called with what a page sends.
 
 namespace tq {
 

@@ -37,7 +37,7 @@ using NSCompletion = std::function<void(OptionalValue value, Complete complete)>
 /// Makes the completion of a call. Not for applications.
 TQWB_EXPORT NSCompletion completionOf(std::shared_ptr<ResultSink> sink);
 
-/// What a function with types sends the results of an asynchronous call by: the last parameter of such a function. Keep
+/// What a typed method sends the results of an asynchronous call by: the last parameter of such a method. Keep
 /// it, and call it from any thread, but not from two at once. Copies are the same stream; when the last of them goes
 /// and nobody has finished it, it ends without a further result.
 ///

@@ -263,7 +263,7 @@ TEST_F(CallsTest, ClosingIsTheListenersBusiness)
     EXPECT_EQ(closings, 1);
 }
 
-TEST_F(CallsTest, CallsWithTypesBringAnswersOfThatType)
+TEST_F(CallsTest, TypedCallsBringAnswersOfThatType)
 {
     load(kPage);
     ready();

@@ -163,7 +163,7 @@ protected:
 
 int freeFunction(int left, int right) { return left - right; }
 
-TEST_F(TypedFunctionsTest, MethodsWithTypesStandBesidePlainOnes)
+TEST_F(TypedFunctionsTest, TypedMethodsStandBesidePlainOnes)
 {
     objects.add(std::make_shared<Calculator>(), "c");
     EXPECT_EQ(call("c.negate", R"({"data":5})"), R"({"code":0,"data":-5})");

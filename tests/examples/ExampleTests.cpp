@@ -51,7 +51,7 @@ TEST_F(ExampleTest, TheBoardBesideNotesKnowsWhoComesAndGoes)
     lesson->waitForLine("\u2022 Ada");
 
     if (!Screen::get())
-        GTEST_SKIP() << "nobody has hands for this screen";
+        GTEST_SKIP() << "nobody can point at this screen";
     guest.reset(); // its window is in the way
     // The button is at the left of the title.
     constexpr double kInside = 24;

@@ -408,7 +408,7 @@ TEST_F(PageHalfTest, StreamsGiveEveryResultAndEndAfterTheLast)
     EXPECT_EQ(ask("leftovers()"), 0);
 }
 
-TEST_F(PageHalfTest, FunctionsWithTypesSayWhatTheyCannotTakeAndEndTheirStreams)
+TEST_F(PageHalfTest, TypedMethodsSayWhatTheyCannotTakeAndEndTheirStreams)
 {
     const auto count = [this](int last, Stream<int> numbers) {
         // Dropped unfinished.

@@ -6,7 +6,7 @@
 
 namespace tq::test {
 
-/// The screen that the tests run on, and the hands of its user. Places are in pixels from the screen's upper left.
+/// The screen that the tests run on, and the input of its user. Places are in pixels from the screen's upper left.
 class Screen {
 public:
     struct Point {
