@@ -1,3 +1,4 @@
+#include "TQWhiteBoardLib/NativeFunctions.h"
 #include "tests/support/PageTest.h"
 
 #include <boost/json/serialize.hpp>
@@ -8,21 +9,6 @@ namespace tq::test {
 namespace {
 
 using Texts = std::vector<std::string>;
-
-class Service final : public NSObject {
-public:
-    static const NSClass& staticClass()
-    {
-        static const NSClass table("Service", &NSObject::staticClass(),
-            { { "both:", &Service::sync }, { "both::", &Service::async }, { "one:", &Service::sync },
-                { "later:done:", &Service::async } });
-        return table;
-    }
-    const NSClass& objectClass() const override { return staticClass(); }
-
-    OptionalValue sync(OptionalValue) { return std::nullopt; }
-    void async(OptionalValue, NSCompletion) { }
-};
 
 // The barest page half there can be: it reports every message as it came.
 constexpr const char* kPage = "<script>window._handleMessageFromNative = m => report(m)</script>";
@@ -114,8 +100,8 @@ TEST_F(CallsTest, OneCallbackTakesAllAnswersAndMayDoAsItLikesMeanwhile)
         view->call("_dsb.returnValue", R"({"data":{"id":0}})");
     EXPECT_EQ(counts, (std::vector{ 1, 2, 3, 4 }));
     counts.clear();
-    for (int times = 0; times < 3; ++times)
-        view->closePage({});
+    for (int times = 0; times < 4; ++times)
+        EXPECT_EQ(call("_dsb.closePage", "{}"), OptionalValue(R"({"code":0,"data":""})"));
     EXPECT_EQ(counts, (std::vector{ 11, 11, 12, 13, 13, 13 }));
 }
 
@@ -212,8 +198,12 @@ TEST_F(CallsTest, ThePageIsAskedForItsFunctions)
 
 TEST_F(CallsTest, ThePageAsksForNativeMethods)
 {
-    view->addJavascriptObject(std::make_shared<Service>(), "a.b");
-    view->addJavascriptObject(std::make_shared<Service>(), std::nullopt);
+    const auto sync = [] {};
+    const auto async = [](const NSCompletion&) {};
+    const auto service
+        = nativeFunctions({ { "both:", sync }, { "both::", async }, { "one:", sync }, { "later:done:", async } });
+    view->addJavascriptObject(service, "a.b");
+    view->addJavascriptObject(service, std::nullopt);
     load();
     struct {
         const char* arguments;
@@ -246,21 +236,6 @@ TEST_F(CallsTest, ThePageAsksForNativeMethods)
     EXPECT_EQ(call("_dsb.dsinit", R"({"_dscbstub":"f"})"), OptionalValue(refused)) << "none of them is asynchronous";
     view->removeJavascriptObject("_dsb");
     EXPECT_EQ(call("_dsb.dsinit", "{}"), OptionalValue(refused)) << "an application may take them away";
-}
-
-TEST_F(CallsTest, ClosingIsTheListenersBusiness)
-{
-    load();
-    const std::string nothing = R"({"code":0,"data":""})";
-    EXPECT_EQ(call("_dsb.closePage", "{}"), OptionalValue(nothing));
-    int closings = 0;
-    view->setJavascriptCloseWindowListener([&] {
-        ++closings;
-        view->setJavascriptCloseWindowListener(nullptr);
-    });
-    EXPECT_EQ(call("_dsb.closePage", "{}"), OptionalValue(nothing));
-    EXPECT_EQ(call("_dsb.closePage", "{}"), OptionalValue(nothing));
-    EXPECT_EQ(closings, 1);
 }
 
 TEST_F(CallsTest, TypedCallsBringAnswersOfThatType)

@@ -1,3 +1,4 @@
+#include "TQWhiteBoardLib/NativeFunctions.h"
 #include "TQWhiteBoardLib/TQWBLog.h"
 #include "tests/support/Dialogs.h"
 #include "tests/support/MainLoop.h"
@@ -17,22 +18,8 @@ constexpr StallMeter::Milliseconds kLongestStall = std::chrono::milliseconds(200
 long calls()
 {
     const char* text = std::getenv("TQWB_FLOOD_CALLS");
-    return text ? std::strtol(text, nullptr, 10) : 20000;
+    return text ? std::strtol(text, nullptr, 10) : 10000;
 }
-
-// Keeps what it should answer, and never does.
-class Silent final : public NSObject {
-public:
-    static const NSClass& staticClass()
-    {
-        static const NSClass table("Silent", &NSObject::staticClass(), { { "wait::", &Silent::wait } });
-        return table;
-    }
-    const NSClass& objectClass() const override { return staticClass(); }
-
-    void wait(OptionalValue, NSCompletion completion) { kept.push_back(std::move(completion)); }
-    std::vector<NSCompletion> kept;
-};
 
 class FloodTest : public PageWindowTest {
 protected:
@@ -63,16 +50,18 @@ TEST_F(FloodTest, SynchronousCallsLeaveTheMainLoopItsTurns)
 
 TEST_F(FloodTest, CallsThatAreNeverAnsweredLeaveTheMainLoopItsTurns)
 {
-    const auto silent = std::make_shared<Silent>();
-    view->addJavascriptObject(silent, "silent");
+    std::vector<NSCompletion> kept;
+    view->addJavascriptObject(
+        nativeFunctions({ { "wait::", [&](NSCompletion completion) { kept.push_back(std::move(completion)); } } }),
+        "silent");
     const auto count = calls() / 10;
     StallMeter meter;
     flood("for (let i = 0; i < " + std::to_string(count)
         + "; ++i) prompt('_dsbridge=silent.wait', '{\"data\":1,\"_dscbstub\":\"f' + i + '\"}')");
     EXPECT_LT(meter.longest(std::to_string(count) + " calls without an answer"), kLongestStall);
-    EXPECT_EQ(static_cast<long>(silent->kept.size()), count);
+    EXPECT_EQ(static_cast<long>(kept.size()), count);
     EXPECT_EQ(ask("1 + 1"), OptionalValue(2));
-    silent->kept.clear();
+    kept.clear();
 }
 
 // What a page writes to its console in debug mode: in number, lines in the log and lines that the log says are missing.

@@ -15,21 +15,6 @@
 namespace tq::test {
 namespace {
 
-// Keeps the completions of asynchronous calls.
-class Keeper final : public NSObject {
-public:
-    static const NSClass& staticClass()
-    {
-        static const NSClass table("Keeper", &NSObject::staticClass(), { { "stream::", &Keeper::stream } });
-        return table;
-    }
-    const NSClass& objectClass() const override { return staticClass(); }
-
-    void stream(OptionalValue, NSCompletion taken) { completions.push_back(std::move(taken)); }
-
-    std::vector<NSCompletion> completions;
-};
-
 // Two origins of one server: "localhost" is the good one, "127.0.0.1" the other. Pages tell the server what they got.
 bool hasRefused(const std::string& origin) { return countOfLine("Js bridge: refused for a page of " + origin) > 0; }
 
@@ -51,6 +36,7 @@ protected:
     void TearDown() override
     {
         isHeld = false;
+        completions.clear();
         room->call("TQJSBridge.onRoomQuited", "{}");
         room.reset();
         PageTest::TearDown();
@@ -100,9 +86,17 @@ protected:
         const auto found = pages.find(line.substr(line.find(' ') + 1, line.rfind(' ') - line.find(' ') - 1));
         return found == pages.end() ? kPage : kHelpers + found->second;
     }
+    // The page's calls of "keep.stream" wait for the test.
+    void keepCompletions()
+    {
+        view->addJavascriptObject(nativeFunctions({ { "stream::",
+                                      [this](NSCompletion taken) { completions.push_back(std::move(taken)); } } }),
+            "keep");
+    }
     // Waits for what a page tells, and reads it.
     boost::json::value toldOnce(const std::string& path) { return boost::json::parse(toldAfter(path, 0)); }
 
+    std::vector<NSCompletion> completions;
     std::atomic<bool> isHeld = false;
     // Complete before the first page is loaded.
     std::map<std::string, std::string> pages;
@@ -159,20 +153,18 @@ TEST_F(OriginTest, ResultsDoNotFollowToTheNextPage)
 {
     ASSERT_TRUE(view->setAllowedOrigins(std::vector{ good() }));
     EXPECT_EQ(answerAt(good()), kAnswered);
-    const auto streamer = std::make_shared<Keeper>();
-    view->addJavascriptObject(streamer, "keep");
+    keepCompletions();
     view->evaluateJavaScript("prompt('_dsbridge=keep.stream', '{\"_dscbstub\":\"take\"}')");
-    runUntil([&] { return !streamer->completions.empty(); }, "the page has called");
-    streamer->completions[0](boost::json::value("for you"), Complete::No);
+    runUntil([&] { return !completions.empty(); }, "the page has called");
+    completions[0](boost::json::value("for you"), Complete::No);
     EXPECT_EQ(toldAfter("/taken", 0), "for you");
     EXPECT_EQ(answerAt(other()), kRefused);
     clearLog();
-    streamer->completions[0](boost::json::value("for you only"), Complete::Yes);
+    completions[0](boost::json::value("for you only"), Complete::Yes);
     runUntil([&] { return hasRefused(other()); }, "the result is dropped");
     view->evaluateJavaScript("tell('/got', 'the last')");
     EXPECT_EQ(toldAfter("/got", 2), "the last");
     EXPECT_EQ(told("/taken").size(), 1U);
-    streamer->completions.clear();
 }
 
 TEST_F(OriginTest, AFrameOfAnotherOriginRunsNothingInThePageAroundIt)
@@ -268,8 +260,7 @@ TEST_F(OriginTest, CallsOfAPageThatWasPutAwayEndWithAReason)
         addEventListener("pageshow", (event) => event.persisted && tell("/restored", true));
         tell("/ready", true);
     </script>)";
-    const auto keeper = std::make_shared<Keeper>();
-    view->addJavascriptObject(keeper, "keep");
+    keepCompletions();
     view->loadUrl(good() + "/module");
     toldOnce("/ready");
     view->evaluateJavaScript(R"(
@@ -280,13 +271,12 @@ TEST_F(OriginTest, CallsOfAPageThatWasPutAwayEndWithAReason)
         native.callWithCallback("keep.stream", 0, (value, isLast, error) => end("callback " + isLast + error.reason));
         (async () => { for await (const one of native.stream("keep.stream")); })().catch((error) => end("stream " + error.reason));
     )");
-    runUntil([&] { return keeper->completions.size() == 4; }, "the page has called");
+    runUntil([&] { return completions.size() == 4; }, "the page has called");
     EXPECT_EQ(answerAt(good()), kAnswered);
     view->evaluateJavaScript("history.back()");
     EXPECT_EQ(toldOnce("/restored"), true) << "it is the page that was put away";
     EXPECT_EQ(toldOnce("/ended"),
         (boost::json::array{ "callback trueleft", "deadline left", "promise left", "stream left" }));
-    keeper->completions.clear();
 }
 
 TEST_F(OriginTest, OnlyOriginsAreTakenForSuch)

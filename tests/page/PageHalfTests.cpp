@@ -27,72 +27,47 @@ std::string contentOf(const char* file)
     return { std::istreambuf_iterator<char>(stream), {} };
 }
 
-// Answers pages in all the ways there are.
-class Tools final : public NSObject {
-public:
-    static const NSClass& staticClass()
-    {
-        static const NSClass table("Tools", &NSObject::staticClass(),
-            {
-                { "echo:", &Tools::echo },
-                { "nothing:", &Tools::nothing },
-                { "fail:", &Tools::fail },
-                { "endless:", &Tools::endless },
-                { "atOnce::", &Tools::atOnce },
-                { "failLater::", &Tools::failLater },
-                { "count::", &Tools::count },
-                { "keep::", &Tools::keep },
-                { "drop::", &Tools::drop },
-            });
-        return table;
-    }
-    const NSClass& objectClass() const override { return staticClass(); }
-
-    OptionalValue echo(OptionalValue argument)
-    {
-        wasAbsent = !argument;
-        return argument;
-    }
-    OptionalValue nothing(OptionalValue) { return std::nullopt; }
-    OptionalValue fail(OptionalValue) { throw std::runtime_error("out of order"); }
-    OptionalValue endless(OptionalValue) { return std::numeric_limits<double>::infinity(); }
-    void atOnce(OptionalValue argument, NSCompletion completion) { completion(std::move(argument), Complete::Yes); }
-    void failLater(OptionalValue, NSCompletion completion)
-    {
-        completion(1, Complete::No);
-        throw std::runtime_error("out of order");
-    }
-    void count(OptionalValue most, NSCompletion completion)
-    {
-        workers.emplace_back([last = most ? most->to_number<int>() : 1, completion = std::move(completion)] {
-            for (int number = 1; number <= last; ++number)
-                completion(number, number == last ? Complete::Yes : Complete::No);
-        });
-    }
-    void drop(OptionalValue, NSCompletion) { }
-    void keep(OptionalValue, NSCompletion completion) { kept.push_back(std::move(completion)); }
-
-    bool wasAbsent = false;
-    std::vector<NSCompletion> kept;
-    std::vector<std::jthread> workers;
-};
-
 class PageHalfTest : public PageTest {
 protected:
     void SetUp() override
     {
         PageTest::SetUp();
         use(DWKWebView::initWithFrame({ 0, 0, 400, 300 }, nullptr));
-        view->addJavascriptObject(tools, "app");
+        view->addJavascriptObject(tools(), "app");
         loadPage();
     }
     void TearDown() override
     {
-        tools->workers.clear();
-        tools->kept.clear();
+        workers.clear();
+        kept.clear();
         PageTest::TearDown();
     }
 
+    /// Answers pages in all the ways there are.
+    std::shared_ptr<NSObject> tools()
+    {
+        return nativeFunctions({
+            { "echo:", [this](OptionalValue argument) { return wasAbsent = !argument, argument; } },
+            { "nothing:", [] {} },
+            { "fail:", []() -> OptionalValue { throw std::runtime_error("out of order"); } },
+            { "endless:", [] { return OptionalValue(std::numeric_limits<double>::infinity()); } },
+            { "atOnce::", [](OptionalValue argument, NSCompletion done) { done(std::move(argument), Complete::Yes); } },
+            { "failLater::",
+                [](const NSCompletion& completion) {
+                    completion(1, Complete::No);
+                    throw std::runtime_error("out of order");
+                } },
+            { "count::",
+                [this](int last, NSCompletion completion) {
+                    workers.emplace_back([last, completion = std::move(completion)] {
+                        for (int number = 1; number <= last; ++number)
+                            completion(number, number == last ? Complete::Yes : Complete::No);
+                    });
+                } },
+            { "drop::", [](const NSCompletion&) {} },
+            { "keep::", [this](NSCompletion completion) { kept.push_back(std::move(completion)); } },
+        });
+    }
     /// A page that uses the script as it is shipped. It counts its prompts and its pending timers.
     void loadPage()
     {
@@ -163,10 +138,12 @@ protected:
     }
     void waitForKept(std::size_t count)
     {
-        runUntil([&] { return tools->kept.size() >= count; }, "the page has called keep");
+        runUntil([&] { return kept.size() >= count; }, "the page has called keep");
     }
 
-    std::shared_ptr<Tools> tools = std::make_shared<Tools>();
+    bool wasAbsent = false;
+    std::vector<NSCompletion> kept;
+    std::vector<std::jthread> workers;
 };
 
 TEST_F(PageHalfTest, ExportsWhatItsDeclarationsDeclare)
@@ -205,9 +182,9 @@ TEST_F(PageHalfTest, SynchronousCallsReturnTheValueOrSayWhyThereIsNone)
     for (const auto& [expression, expected] : rows)
         EXPECT_EQ(outcome(expression), expected) << expression;
     for (const char* argument : { "", ", undefined", ", () => 1", ", Symbol()" }) {
-        tools->wasAbsent = false;
+        wasAbsent = false;
         outcome("callSync('app.echo'" + std::string(argument) + ")");
-        EXPECT_TRUE(tools->wasAbsent) << argument;
+        EXPECT_TRUE(wasAbsent) << argument;
     }
 }
 
@@ -278,7 +255,7 @@ TEST_F(PageHalfTest, EveryAsynchronousCallCostsOnePromptAndSettles)
                                   { "leave::",
                                       [this](NSCompletion completion) {
                                           view->removeJavascriptObject("self");
-                                          tools->kept.push_back(std::move(completion));
+                                          kept.push_back(std::move(completion));
                                       } },
                               }),
         "self");
@@ -290,7 +267,7 @@ TEST_F(PageHalfTest, EveryAsynchronousCallCostsOnePromptAndSettles)
                     numbers.send(std::numeric_limits<double>::quiet_NaN());
                     numbers.send(2);
                 } },
-            { "spoilLater::", [this](NSCompletion completion) { tools->kept.push_back(std::move(completion)); } },
+            { "spoilLater::", [this](NSCompletion completion) { kept.push_back(std::move(completion)); } },
         }),
         "typed");
     ask("window.collect = async (results) => { const all = []; try { for await (const one of results) all.push(one); }"
@@ -315,10 +292,10 @@ TEST_F(PageHalfTest, EveryAsynchronousCallCostsOnePromptAndSettles)
     waitForKept(4);
     const auto before = reports->values.size();
     for (std::size_t call = 0; call < 3; ++call)
-        tools->kept[call](std::numeric_limits<double>::infinity(), Complete::No);
-    tools->kept[3]("done", Complete::Yes);
+        kept[call](std::numeric_limits<double>::infinity(), Complete::No);
+    kept[3]("done", Complete::Yes);
     waitForReports(before + 4);
-    tools->kept[2](5, Complete::Yes);
+    kept[2](5, Complete::Yes);
     waitForReports(before + 5);
     const auto first = reports->values.begin() + static_cast<std::ptrdiff_t>(before);
     for (const OptionalValue& expected :
@@ -346,9 +323,9 @@ TEST_F(PageHalfTest, CallsThatAreNeverAnsweredTimeOutOnOneTimer)
     EXPECT_EQ(outcome("callAsync('app.keep', 'x', {timeout: 20})"), failure("app.keep", "timeout"));
     EXPECT_EQ(ask("timers.size"), 1);
     EXPECT_LE(ask("timersSet")->as_int64(), 10); // none that fires again and again
-    tools->kept.back()("late", Complete::Yes); // nobody waits for it any more
+    kept.back()("late", Complete::Yes); // nobody waits for it any more
     for (int index = 0; index < 40; ++index)
-        tools->kept[static_cast<std::size_t>(index)](index, Complete::Yes);
+        kept[static_cast<std::size_t>(index)](index, Complete::Yes);
     EXPECT_EQ(outcome("Promise.all(slow).then((all) => all.every((value, i) => value === i))"), true);
     EXPECT_EQ(ask("timers.size"), 0);
     EXPECT_EQ(ask("leftovers()"), 0);
@@ -363,8 +340,7 @@ TEST_F(PageHalfTest, CallbacksKnowTheLastResult)
                              "const stop = callWithCallback('app.keep', 0, (value) => { report(value); stop(); });");
     waitForKept(5);
     const auto before = reports->values.size();
-    const auto say
-        = [&](std::size_t call, const char* value, Complete complete) { tools->kept[call](value, complete); };
+    const auto say = [&](std::size_t call, const char* value, Complete complete) { kept[call](value, complete); };
     say(0, "thrown", Complete::Yes);
     say(1, "one", Complete::No); // these come in one evaluation
     say(2, "only", Complete::Yes);
@@ -403,7 +379,7 @@ TEST_F(PageHalfTest, StreamsGiveEveryResultAndEndAfterTheLast)
     EXPECT_EQ(outcome("(async () => { const results = stream('app.keep'); const all = collect(results);"
                       " await results.return(); return all; })()"),
         array{});
-    tools->kept.back()("late", Complete::Yes);
+    kept.back()("late", Complete::Yes);
     EXPECT_EQ(outcome("callAsync('app.count', 1)"), 1);
     EXPECT_EQ(ask("leftovers()"), 0);
 }
@@ -412,7 +388,7 @@ TEST_F(PageHalfTest, TypedMethodsSayWhatTheyCannotTakeAndEndTheirStreams)
 {
     const auto count = [this](int last, Stream<int> numbers) {
         // Dropped unfinished.
-        tools->workers.emplace_back([last, numbers = std::move(numbers)] {
+        workers.emplace_back([last, numbers = std::move(numbers)] {
             for (int number = 1; number <= last; ++number)
                 numbers.send(number);
         });
@@ -456,8 +432,8 @@ TEST_F(PageHalfTest, ResultsOfAnEarlierPagesCallsReachNobody)
     view->evaluateJavaScript("callAsync('app.keep', 'new').then(report)");
     waitForKept(2);
     const auto before = reports->values.size();
-    tools->kept[0]("of the old page", Complete::Yes);
-    tools->kept[1]("of the new page", Complete::Yes);
+    kept[0]("of the old page", Complete::Yes);
+    kept[1]("of the new page", Complete::Yes);
     waitForReports(before + 1);
     EXPECT_EQ(reports->values.back(), OptionalValue("of the new page"));
 }
@@ -573,27 +549,6 @@ TEST_F(PageHalfTest, ASecondCopyOfTheScriptTakesNothingFromTheFirst)
         outcome("Promise.all([callAsync('app.atOnce', 'a'), copy.callAsync('app.atOnce', 'b')])"), (array{ "a", "b" }));
 }
 
-// What the document's examples call.
-class Examples final : public NSObject {
-public:
-    const NSClass& objectClass() const override
-    {
-        static const NSClass table("Examples", &NSObject::staticClass(),
-            { { "add:", &Examples::add }, { "take::", &Examples::take }, { "start::", &Examples::start } });
-        return table;
-    }
-    OptionalValue add(OptionalValue numbers)
-    {
-        return numbers->at(0).to_number<int>() + numbers->at(1).to_number<int>();
-    }
-    void take(OptionalValue size, NSCompletion completion) { completion(std::move(size), Complete::Yes); }
-    void start(OptionalValue, NSCompletion completion)
-    {
-        completion(50, Complete::No);
-        completion(100, Complete::Yes);
-    }
-};
-
 TEST_F(PageHalfTest, TheExamplesOfItsDocumentRun)
 {
     const auto text = contentOf("README.md");
@@ -602,8 +557,12 @@ TEST_F(PageHalfTest, TheExamplesOfItsDocumentRun)
     for (std::sregex_iterator match(text.begin(), text.end(), block); match != std::sregex_iterator(); ++match)
         examples += (*match)[1];
     examples = std::regex_replace(examples, std::regex("\\./bridge.js"), address(""));
+    const auto called = nativeFunctions({ { "add:", [](int left, int right) { return left + right; } },
+        { "take::", [](OptionalValue size, NSCompletion done) { done(std::move(size), Complete::Yes); } },
+        { "start::",
+            [](const std::string&, const Stream<int>& percents) { percents.send(50), percents.finish(100); } } });
     for (const auto* name : { "calculator", "camera", "download" })
-        view->addJavascriptObject(std::make_shared<Examples>(), name);
+        view->addJavascriptObject(called, name);
     const auto count = reports->values.size();
     load(R"(<title>Shown</title><script>
         const url = "u", bar = {};

@@ -1,7 +1,7 @@
 #include "tests/support/MainLoop.h"
 
 #include <algorithm>
-#include <gdk/gdk.h>
+#include <glib.h>
 #include <gtest/gtest.h>
 #include <iostream>
 
@@ -31,8 +31,9 @@ void runPending()
 void runTurn(Waiting waiting) { g_main_context_iteration(nullptr, waiting == Waiting::Yes); }
 
 StallMeter::StallMeter()
+    // The priority at which the toolkit draws.
     : m_source(g_timeout_add_full(
-        GDK_PRIORITY_REDRAW, 1,
+        G_PRIORITY_HIGH_IDLE + 20, 1,
         [](gpointer self) -> gboolean {
             static_cast<StallMeter*>(self)->tick();
             return G_SOURCE_CONTINUE;
