@@ -61,30 +61,27 @@ set(TQWB_GTK_SOURCES
 )
 
 # The objects are compiled once: the shared library and the tests of its insides both link them.
-add_library(tqwb_objects OBJECT ${TQWB_CORE_SOURCES} ${TQWB_SHARED_SOURCES} ${TQWB_GTK_SOURCES})
 configure_file(session/DefaultNavigation.h.in "${PROJECT_BINARY_DIR}/generated/DefaultNavigation.h" @ONLY)
-target_include_directories(tqwb_objects PRIVATE "${PROJECT_BINARY_DIR}/generated")
-target_include_directories(tqwb_objects PUBLIC
-    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>"
-    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
-)
-target_compile_features(tqwb_objects PUBLIC cxx_std_20)
-target_link_libraries(tqwb_objects
-    PUBLIC Boost::json
-    PRIVATE
-        tqwb_options
-        PkgConfig::WEBKIT
-        PkgConfig::GTK
-        PkgConfig::CURL
-        PkgConfig::SQLITE
-        Threads::Threads
-)
-
+function(tqwb_add_objects name)
+    add_library(${name} OBJECT ${ARGN})
+    target_include_directories(${name} PRIVATE "${PROJECT_BINARY_DIR}/generated")
+    target_include_directories(${name} PUBLIC
+        "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>"
+        "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
+    )
+    target_compile_features(${name} PUBLIC cxx_std_20)
+    target_link_libraries(${name} PUBLIC Boost::json PRIVATE tqwb_options Threads::Threads)
+endfunction()
+tqwb_add_objects(tqwb_objects ${TQWB_CORE_SOURCES} ${TQWB_SHARED_SOURCES})
+target_link_libraries(tqwb_objects PRIVATE PkgConfig::CURL PkgConfig::SQLITE)
 tqwb_precompile_headers(tqwb_objects <boost/json.hpp> <functional> <map> <memory> <string> <vector>)
+tqwb_add_objects(tqwb_gtk_objects ${TQWB_GTK_SOURCES})
+target_link_libraries(tqwb_gtk_objects PRIVATE PkgConfig::WEBKIT PkgConfig::GTK)
+tqwb_precompile_headers(tqwb_gtk_objects <webkit/webkit.h> <boost/json.hpp> <functional> <memory> <string>)
 
 add_library(TQWhiteBoardLib SHARED)
 add_library(TQWhiteBoardLib::TQWhiteBoardLib ALIAS TQWhiteBoardLib)
-target_link_libraries(TQWhiteBoardLib PRIVATE tqwb_objects PUBLIC Boost::json)
+target_link_libraries(TQWhiteBoardLib PRIVATE tqwb_objects tqwb_gtk_objects PUBLIC Boost::json)
 target_include_directories(TQWhiteBoardLib PUBLIC
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>"
     "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
