@@ -6,9 +6,9 @@
 set -euo pipefail
 
 cd "$1"
-folders=(apps bench bridge examples fuzz host include navigation platform session)
+folders=(apps bench bridge examples fuzz host include navigation platform session tests)
 headers='adwaita|gdk|gio|glib|gobject|graphene|gsk|gtk|jsc|pango|webkit'
-may='^(platform|include/TQWhiteBoardLib|bench)/gtk/|^apps/client/|^examples/'
+may='^(platform|include/TQWhiteBoardLib|bench)/gtk/|^apps/client/|^tests/support/|^examples/'
 
 found="$(grep -rnE --include='*.cpp' --include='*.h' "# *include *[<\"]([^\">]*/)?($headers)" "${folders[@]}" \
     | grep -vE "$may" || true)"
