@@ -1,8 +1,9 @@
-// The message of a call, and the name of the page's function in it.
+// The message of a call, the name of the page's function in it, and a text that is to stand in a script.
 
 #include "bridge/CallMessage.h"
 #include "bridge/CallbackName.h"
 #include "bridge/JSBUtil.h"
+#include "bridge/PercentEncoding.h"
 #include "fuzz/support/Fuzz.h"
 #include "fuzz/support/Reference.h"
 
@@ -43,9 +44,22 @@ void checkName(std::string_view name)
     }
 }
 
+void checkEncoding(std::string_view text)
+{
+    const auto encoded = percentEncoded(text);
+    expect(isPlainlyUTF8(text) ? decodeURIComponent(encoded) == text : encoded.empty(),
+        "decoding gives the text back, and what is no UTF-8 is left out");
+    expect(std::ranges::none_of(encoded,
+               [](unsigned char character) { return character == '"' || character == '\\' || character < 0x20; }),
+        "nothing ends or escapes the script's text");
+}
+
+} // namespace
+
 void check(std::string_view text)
 {
     checkName(text);
+    checkEncoding(text);
     // What a page sends is characters and ends at the first zero, never bytes in some encoding.
     if (!isPlainlyUTF8(text) || text.find('\0') != text.npos)
         return;
@@ -72,11 +86,4 @@ void check(std::string_view text)
     expect(joined + std::string(method) == text, "a name is split without loss");
 }
 
-} // namespace
 } // namespace tq::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    tq::fuzz::check(tq::fuzz::textOf(data, size));
-    return 0;
-}

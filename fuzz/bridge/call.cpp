@@ -109,49 +109,7 @@ void checkScript(std::string_view script, const OptionalValue& data, bool isLast
     expect(areAlike(readMessage(*message).at("data"), data ? *data : empty), "a result reaches the page as it was");
 }
 
-void check(std::string_view methodName, std::optional<std::string_view> message)
-{
-    NativeObjects objects;
-    const auto service = std::make_shared<Service>();
-    objects.add(service, std::nullopt);
-    objects.add(service, "a.b");
-    std::vector<std::string> scripts;
-    int missed = 0;
-    std::string answer;
-    try {
-        answer = objects.call(
-            methodName, message,
-            [&](PageCallback callback) { return std::make_shared<Result>(scripts, std::move(callback)); },
-            [&](std::string_view name) {
-                expect(name == methodName, "a missing method is told by the name that was asked for");
-                ++missed;
-            });
-    } catch (const Thrown&) {
-        expect(methodName.find("fail") != methodName.npos, "only what fails throws");
-        return;
-    }
-    if (service->received && hasNonFinite(*service->received)) {
-        expect(answer == "{}", "what JSON cannot hold is an empty map");
-        return;
-    }
-    const auto read = readMessage(answer);
-    expect(!missed || read.at("code") == -1, "a missing method's code is -1");
-    if (service->received)
-        expect(areAlike(read.at("data"), *service->received), "a result is answered as it was");
-    if (service->kept) {
-        expect(read.at("code") == -1 && scripts.empty(), "no result yet");
-        expect(!read.contains("pending") || read.at("pending") == true, "a result is still to come");
-        service->kept("50%\"\n", Complete::Yes);
-        service->received = "50%\"\n";
-    }
-    for (const auto& script : scripts)
-        checkScript(script, service->received, &script == &scripts.back());
-    const OptionalValue question = boost::json::object{ { "name", methodName }, { "type", "all" } };
-    if (read.at("code") == 0)
-        expect(objects.hasMethod(question), "a method that answers is there when it is asked for");
-}
-
-// Functions with types answer with what they were given, made of JSON and back.
+/// Typed methods, which answer with what they were given, made of JSON and back.
 struct Typed {
     std::shared_ptr<NSObject> object()
     {
@@ -171,90 +129,118 @@ struct Typed {
     int calls = 0;
 };
 
-// Whether a value that was sent fits the function, by plain readings of it.
-bool fits(std::string_view function, const boost::json::value& value)
+// Whether a value that was sent fits the method, by plain readings of it.
+bool fits(std::string_view method, const boost::json::value& value)
 {
     const auto isWithin = [](const boost::json::value& number, std::int64_t least, std::int64_t greatest) {
         const auto whole = wholeNumber(&number);
         return whole && *whole >= least && *whole <= greatest;
     };
-    if (function == "integer")
+    if (method == "integer")
         return wholeNumber(&value).has_value();
-    if (function == "small")
+    if (method == "small")
         return isWithin(value, -128, 127);
-    if (function == "number")
+    if (method == "number")
         return value.is_number() && !hasNonFinite(value);
-    if (function == "text")
+    if (method == "text")
         return value.is_string();
-    if (function == "later")
+    if (method == "later")
         return value.is_null() || value.is_bool();
     const auto* list = value.if_array();
     return list && list->size() == 2 && isWithin(list->at(0), INT32_MIN, INT32_MAX) && list->at(1).is_array()
         && std::ranges::all_of(list->at(1).get_array(), [](const auto& number) { return number.is_number(); });
 }
 
-// Whether two values are equal, a number with a fraction of nothing being a whole one.
-bool areEqual(const boost::json::value& left, const boost::json::value& right)
+// What a call has come to.
+struct Outcome {
+    std::string answer;
+    std::vector<std::string> scripts;
+};
+
+void checkPlain(Service& service, const Outcome& outcome)
 {
-    if (left.is_array() && right.is_array())
-        return std::ranges::equal(left.get_array(), right.get_array(), areEqual);
-    if (left.is_number() && right.is_number())
-        return areAlike(left.to_number<double>(), right.to_number<double>());
-    return left == right;
+    const auto read = readMessage(outcome.answer);
+    if (service.received)
+        expect(areAlike(read.at("data"), *service.received), "a result is answered as it was");
+    if (service.kept) {
+        expect(read.at("code") == -1 && outcome.scripts.empty(), "no result yet");
+        expect(!read.contains("pending") || read.at("pending") == true, "a result is still to come");
+        service.kept("50%\"\n", Complete::Yes);
+        service.received = "50%\"\n";
+    }
+    for (const auto& script : outcome.scripts)
+        checkScript(script, service.received, &script == &outcome.scripts.back());
 }
 
-void checkTyped(std::string_view methodName, std::optional<std::string_view> message)
+void checkTyped(int calls, std::string_view name, const CallMessage& sent, const Outcome& outcome)
 {
-    NativeObjects objects;
-    Typed typed;
-    objects.add(typed.object(), "typed");
-    std::vector<std::string> scripts;
-    int missed = 0;
-    const auto answer = objects.call(
-        methodName, message,
-        [&](PageCallback callback) { return std::make_shared<Result>(scripts, std::move(callback)); },
-        [&](std::string_view) { ++missed; });
-    const auto fullName = JSBUtil::trimmed(methodName);
-    const auto sent = CallMessage::read(message);
     const auto data = sent.data.value_or(nullptr);
-    const auto [nameSpace, function] = JSBUtil::parseNamespace(fullName);
-    if (missed || nameSpace != "typed") {
-        const bool asks = sent.callbackName && sent.asksForMore;
-        expect(
-            !typed.calls && answer == (asks ? R"({"code":-1,"data":"","pending":false})" : R"({"code":-1,"data":""})"),
-            "nothing was called");
-        return;
-    }
-    expect((typed.calls == 1) == fits(function, data), "what fits is called, once, and nothing else");
-    if (typed.calls && hasNonFinite(data)) {
-        expect(answer == "{}", "what JSON cannot hold is an empty map");
-        return;
-    }
-    const auto read = readMessage(answer);
-    expect((read.at("code") == 0) == (typed.calls == 1), "a mismatch is told");
-    if (typed.calls) {
+    expect((calls == 1) == fits(JSBUtil::parseNamespace(name).second, data), "what fits is called, once, and no other");
+    const auto read = readMessage(outcome.answer);
+    expect((read.at("code") == 0) == (calls == 1), "a mismatch is told");
+    if (calls) {
+        const auto& scripts = outcome.scripts;
         expect(scripts.empty() || scripts.size() == 2, "a stream sends and ends");
         expect(
-            areEqual(read.at("data"), sent.callbackName && data.is_null() ? false : data), "it comes back as it was");
+            areAlike(read.at("data"), sent.callbackName && data.is_null() ? false : data), "it comes back as it was");
         return;
     }
-    const std::string reason = std::string(read.at("data").as_string());
+    const std::string reason(read.at("data").as_string());
     static const std::regex kReasons(": (the argument|argument [12]) (is missing|is out of range|is not "
                                      "(an integer|a number|true or false|a text|a list( of 2)?|of the right form))");
-    expect(reason.starts_with(fullName) && std::regex_match(reason.substr(fullName.size()), kReasons),
+    expect(reason.starts_with(name) && std::regex_match(reason.substr(name.size()), kReasons),
         "the reason says nothing of the data");
-    expect(scripts.empty(), "nothing follows a mismatch");
+    expect(outcome.scripts.empty(), "nothing follows a mismatch");
 }
 
 } // namespace
-} // namespace tq::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void check(std::string_view input)
 {
-    const auto text = tq::fuzz::textOf(data, size);
-    const auto [name, message] = tq::fuzz::firstLineAndRest(text);
-    const auto given = name.size() == text.size() ? std::nullopt : std::optional(message);
-    tq::fuzz::check(name, given);
-    tq::fuzz::checkTyped(name, given);
-    return 0;
+    const auto lines = firstLineAndRest(input);
+    const auto methodName = lines.first;
+    const auto sent = CallMessage::read(lines.second);
+    NativeObjects objects;
+    const auto service = std::make_shared<Service>();
+    objects.add(service, std::nullopt);
+    objects.add(service, "a.b");
+    Typed typed;
+    objects.add(typed.object(), "typed");
+    Outcome outcome;
+    bool isMissed = false;
+    try {
+        outcome.answer = objects.call(
+            methodName, lines.second,
+            [&](PageCallback callback) { return std::make_shared<Result>(outcome.scripts, std::move(callback)); },
+            [&](std::string_view name) {
+                expect(name == methodName, "a missing method is told by the name that was asked for");
+                isMissed = true;
+            });
+    } catch (const Thrown&) {
+        expect(methodName.find("fail") != methodName.npos, "only what fails throws");
+        return;
+    }
+    const auto name = JSBUtil::trimmed(methodName);
+    const bool isTyped = JSBUtil::parseNamespace(name).first == "typed" && !isMissed;
+    expect(isTyped || !typed.calls, "no other is called");
+    if (isMissed) {
+        const bool isAsked = sent.callbackName && sent.asksForMore;
+        expect(outcome.answer == (isAsked ? R"({"code":-1,"data":"","pending":false})" : R"({"code":-1,"data":""})")
+                && outcome.scripts.empty() && !service->received && !service->kept,
+            "a missing method is told of, and nothing is called");
+        return;
+    }
+    if (hasNonFinite(isTyped && typed.calls ? sent.data.value_or(nullptr) : service->received.value_or(nullptr))) {
+        expect(outcome.answer == "{}", "what JSON cannot hold is an empty map");
+        return;
+    }
+    if (isTyped)
+        checkTyped(typed.calls, name, sent, outcome);
+    else
+        checkPlain(*service, outcome);
+    const OptionalValue question = boost::json::object{ { "name", methodName }, { "type", "all" } };
+    if (readMessage(outcome.answer).at("code") == 0)
+        expect(objects.hasMethod(question), "a method that answers is there when it is asked for");
 }
+
+} // namespace tq::fuzz

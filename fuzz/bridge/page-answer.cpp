@@ -22,6 +22,8 @@ std::optional<double> plainId(const boost::json::value* id)
     return isCallNumber ? std::optional(number) : std::nullopt;
 }
 
+} // namespace
+
 void check(std::string_view text)
 {
     const auto argument = JSBUtil::jsonStringToObject(text);
@@ -40,11 +42,4 @@ void check(std::string_view text)
         expect(answer->isLast == complete->get_bool(), "an answer is the last if it says so");
 }
 
-} // namespace
 } // namespace tq::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    tq::fuzz::check(tq::fuzz::textOf(data, size));
-    return 0;
-}

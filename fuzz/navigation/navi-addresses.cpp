@@ -5,7 +5,6 @@
 #include "platform/Foundation/NSURL.h"
 
 namespace tq::fuzz {
-namespace {
 
 void check(std::string_view token)
 {
@@ -30,11 +29,4 @@ void check(std::string_view token)
     expect(!allNaviServers(OptionalText(token), std::nullopt), "without defaults there is no address");
 }
 
-} // namespace
 } // namespace tq::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    tq::fuzz::check(tq::fuzz::textOf(data, size));
-    return 0;
-}

@@ -1,4 +1,5 @@
-// A navigation server's answer: the status in the first line, the body after it. What is good is kept and read again.
+// A navigation server's answer: the status in the first line, the body after it. What is good is kept and read again;
+// so is what the body says itself.
 
 #include "TQWhiteBoardLib/TQWBNaviCode.h"
 #include "fuzz/support/Fuzz.h"
@@ -50,8 +51,41 @@ void checkFailure(const NaviAnswer& answer, std::string_view body, NSInteger sta
     }
 }
 
-void check(std::string_view line, std::string_view body)
+// The same as what is stored, as whoever wrote the file has left it.
+void checkEntry(std::string_view text)
 {
+    const auto value = NSJSONSerialization::JSONObjectWithData(text);
+    if (!value || !value->is_object())
+        return;
+    const auto& entry = value->get_object();
+    constexpr std::int64_t kNow = 1'700'000'000;
+    if (isNaviEntryStale(entry, kNow))
+        expect(isNaviEntryStale(entry, kNow + 1), "an entry does not get younger");
+    const auto* stored = entry.if_contains("TQWB-timestamp");
+    if (!stored || stored->is_null() || stored->is_structured())
+        expect(isNaviEntryStale(entry, kNow), "an entry without a time is too old");
+    else if (stored->is_int64())
+        expect(isNaviEntryStale(entry, kNow) == (stored->get_int64() < kNow - kNaviLifetimeSeconds),
+            "an entry is as old as it says");
+
+    const auto data = naviDataOfEntry(entry);
+    const auto* answer = entry.if_contains("TQWB-navi-data");
+    const auto* lease = answer ? memberOf(*answer, "iwbLeaseUri") : nullptr;
+    const auto* conference = answer ? memberOf(*answer, "iwbConferenceUri") : nullptr;
+    expect(data->iwbLeaseUri == textValue(lease), "the lease service's address is as stored");
+    expect(data->iwbConferenceUri == textValue(conference), "the conference's address is as stored");
+    const auto* code = answer ? memberOf(*answer, "code") : nullptr;
+    if (!code || code->is_null() || code->is_structured())
+        expect(data->code == 0, "no code is 0");
+}
+
+} // namespace
+
+void check(std::string_view input)
+{
+    const auto [line, rest] = firstLineAndRest(input);
+    const auto body = rest.value_or("");
+    checkEntry(body);
     NSInteger status = 0;
     std::from_chars(line.data(), line.data() + line.size(), status);
     const auto answer = NaviAnswer::read(OptionalText(body), status);
@@ -68,12 +102,4 @@ void check(std::string_view line, std::string_view body)
         "no answer is a failure with the error's own text");
 }
 
-} // namespace
 } // namespace tq::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    const auto [status, body] = tq::fuzz::firstLineAndRest(tq::fuzz::textOf(data, size));
-    tq::fuzz::check(status, body);
-    return 0;
-}

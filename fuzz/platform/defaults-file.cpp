@@ -13,27 +13,21 @@ namespace {
 namespace fs = std::filesystem;
 
 // In memory where there is such a place: every save waits for the disk.
-const fs::path& folder()
-{
-    static const fs::path made = [] {
-        auto pattern
-            = ((fs::exists("/dev/shm") ? fs::path("/dev/shm") : fs::temp_directory_path()) / "tqwb-fuzz-XXXXXX")
-                  .string();
-        expect(mkdtemp(pattern.data()) != nullptr, "a temporary folder can be made");
-        std::atexit([] {
-            std::error_code ignored;
-            fs::remove_all(folder(), ignored);
-        });
-        return fs::path(pattern);
-    }();
-    return made;
-}
+struct Folder {
+    Folder() { expect(mkdtemp(path.data()) != nullptr, "a temporary folder can be made"); }
+    ~Folder() { fs::remove_all(path); }
+    std::string path = fs::exists("/dev/shm") ? "/dev/shm/tqwb-fuzz-XXXXXX" : "/tmp/tqwb-fuzz-XXXXXX";
+};
+
+} // namespace
 
 void check(std::string_view bytes)
 {
-    const auto path = (folder() / "data" / "user-defaults.sqlite").string();
-    fs::remove_all(folder() / "data");
-    fs::create_directory(folder() / "data");
+    static const Folder s_folder;
+    const auto data = fs::path(s_folder.path) / "data";
+    const auto path = (data / "user-defaults.sqlite").string();
+    fs::remove_all(data);
+    fs::create_directory(data);
     std::ofstream(path, std::ios::binary) << bytes;
     {
         DefaultsDatabase database(path);
@@ -44,15 +38,8 @@ void check(std::string_view bytes)
     }
     DefaultsDatabase database(path);
     database.read("key");
-    for (const auto& entry : fs::directory_iterator(folder() / "data"))
+    for (const auto& entry : fs::directory_iterator(data))
         expect(entry.path().filename().string().starts_with("user-defaults.sqlite"), "no other file is made");
 }
 
-} // namespace
 } // namespace tq::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    tq::fuzz::check(tq::fuzz::textOf(data, size));
-    return 0;
-}

@@ -42,6 +42,8 @@ void checkMember(std::string_view text)
     expect(alone && areAlike(*alone, *member), "a member reads the same as it does alone");
 }
 
+} // namespace
+
 void check(std::string_view text)
 {
     const bool isText = isPlainlyUTF8(text);
@@ -61,11 +63,4 @@ void check(std::string_view text)
     checkMember(text);
 }
 
-} // namespace
 } // namespace tq::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    tq::fuzz::check(tq::fuzz::textOf(data, size));
-    return 0;
-}

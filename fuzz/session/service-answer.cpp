@@ -9,7 +9,6 @@
 #include <limits>
 
 namespace tq::fuzz {
-namespace {
 
 void check(std::string_view text)
 {
@@ -40,11 +39,4 @@ void check(std::string_view text)
         expect(NSJSONSerialization::JSONObjectWithData(*answer.key).has_value(), "another key is its JSON text");
 }
 
-} // namespace
 } // namespace tq::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    tq::fuzz::check(tq::fuzz::textOf(data, size));
-    return 0;
-}

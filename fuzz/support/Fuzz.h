@@ -1,14 +1,15 @@
 #pragma once
 
-#include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string_view>
 #include <utility>
 
 namespace tq::fuzz {
+
+/// What each target defines: checks its properties with one input.
+void check(std::string_view input);
 
 /// Ends the run as a fault unless the property holds.
 inline void expect(bool holds, const char* property)
@@ -19,19 +20,11 @@ inline void expect(bool holds, const char* property)
     std::abort();
 }
 
-inline std::string_view textOf(const std::uint8_t* data, std::size_t size)
+/// The first line, without its end, and what follows it; absent when there is no second line.
+inline std::pair<std::string_view, std::optional<std::string_view>> firstLineAndRest(std::string_view text)
 {
-    return { reinterpret_cast<const char*>(data), size };
-}
-
-/// The first line, without its end, and what follows it.
-inline std::pair<std::string_view, std::string_view> firstLineAndRest(std::string_view text)
-{
-    const auto end = std::min(text.find('\n'), text.size());
-    return { text.substr(0, end), text.substr(std::min(end + 1, text.size())) };
+    const auto end = text.find('\n');
+    return { text.substr(0, end), end == text.npos ? std::nullopt : std::optional(text.substr(end + 1)) };
 }
 
 } // namespace tq::fuzz
-
-/// What a target defines: checks its properties with one input.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

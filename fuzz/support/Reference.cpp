@@ -4,21 +4,11 @@
 #include <array>
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 
 namespace tq::fuzz {
-
-namespace {
-
-std::optional<unsigned> hexDigit(char character)
-{
-    constexpr std::string_view kDigits = "0123456789ABCDEF";
-    const auto place = kDigits.find(character);
-    return place == kDigits.npos ? std::nullopt : std::optional(static_cast<unsigned>(place));
-}
-
-} // namespace
 
 bool isPlainlyUTF8(std::string_view bytes)
 {
@@ -48,15 +38,15 @@ std::optional<std::string> decodeURIComponent(std::string_view text)
 {
     std::string decoded;
     for (std::size_t index = 0; index < text.size(); ++index) {
-        if (text[index] != '%') {
-            decoded += text[index];
+        decoded += text[index];
+        if (text[index] != '%')
             continue;
-        }
-        const auto high = index + 2 < text.size() ? hexDigit(text[index + 1]) : std::nullopt;
-        const auto low = high ? hexDigit(text[index + 2]) : std::nullopt;
-        if (!low)
+        const auto digits = text.substr(index + 1, 2);
+        std::uint8_t byte = 0;
+        const auto end = std::from_chars(digits.data(), digits.data() + digits.size(), byte, 16).ptr;
+        if (end - digits.data() != 2)
             return std::nullopt;
-        decoded += static_cast<char>(*high << 4U | *low);
+        decoded.back() = static_cast<char>(byte);
         index += 2;
     }
     return isPlainlyUTF8(decoded) ? std::optional(decoded) : std::nullopt;

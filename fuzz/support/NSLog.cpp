@@ -1,8 +1,0 @@
-#include "platform/Foundation/NSLog.h"
-
-namespace tq {
-
-// Nearly every input would write a line.
-void writeLogLine(const std::string&) { }
-
-} // namespace tq
