@@ -1,12 +1,9 @@
 #include "TQWhiteBoardLib/Coroutines.h"
 
-#include "TQWhiteBoardLib/TQWBWebView.h"
 #include "TQWhiteBoardLib/testing/TQWBFakeRoom.h"
-#include "navigation/TQWBNaviManager.h"
-#include "tests/support/HttpsServer.h"
 #include "tests/support/PageTest.h"
+#include "tests/support/SessionTest.h"
 
-#include <algorithm>
 #include <stdexcept>
 #include <thread>
 
@@ -76,6 +73,12 @@ TEST_F(CoroutineTest, ItGoesOnWithTheFirstResultOnTheMainThread)
     EXPECT_EQ(received, 8);
     runUntil([&] { return other.isDone(); }, "the number has come from its thread");
     EXPECT_EQ(received, 12);
+
+    keepTwice().detach();
+    taker->take(3);
+    runPending();
+    EXPECT_EQ(received, 6) << "with nobody who holds it";
+    EXPECT_EQ(frames, 0);
 }
 
 TEST_F(CoroutineTest, CallbacksThatGoWithoutAResultLeaveNobodyWaiting)
@@ -127,52 +130,30 @@ TEST_F(CoroutineTest, ItMayLetGoOfItsOwnTask)
 {
     std::optional<Task<>> task;
     int steps = 0;
-    const auto letGo = [&]() -> Task<> {
+    const auto letGo = [&](bool goesOn) -> Task<> {
         const Guard guard(frames);
         co_await number();
         task.reset();
         ++steps; // still running
-        co_await number();
-        ++steps;
+        if (goesOn)
+            co_await number();
+        steps += 10;
     };
-    task.emplace(letGo());
-    taker->take(1);
-    runPending();
-    EXPECT_EQ(steps, 1);
-    EXPECT_EQ(frames, 0) << "it has gone where it would have waited";
-
-    // The one that lets go is part of another.
     const auto outer = [&]() -> Task<> {
         const Guard guard(frames);
-        co_await letGo();
-        ++steps;
+        co_await letGo(true);
+        steps += 10;
     };
-    task.emplace(outer());
-    taker->take(1);
-    runPending();
-    EXPECT_EQ(steps, 2);
-    EXPECT_EQ(frames, 0);
-
-    // There is nothing more to wait for.
-    const auto last = [&]() -> Task<> {
-        const Guard guard(frames);
-        co_await number();
-        task.reset();
-    };
-    task.emplace(last());
-    taker->take(1);
-    runPending();
-    EXPECT_EQ(frames, 0);
-}
-
-TEST_F(CoroutineTest, ADetachedOneComesToItsEndAlone)
-{
-    keepTwice().detach();
-    EXPECT_EQ(frames, 2);
-    taker->take(3);
-    runPending();
-    EXPECT_EQ(received, 6);
-    EXPECT_EQ(frames, 0);
+    // It goes where it would have waited, at its end, or with the one that awaits it.
+    for (const auto& [start, after] : std::vector<std::pair<std::function<Task<>()>, int>>{
+             { [&] { return letGo(true); }, 1 }, { [&] { return letGo(false); }, 11 }, { outer, 1 } }) {
+        steps = 0;
+        task.emplace(start());
+        taker->take(1);
+        runPending();
+        EXPECT_EQ(steps, after);
+        EXPECT_EQ(frames, 0);
+    }
 }
 
 TEST_F(CoroutineTest, ExceptionsReachWhoAwaitsElseTheLog)
@@ -307,69 +288,38 @@ TEST_F(CoroutineCallsTest, TheFirstAnswerOfAPageFunctionIsAwaited)
     EXPECT_EQ(lines.back(), "silent: no answer will come");
 }
 
-class CoroutineSessionTest : public testing::Test {
+class CoroutineSessionTest : public SessionTest {
 protected:
-    void SetUp() override
+    static std::string describe(const TQWBOutcome& outcome)
     {
-        clearLog();
-        NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(HttpsServer::authority());
-        view = TQWBWebView::initWithFrame({ 0, 0, 200, 100 }, nullptr);
-        ASSERT_TRUE(view) << "these tests need a display";
-        boost::json::object answer{ { "iwbLeaseUri", server.host() }, { "iwbConferenceUri", server.host() } };
-        TQWBNaviManager::sharedInstance()->saveNavi(std::move(answer), "key", "token");
+        return outcome ? "done" : std::to_string(outcome.code) + " " + outcome.text.value_or("");
     }
-    void TearDown() override
+    Task<> visit(Texts& lines)
     {
-        view->call("TQJSBridge.onRoomQuited", "{}");
-        const std::weak_ptr<TQWBWebView> watched = view;
-        view.reset();
-        runUntil([&] { return watched.expired(); }, "the view is destroyed");
-    }
-    static std::string answerTo(const ReceivedRequest& request)
-    {
-        if (request.line().starts_with("GET /conference/"))
-            return HttpsServer::answerWith(200, "<title>room</title>", "Content-Type: text/html\r\n");
-        if (request.line().find("/player") != std::string::npos)
-            return HttpsServer::answerWith(200, R"({"code":7,"desc":"no such recording"})");
-        return HttpsServer::answerWith(200, R"({"code":0,"key":"k1"})");
-    }
-    static std::string describe(const char* what, const TQWBOutcome& outcome)
-    {
-        return std::string(what) + (outcome ? " done" : " failed ") + (outcome ? "" : std::to_string(outcome.code))
-            + outcome.text.value_or("");
-    }
-    static Task<> visit(std::shared_ptr<TQWBWebView> view, Texts& lines)
-    {
-        const auto board = TQWhiteBoard::initWithWebView(std::move(view));
-        const auto room
-            = std::make_shared<TQWBRoomConfig>(TQWBRoomConfig{ "key", "token", "room", "user", "Ann", 0, 30 });
-        const auto record = std::make_shared<TQWBRecordConfig>(
-            TQWBRecordConfig{ "key", "token", "room", "user", "Ann", "https://r.example/1" });
-        lines.push_back(describe("quit", co_await quit(*board)));
-        lines.push_back(describe("replay", co_await replay(*board, record)));
-        lines.push_back(describe("join", co_await join(*board, room)));
+        const auto visited = TQWhiteBoard::initWithWebView(view);
+        answer.set(HttpsServer::answerWith(200, R"({"code":7,"desc":"no such recording"})"));
+        lines.push_back(describe(co_await tq::quit(*visited)));
+        lines.push_back(describe(co_await replay(*visited, record)));
+        answer.set(kGoodAnswer);
+        lines.push_back(describe(co_await tq::join(*visited, config)));
         EXPECT_TRUE(isMainThread());
-        lines.push_back(describe("quit", co_await quit(*board)));
+        lines.push_back(describe(co_await tq::quit(*visited)));
     }
-
-    HttpsServer server{ answerTo };
-    std::shared_ptr<TQWBWebView> view;
 };
 
-TEST_F(CoroutineSessionTest, ARoomIsVisitedInAStraightLine)
+TEST_F(CoroutineSessionTest, ARoomIsVisited)
 {
     Texts lines;
-    const auto task = visit(view, lines);
+    const auto task = visit(lines);
     runUntil([&] { return task.isDone(); }, "the visit is over");
-    EXPECT_EQ(lines,
-        (Texts{ "quit failed 300010not in WhiteBoard", "replay failed 7no such recording", "join done", "quit done" }));
+    EXPECT_EQ(lines, (Texts{ "300010 not in WhiteBoard", "7 no such recording", "done", "done" }));
 }
 
 TEST_F(CoroutineSessionTest, AnAbandonedVisitHarmsNobody)
 {
     for (std::size_t step = 0; step < 4; ++step) {
         Texts lines;
-        auto task = std::optional(visit(view, lines));
+        auto task = std::optional(visit(lines));
         runUntil([&] { return lines.size() >= step; }, "the visit has come so far");
         task.reset();
     }

@@ -1,21 +1,13 @@
-#include "tests/support/HttpsServer.h"
-#include "tests/support/Log.h"
-#include "tests/support/MainLoop.h"
+#include "tests/support/SessionTest.h"
 
-#include "TQWhiteBoardLib/TQWBWebView.h"
-#include "TQWhiteBoardLib/TQWhiteBoard.h"
-#include "navigation/TQWBNaviManager.h"
-#include "platform/Foundation/Dispatch.h"
-
-#include <algorithm>
-#include <atomic>
 #include <boost/json/parse.hpp>
 #include <cctype>
-#include <cstdlib>
-#include <gtest/gtest.h>
+#include <fstream>
 #include <iostream>
 #include <limits>
+#include <malloc.h>
 #include <thread>
+#include <unistd.h>
 
 namespace tq::test {
 namespace {
@@ -23,105 +15,13 @@ namespace {
 constexpr auto kAllBits = std::numeric_limits<NSUInteger>::max();
 using Lines = std::vector<std::string>;
 
-// How an operation ended; written on whatever thread it ended on.
-struct Ending {
-    std::atomic<int> successes = 0;
-    std::atomic<int> failures = 0;
-    NSUInteger code = 0;
-    OptionalText text;
-    bool onMainThread = false;
-
-    TQWBSuccess success()
-    {
-        return [this] {
-            onMainThread = isMainThread();
-            ++successes;
-        };
-    }
-    TQWBFailure failure()
-    {
-        return [this](NSUInteger newCode, const OptionalText& newText) {
-            code = newCode;
-            text = newText;
-            onMainThread = isMainThread();
-            ++failures;
-        };
-    }
-    void wait()
-    {
-        runUntil([this] { return successes + failures > 0; }, "the operation has ended");
-        EXPECT_EQ(successes + failures, 1);
-    }
-};
-
-boost::json::value json(const std::string& text) { return boost::json::string(text); }
-
-class SessionTest : public testing::Test {
-protected:
-    void SetUp() override
-    {
-        clearLog();
-        NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(HttpsServer::authority());
-        view = TQWBWebView::initWithFrame({ 0, 0, 200, 100 }, nullptr);
-        if (!view) {
-            std::cerr << "these tests need a display\n";
-            std::exit(1);
-        }
-        board = TQWhiteBoard::initWithWebView(view);
-        config = std::make_shared<TQWBRoomConfig>(TQWBRoomConfig{ "key", "token", "room", "user", "Ann", 0, 30 });
-        record = std::make_shared<TQWBRecordConfig>(
-            TQWBRecordConfig{ "key", "token", "room", "user", "Ann", "https://r.example/1" });
-        knowService(json(server.host()), json(server.host()));
-    }
-    void TearDown() override
-    {
-        view->call("TQJSBridge.onRoomQuited", "{}");
-        const std::weak_ptr<TQWBWebView> watched = view;
-        view.reset();
-        board.reset();
-        runUntil([&] { return watched.expired(); }, "the view is destroyed");
-    }
-    // As if a navigation server had told.
-    static void knowService(const boost::json::value& lease, const boost::json::value& conference)
-    {
-        boost::json::object answer{ { "iwbLeaseUri", lease }, { "iwbConferenceUri", conference } };
-        TQWBNaviManager::sharedInstance()->saveNavi(std::move(answer), "key", "token");
-    }
-    std::unique_ptr<Ending> join()
-    {
-        auto ending = std::make_unique<Ending>();
-        board->joinWithConfig(config, ending->success(), ending->failure());
-        ending->wait();
-        return ending;
-    }
-    std::unique_ptr<Ending> play()
-    {
-        auto ending = std::make_unique<Ending>();
-        board->playWithConfig(record, ending->success(), ending->failure());
-        ending->wait();
-        return ending;
-    }
-    std::unique_ptr<Ending> quit()
-    {
-        auto ending = std::make_unique<Ending>();
-        board->quitWhiteBoard(ending->success(), ending->failure());
-        ending->wait();
-        return ending;
-    }
-    std::string answerTo(const ReceivedRequest& request) const
-    {
-        if (request.line().starts_with("GET /conference/"))
-            return HttpsServer::answerWith(200, "<title>room</title>", "Content-Type: text/html\r\n");
-        return answer.get();
-    }
-
-    Shared<std::string> answer{ HttpsServer::answerWith(200, R"({"code":0,"key":"k1"})") };
-    HttpsServer server{ [this](const ReceivedRequest& request) { return answerTo(request); } };
-    std::shared_ptr<TQWBWebView> view;
-    std::shared_ptr<TQWhiteBoard> board;
-    std::shared_ptr<TQWBRoomConfig> config;
-    std::shared_ptr<TQWBRecordConfig> record;
-};
+// The requests that have come, without those for pages.
+std::vector<ReceivedRequest> operations(const HttpsServer& server)
+{
+    auto all = server.requests();
+    std::erase_if(all, [](const auto& request) { return request.line().starts_with("GET "); });
+    return all;
+}
 
 bool isRandomText(const boost::json::value& value)
 {
@@ -212,60 +112,48 @@ TEST_F(SessionTest, JoinSendsItsRequestAndLoadsTheRoom)
     const auto page = server.requests()[1];
     EXPECT_EQ(page.line(), "GET /conference/index.html?key=k1&iwbLeaseUri=" + server.host() + " HTTP/1.1");
     EXPECT_TRUE(page.hasHeader("User-Agent: i")) << page.head;
-}
 
-TEST(SessionRules, RequestsEndInTenSecondsAndLeaveOutWhatIsAbsent)
-{
-    const auto request = TQWhiteBoard::getRequest("https://x.example/a", { { "k", 1 } }, std::nullopt, "");
-    EXPECT_EQ(request.timeoutInterval, 10);
-    EXPECT_EQ(request.HTTPMethod, "POST");
-    EXPECT_EQ(request.headers,
-        (std::vector<std::pair<std::string, std::string>>{
-            { "Content-Type", "application/json" }, { "TQ-Token", "" } }));
-    EXPECT_EQ(TQWhiteBoard::getRequest("https://x.example/a", { { "k", "\xFF" } }, {}, {}).HTTPBody, std::nullopt);
-    EXPECT_FALSE(TQWhiteBoard::getRequest("https://a b/", {}, {}, {}).URL);
+    config->roleType = 3;
+    config->minutes = 30;
+    join();
+    const auto other = boost::json::parse(operations(server).back().body).as_object();
+    EXPECT_EQ(other.at("minutes"), 30);
+    EXPECT_EQ(other.at("user").at("role"), "viewer");
 }
 
 TEST_F(SessionTest, AbsentMembersAreLeftOutAndEmptyHeadersAreSent)
 {
     join(); // so that the service is known
-    const auto before = server.requests().size();
-    Ending ending;
-    board->requestRecordUrl(std::make_shared<TQWBRecordConfig>(TQWBRecordConfig{ "key", "", {}, {}, {}, {} }),
-        ending.success(), ending.failure());
-    ending.wait();
-    runUntil([&] { return server.requests().size() > before; }, "the service is asked");
-    for (const auto& request : server.requests()) {
-        if (!request.line().starts_with("POST /api/v1/iwb/player"))
-            continue;
-        EXPECT_TRUE(request.hasHeader("TQ-Token:")) << request.head;
-        auto body = boost::json::parse(request.body).as_object();
-        body.erase("outTradeNo");
-        EXPECT_EQ(boost::json::value(body), boost::json::parse(R"({"user":{"name":"","role":"record","uid":""}})"));
-        return;
-    }
-    FAIL() << "no replay was asked for";
+    record = std::make_shared<TQWBRecordConfig>(TQWBRecordConfig{ "key", "", {}, {}, {}, {} });
+    run([this](Ending& ending) { board->requestRecordUrl(record, ending.success(), ending.failure()); });
+    const auto request = operations(server).back();
+    EXPECT_EQ(request.line(), "POST /api/v1/iwb/player HTTP/1.1");
+    EXPECT_TRUE(request.hasHeader("TQ-Token:")) << request.head;
+    auto body = boost::json::parse(request.body).as_object();
+    body.erase("outTradeNo");
+    EXPECT_EQ(boost::json::value(body), boost::json::parse(R"({"user":{"name":"","role":"record","uid":""}})"));
+    // What is no UTF-8 cannot be written.
+    EXPECT_EQ(TQWhiteBoard::getRequest("https://x.example/a", { { "k", "\xFF" } }, {}, {}).HTTPBody, std::nullopt);
 }
 
 // The key and the token go to the host that was named, or nowhere.
-TEST_F(SessionTest, AServiceWithoutAHostIsAskedForNothing)
+TEST_F(SessionTest, AServiceThatCannotBeAskedIsAFailureAndChangesNothing)
 {
-    for (const std::string& host : Lines{ "", "/", "/" + server.host(), "//" + server.host(), "?", "#", "@", ":443",
-             "a@", "\\" + server.host(), "a\\@" + server.host(), "local%68ost" + server.host().substr(9) }) {
+    EXPECT_EQ(join()->successes, 1);
+    const boost::json::value refusing("localhost:" + std::to_string(refusingPort()));
+    for (const boost::json::value& host :
+        boost::json::array{ refusing, 5, "bad host", "", "/", "/" + server.host(), "//" + server.host(), "?", "#", "@",
+            ":443", "a@", "\\" + server.host(), "a\\@" + server.host(), "local%68ost" + server.host().substr(9) }) {
         SCOPED_TRACE(host);
-        knowService(json(host), json(server.host()));
-        EXPECT_EQ(join()->code, 300005U);
-        EXPECT_EQ(play()->code, 300007U);
-        knowService(json(server.host()), json(server.host()));
-        EXPECT_EQ(join()->successes, 1);
-        knowService(json(host), json(server.host()));
-        const auto before = server.requests().size();
-        const auto left = quit();
-        EXPECT_EQ(left->code, 300005U);
-        EXPECT_EQ(left->text, "unsupported URL");
-        for (const auto& request : server.requests())
-            EXPECT_FALSE(request.line().starts_with("DELETE")) << before;
+        knowService(host, server.host());
+        for (const auto& [ending, code] : { std::pair{ join(), 300005U }, { play(), 300007U }, { quit(), 300005U } }) {
+            EXPECT_EQ(ending->code, code);
+            EXPECT_EQ(ending->text == "unsupported URL", host != refusing) << ending->text.value_or("");
+            EXPECT_FALSE(ending->text.value_or("").empty());
+        }
+        EXPECT_EQ(board->roomConfig(), config);
     }
+    EXPECT_EQ(operations(server).size(), 1U);
 }
 
 TEST_F(SessionTest, RoomAndUserArriveAsTheyStand)
@@ -280,38 +168,42 @@ TEST_F(SessionTest, RoomAndUserArriveAsTheyStand)
         EXPECT_EQ(join()->successes, 1);
         EXPECT_EQ(quit()->successes, 1);
         board = TQWhiteBoard::initWithWebView(view);
-        std::vector<std::string> lines;
-        for (const auto& request : server.requests()) {
-            if (!request.line().starts_with("GET"))
-                lines.push_back(request.line());
-        }
-        ASSERT_GE(lines.size(), 2U);
-        EXPECT_EQ(lines[lines.size() - 2], "POST /api/v1/iwb/join/" + room + " HTTP/1.1");
-        EXPECT_EQ(lines.back(), "DELETE /api/v1/iwb/hubs/" + room + "/users/" + user + " HTTP/1.1");
+        const auto requests = operations(server);
+        ASSERT_GE(requests.size(), 2U);
+        EXPECT_EQ(requests[requests.size() - 2].line(), "POST /api/v1/iwb/join/" + room + " HTTP/1.1");
+        EXPECT_EQ(requests.back().line(), "DELETE /api/v1/iwb/hubs/" + room + "/users/" + user + " HTTP/1.1");
     }
-    // What cannot arrive is not sent. (The user stands in the body when a room is joined.)
-    EXPECT_EQ(join()->successes, 1);
-    const auto count = [&] {
-        return std::ranges::count_if(
-            server.requests(), [](const auto& request) { return !request.line().starts_with("GET"); });
-    };
-    const auto before = count();
-    for (const char* text : { "a b", "a#b", "a\tb", "\xC3\xA9" }) {
-        config->userId = text;
-        EXPECT_EQ(quit()->code, 300005U) << text;
-        config->roomId = text;
-        EXPECT_EQ(join()->code, 300005U) << text;
-    }
-    EXPECT_EQ(count(), before);
 }
 
-TEST_F(SessionTest, RolesAndMinutesAreTheRecords)
+TEST_F(SessionTest, WhatCannotArriveOrWouldSplitARequestIsNotSent)
 {
-    config->roleType = 3;
-    join();
-    const auto body = boost::json::parse(server.requests()[0].body).as_object();
-    EXPECT_EQ(body.at("minutes"), 30);
-    EXPECT_EQ(body.at("user").at("role"), "viewer");
+    EXPECT_EQ(join()->successes, 1);
+    const std::vector<std::string> noAddress{ "a b", "a#b", "a\tb", "\xC3\xA9" };
+    const std::vector<std::string> split{ "a\r\nX-Evil: 1", "a\nX-Evil: 1", "a\rX-Evil: 1", { "a\0X-Evil: 1", 11 } };
+    for (auto field :
+        { &TQWBRoomConfig::appKey, &TQWBRoomConfig::token, &TQWBRoomConfig::roomId, &TQWBRoomConfig::userId }) {
+        const bool isHeader = field == &TQWBRoomConfig::appKey || field == &TQWBRoomConfig::token;
+        auto texts = split;
+        if (!isHeader)
+            texts.insert(texts.end(), noAddress.begin(), noAddress.end());
+        for (const auto& text : texts) {
+            SCOPED_TRACE(text);
+            const auto kept = std::exchange((*config).*field, text);
+            record->appKey = config->appKey;
+            record->token = config->token;
+            knowService(server.host(), server.host(), config->token, config->appKey);
+            EXPECT_EQ(quit()->code, 300005U);
+            // The user stands in the body when a room is joined, and nothing else when a recording is played.
+            if (field != &TQWBRoomConfig::userId) {
+                EXPECT_EQ(join()->code, 300005U);
+            }
+            if (isHeader) {
+                EXPECT_EQ(play()->code, 300007U);
+            }
+            (*config).*field = kept;
+        }
+    }
+    EXPECT_EQ(operations(server).size(), 1U);
 }
 
 TEST_F(SessionTest, ReplaySendsItsRequestAndLeavesTheRoomAlone)
@@ -340,7 +232,7 @@ TEST_F(SessionTest, QuitSendsItsRequestAndSpendsTheSession)
     EXPECT_EQ(ending->successes, 1);
     EXPECT_FALSE(ending->onMainThread);
     EXPECT_EQ(countOfLine("[TQ:Log] QuitWhiteBoard success"), 1);
-    const auto request = server.requests().back();
+    const auto request = operations(server).back();
     EXPECT_EQ(request.line(), "DELETE /api/v1/iwb/hubs/room/users/user HTTP/1.1");
     for (const char* header : { "Content-Type: application/json", "TQ-AppKey: key", "TQ-Token: token" })
         EXPECT_TRUE(request.hasHeader(header)) << request.head;
@@ -416,53 +308,17 @@ TEST_F(SessionTest, AnswersThatCannotBeReadCountAsSuccess)
 
 TEST_F(SessionTest, WithoutThePagesHostThereIsNoRoomAddress)
 {
-    for (const auto& [lease, conference] : std::vector<std::pair<boost::json::value, boost::json::value>>{
-             { json(server.host()), "" }, { json(server.host()), 5 } }) {
-        knowService(lease, conference);
-        const auto joined = join();
-        EXPECT_EQ(joined->code, 300006U);
-        EXPECT_EQ(joined->text, "url is nil");
-        const auto played = play();
-        EXPECT_EQ(played->code, 300008U);
-        EXPECT_EQ(played->text, "url is nil");
+    for (const boost::json::value& pages : boost::json::array{ "", 5 }) {
+        knowService(server.host(), pages);
+        for (const auto& [ending, code] : { std::pair{ join(), 300006U }, { play(), 300008U } }) {
+            EXPECT_EQ(ending->code, code);
+            EXPECT_EQ(ending->text, "url is nil");
+        }
         EXPECT_EQ(board->getRoomUrl("k"), "");
         EXPECT_EQ(board->roomConfig(), nullptr);
     }
     EXPECT_EQ(countOfLine("[TQ:Log] joinWhiteBoard error：url is nil"), 2);
     EXPECT_EQ(countOfLine("[TQ:Log] play video error：url is nil"), 2);
-}
-
-TEST_F(SessionTest, FailedTransfersHaveTheirCodesAndChangeNothing)
-{
-    join();
-    const std::string refusing = "localhost:" + std::to_string(refusingPort());
-    HttpsServer silent([](const auto&) { return std::string(); });
-    auto expectFailures = [&](const char* what) {
-        SCOPED_TRACE(what);
-        for (const auto& [ending, code] : { std::pair{ join(), 300005U }, { play(), 300007U }, { quit(), 300005U } }) {
-            EXPECT_EQ(ending->code, code);
-            EXPECT_FALSE(ending->text.value_or("").empty());
-        }
-        EXPECT_EQ(board->roomConfig(), config);
-    };
-    knowService(json(refusing), "c");
-    expectFailures("refused connection");
-    knowService(json(silent.host()), "c");
-    expectFailures("closed connection");
-    knowService(nullptr, nullptr);
-    knowService(5, "c");
-    expectFailures("no host at all");
-    knowService("bad host", "c");
-    expectFailures("a host that is none");
-    knowService(json(server.host()), json(server.host()));
-    config->roomId = record->token = "a\r\nb";
-    TQWBNaviManager::sharedInstance()->saveNavi(
-        boost::json::object{ { "iwbLeaseUri", json(server.host()) }, { "iwbConferenceUri", "c" } }, "key", "a\r\nb");
-    config->userId = "a b";
-    expectFailures("fields that cannot be sent");
-    config->roomId = config->userId = record->token = "token";
-    NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(std::nullopt);
-    expectFailures("untrusted certificate");
 }
 
 TEST_F(SessionTest, NavigationIsAskedOnceAndThenRemembered)
@@ -506,7 +362,7 @@ TEST_F(SessionTest, NavigationFailuresPassThroughOnTheMainThread)
     EXPECT_EQ(board->naviData(), nullptr);
 }
 
-TEST_F(SessionTest, TheSessionLivesUntilItsRequestHasEnded)
+TEST_F(SessionTest, TheSessionStaysUntilItsRequestHasEnded)
 {
     const std::weak_ptr<TQWhiteBoard> watched = board;
     Ending ending;
@@ -546,6 +402,38 @@ TEST_F(SessionTest, ExceptionsOfTheApplicationsCallbacksAreLogged)
     board->joinWithConfig(
         config, [] { throw std::runtime_error("thrown by the application"); }, nullptr);
     runUntil([] { return countOfLine("thrown by the application") == 1; }, "the exception is logged");
+}
+
+// What this process has in memory, in MiB, without what its allocator only keeps for later.
+double residentMemory()
+{
+    malloc_trim(0);
+    long total = 0;
+    long resident = 0;
+    std::ifstream("/proc/self/statm") >> total >> resident;
+    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE)) / (1 << 20);
+}
+
+// Once is no test of memory: GTEST_REPEAT asks for more.
+TEST_F(SessionTest, LifetimesLeaveNothingBehind)
+{
+    constexpr int kWarmUp = 50;
+    constexpr double kMostGrowth = 1.10;
+    static int s_lifetimes = 0;
+    static double s_warm = 0;
+    EXPECT_EQ(join()->successes, 1);
+    runUntil([&] { return view->estimatedProgress() == 1; }, "the page is there");
+    EXPECT_EQ(quit()->successes, 1);
+    const std::weak_ptr<TQWBWebView> watched = std::exchange(view, TQWBWebView::initWithFrame({}, nullptr));
+    board.reset();
+    runUntil([&] { return watched.expired(); }, "the view is destroyed");
+    if (++s_lifetimes == kWarmUp)
+        s_warm = residentMemory();
+    if (s_lifetimes <= kWarmUp || s_lifetimes % kWarmUp)
+        return;
+    const auto now = residentMemory();
+    std::cout << s_warm << " MiB after " << kWarmUp << " lifetimes, " << now << " MiB after " << s_lifetimes << "\n";
+    EXPECT_LE(now, s_warm * kMostGrowth);
 }
 
 } // namespace
