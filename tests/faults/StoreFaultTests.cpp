@@ -30,9 +30,10 @@ std::string valueOf(unsigned number)
     // From a few bytes to several pages, and now and then a large one.
     const std::size_t size = number % 10 == 0 ? 300000 : std::array<std::size_t, 4>{ 10, 700, 5000, 20000 }[number % 4];
     std::string value = std::to_string(number) + ":";
-    std::minstd_rand bytes(number + 1);
-    while (value.size() < size)
-        value += static_cast<char>(bytes() >> 8U);
+    for (std::uint64_t place = 1; value.size() < size; ++place) {
+        const auto bytes = (place << 32U | number) * 0x9E3779B97F4A7C15U;
+        value.append(reinterpret_cast<const char*>(&bytes), sizeof bytes);
+    }
     return value;
 }
 
@@ -165,38 +166,35 @@ TEST_F(StoreFaultTest, ProcessesThatSaveAtOnceLoseNothing)
 TEST_F(StoreFaultTest, AFullDiskKeepsTheOldValueOnItAndTheNewOneInTheProcess)
 {
     const std::string large(200000, 'n');
-    const auto tried = [&](rlim_t room, const std::string& was, bool isMadeRoom) {
+    const auto tried = [&](rlim_t room, bool isFirst, bool isMadeRoom) {
         return [=, this](const Tell& tell) {
             std::signal(SIGXFSZ, SIG_IGN);
             auto& defaults = NSUserDefaults::standardUserDefaults();
             // The first time, not even the opening of the file finds room.
-            if (was != "nothing")
-                tell(textOf(defaults.dictionaryForKey("key")));
+            if (!isFirst)
+                std::ignore = defaults.dictionaryForKey("key");
             limitFiles(room);
             defaults.setObject(objectOf(large), "key");
-            tell(textOf(defaults.dictionaryForKey("key")) == large ? "new in the process" : "lost");
             tell(hasLineBeginning("user defaults: " + file.string() + " cannot be ") ? "logged" : "silent");
             tell(defaults.synchronize() ? "saved" : "not saved");
+            tell(textOf(defaults.dictionaryForKey("key")) == large ? "new in the process" : "lost");
             limitFiles(RLIM_INFINITY);
             if (isMadeRoom)
                 tell(defaults.synchronize() ? "saved" : "never saved");
-            tell(textOf(defaults.dictionaryForKey("key")) == large ? "new in the process" : "lost");
         };
     };
     // There is room for nothing at all, or for the files and not for what is to be saved; from the first save on, or
     // later.
+    const std::string refused = "logged\nnot saved\nnew in the process\n";
     for (const rlim_t room : { 0U, 60000U }) {
         for (const bool isFirst : { true, false }) {
             SCOPED_TRACE(std::to_string(room) + (isFirst ? " for the first save" : ""));
             SetUp();
-            if (!isFirst) {
-                EXPECT_TRUE(DefaultsDatabase(file).write("key", R"({"value":"old"})"));
-            }
-            const std::string was = isFirst ? "nothing" : "old";
-            const auto refused = (isFirst ? "" : "old\n") + std::string("new in the process\nlogged\nnot saved\n");
-            run(tried(room, was, false), refused + "new in the process\n");
-            EXPECT_EQ(stored(), isFirst ? std::nullopt : OptionalText(R"({"value":"old"})"));
-            run(tried(room, was, true), refused + "saved\nnew in the process\n");
+            const auto old = isFirst ? std::nullopt : OptionalText(R"({"value":"old"})");
+            EXPECT_TRUE(!old || DefaultsDatabase(file).write("key", *old));
+            run(tried(room, isFirst, false), refused);
+            EXPECT_EQ(stored(), old);
+            run(tried(room, isFirst, true), refused + "saved\n");
             EXPECT_EQ(stored(), R"({"value":")" + large + "\"}");
             EXPECT_EQ(asideFiles(), 0);
         }
@@ -205,34 +203,28 @@ TEST_F(StoreFaultTest, AFullDiskKeepsTheOldValueOnItAndTheNewOneInTheProcess)
 
 TEST_F(StoreFaultTest, AStoreThatMayOnlyBeReadIsReadAndRefusesSaves)
 {
-    enum class Log { Absent, LeftBehind };
     struct Row {
         const char* name;
         unsigned folderMode;
         unsigned fileMode;
-        Log log;
-        const char* read;
+        bool hasLog = false;
+        const char* read = "old";
     };
-    const std::array<Row, 5> rows{ {
-        { "file", 0777, 0444, Log::Absent, "old" },
-        { "folder and file", 0555, 0444, Log::Absent, "old" },
-        { "folder", 0555, 0666, Log::Absent, "old" },
-        { "folder and file, with a log", 0555, 0444, Log::LeftBehind, "old" },
-        { "nothing", 0000, 0600, Log::Absent, "nothing" },
-    } };
     // Somebody else's process reaches the folder.
     fs::permissions(getenv("TQWB_TEST_FOLDER"), fs::perms::others_exec, fs::perm_options::add);
-    for (const auto& row : rows) {
+    for (const auto& row :
+        { Row{ "file", 0777, 0444 }, Row{ "folder and file", 0555, 0444 }, Row{ "folder", 0555, 0666 },
+            Row{ "folder and file, with a log", 0555, 0444, true }, Row{ "nothing", 0000, 0600, false, "nothing" } }) {
         SCOPED_TRACE(row.name);
         SetUp();
         fs::permissions(m_data, fs::perms(0755));
         Child([&](const Tell&) {
             DefaultsDatabase database(file);
             database.write("key", R"({"value":"old"})");
-            if (row.log == Log::LeftBehind)
+            if (row.hasLog)
                 _exit(0);
         }).readRest();
-        ASSERT_EQ(fs::exists(file.string() + "-wal"), row.log == Log::LeftBehind);
+        ASSERT_EQ(fs::exists(file.string() + "-wal"), row.hasLog);
         for (const auto& entry : fs::directory_iterator(folder))
             fs::permissions(entry.path(), fs::perms(row.fileMode));
         fs::permissions(folder, fs::perms(row.folderMode));

@@ -1,89 +1,55 @@
 // The page's process is killed in the middle of whatever a page and the application do together.
 
-#include "TQWhiteBoardLib/gtk/NativeView.h"
 #include "tests/support/Dialogs.h"
-#include "tests/support/PageTest.h"
+#include "tests/support/Engine.h"
+#include "tests/support/PageWindowTest.h"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
-#include <charconv>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <gtk/gtk.h>
-#include <optional>
+#include <poll.h>
 #include <stdexcept>
+#include <sys/syscall.h>
 #include <unistd.h>
-#include <webkit/webkit.h>
 
 namespace tq::test {
 namespace {
 
-struct Process {
-    std::string name;
-    char state;
-    pid_t parent;
-};
-
-// Absent when it is gone.
-std::optional<Process> process(pid_t pid)
+// Those of the process's descendants that show pages: the engine may put another process between.
+void findPages(const std::string& process, std::vector<pid_t>& found)
 {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    std::string text;
-    std::getline(file, text, '\0');
-    const auto begin = text.find('(');
-    const auto end = text.rfind(") ");
-    if (begin == std::string::npos || end == std::string::npos)
-        return std::nullopt;
-    return Process{ text.substr(begin + 1, end - begin - 1), text[end + 2],
-        static_cast<pid_t>(std::atoi(text.c_str() + end + 4)) };
-}
-
-bool isRunning(pid_t pid)
-{
-    const auto found = process(pid);
-    return found && found->state != 'Z' && found->state != 'X';
-}
-
-bool isOurs(pid_t pid)
-{
-    for (auto found = process(pid); found; found = process(pid)) {
-        pid = found->parent;
-        if (pid == getpid())
-            return true;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + process + "/task")) {
+        std::ifstream children(thread.path() / "children");
+        for (std::string child; children >> child;) {
+            std::string name;
+            std::ifstream("/proc/" + child + "/comm") >> name;
+            // The kernel keeps fifteen letters of a name.
+            if (name == "WebKitWebProces")
+                found.push_back(std::stoi(child));
+            else
+                findPages(child, found);
+        }
     }
-    return false;
 }
 
-// The engine's processes for pages that this test has begun.
-std::vector<pid_t> webProcesses()
+// Returns when they are gone.
+void killWebProcesses()
 {
-    std::vector<pid_t> pids;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-        const auto name = entry.path().filename().string();
-        pid_t pid = 0;
-        if (std::from_chars(name.data(), name.data() + name.size(), pid).ptr != name.data() + name.size())
-            continue;
-        // The kernel keeps fifteen letters of a name.
-        if (const auto found = process(pid); found && found->name == "WebKitWebProces" && isOurs(pid) && isRunning(pid))
-            pids.push_back(pid);
+    std::vector<pid_t> pages;
+    findPages("self", pages);
+    int count = 0;
+    for (const auto page : pages) {
+        pollfd end{ static_cast<int>(syscall(SYS_pidfd_open, page, 0)), POLLIN, 0 };
+        if (poll(&end, 1, 0) == 0) {
+            kill(page, SIGKILL);
+            EXPECT_EQ(poll(&end, 1, 10000), 1) << "a killed process stays";
+            ++count;
+        }
+        close(end.fd);
     }
-    return pids;
-}
-
-// Returns when they are gone. Nothing runs on the main loop meanwhile: the view has not heard of it yet.
-void killPages()
-{
-    const auto pids = webProcesses();
-    ASSERT_FALSE(pids.empty()) << "there is no process to kill";
-    for (const auto pid : pids)
-        kill(pid, SIGKILL);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (std::ranges::any_of(pids, isRunning)) {
-        ASSERT_LT(std::chrono::steady_clock::now(), deadline) << "a killed process stays";
-        std::this_thread::yield();
-    }
+    EXPECT_GT(count, 0) << "there is no process to kill";
 }
 
 // What the page calls, with whatever the test wants to happen in the middle of it.
@@ -132,36 +98,29 @@ public:
     std::function<void()> pending;
 };
 
-class WebProcessFaultTest : public PageTest {
+class WebProcessFaultTest : public PageWindowTest {
 protected:
     void SetUp() override
     {
-        PageTest::SetUp();
-        use(DWKWebView::initWithFrame({ 0, 0, 400, 300 }, nullptr));
+        PageWindowTest::SetUp();
+        m_ends.emplace(EngineEvents::Crashes);
         view->addJavascriptObject(service, "service");
-        m_window = GTK_WINDOW(gtk_window_new());
-        gtk_window_set_default_size(m_window, 500, 400);
-        gtk_window_set_child(m_window, nativeView(*view));
-        gtk_window_present(m_window);
-        m_hook = g_signal_add_emission_hook(
-            g_signal_lookup("web-process-terminated", WEBKIT_TYPE_WEB_VIEW), 0,
-            [](GSignalInvocationHint*, guint, const GValue*, gpointer count) -> gboolean {
-                ++*static_cast<int*>(count);
-                return TRUE;
-            },
-            &m_ends, nullptr);
     }
     void TearDown() override
     {
         service->kept = nullptr;
-        PageTest::TearDown();
-        g_signal_remove_emission_hook(g_signal_lookup("web-process-terminated", WEBKIT_TYPE_WEB_VIEW), m_hook);
-        gtk_window_destroy(m_window);
+        PageWindowTest::TearDown();
         EXPECT_EQ(dialogs().size(), 0U);
     }
-    void waitForTheEnd(int endsBefore)
+    // Nothing runs on the main loop meanwhile: the view has not heard of it yet.
+    void killPage()
     {
-        runUntil([&] { return m_ends > endsBefore; }, "the view has heard of the end of its page's process");
+        m_endsBefore = m_ends->count();
+        killWebProcesses();
+    }
+    void waitForTheEnd()
+    {
+        runUntil([&] { return m_ends->count() > m_endsBefore; }, "the view has heard of the end of its page's process");
     }
     // The next page is there, and calls go both ways.
     void expectWorks()
@@ -182,11 +141,10 @@ protected:
     }
 
     const std::shared_ptr<Service> service = std::make_shared<Service>();
-    int m_ends = 0;
 
 private:
-    GtkWindow* m_window = nullptr;
-    gulong m_hook = 0;
+    std::optional<EngineEvents> m_ends;
+    int m_endsBefore = 0;
 };
 
 constexpr const char* kCall = "prompt('_dsbridge=service.sync', '{}'); report('ran on')";
@@ -194,40 +152,39 @@ constexpr const char* kCall = "prompt('_dsbridge=service.sync', '{}'); report('r
 TEST_F(WebProcessFaultTest, InTheMiddleOfASynchronousCall)
 {
     const std::array<std::pair<const char*, std::function<void()>>, 5> rows{ {
-        { "the method returns", killPages },
+        { "the method returns", [this] { killPage(); } },
         { "the method throws",
-            [] {
-                killPages();
+            [this] {
+                killPage();
                 throw std::runtime_error("a faulty method");
             } },
         { "the method calls the page",
             [this] {
-                killPages();
+                killPage();
                 view->callHandler("nobody", boost::json::array{});
                 view->evaluateJavaScript("report('nobody')");
             } },
         // As one does that shows a dialog of the toolkit.
         { "the method runs the main loop",
             [this] {
-                const int ends = m_ends;
-                killPages();
-                waitForTheEnd(ends);
+                killPage();
+                waitForTheEnd();
             } },
         { "the method loads another page",
             [this] {
-                killPages();
+                killPage();
                 view->loadUrl(pageWith("another"));
             } },
     } };
     for (const auto& [name, inTheMiddle] : rows) {
         SCOPED_TRACE(name);
         load();
-        const int ends = m_ends;
         const int calls = service->calls;
         const auto count = reports->values.size();
         service->inTheMiddle = inTheMiddle;
         view->evaluateJavaScript(kCall);
-        waitForTheEnd(ends);
+        runUntil([&] { return service->calls > calls; }, "the method is called");
+        waitForTheEnd();
         runPending();
         EXPECT_EQ(service->calls, calls + 1);
         EXPECT_EQ(reports->values.size(), count);
@@ -239,7 +196,7 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfACallThatDropsTheView)
 {
     load();
     service->inTheMiddle = [this] {
-        killPages();
+        killPage();
         view.reset();
     };
     view->evaluateJavaScript(kCall);
@@ -252,7 +209,6 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfAStream)
         SCOPED_TRACE(hasNewPage);
         load("<script>var n = 0; window.cb = v => { if (++n === 50) report('some'); }</script>");
         call("service.stream", R"({"_dscbstub":"cb"})");
-        const int ends = m_ends;
         const auto count = reports->values.size();
         std::atomic<int> sent = 0;
         {
@@ -264,8 +220,8 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfAStream)
                 completion("last", Complete::Yes);
             });
             waitForReports(count + 1);
-            killPages();
-            waitForTheEnd(ends);
+            killPage();
+            waitForTheEnd();
             const int before = sent;
             runUntil([&] { return sent > before + 100; }, "results go on to nowhere");
             // Those of the old page still come while the new one has begun.
@@ -285,15 +241,14 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfADialog)
             const auto given = hasDelegate ? delegate : nullptr;
             view->setDSUIDelegate(given);
             load();
-            const int ends = m_ends;
             const auto count = reports->values.size();
             view->evaluateJavaScript("report([" + std::string(question) + "])");
             runUntil(
                 [&] { return hasDelegate ? delegate->pending != nullptr : dialogs().size() == 1; }, "a user is asked");
-            killPages();
+            killPage();
             if (hasDelegate && question[0] == 'c')
                 delegate->pending(); // before the view has heard
-            waitForTheEnd(ends);
+            waitForTheEnd();
             runUntil([] { return dialogs().empty(); }, "the dialog is gone");
             if (hasDelegate)
                 std::exchange(delegate->pending, nullptr)();
@@ -307,10 +262,9 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfADialog)
     load();
     call("_dsb.disableJavascriptDialogBlock", R"({"data":{"disable":true}})");
     ask("[1, 2, 3].map(i => confirm(i)).length");
-    const int ends = m_ends;
     EXPECT_EQ(dialogs().size(), 1U);
-    killPages();
-    waitForTheEnd(ends);
+    killPage();
+    waitForTheEnd();
     EXPECT_EQ(dialogs().size(), 0U);
     expectWorks();
 }
@@ -325,13 +279,12 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfACallOfThePage)
     view->callHandler("silent", take);
     waitForReports(count + 1);
     const auto id = reports->values.back().value().as_int64();
-    const int ends = m_ends;
     // Two more are on their way when it dies, and one is made before the view has heard of it.
     view->callHandler("on its way", take);
     view->hasJavascriptMethod("on its way", [&](bool) { ++answers; });
-    killPages();
+    killPage();
     view->callHandler("too late", take);
-    waitForTheEnd(ends);
+    waitForTheEnd();
     view->callHandler("later still", take);
     runPending();
     expectWorks();
@@ -345,22 +298,21 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfACallOfThePage)
 
 TEST_F(WebProcessFaultTest, InTheMiddleOfALoad)
 {
-    for (int round = 0; round < 5; ++round) {
+    for (const int turns : { 0, 10, 20, 40 }) {
         load();
-        const int ends = m_ends;
         view->loadUrl(pageWith("another"));
         // From nothing being under way yet to a page that is there.
-        for (int turn = 0; turn < round * 10; ++turn)
-            g_main_context_iteration(nullptr, FALSE);
-        killPages();
-        waitForTheEnd(ends);
+        for (int turn = 0; turn < turns; ++turn)
+            runTurn(Waiting::No);
+        killPage();
+        waitForTheEnd();
         expectWorks();
     }
     // The next page is asked for before the view has heard of the end.
-    killPages();
+    killPage();
     expectWorks();
     // Nor does a view have to hear of it at all.
-    killPages();
+    killPage();
 }
 
 } // namespace
