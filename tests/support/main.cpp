@@ -15,6 +15,15 @@ std::filesystem::path makeTemporaryFolder()
     return pattern;
 }
 
+// Shaders take longer to compile than most tests: what one run has compiled the next one has.
+void copyShaders(const std::filesystem::path& from, const std::filesystem::path& to)
+{
+    std::error_code ignored;
+    std::filesystem::create_directories(to, ignored);
+    std::filesystem::copy(
+        from, to, std::filesystem::copy_options::recursive | std::filesystem::copy_options::skip_existing, ignored);
+}
+
 } // namespace
 
 // Every run has a data folder of its own, no proxy between it and its servers, and no accessibility bus: one that is
@@ -23,7 +32,7 @@ int main(int argc, char** argv)
 {
     testing::InitGoogleTest(&argc, argv);
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    // A test that dies on purpose does so in a child: it lives in its parent's folder.
+    // A test that dies on purpose does so in a child: it uses its parent's folder.
     const bool isChild = getenv("TQWB_TEST_FOLDER") != nullptr;
     const std::filesystem::path folder = isChild ? getenv("TQWB_TEST_FOLDER") : makeTemporaryFolder();
     setenv("TQWB_TEST_FOLDER", folder.c_str(), 1);
@@ -33,10 +42,16 @@ int main(int argc, char** argv)
     setenv("GTK_A11Y", "test", 1);
     for (const char* name : { "http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY" })
         unsetenv(name);
+    const auto shaders = folder / "cache" / "mesa_shader_cache";
+    const auto keptShaders = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "shaders";
+    if (!isChild)
+        copyShaders(keptShaders, shaders);
     tq::test::captureLog();
     const int result = RUN_ALL_TESTS();
     std::error_code ignored;
-    if (!isChild)
+    if (!isChild) {
+        copyShaders(shaders, keptShaders);
         std::filesystem::remove_all(folder, ignored);
+    }
     return result;
 }
