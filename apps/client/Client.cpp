@@ -51,8 +51,6 @@ void Client::run()
     m_session.reset();
 }
 
-void Client::end() { g_main_loop_quit(m_loop.get()); }
-
 void Client::obey(const std::string& line)
 {
     struct Command {

@@ -28,7 +28,7 @@ private:
     void askPage(std::string_view text);
     void setLabels(std::string_view text);
     void takeScreenshot(std::string_view text);
-    void end();
+    void end() { g_main_loop_quit(m_loop.get()); }
 
     StartCommand m_startCommand;
     std::shared_ptr<JsonLines> m_lines;

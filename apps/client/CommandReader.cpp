@@ -5,12 +5,6 @@
 
 namespace tqclient {
 
-namespace {
-
-constexpr gsize kLongestLine = gsize{ 16 } << 20;
-
-} // namespace
-
 CommandReader::CommandReader(Handler handler)
     : m_handler(std::move(handler))
 {
@@ -37,6 +31,7 @@ void CommandReader::read()
 
 void CommandReader::received(const char* line, gsize size)
 {
+    constexpr gsize kLongestLine = gsize{ 16 } << 20;
     if (size > kLongestLine)
         g_printerr("tqwhiteboard: a command of more than %zu bytes is ignored\n", kLongestLine);
     else

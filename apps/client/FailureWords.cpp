@@ -3,6 +3,9 @@
 #include "TQWhiteBoardLib/TQWBRoomCode.h"
 #include "Translation.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace tqclient {
 
 using Category = tq::TQWBErrorCategory;
@@ -41,17 +44,13 @@ std::string failureTitle(Operation operation)
 
 std::string endTitle(const tq::TQWBError& error)
 {
-    switch (error.code) {
-    case tq::TQWBRoomCodePageLost:
+    constexpr tq::NSUInteger kUnseen[] = { tq::TQWBRoomCodePageSilent, tq::TQWBRoomCodeTimedOut,
+        tq::TQWBRoomCodePageUnreachable, tq::TQWBRoomCodePageUntrusted };
+    if (error.code == tq::TQWBRoomCodePageLost)
         return _("The page has stopped working");
-    case tq::TQWBRoomCodePageSilent:
-    case tq::TQWBRoomCodeTimedOut:
-    case tq::TQWBRoomCodePageUnreachable:
-    case tq::TQWBRoomCodePageUntrusted:
+    if (isStatus(error.code) || std::ranges::find(kUnseen, error.code) != std::end(kUnseen))
         return _("The board cannot be shown");
-    default:
-        return isStatus(error.code) ? _("The board cannot be shown") : _("The room has failed");
-    }
+    return _("The room has failed");
 }
 
 std::string failureAdvice(const tq::TQWBError& error)

@@ -37,14 +37,6 @@ void JsonLines::event(std::string_view name, boost::json::object fields)
     writeLine(tq::writtenJSON(line) + '\n');
 }
 
-void JsonLines::success(Operation operation) { event("success", { { "operation", nameOf(operation) } }); }
-
-void JsonLines::error(Operation operation, tq::NSUInteger code, const tq::OptionalText& text)
-{
-    event("error",
-        { { "operation", nameOf(operation) }, { "code", std::uint64_t{ code } }, { "text", textOrNull(text) } });
-}
-
 void JsonLines::room(tq::TQWBRoomState state, const tq::TQWBError* reason)
 {
     boost::json::object fields{ { "state", nameOf(state) } };

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "Operation.h"
 #include "TQWhiteBoardLib/TQWBRoom.h"
 #include "platform/Foundation/NSTypes.h"
 
@@ -21,9 +20,6 @@ public:
 
     /// @param fields what follows the member "event".
     void event(std::string_view name, boost::json::object fields = {});
-    void success(Operation operation);
-    void error(Operation operation, tq::NSUInteger code, const tq::OptionalText& text);
-
     /// The room's new state. @param reason why it is over; may be null.
     void room(tq::TQWBRoomState state, const tq::TQWBError* reason);
 

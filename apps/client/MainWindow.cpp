@@ -115,34 +115,31 @@ void MainWindow::setSmall(bool isSmall)
     adw_header_bar_set_decoration_layout(m_ui.get<AdwHeaderBar>("header"), isSmall ? ":close" : nullptr);
 }
 
-void MainWindow::addAction(const char* name, std::function<void()> run)
-{
-    tqclient::addAction(G_ACTION_MAP(m_actionGroup.get()), name, std::move(run));
-}
-
 void MainWindow::addActions()
 {
+    auto add = [this](const char* name, std::function<void()> run) {
+        addAction(G_ACTION_MAP(m_actionGroup.get()), name, std::move(run));
+    };
     gtk_widget_insert_action_group(GTK_WIDGET(m_window), "win", G_ACTION_GROUP(m_actionGroup.get()));
     UniqueObject<GPropertyAction> showEvents(g_property_action_new("show-events", m_panel, "reveal-flap"));
     g_action_map_add_action(G_ACTION_MAP(m_actionGroup.get()), G_ACTION(showEvents.get()));
-    addAction("leave", [this] { m_session.leave(); });
-    addAction("submit", [this] { m_start.submit(); });
-    addAction("replay", [this] {
+    add("leave", [this] { m_session.leave(); });
+    add("submit", [this] { m_start.submit(); });
+    add("replay", [this] {
         dismissOffer();
         m_session.replay(m_recording);
     });
-    addAction(
-        "copy-address", [this] { gdk_clipboard_set_text(gtk_widget_get_clipboard(content()), m_recording.c_str()); });
-    addAction("retry", [this] { m_session.retry(); });
-    addAction("close-what-is-open", [this] { closeWhatIsOpen(); });
-    addAction("next-part", [this] { goToNextPart(GTK_DIR_TAB_FORWARD); });
-    addAction("previous-part", [this] { goToNextPart(GTK_DIR_TAB_BACKWARD); });
-    addAction("copy-events", [this] { m_log.copyAll(); });
-    addAction("clear-events", [this] { m_log.clear(); });
-    addAction("copy-picture", [this] { m_log.copyPicture(); });
-    addAction("save-picture", [this] { m_log.savePicture(); });
-    addAction("keys", [this] { showWindow(Ui("keys.ui").get<GtkWindow>("keys"), m_window); });
-    addAction("about", [this] {
+    add("copy-address", [this] { gdk_clipboard_set_text(gtk_widget_get_clipboard(content()), m_recording.c_str()); });
+    add("retry", [this] { m_session.retry(); });
+    add("close-what-is-open", [this] { closeWhatIsOpen(); });
+    add("next-part", [this] { goToNextPart(GTK_DIR_TAB_FORWARD); });
+    add("previous-part", [this] { goToNextPart(GTK_DIR_TAB_BACKWARD); });
+    add("copy-events", [this] { m_log.copyAll(); });
+    add("clear-events", [this] { m_log.clear(); });
+    add("copy-picture", [this] { m_log.copyPicture(); });
+    add("save-picture", [this] { m_log.savePicture(); });
+    add("keys", [this] { showWindow(Ui("keys.ui").get<GtkWindow>("keys"), m_window); });
+    add("about", [this] {
         const Ui ui("about.ui");
         adw_about_window_set_version(ui.get<AdwAboutWindow>("about"), tq::TQWhiteBoard::getVersion().c_str());
         showWindow(ui.get<GtkWindow>("about"), m_window);

@@ -38,7 +38,6 @@ private:
     void followSize();
     void setSmall(bool isSmall);
     void addActions();
-    void addAction(const char* name, std::function<void()> run);
     void enableActions();
     void showPage();
     void showTitle();

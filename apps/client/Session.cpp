@@ -150,14 +150,17 @@ void Session::ended(const std::optional<tq::TQWBError>& error)
     const auto operation = *std::exchange(m_running, std::nullopt);
     if (!error) {
         happened("success", nameOf(operation));
-        m_lines->success(operation);
+        m_lines->event("success", { { "operation", nameOf(operation) } });
     } else {
         happened("error",
             std::string(nameOf(operation)) + " " + describeFailure(std::to_string(error->code), error->text),
             Severity::Failure);
         if (error->category != tq::TQWBErrorCategory::Cancelled)
             tellFailure(failureTitle(operation), *error);
-        m_lines->error(operation, error->code, error->text.empty() ? std::nullopt : tq::OptionalText(error->text));
+        const auto text = error->text.empty() ? std::nullopt : tq::OptionalText(error->text);
+        m_lines->event("error",
+            { { "operation", nameOf(operation) }, { "code", std::uint64_t{ error->code } },
+                { "text", JsonLines::textOrNull(text) } });
     }
     runNext();
 }

@@ -35,7 +35,7 @@ gboolean keepFocusInSight(gpointer data)
 {
     auto* scroller = GTK_SCROLLED_WINDOW(data);
     GtkWidget* viewport = gtk_scrolled_window_get_child(scroller);
-    GtkRoot* root = gtk_widget_get_root(viewport);
+    GtkRoot* root = viewport ? gtk_widget_get_root(viewport) : nullptr;
     GtkWidget* focus = root ? gtk_root_get_focus(root) : nullptr;
     graphene_rect_t place;
     if (focus && gtk_widget_is_ancestor(focus, viewport)

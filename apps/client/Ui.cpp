@@ -4,7 +4,6 @@
 
 #include <adwaita.h>
 #include <memory>
-#include <string_view>
 
 namespace tqclient {
 
@@ -48,20 +47,14 @@ std::string withoutMnemonic(std::string label)
     return isInBrackets ? label.erase(mark - 1, 4) : label.erase(mark, 1);
 }
 
-// The toolkit's own buttons that close what they are in.
-static bool isClosing(GtkButton* button)
-{
-    const char* icon = gtk_button_get_icon_name(button);
-    return icon && std::string_view(icon) == "window-close-symbolic";
-}
-
 void nameControls(GtkWidget* widget)
 {
     if (GTK_IS_BUTTON(widget) && gtk_button_get_label(GTK_BUTTON(widget)))
         setAccessibleName(widget, withoutMnemonic(gtk_button_get_label(GTK_BUTTON(widget))));
-    else if (GTK_IS_BUTTON(widget) && gtk_widget_get_tooltip_text(widget))
+    else if (GTK_IS_BUTTON(widget) && !GTK_IS_TOGGLE_BUTTON(widget) && gtk_widget_get_tooltip_text(widget))
         setAccessibleName(widget, gtk_widget_get_tooltip_text(widget));
-    else if (GTK_IS_BUTTON(widget) && isClosing(GTK_BUTTON(widget)))
+    else if (GTK_IS_BUTTON(widget)
+        && g_strcmp0(gtk_button_get_icon_name(GTK_BUTTON(widget)), "window-close-symbolic") == 0)
         setAccessibleName(widget, _("Dismiss"));
     if (ADW_IS_PREFERENCES_ROW(widget))
         setAccessibleName(widget, withoutMnemonic(adw_preferences_row_get_title(ADW_PREFERENCES_ROW(widget))));

@@ -22,9 +22,6 @@ struct Request {
     guint tick = 0;
     guint timeout = 0;
 
-    Request() = default;
-    Request(const Request&) = delete;
-    Request& operator=(const Request&) = delete;
     // The widget's tick callback owns it, which goes with the widget.
     ~Request()
     {

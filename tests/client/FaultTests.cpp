@@ -78,8 +78,8 @@ TEST_F(FaultTest, EachIsSaidInWords)
             "The room could not be joined", "Something else answers in the service's place." },
         { "join 500", host, "", answer(500, "broken"), "service", 300104, "The room could not be joined",
             "Something else answers in the service's place." },
-        { "room full", host, "", answer(200, R"({"code":4001,"desc":"room full"})"), "service", 4001,
-            "The room could not be joined", "4001: room full" },
+        { "room full", host, "", answer(200, R"({"code":4001,"desc":"room <b>full</b> & \u003c"})"), "service", 4001,
+            "The room could not be joined", "4001: room <b>full</b> & <" },
     };
     int user = 0;
     for (const auto& row : rows) {
