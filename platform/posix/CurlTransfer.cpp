@@ -25,17 +25,6 @@ using CurlList = std::unique_ptr<curl_slist, Releaser<curl_slist_free_all>>;
 
 constexpr int kMaxRedirections = 5;
 
-// The library below registers its own clean-up when it starts.
-void ensureStarted()
-{
-    static const CURLcode s_started = [] {
-        const auto code = curl_global_init(CURL_GLOBAL_DEFAULT);
-        BackgroundWork::waitBeforeExit();
-        return code;
-    }();
-    static_cast<void>(s_started);
-}
-
 struct Answer {
     const std::size_t maximumLength;
     std::string body{};
@@ -259,6 +248,16 @@ TransferOutcome follow(NSMutableURLRequest request, const OptionalText& extraTru
 
 } // namespace
 
+void startTransfers()
+{
+    static const CURLcode s_started = [] {
+        const auto code = curl_global_init(CURL_GLOBAL_DEFAULT);
+        BackgroundWork::waitBeforeExit();
+        return code;
+    }();
+    static_cast<void>(s_started);
+}
+
 TransferOutcome performTransfer(const NSMutableURLRequest& request, const OptionalText& extraTrustAnchors)
 {
     if (!request.URL || request.URL->host().empty())
@@ -268,7 +267,6 @@ TransferOutcome performTransfer(const NSMutableURLRequest& request, const Option
         return { .error = urlError(NSURLErrorUnsupportedURL, "The address has a fragment, which cannot be sent.") };
     if (!std::ranges::all_of(request.headers, [](const auto& header) { return isHeaderText(header.second); }))
         return { .error = urlError(NSURLErrorUnknown, "A header value holds a line break or a control character.") };
-    ensureStarted();
     return follow(request, extraTrustAnchors);
 }
 

@@ -17,6 +17,10 @@ struct TransferOutcome {
     std::optional<NSError> error{};
 };
 
+/// Sets up what transfers stand on, once; before the first of them, on the thread that asks for it. That takes itself
+/// down when the process ends: were it set up in the background, it would be while `exit` is at that already.
+void startTransfers();
+
 /// Sends the request and waits for the end of the answer, no longer than the request's time-out. On any
 /// thread, within `BackgroundWork`: does not return when the process is ending.
 /// @param extraTrustAnchors certificates trusted beside the system's own.

@@ -52,6 +52,7 @@ NSURLSession::NSURLSession(std::shared_ptr<Impl> impl)
 std::shared_ptr<NSURLSession> NSURLSession::sessionWithConfiguration(const NSURLSessionConfiguration& configuration,
     std::shared_ptr<NSURLSessionDelegate> delegate, std::shared_ptr<NSOperationQueue> queue)
 {
+    startTransfers();
     return std::shared_ptr<NSURLSession>(new NSURLSession(
         std::make_shared<Impl>(Impl{ std::move(delegate), std::move(queue), configuration.extraTrustAnchors() })));
 }
