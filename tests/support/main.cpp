@@ -15,15 +15,6 @@ std::filesystem::path makeTemporaryFolder()
     return pattern;
 }
 
-// Shaders take longer to compile than most tests: what one run has compiled the next one has.
-void copyShaders(const std::filesystem::path& from, const std::filesystem::path& to)
-{
-    std::error_code ignored;
-    std::filesystem::create_directories(to, ignored);
-    std::filesystem::copy(
-        from, to, std::filesystem::copy_options::recursive | std::filesystem::copy_options::skip_existing, ignored);
-}
-
 } // namespace
 
 // Every run has a data folder of its own, no proxy between it and its servers, and no accessibility bus: one that is
@@ -42,16 +33,13 @@ int main(int argc, char** argv)
     setenv("GTK_A11Y", "test", 1);
     for (const char* name : { "http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY" })
         unsetenv(name);
-    const auto shaders = folder / "cache" / "mesa_shader_cache";
-    const auto keptShaders = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "shaders";
-    if (!isChild)
-        copyShaders(keptShaders, shaders);
+    // Shaders take longer to compile than most tests: what one program has compiled the next one has.
+    const auto shaders = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "shaders";
+    setenv("MESA_SHADER_CACHE_DIR", shaders.c_str(), 1);
     tq::test::captureLog();
     const int result = RUN_ALL_TESTS();
     std::error_code ignored;
-    if (!isChild) {
-        copyShaders(shaders, keptShaders);
+    if (!isChild)
         std::filesystem::remove_all(folder, ignored);
-    }
     return result;
 }
