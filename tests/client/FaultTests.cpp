@@ -1,7 +1,7 @@
 // What a person reads when a room cannot be shown.
 
-#include "Accessibility.h"
 #include "ClientPrograms.h"
+#include "tests/support/Accessibility.h"
 #include "tests/support/Authority.h"
 #include "tests/support/HttpsServer.h"
 

@@ -1,11 +1,10 @@
-#include "Accessibility.h"
 #include "ClientPrograms.h"
+#include "tests/support/Accessibility.h"
 
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <gtk/gtk.h>
 #include <map>
 #include <ostream>
 #include <set>
@@ -90,8 +89,6 @@ void expectNames(const AccessibleNode& all)
 
 // Places are those of the controls' contents, without the padding and the border of five points above and below.
 constexpr int kFingerHeight = 44 - 10;
-// Newer toolkits count the padding, but forget that of what a control is in: it is so much to the right at the most.
-int forgottenPadding() { return gtk_check_version(4, 10, 0) ? 0 : 30; }
 
 void expectInside(const AccessibleNode& window, int width, int height)
 {
@@ -109,7 +106,7 @@ void expectInside(const AccessibleNode& window, int width, int height)
     const auto controls = window.find(
         [](const AccessibleNode& node) { return node.isFocusable && node.isShown && node.role != "tab"; });
     for (const auto* control : controls) {
-        EXPECT_GE(control->x, -forgottenPadding()) << control->outline();
+        EXPECT_GE(control->x, -mostMisplaced()) << control->outline();
         EXPECT_LE(control->x + control->width, window.width) << control->outline();
         if (mayBeBelow.contains(control))
             continue;

@@ -1,11 +1,13 @@
 #pragma once
 
 #include <functional>
-#include <gio/gio.h>
 #include <memory>
 #include <string>
 #include <sys/types.h>
 #include <vector>
+
+typedef struct _GDBusConnection GDBusConnection;
+typedef struct _GVariant GVariant;
 
 namespace tq::test {
 
@@ -18,7 +20,7 @@ struct AccessibleNode {
     bool isFocused = false;
     /// Whether it has a place in its window.
     bool isShown = false;
-    /// In its window.
+    /// In its window, see `mostMisplaced`.
     int x = 0;
     int y = 0;
     int width = 0;
@@ -30,6 +32,9 @@ struct AccessibleNode {
     /// The names of all of them in one text, for a failure's message.
     std::string outline(int depth = 0) const;
 };
+
+/// How much further right than they are the toolkit tells nodes to be, at most.
+int mostMisplaced();
 
 /// What screen readers read over: a bus of the test's own, for programs that are started while it lives.
 class AccessibilityBus {

@@ -12,17 +12,17 @@ namespace {
 
 constexpr int kLength = 120;
 
-// The client and the room page under a user's hands.
-class ClientHandTest : public ServiceTest {
+// The client and the room page under a user's mouse and fingers.
+class ClientInputTest : public ServiceTest {
 protected:
-    ClientHandTest()
+    ClientInputTest()
         : ServiceTest(2)
     {
     }
     void SetUp() override
     {
         if (!screen)
-            GTEST_SKIP() << "nobody has hands for this screen";
+            GTEST_SKIP() << "nobody can point at this screen";
         ServiceTest::SetUp();
         client = joined("ann");
         window = waitForWindow("hall – Whiteboard");
@@ -82,7 +82,7 @@ private:
     std::size_t m_strokes = 0;
 };
 
-TEST_F(ClientHandTest, AFingerDrawsWhatTheMouseDraws)
+TEST_F(ClientInputTest, AFingerDrawsWhatTheMouseDraws)
 {
     const auto start = dotAt(at(0, 0));
     const auto end = dotAt(at(kLength, -kLength / 2.0));
@@ -120,7 +120,7 @@ TEST_F(ClientHandTest, AFingerDrawsWhatTheMouseDraws)
     expectFrom(start, end, drawn);
 }
 
-TEST_F(ClientHandTest, AFingerReachesTheBoardsEdges)
+TEST_F(ClientInputTest, AFingerReachesTheBoardsEdges)
 {
     if (!screen->hasTouch())
         GTEST_SKIP() << "this screen has no touch";
@@ -134,7 +134,7 @@ TEST_F(ClientHandTest, AFingerReachesTheBoardsEdges)
     }
 }
 
-TEST_F(ClientHandTest, TheButtonToLeaveIsPressed)
+TEST_F(ClientInputTest, TheButtonToLeaveIsPressed)
 {
     const Screen::Point leave{ window.corner.x + 35, window.corner.y + 23 };
     if (screen->hasTouch())
