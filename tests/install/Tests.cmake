@@ -17,16 +17,19 @@ add_test(NAME Install.HeadersAreCompleteAndCompileAlone
 add_test(NAME Install.ExportsWhatHeadersMark
     COMMAND bash "${install_scripts}/exports.sh" "$<TARGET_FILE:TQWhiteBoardLib>"
         "${install_prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
-add_test(NAME Install.ExamplesBuildAlone
-    COMMAND bash "${install_scripts}/examples.sh" "${install_prefix}" "${install_scratch}/examples")
-set_tests_properties(Install.ExamplesBuildAlone PROPERTIES RESOURCE_LOCK screen ENVIRONMENT "CXX=${CMAKE_CXX_COMPILER}")
+foreach(mode build run)
+    add_test(NAME Install.Examples-${mode}
+        COMMAND bash "${install_scripts}/examples.sh" ${mode} "${install_prefix}" "${install_scratch}/examples")
+endforeach()
+set_tests_properties(Install.Examples-build PROPERTIES FIXTURES_SETUP examples ENVIRONMENT "CXX=${CMAKE_CXX_COMPILER}")
+set_tests_properties(Install.Examples-run PROPERTIES FIXTURES_REQUIRED examples RESOURCE_LOCK screen)
 set(documents CHANGELOG.md README.md SECURITY.md docs/architecture.md docs/client.md docs/guide.md docs/performance.md
     docs/room-page.md page/README.md)
 add_test(NAME Install.LinksOfDocumentsLeadSomewhere
     COMMAND bash "${install_scripts}/links.sh" "${install_prefix}/${CMAKE_INSTALL_DATADIR}/tqwhiteboardlib" ${documents})
 add_test(NAME Documents.LinksLeadSomewhere
     COMMAND bash "${install_scripts}/links.sh" "${PROJECT_SOURCE_DIR}" ${documents} CONTRIBUTING.md fuzz/README.md)
-set(install_users Install.HeadersAreCompleteAndCompileAlone Install.ExportsWhatHeadersMark Install.ExamplesBuildAlone
+set(install_users Install.HeadersAreCompleteAndCompileAlone Install.ExportsWhatHeadersMark Install.Examples-build
     Install.LinksOfDocumentsLeadSomewhere)
 # Only this compiler tells what headers declare.
 find_program(TQWB_CLANG clang++)
@@ -39,3 +42,6 @@ else()
     message(STATUS "What the installed headers declare is not compared with the library: that takes clang++")
 endif()
 set_tests_properties(${install_users} PROPERTIES FIXTURES_REQUIRED installation TIMEOUT 300)
+# What takes longest begins first.
+set_tests_properties(Install.HeadersAreCompleteAndCompileAlone Install.Examples-build Install.RunsFromAnyPlace
+    PROPERTIES COST 100)

@@ -2,16 +2,15 @@
 # Builds every installed example alone, as its reader would, by CMake, and the viewer by pkg-config as well. Runs the
 # tests of one, a conversation to its end, and both viewers in a room of the installed service.
 #
-# usage: examples.sh PREFIX SCRATCH-FOLDER      CXX is the compiler; needs a display
+# usage: examples.sh build|run PREFIX SCRATCH-FOLDER      CXX is the compiler; to run takes a display, and what was built
 set -euo pipefail
 
-prefix=$1 scratch=$2
+mode=$1 prefix=$2 scratch=$3
 readonly seconds=60
 die() { printf 'examples.sh: %s\n' "$*" >&2; exit 1; }
 
-rm -rf "$scratch"
-mkdir -p "$scratch"
 examples="$prefix/share/tqwhiteboardlib/examples"
+names="$(ls "$examples")"
 libraries="$(dirname "$(find "$prefix"/lib* -name libTQWhiteBoardLib.so)")"
 export XDG_DATA_HOME="$scratch/data" XDG_CACHE_HOME="$scratch/cache" GTK_A11Y=none
 export examples prefix scratch
@@ -25,14 +24,20 @@ build_in_silence() {
     build_by_cmake "$1" >"$scratch/$1.log" 2>&1 || { cat "$scratch/$1.log" >&2; return 255; }
 }
 export -f build_by_cmake build_in_silence
-names="$(ls "$examples")"
-(($(wc -l <<<"$names") >= 5)) || die "only these examples are installed: $names"
-xargs -P 2 -I '{}' bash -c 'build_in_silence "$@"' _ '{}' <<<"$names" || die "an example does not build"
+build() {
+    rm -rf "$scratch"
+    mkdir -p "$scratch/by-pkg-config"
+    (($(wc -l <<<"$names") >= 5)) || die "only these examples are installed: $names"
+    xargs -P 2 -I '{}' bash -c 'build_in_silence "$@"' _ '{}' <<<"$names" || die "an example does not build"
+    local flags
+    read -r -a flags <<<"$(PKG_CONFIG_PATH="$libraries/pkgconfig" pkg-config --cflags --libs tqwhiteboardlib gtk4)"
+    "$CXX" -std=c++20 -Wall -Wextra -Werror "$examples/viewer/main.cpp" -o "$scratch/by-pkg-config/by-pkg-config" "${flags[@]}"
+}
+if [[ $mode == build ]]; then
+    build
+    exit
+fi
 
-export PKG_CONFIG_PATH="$libraries/pkgconfig"
-read -r -a flags <<<"$(pkg-config --cflags --libs tqwhiteboardlib gtk4)"
-mkdir "$scratch/by-pkg-config"
-"$CXX" -std=c++20 -Wall -Wextra -Werror "$examples/viewer/main.cpp" -o "$scratch/by-pkg-config/by-pkg-config" "${flags[@]}"
 for name in $names by-pkg-config; do
     # Of the two, only what CMake has made knows where the library is.
     [[ $name != by-pkg-config ]] || export LD_LIBRARY_PATH="$libraries"
@@ -46,6 +51,7 @@ ctest --test-dir "$scratch/testing" --no-tests=error --output-on-failure >"$scra
 trap 'kill $(jobs -p) 2>/dev/null || true; wait' EXIT
 # start NAME COMMAND...: its output comes by descriptor 3. await_line PATTERN: the first line that matches, in "line".
 start() {
+    rm -f "$scratch/$1.said"
     mkfifo "$scratch/$1.said"
     "${@:2}" >"$scratch/$1.said" &
     exec 3<"$scratch/$1.said"
