@@ -17,7 +17,7 @@ double quantile(std::vector<double> values, double part)
     return std::lerp(values[below], values[above], place - std::floor(place));
 }
 
-Figure compare(std::string name, std::string baselineName, double limit, int operations, const Block& subject,
+Benchmark compare(std::string name, std::string baselineName, double limit, int operations, const Block& subject,
     const Block& baseline, int rounds)
 {
     subject();

@@ -13,8 +13,8 @@ using Seconds = std::chrono::duration<double>;
 /// One side of a comparison: does its work once and says how long it took.
 using Block = std::function<Seconds()>;
 
-/// A figure that is compared with a baseline measured in the same sitting.
-struct Figure {
+/// A benchmark that is compared with a baseline measured in the same sitting.
+struct Benchmark {
     std::string name;
     std::string baseline;
     /// What the median ratio must not exceed.
@@ -27,7 +27,7 @@ struct Figure {
     /// The median of one operation, on either side.
     Seconds subjectTime{};
     Seconds baselineTime{};
-    /// What the times are given in: microseconds, or what the figure says.
+    /// What the times are given in: microseconds, or what the benchmark says.
     std::string unit = "us";
     /// What else there is to say, for example how many evaluations there were.
     std::string note;
@@ -41,7 +41,7 @@ double quantile(std::vector<double> values, double part);
 /// Runs the two sides by turns, the first of a round now this one and now that one, after one round that does not
 /// count.
 /// @param operations how many operations one block is.
-Figure compare(std::string name, std::string baselineName, double limit, int operations, const Block& subject,
+Benchmark compare(std::string name, std::string baselineName, double limit, int operations, const Block& subject,
     const Block& baseline, int rounds = 15);
 
 } // namespace tq::bench

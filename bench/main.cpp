@@ -1,4 +1,4 @@
-#include "Figures.h"
+#include "Benchmarks.h"
 #include "Growth.h"
 #include "Toolkit.h"
 
@@ -18,38 +18,38 @@ namespace {
 
 using namespace tq::bench;
 
-using Group = std::pair<std::string_view, std::vector<Figure> (*)()>;
+using Group = std::pair<std::string_view, std::vector<Benchmark> (*)()>;
 
 constexpr std::array<Group, 8> kGroups{ {
-    { "page-call", pageCallFigures },
-    { "dispatch", dispatchFigures },
-    { "stream", streamFigures },
-    { "escape", escapeFigures },
-    { "native-call", nativeCallFigures },
-    { "start", startFigures },
-    { "join", joinFigures },
-    { "memory", memoryFigures },
+    { "page-call", pageCallBenchmarks },
+    { "dispatch", dispatchBenchmarks },
+    { "stream", streamBenchmarks },
+    { "escape", escapeBenchmarks },
+    { "native-call", nativeCallBenchmarks },
+    { "start", startBenchmarks },
+    { "join", joinBenchmarks },
+    { "memory", memoryBenchmarks },
 } };
 
-// In the figure's own unit, one operation.
-double inUnit(const Figure& figure, Seconds time) { return time.count() * (figure.unit == "us" ? 1e6 : 1); }
+// In the benchmark's own unit, one operation.
+double inUnit(const Benchmark& benchmark, Seconds time) { return time.count() * (benchmark.unit == "us" ? 1e6 : 1); }
 
-void print(const Figure& figure)
+void print(const Benchmark& benchmark)
 {
     std::printf("%-42s %6.3f  (%.3f to %.3f, %d rounds)  at most %.2f  %-7s %.6g %s against %.6g %s\n",
-        figure.name.c_str(), figure.median, figure.low, figure.high, figure.rounds, figure.limit,
-        figure.isMet() ? "met" : "NOT MET", inUnit(figure, figure.subjectTime), figure.unit.c_str(),
-        inUnit(figure, figure.baselineTime), figure.note.c_str());
+        benchmark.name.c_str(), benchmark.median, benchmark.low, benchmark.high, benchmark.rounds, benchmark.limit,
+        benchmark.isMet() ? "met" : "NOT MET", inUnit(benchmark, benchmark.subjectTime), benchmark.unit.c_str(),
+        inUnit(benchmark, benchmark.baselineTime), benchmark.note.c_str());
     std::fflush(stdout);
 }
 
-boost::json::object toJSON(const Figure& figure)
+boost::json::object toJSON(const Benchmark& benchmark)
 {
-    return { { "figure", figure.name }, { "against", figure.baseline }, { "ratio", figure.median },
-        { "lowerQuartile", figure.low }, { "upperQuartile", figure.high }, { "rounds", figure.rounds },
-        { "atMost", figure.limit }, { "met", figure.isMet() }, { "unit", figure.unit },
-        { "subject", inUnit(figure, figure.subjectTime) }, { "baseline", inUnit(figure, figure.baselineTime) },
-        { "note", figure.note } };
+    return { { "benchmark", benchmark.name }, { "against", benchmark.baseline }, { "ratio", benchmark.median },
+        { "lowerQuartile", benchmark.low }, { "upperQuartile", benchmark.high }, { "rounds", benchmark.rounds },
+        { "atMost", benchmark.limit }, { "met", benchmark.isMet() }, { "unit", benchmark.unit },
+        { "subject", inUnit(benchmark, benchmark.subjectTime) },
+        { "baseline", inUnit(benchmark, benchmark.baselineTime) }, { "note", benchmark.note } };
 }
 
 boost::json::object toJSON(const Curve& curve)
@@ -87,16 +87,16 @@ int main(int argc, char** argv)
     const std::filesystem::path folder = argv[1];
     const std::string_view only = argc > 2 ? argv[2] : "";
     std::filesystem::create_directories(folder);
-    boost::json::array figures;
+    boost::json::array benchmarks;
     for (const auto& [name, measure] : kGroups) {
         if (!only.empty() && only != name)
             continue;
-        for (const auto& figure : measure()) {
-            print(figure);
-            figures.push_back(toJSON(figure));
+        for (const auto& benchmark : measure()) {
+            print(benchmark);
+            benchmarks.push_back(toJSON(benchmark));
         }
     }
-    boost::json::object report{ { "figures", std::move(figures) } };
+    boost::json::object report{ { "benchmarks", std::move(benchmarks) } };
     if (only.empty() || only == "growth")
         report["growth"] = measureGrowth(folder);
     if (only.empty())

@@ -1,4 +1,4 @@
-#include "Figures.h"
+#include "Benchmarks.h"
 #include "Pages.h"
 
 #include <boost/json/parse.hpp>
@@ -66,7 +66,7 @@ template <class Operation> Seconds time(int calls, const Operation& operation)
     return Clock::now() - start;
 }
 
-Figure typedFigure(DWKWebView& view)
+Benchmark typedBenchmark(DWKWebView& view)
 {
     view.addJavascriptObject(std::make_shared<Adder>(), "adder");
     bool isSame = true;
@@ -75,24 +75,24 @@ Figure typedFigure(DWKWebView& view)
             return time(kShortCalls, [&] { isSame = view.call(name, kSum) == R"({"code":0,"data":13023})" && isSame; });
         };
     };
-    auto figure = compare("call:: alone, method with types", "the same converted by hand", 1.05, kShortCalls,
+    auto benchmark = compare("call:: alone, method with types", "the same converted by hand", 1.05, kShortCalls,
         calls("adder.typed"), calls("adder.byHand"), kManyRounds);
     if (!isSame) {
         std::cerr << "bench: a sum is wrong\n";
         std::exit(1);
     }
-    return figure;
+    return benchmark;
 }
 
 } // namespace
 
-std::vector<Figure> dispatchFigures()
+std::vector<Benchmark> dispatchBenchmarks()
 {
     const auto view = DWKWebView::initWithFrame({}, nullptr);
     view->addJavascriptObject(std::make_shared<Echo>(), "app");
     const auto expected = view->call("app.echo", kMessage);
     std::size_t bytes = 0;
-    auto figure = compare(
+    auto benchmark = compare(
         "call:: alone, small message", "JSON parse and serialise", 2.0, kCalls,
         [&] { return time(kCalls, [&] { bytes += view->call("app.echo", kMessage).size(); }); },
         [&] {
@@ -104,12 +104,12 @@ std::vector<Figure> dispatchFigures()
             });
         });
     // The work is done, and the same: the compiler cannot leave it out.
-    if (bytes != expected.size() * kCalls * 2 * static_cast<std::size_t>(figure.rounds + 1)) {
+    if (bytes != expected.size() * kCalls * 2 * static_cast<std::size_t>(benchmark.rounds + 1)) {
         std::cerr << "bench: the two sides answer differently\n";
         std::exit(1);
     }
-    figure.note = std::to_string(std::lround(1 / figure.subjectTime.count())) + " calls a second";
-    return { figure, typedFigure(*view) };
+    benchmark.note = std::to_string(std::lround(1 / benchmark.subjectTime.count())) + " calls a second";
+    return { benchmark, typedBenchmark(*view) };
 }
 
 } // namespace tq::bench

@@ -7,20 +7,20 @@
 namespace tq::bench {
 
 /// Calls from the page, small and large, against bare prompts that carry the same.
-std::vector<Figure> pageCallFigures();
+std::vector<Benchmark> pageCallBenchmarks();
 /// The dispatch of a call alone, against the parsing and writing of its JSON.
-std::vector<Figure> dispatchFigures();
+std::vector<Benchmark> dispatchBenchmarks();
 /// Streams of results, against one script that brings the page the same.
-std::vector<Figure> streamFigures();
+std::vector<Benchmark> streamBenchmarks();
 /// Results escaped as little as can be, against the escaping of addresses.
-std::vector<Figure> escapeFigures();
+std::vector<Benchmark> escapeBenchmarks();
 /// Calls of page functions, against a bare evaluation and the prompt that answers it.
-std::vector<Figure> nativeCallFigures();
+std::vector<Benchmark> nativeCallBenchmarks();
 /// From the making of a view to its page's first call, against a bare view.
-std::vector<Figure> startFigures();
+std::vector<Benchmark> startBenchmarks();
 /// Joins with a cold and a warm cache, against the same requests alone.
-std::vector<Figure> joinFigures();
+std::vector<Benchmark> joinBenchmarks();
 /// The memory of an idle view, against that of a bare one.
-std::vector<Figure> memoryFigures();
+std::vector<Benchmark> memoryBenchmarks();
 
 } // namespace tq::bench

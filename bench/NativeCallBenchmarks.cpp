@@ -1,4 +1,4 @@
-#include "Figures.h"
+#include "Benchmarks.h"
 #include "Pages.h"
 
 namespace tq::bench {
@@ -21,7 +21,7 @@ prompt("_dsbridge=bench.done", "{}");
 
 } // namespace
 
-std::vector<Figure> nativeCallFigures()
+std::vector<Benchmark> nativeCallBenchmarks()
 {
     const auto ready = std::make_shared<DoneListener>();
     const BridgePage bridge;

@@ -1,4 +1,4 @@
-#include "Figures.h"
+#include "Benchmarks.h"
 #include "Pages.h"
 #include "bridge/PercentEncoding.h"
 
@@ -20,7 +20,7 @@ done();
 
 } // namespace
 
-std::vector<Figure> escapeFigures()
+std::vector<Benchmark> escapeBenchmarks()
 {
     int isDone = 0;
     std::string seen;
@@ -43,7 +43,7 @@ std::vector<Figure> escapeFigures()
         runUntil([&] { return isDone == target; }, "the results are seen");
         return Seconds(Clock::now() - start);
     };
-    std::vector<Figure> figures;
+    std::vector<Benchmark> benchmarks;
     constexpr std::array<std::pair<const char*, const char*>, 2> kTexts{
         { { "result of 64 KiB, ASCII", "{ a: 1 } text, " }, { "result of 64 KiB, Chinese", "白板会议室中的文字" } }
     };
@@ -52,11 +52,11 @@ std::vector<Figure> escapeFigures()
         while (json.size() < kSize)
             json += unit;
         json += "\"}";
-        figures.push_back(compare(
+        benchmarks.push_back(compare(
             name, "escaped as in an address", 1.0, kResults, [&] { return time(json, percentEncoded); },
             [&] { return time(json, escapedAsInAddresses); }));
     }
-    return figures;
+    return benchmarks;
 }
 
 } // namespace tq::bench

@@ -1,4 +1,4 @@
-#include "Figures.h"
+#include "Benchmarks.h"
 #include "Pages.h"
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "TQWhiteBoardLib/TQWhiteBoard.h"
@@ -142,7 +142,7 @@ private:
     int m_tokens = 0;
 };
 
-Figure joinFigure(Joins& joins, const char* name, bool isCold)
+Benchmark joinBenchmark(Joins& joins, const char* name, bool isCold)
 {
     const auto known = joins.freshToken();
     joins.join(known);
@@ -184,11 +184,11 @@ Figure joinFigure(Joins& joins, const char* name, bool isCold)
 
 } // namespace
 
-std::vector<Figure> joinFigures()
+std::vector<Benchmark> joinBenchmarks()
 {
     Joins joins;
-    return { joinFigure(joins, "join with a cold navigation cache", true),
-        joinFigure(joins, "join with a warm navigation cache", false) };
+    return { joinBenchmark(joins, "join with a cold navigation cache", true),
+        joinBenchmark(joins, "join with a warm navigation cache", false) };
 }
 
 } // namespace tq::bench

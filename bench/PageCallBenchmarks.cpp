@@ -1,4 +1,4 @@
-#include "Figures.h"
+#include "Benchmarks.h"
 #include "Pages.h"
 
 #include <array>
@@ -96,7 +96,7 @@ public:
 
 } // namespace
 
-std::vector<Figure> pageCallFigures()
+std::vector<Benchmark> pageCallBenchmarks()
 {
     const auto native = std::make_shared<Bench>();
     const BridgePage bridge;
@@ -113,7 +113,7 @@ std::vector<Figure> pageCallFigures()
     bare.load(pageWith(kScript));
     runUntil([&] { return native->isDone && bareDone; }, "the pages are loaded");
 
-    std::vector<Figure> figures;
+    std::vector<Benchmark> benchmarks;
     for (const auto& payload : kPayloads) {
         const auto prepare = "prepare(" + std::to_string(payload.size) + ",'" + payload.text + "')";
         bridge.view().evaluateJavaScript(prepare);
@@ -133,7 +133,7 @@ std::vector<Figure> pageCallFigures()
             runUntil([&] { return done == target; }, payload.name);
             return Seconds(Clock::now() - start);
         };
-        figures.push_back(compare(
+        benchmarks.push_back(compare(
             payload.name, "bare prompt", payload.limit, payload.count,
             [&] {
                 if (method == "text")
@@ -142,7 +142,7 @@ std::vector<Figure> pageCallFigures()
             },
             [&] { return run(bareDone, [&] { bare.evaluate(script); }); }, payload.rounds));
     }
-    return figures;
+    return benchmarks;
 }
 
 } // namespace tq::bench

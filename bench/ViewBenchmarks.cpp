@@ -1,4 +1,4 @@
-#include "Figures.h"
+#include "Benchmarks.h"
 #include "Pages.h"
 #include "platform/Foundation/Dispatch.h"
 
@@ -49,7 +49,7 @@ double ownMemory()
 
 } // namespace
 
-std::vector<Figure> startFigures()
+std::vector<Benchmark> startBenchmarks()
 {
     const auto time = [](const auto& make) {
         const auto start = Clock::now();
@@ -62,7 +62,7 @@ std::vector<Figure> startFigures()
 }
 
 // The memory that new views take is measured like a time: "seconds" are mebibytes here.
-std::vector<Figure> memoryFigures()
+std::vector<Benchmark> memoryBenchmarks()
 {
     std::vector<std::unique_ptr<BridgePage>> bridges;
     std::vector<std::unique_ptr<BarePage>> bares;
@@ -74,11 +74,11 @@ std::vector<Figure> memoryFigures()
         runDueOnMain();
         return Seconds((ownMemory() - before) / 1024);
     };
-    auto figure = compare(
+    auto benchmark = compare(
         "memory of one more idle view", "bare web view", kLimit, kViewsInRound,
         [&] { return growth(loadedBridge, bridges); }, [&] { return growth(loadedBare, bares); }, 15);
-    figure.unit = "MiB";
-    return { figure };
+    benchmark.unit = "MiB";
+    return { benchmark };
 }
 
 } // namespace tq::bench

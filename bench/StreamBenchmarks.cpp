@@ -1,4 +1,4 @@
-#include "Figures.h"
+#include "Benchmarks.h"
 #include "Pages.h"
 
 #include <cmath>
@@ -74,7 +74,7 @@ public:
 
 } // namespace
 
-std::vector<Figure> streamFigures()
+std::vector<Benchmark> streamBenchmarks()
 {
     const auto native = std::make_shared<Streamer>();
     const BridgePage bridge;
@@ -94,7 +94,7 @@ std::vector<Figure> streamFigures()
             + "}\")).data);; } catch(e){};";
     std::int64_t evaluations = 0;
     Seconds streaming{};
-    auto figure = compare(
+    auto benchmark = compare(
         "100,000 results streamed from a worker", "one evaluation of 100,000 page calls", kLimit, 1,
         [&] {
             const auto target = native->isDone + 1;
@@ -117,9 +117,9 @@ std::vector<Figure> streamFigures()
             return Seconds(Clock::now() - start);
         },
         9);
-    figure.note = std::to_string(evaluations) + " evaluations in " + std::to_string(std::lround(streaming / kInterval))
-        + " intervals of 50 ms";
-    return { figure };
+    benchmark.note = std::to_string(evaluations) + " evaluations in "
+        + std::to_string(std::lround(streaming / kInterval)) + " intervals of 50 ms";
+    return { benchmark };
 }
 
 } // namespace tq::bench
