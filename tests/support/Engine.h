@@ -18,7 +18,6 @@ public:
     EngineWatch(const EngineWatch&) = delete;
     EngineWatch& operator=(const EngineWatch&) = delete;
 
-    bool isGone() const;
     /// Has the engine say once more how far the load has come.
     void repeatProgress() const;
     /// Called after the view itself has heard of progress, in the same call of the engine's.

@@ -26,8 +26,6 @@ EngineWatch::~EngineWatch()
     runUntil([this] { return m_impl->isGone; }, "the engine's view is gone");
 }
 
-bool EngineWatch::isGone() const { return m_impl->isGone; }
-
 void EngineWatch::repeatProgress() const { g_object_notify(G_OBJECT(m_impl->engine), "estimated-load-progress"); }
 
 void EngineWatch::afterProgress(std::function<void()> after)
