@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <mutex>
+#include <pthread.h>
 #include <unistd.h>
 
 namespace tq {
@@ -40,6 +41,26 @@ void leave(int count)
 {
     while (true)
         pause();
+}
+
+// What threads keep is destroyed in rounds, in any order within one. This comes again in the second round, after all
+// that others have destroyed in the first.
+int s_firstRound;
+int s_secondRound;
+
+pthread_key_t endOfThread()
+{
+    static const pthread_key_t s_key = [] {
+        pthread_key_t key{};
+        pthread_key_create(&key, [](void* round) {
+            if (round == &s_firstRound)
+                pthread_setspecific(endOfThread(), &s_secondRound);
+            else
+                leave(1);
+        });
+        return key;
+    }();
+    return s_key;
 }
 
 bool isEnding()
@@ -79,6 +100,19 @@ BackgroundWork::~BackgroundWork()
     // What the caller would do next is nobody's any more.
     if (!t_depth && isEnding())
         stop();
+}
+
+void BackgroundWork::countEndOfThread()
+{
+    {
+        const std::lock_guard lock(state().mutex);
+        if (!state().isEnding) {
+            ++state().count;
+            pthread_setspecific(endOfThread(), &s_firstRound);
+            return;
+        }
+    }
+    stop();
 }
 
 void BackgroundWork::stopIfEnding()

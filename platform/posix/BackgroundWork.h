@@ -11,6 +11,9 @@ public:
     BackgroundWork(const BackgroundWork&) = delete;
     BackgroundWork& operator=(const BackgroundWork&) = delete;
 
+    /// Counts what is left of this thread, which is about to end: libraries let go of what they keep for it then. Does
+    /// not return when the process is ending.
+    static void countEndOfThread();
     /// Does not return when the process is ending. To be called within work now and then, without a lock held.
     static void stopIfEnding();
     /// Has `exit` wait before it takes down what has been set up before this call. Once for each such thing.

@@ -30,13 +30,15 @@ struct NSOperationQueue::Impl {
         while (true) {
             changed.wait(lock, [&] { return isClosed || !operations.empty(); });
             if (operations.empty())
-                return;
+                break;
             auto operation = std::move(operations.front());
             operations.pop_front();
             lock.unlock();
             perform(std::move(operation));
             lock.lock();
         }
+        lock.unlock();
+        BackgroundWork::countEndOfThread();
     }
 };
 

@@ -60,6 +60,23 @@ using Clock = std::chrono::steady_clock;
 std::atomic<bool> s_isTakenDown = false;
 Clock::time_point s_end = Clock::time_point::max();
 
+std::atomic<bool> s_isThreadEnding = false;
+std::atomic<bool> s_hasThreadEnded = false;
+
+// What a library keeps for each thread.
+struct KeptForThread {
+    bool isUsed = false;
+    ~KeptForThread()
+    {
+        if (!isUsed)
+            return;
+        s_isThreadEnding = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        s_hasThreadEnded = true;
+    }
+};
+thread_local KeptForThread t_kept;
+
 // Goes when the process ends, after all that was made later.
 struct Early {
     ~Early()
@@ -67,6 +84,8 @@ struct Early {
         s_isTakenDown = true;
         if (s_end != Clock::time_point::max() && Clock::now() - s_end > std::chrono::seconds(1))
             _exit(3);
+        if (s_isThreadEnding && !s_hasThreadEnded)
+            _exit(4);
     }
 } s_early;
 
@@ -83,6 +102,16 @@ TEST_F(ExitTest, ACallbackThatIsRunningMeetsNothingThatHasBeenTakenDown)
                 _exit(1);
         });
         runUntil([&] { return isRunning.load(); }, "the callback runs");
+        std::exit(0);
+    };
+    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(ExitTest, AThreadThatEndsMeetsNothingThatHasBeenTakenDown)
+{
+    const auto end = [] {
+        request("/", [](auto&&...) { t_kept.isUsed = true; });
+        runUntil([&] { return s_isThreadEnding.load(); }, "the thread ends");
         std::exit(0);
     };
     EXPECT_EXIT(end(), testing::ExitedWithCode(0), "");
