@@ -3,6 +3,8 @@
 #include <boost/json/serialize.hpp>
 #include <chrono>
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <thread>
 
 namespace tq::test {
@@ -66,6 +68,34 @@ boost::json::value ClientPrograms::call(
 {
     client.write("call " + function + " " + boost::json::serialize(arguments));
     return client.waitFor("result", { { "call", function } })["value"];
+}
+
+void AnswersTest::SetUp()
+{
+    std::filesystem::create_directories(folder);
+    host = service.host();
+    authority = folder / "authority.pem";
+    std::ofstream(authority) << HttpsServer::authority();
+    pages.set(host);
+}
+
+std::string AnswersTest::htmlAnswer(int status, const std::string& body)
+{
+    return HttpsServer::answerWith(status, body, "Content-Type: text/html\r\n");
+}
+
+std::string AnswersTest::answerTo(const ReceivedRequest& request)
+{
+    const auto line = request.line();
+    if (line.starts_with("POST /config.json"))
+        return HttpsServer::answerWith(
+            200, R"({"iwbLeaseUri":")" + host + R"(","iwbConferenceUri":")" + pages.get() + "\"}");
+    if (line.find("/bridge.js") != std::string::npos) {
+        std::ostringstream script;
+        script << std::ifstream(TQWB_PAGE_FOLDER "/bridge.js").rdbuf();
+        return HttpsServer::answerWith(200, script.str(), "Content-Type: text/javascript\r\n");
+    }
+    return line.starts_with("GET ") ? page.get() : join.get();
 }
 
 void ServiceTest::SetUp()

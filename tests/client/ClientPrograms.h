@@ -1,5 +1,6 @@
 #pragma once
 
+#include "tests/support/HttpsServer.h"
 #include "tests/support/Program.h"
 #include "tests/support/Screen.h"
 
@@ -40,6 +41,22 @@ protected:
 
 private:
     int m_count = 0;
+};
+
+/// Clients against a service whose answers the test chooses.
+class AnswersTest : public ClientPrograms {
+protected:
+    void SetUp() override;
+    static std::string htmlAnswer(int status, const std::string& body);
+
+    /// Where the rooms' pages are, the page, and the answer to a join and to all that is no page.
+    Shared<std::string> pages{ "" };
+    Shared<std::string> page{ "" };
+    Shared<std::string> join{ HttpsServer::answerWith(200, R"({"code":0,"key":"k"})") };
+    HttpsServer service{ [this](const ReceivedRequest& request) { return answerTo(request); } };
+
+private:
+    std::string answerTo(const ReceivedRequest&);
 };
 
 /// The programs themselves: clients against the local service.

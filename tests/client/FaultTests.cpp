@@ -11,48 +11,23 @@
 namespace tq::test {
 namespace {
 
-class FaultTest : public ClientPrograms {
+class FaultTest : public AnswersTest {
 protected:
     void SetUp() override
     {
-        std::filesystem::create_directories(folder);
+        AnswersTest::SetUp();
         bus = std::make_unique<AccessibilityBus>(folder);
-        host = service.host();
-        authority = folder / "authority.pem";
-        std::ofstream(authority) << HttpsServer::authority();
-        pages.set(host);
     }
-    static std::string answer(int status, const std::string& body)
-    {
-        return HttpsServer::answerWith(status, body, "Content-Type: text/html\r\n");
-    }
-    std::string answerTo(const ReceivedRequest& request)
-    {
-        if (request.line().starts_with("POST /config.json"))
-            return answer(200, R"({"iwbLeaseUri":")" + host + R"(","iwbConferenceUri":")" + pages.get() + "\"}");
-        return request.line().starts_with("GET ") ? page.get() : join.get();
-    }
-    // Until it stands in the window.
     void waitForText(const std::string& text) const
     {
-        bus->readUntil("\"" + text + "\" on the screen", [&](const AccessibleNode& all) {
-            return !all.find([&](const AccessibleNode& node) {
-                           return node.isShown && node.name.find(text) != std::string::npos;
-                       })
-                        .empty();
-        });
+        bus->waitFor(text, [&](const AccessibleNode& node) { return node.name.find(text) != std::string::npos; });
     }
-
-    Shared<std::string> pages{ "" };
-    Shared<std::string> page{ "" };
-    Shared<std::string> join{ "" };
-    HttpsServer service{ [this](const ReceivedRequest& request) { return answerTo(request); } };
     std::unique_ptr<AccessibilityBus> bus;
 };
 
 TEST_F(FaultTest, EachIsSaidInWords)
 {
-    const auto good = answer(200, R"({"code":0,"key":"k1"})");
+    const auto good = join.get();
     const auto refused = "localhost:" + std::to_string(refusingPort());
     const Authority stranger;
     HttpsServer untrusted([](const ReceivedRequest&, Wire&) {}, { .identity = stranger.identity({}) });
@@ -70,16 +45,12 @@ TEST_F(FaultTest, EachIsSaidInWords)
             "The room's page cannot be reached." },
         { "page untrusted", untrusted.host(), "", good, "certificate", 300108, "The board cannot be shown",
             "A server's certificate is not trusted." },
-        { "page 404", host, answer(404, "none"), good, "page", 404, "The board cannot be shown",
+        { "page 500", host, htmlAnswer(500, "broken"), good, "page", 500, "The board cannot be shown",
             "The server of the room's page refuses it." },
-        { "page 500", host, answer(500, "broken"), good, "page", 500, "The board cannot be shown",
-            "The server of the room's page refuses it." },
-        { "captive portal", host, "", answer(200, "<html>Log in</html>"), "service", 300104,
+        { "captive portal", host, "", htmlAnswer(200, "<html>Log in</html>"), "service", 300104,
             "The room could not be joined", "Something else answers in the service's place." },
-        { "join 500", host, "", answer(500, "broken"), "service", 300104, "The room could not be joined",
-            "Something else answers in the service's place." },
-        { "room full", host, "", answer(200, R"({"code":4001,"desc":"room <b>full</b> & \u003c"})"), "service", 4001,
-            "The room could not be joined", "4001: room <b>full</b> & <" },
+        { "room full", host, "", htmlAnswer(200, R"({"code":4001,"desc":"room <b>full</b> & \u003c"})"), "service",
+            4001, "The room could not be joined", "4001: room <b>full</b> & <" },
     };
     int user = 0;
     for (const auto& row : rows) {
@@ -99,8 +70,7 @@ TEST_F(FaultTest, EachIsSaidInWords)
 
 TEST_F(FaultTest, WhoEndsTheProgramHasLeftTheRoom)
 {
-    join.set(answer(200, R"({"code":0,"key":"k1"})"));
-    page.set(answer(200, "<script>prompt('_dsbridge=TQJSBridge.onLoadEnd', '{}')</script>"));
+    page.set(htmlAnswer(200, "<script>prompt('_dsbridge=TQJSBridge.onLoadEnd', '{}')</script>"));
     auto client = start(joinWords("ann"));
     client->waitFor("room", { { "state", "shown" } });
     client->write("exit");

@@ -33,10 +33,11 @@ protected:
         return { std::round(window.corner.x + window.width / 2) + x,
             std::round(window.corner.y + window.height / 2) + y };
     }
-    // The points of the stroke of that number, once its last is as far to the right. The order on the board changes
-    // until the room has told it.
-    std::vector<double> pointsOf(std::size_t number, double right = 0)
+    // The points of the next stroke, once its last is as far to the right. The order on the board changes until the
+    // room has told it.
+    std::vector<double> nextPoints(double right = 0)
     {
+        const auto number = m_strokes++;
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
         std::map<std::int64_t, std::vector<double>> strokes;
         while (std::chrono::steady_clock::now() < deadline) {
@@ -60,7 +61,7 @@ protected:
             screen->tap(place);
         else
             screen->click(place);
-        return pointsOf(m_strokes++);
+        return nextPoints();
     }
     void expectFrom(const std::vector<double>& start, const std::vector<double>& end, const std::vector<double>& drawn)
     {
@@ -88,7 +89,6 @@ TEST_F(ClientInputTest, AFingerDrawsWhatTheMouseDraws)
     const auto end = dotAt(at(kLength, -kLength / 2.0));
     ASSERT_EQ(start.size(), 2U);
     const auto almost = end[0] - (end[0] - start[0]) / 50;
-    std::size_t number = 2;
     if (screen->hasTouch()) {
         // Other fingers come and go meanwhile: the first draws on alone.
         screen->touch(0, at(0, 0));
@@ -105,44 +105,23 @@ TEST_F(ClientInputTest, AFingerDrawsWhatTheMouseDraws)
         }
         screen->lift(0);
         screen->lift(2);
-        expectFrom(start, end, pointsOf(number++, almost));
+        expectFrom(start, end, nextPoints(almost));
+        // Nothing of the window's takes a touch at the board's edges.
+        const double pixel = (end[0] - start[0]) / kLength;
+        for (const double edge : { 4 * pixel, 1 - 4 * pixel })
+            EXPECT_NEAR(dotAt(at(std::round((edge - start[0]) / pixel), 0))[0], edge, 2 * pixel);
     }
     screen->move(at(0, 80));
     screen->press();
     for (int x = 0; x <= kLength; x += 5)
         screen->move(at(x, 80 - x / 2.0));
     screen->release();
-    auto drawn = pointsOf(number, almost);
+    auto drawn = nextPoints(almost);
     const auto below = drawn[1] - start[1];
     for (std::size_t i = 1; i < drawn.size(); i += 2)
         drawn[i] -= below;
     EXPECT_GT(below, 0);
     expectFrom(start, end, drawn);
-}
-
-TEST_F(ClientInputTest, AFingerReachesTheBoardsEdges)
-{
-    if (!screen->hasTouch())
-        GTEST_SKIP() << "this screen has no touch";
-    const auto middle = dotAt(at(0, 0))[0];
-    const double pixel = (dotAt(at(kLength, 0))[0] - middle) / kLength;
-    ASSERT_GT(pixel, 0);
-    for (const double place : { 4 * pixel, 0.5, 1 - 4 * pixel }) {
-        const auto dot = dotAt(at(std::round((place - middle) / pixel), 0));
-        EXPECT_NEAR(dot[0], place, 2 * pixel);
-        EXPECT_EQ(dot.size(), 2U);
-    }
-}
-
-TEST_F(ClientInputTest, TheButtonToLeaveIsPressed)
-{
-    const Screen::Point leave{ window.corner.x + 35, window.corner.y + 23 };
-    if (screen->hasTouch())
-        screen->tap(leave);
-    else
-        screen->click(leave);
-    client->waitFor("success", "quit");
-    waitForWindow("Whiteboard");
 }
 
 } // namespace

@@ -80,19 +80,14 @@ TEST(OptionsTests, WhatCannotBeUsedIsSaid)
         { { "join", "play" }, "unexpected argument \"play\"" },
         { { "join", "--colour", "red" }, "unknown option \"--colour\"" },
         { { "join", "--debug=yes" }, "unknown option \"--debug\"" },
-        { { "join", "--token" }, "--token needs a value" },
         { { "join", "--token", "--room", "r" }, "--token needs a value" },
         { { "join", "--url", "u" }, "--url belongs to play" },
         { { "play", "--role", "1" }, "--role belongs to join" },
-        { { "play", "--minutes", "1" }, "--minutes belongs to join" },
         { { "--room", "r" }, "--room belongs to join or play" },
         { { "join", "--role", "-1" }, "--role takes 0 (presenter) or another whole number (viewer), not \"-1\"" },
-        { { "join", "--role=" }, "--role takes 0 (presenter) or another whole number (viewer), not \"\"" },
-        { { "join", "--minutes", "2147483648" }, "--minutes takes a whole number of 32 bits, not \"2147483648\"" },
         { { "join", "--minutes", "30m" }, "--minutes takes a whole number of 32 bits, not \"30m\"" },
         { { "join", "--name", "\xff" }, "the value of --name is not valid UTF-8" },
         { { "--size", "0x5" }, "--size takes a size such as 1280x800, not \"0x5\"" },
-        { { "--size", "800" }, "--size takes a size such as 1280x800, not \"800\"" },
     };
     for (const auto& [words, message] : cases)
         EXPECT_EQ(failureOf(words), message);

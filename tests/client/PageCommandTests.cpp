@@ -1,10 +1,7 @@
 #include "ClientPrograms.h"
-#include "tests/support/HttpsServer.h"
 
 #include <boost/json/serialize.hpp>
 #include <cstdlib>
-#include <fstream>
-#include <sstream>
 
 namespace tq::test {
 namespace {
@@ -15,8 +12,6 @@ using boost::json::value;
 // A room page that does what a test asks of it.
 constexpr const char* kPage = R"(<!DOCTYPE html><title>Room</title><script type="module">
 import { callSync, closePage, ready, register, registerStream } from "./bridge.js";
-register("throws", () => { throw new Error("on purpose"); });
-register("rejects", async () => { throw new Error("on purpose"); });
 register("nothing", () => {});
 register("echo", async (...list) => list);
 register("odd", (size) => "\u0000\n\r\"\\\u2028\u2029\u202e\u{1F600}" + "x".repeat(size));
@@ -42,71 +37,39 @@ callSync("TQJSBridge.onLoadEnd", {});
 </script>)";
 
 // The client with a room page of the test's own.
-class PageCommandTest : public ClientPrograms {
+class PageCommandTest : public AnswersTest {
 protected:
     void SetUp() override
     {
-        std::filesystem::create_directories(folder);
-        authority = folder / "ca.pem";
-        std::ofstream(authority) << HttpsServer::authority();
-        host = server.host();
+        AnswersTest::SetUp();
+        page.set(htmlAnswer(200, kPage));
     }
-    static std::string answer(const ReceivedRequest& request)
-    {
-        const auto line = request.line();
-        const auto host = request.head.substr(request.head.find("localhost:"));
-        const auto place = host.substr(0, host.find('\r'));
-        if (line.find("config.json") != std::string::npos)
-            return HttpsServer::answerWith(
-                200, boost::json::serialize(value({ { "iwbLeaseUri", place }, { "iwbConferenceUri", place } })));
-        if (line.find("/conference/index.html") != std::string::npos)
-            return HttpsServer::answerWith(200, kPage, "Content-Type: text/html\r\n");
-        if (line.find("/conference/bridge.js") != std::string::npos) {
-            std::ostringstream script;
-            script << std::ifstream(TQWB_PAGE_FOLDER "/bridge.js").rdbuf();
-            return HttpsServer::answerWith(200, script.str(), "Content-Type: text/javascript\r\n");
-        }
-        return HttpsServer::answerWith(200, R"({"code":0,"key":"k"})");
-    }
-    HttpsServer server{ answer };
 };
 
 TEST_F(PageCommandTest, EveryAnswerIsOneLine)
 {
     auto client = joined("ann");
-    for (const char* function : { "throws", "rejects", "nothing", "missing" })
+    for (const char* function : { "nothing", "missing" })
         EXPECT_EQ(call(*client, function), nullptr) << function;
     const array arguments{ nullptr, true, -3, "Ω\n", { { "a", array{} } } };
     EXPECT_EQ(call(*client, "echo", arguments), value(arguments));
-    client->write("call echo");
-    EXPECT_EQ(client->waitFor("result").at("value"), array{});
-    for (int last = 0; last < 4; ++last)
-        client->write("call count [" + std::to_string(last) + "]");
-    for (const int expected : { 0, 1, 1, 2, 1, 2, 3 })
-        EXPECT_EQ(client->waitFor("result").at("value"), expected);
-
-    client->write("exists echo");
-    EXPECT_EQ(boost::json::serialize(client->waitFor("exists")), R"({"event":"exists","name":"echo","value":true})");
-    client->write("  exists \t missing  ");
-    EXPECT_EQ(
-        boost::json::serialize(client->waitFor("exists")), R"({"event":"exists","name":"missing","value":false})");
-}
-
-TEST_F(PageCommandTest, HostileAnswersBreakNeitherTheLinesNorTheWindow)
-{
-    auto client = joined("ann");
-    EXPECT_EQ(boost::json::serialize(call(*client, "infinite")), R"([null,{"least":null},2])");
+    EXPECT_EQ(call(*client, "infinite"), value({ nullptr, { { "least", nullptr } }, 2 }));
     const std::string odd(call(*client, "odd", { 5 << 20 }).as_string());
     EXPECT_EQ(odd.substr(0, 18), std::string_view("\0\n\r\"\\\u2028\u2029\xE2\x80\xAE\U0001F600", 18));
     EXPECT_EQ(odd.size(), 18U + (5U << 20U));
+    client->write("  exists \t missing  ");
+    EXPECT_EQ(
+        boost::json::serialize(client->waitFor("exists")), R"({"event":"exists","name":"missing","value":false})");
 
+    // As many as the window's list of events does not hold.
     constexpr int kMany = 2000;
     client->write("call count [" + std::to_string(kMany) + "]");
     for (int expected = 1; expected <= kMany; ++expected)
         ASSERT_EQ(client->waitFor("result").at("value"), expected);
-    const auto picture = (folder / "flooded.png").string();
+    const auto picture = (folder / "board.png").string();
     client->write("screenshot " + picture);
     EXPECT_EQ(client->waitFor("screenshot").at("path"), boost::json::string(picture));
+    EXPECT_GT(std::filesystem::file_size(picture), 1000U);
 }
 
 TEST_F(PageCommandTest, BadInputIsAnsweredWithAMessage)
@@ -114,25 +77,19 @@ TEST_F(PageCommandTest, BadInputIsAnsweredWithAMessage)
     auto client = start({});
     client->write("call echo []");
     client->waitForLog("call: there is no board on the screen");
-    client->write("exists echo");
-    client->waitForLog("exists: there is no board on the screen");
     client.reset();
 
     client = joined("ann");
     const auto deep = std::string(513, '[') + std::string(513, ']');
     const std::pair<std::string, std::string> rows[] = {
         { "call", R"(the command is "call NAME [JSON-LIST]", not "call")" },
-        { "call echo {}", R"(call: "{}" is no JSON list)" },
         { "call echo [1,]", R"(call: "[1,]" is no JSON list: syntax error)" },
         { "call echo [1e999]", R"(call: "[1e999]" is no JSON list: a number is too large)" },
         { "call echo [\"\xff\"]", "call: \"[\"\uFFFD\"]\" is no JSON list: " },
         { "call \xff []", "call: the name \"\uFFFD\" is not valid UTF-8" },
         { "call echo " + deep, "call: \"" + std::string(100, '[') + "…\" is no JSON list: too deep" },
-        { "exists", R"(the command is "exists NAME", not "exists")" },
         { "exists a b", R"(exists: "a b" is more than a name)" },
-        { "labels", R"(the command is "labels JSON-OBJECT", not "labels")" },
         { "labels []", R"(labels: "[]" is no JSON object)" },
-        { "labels {", R"(labels: "{" is no JSON object: )" },
         { R"(labels {"alertBtn":1})", R"(labels: the label "alertBtn" is no text)" },
         { R"(labels {"alertButton":"OK"})", R"(labels: no dialog has a label named "alertButton")" },
         { "quit now", R"(the command is "quit", not "quit now")" },
@@ -148,25 +105,20 @@ TEST_F(PageCommandTest, BadInputIsAnsweredWithAMessage)
 TEST_F(PageCommandTest, WhatThePageReportsReachesTheOutput)
 {
     auto client = joined("ann");
-    for (const int status : { 1, 2, 7 }) {
-        client->write("call report [\"onStatusChange\",{\"status\":" + std::to_string(status) + "}]");
-        EXPECT_EQ(client->waitFor("onWBPermissionChange").at("status"), status);
-    }
-    client->write(R"(call report ["onRecordEnd",{}])");
-    EXPECT_EQ(client->waitFor("onWBRecordEnd").at("url"), nullptr);
-    client->write(R"(call report ["onCaptureEnd",{"data":"bm8gcGljdHVyZQ=="}])");
-    EXPECT_EQ(client->waitFor("onWBCaptureEnd").at("width"), nullptr);
+    const auto reported = [&](const std::string& report, const char* event) {
+        client->write("call report " + report);
+        return client->waitFor(event);
+    };
+    EXPECT_EQ(reported(R"(["onStatusChange",{"status":7}])", "onWBPermissionChange").at("status"), 7);
+    EXPECT_EQ(reported(R"(["onRecordEnd",{}])", "onWBRecordEnd").at("url"), nullptr);
+    EXPECT_EQ(reported(R"(["onCaptureEnd",{"data":"bm8gcGljdHVyZQ=="}])", "onWBCaptureEnd").at("width"), nullptr);
     client->write("call close");
-    EXPECT_EQ(boost::json::serialize(client->waitFor("closePage")), R"({"event":"closePage"})");
+    client->waitFor("closePage");
     // The page asked to be closed; the view is the application's to close.
-    EXPECT_EQ(call(*client, "echo"), array{});
-
-    client->write(R"(call report ["onRoomQuited",{}])");
-    client->waitFor("onWBRoomQuit");
+    reported(R"(["onRoomQuited",{}])", "onWBRoomQuit");
     client->write("join");
     client->waitFor("success", "join");
-    client->write(R"(call report ["onRoomException",{"code":-5,"msg":"a\u2028b"}])");
-    const auto failure = client->waitFor("onWBRoomException");
+    const auto failure = reported(R"(["onRoomException",{"code":-5,"msg":"a\u2028b"}])", "onWBRoomException");
     EXPECT_EQ(failure.at("code"), -5);
     EXPECT_EQ(failure.at("msg"), "a\u2028b");
 }
@@ -186,14 +138,6 @@ TEST_F(PageCommandTest, LabelsAreThoseOfTheDialogsToCome)
     client->waitFor("success", "join");
     client->write(R"(call ask ["second"])");
     waitForWindow("Notice");
-    client->write("exit");
-    EXPECT_EQ(client->end(), 0);
-
-    client = joined("ann");
-    client->write(R"(labels {"alertTitle":"Notice"})");
-    client->write("labels {}");
-    client->write(R"(call ask ["third"])");
-    waitForWindow("提示");
 }
 
 TEST_F(PageCommandTest, ThePageKnowsTheUsersLanguageAndKeepsNoKeyToItself)

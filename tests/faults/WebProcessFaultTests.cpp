@@ -3,99 +3,27 @@
 #include "tests/support/Dialogs.h"
 #include "tests/support/Engine.h"
 #include "tests/support/PageWindowTest.h"
+#include "tests/support/Processes.h"
+
+#include "TQWhiteBoardLib/NativeFunctions.h"
 
 #include <array>
 #include <atomic>
-#include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <poll.h>
 #include <stdexcept>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace tq::test {
 namespace {
 
-// Those of the process's descendants that show pages: the engine may put another process between.
-void findPages(const std::string& process, std::vector<pid_t>& found)
-{
-    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + process + "/task")) {
-        std::ifstream children(thread.path() / "children");
-        for (std::string child; children >> child;) {
-            std::string name;
-            std::ifstream("/proc/" + child + "/comm") >> name;
-            // The kernel keeps fifteen letters of a name.
-            if (name == "WebKitWebProces")
-                found.push_back(std::stoi(child));
-            else
-                findPages(child, found);
-        }
-    }
-}
-
-// Returns when they are gone.
-void killWebProcesses()
-{
-    std::vector<pid_t> pages;
-    findPages("self", pages);
-    int count = 0;
-    for (const auto page : pages) {
-        pollfd end{ static_cast<int>(syscall(SYS_pidfd_open, page, 0)), POLLIN, 0 };
-        if (poll(&end, 1, 0) == 0) {
-            kill(page, SIGKILL);
-            EXPECT_EQ(poll(&end, 1, 10000), 1) << "a killed process stays";
-            ++count;
-        }
-        close(end.fd);
-    }
-    EXPECT_GT(count, 0) << "there is no process to kill";
-}
-
-// What the page calls, with whatever the test wants to happen in the middle of it.
-class Service final : public NSObject {
-public:
-    static const NSClass& staticClass()
-    {
-        static const NSClass table(
-            "Service", &NSObject::staticClass(), { { "sync:", &Service::sync }, { "stream::", &Service::stream } });
-        return table;
-    }
-    const NSClass& objectClass() const override { return staticClass(); }
-
-    OptionalValue sync(OptionalValue value)
-    {
-        ++calls;
-        if (const auto now = std::exchange(inTheMiddle, nullptr))
-            now();
-        return value;
-    }
-    void stream(OptionalValue, NSCompletion completion) { kept = std::move(completion); }
-
-    std::function<void()> inTheMiddle;
-    NSCompletion kept;
-    int calls = 0;
-};
-
 // Asks its user later, or never.
 class Delegate final : public WKUIDelegate {
 public:
-    void runJavaScriptAlertPanelWithMessage(
-        WKWebView&, std::string_view, const WKFrameInfo&, std::function<void()> completion) override
-    {
-        pending = std::move(completion);
-    }
     void runJavaScriptConfirmPanelWithMessage(
         WKWebView&, std::string_view, const WKFrameInfo&, std::function<void(bool)> completion) override
     {
-        pending = [completion = std::move(completion)] { completion(true); };
+        pending = std::move(completion);
     }
-    void runJavaScriptTextInputPanelWithPrompt(WKWebView&, std::string_view, std::optional<std::string_view>,
-        const WKFrameInfo&, std::function<void(OptionalText)> completion) override
-    {
-        pending = [completion = std::move(completion)] { completion("entered"); };
-    }
-    std::function<void()> pending;
+    std::function<void(bool)> pending;
 };
 
 class WebProcessFaultTest : public PageWindowTest {
@@ -104,11 +32,20 @@ protected:
     {
         PageWindowTest::SetUp();
         m_ends.emplace(EngineEvents::Crashes);
-        view->addJavascriptObject(service, "service");
+        view->addJavascriptObject(
+            nativeFunctions({ { "sync:",
+                                  [this](OptionalValue value) {
+                                      ++calls;
+                                      if (const auto now = std::exchange(inTheMiddle, nullptr))
+                                          now();
+                                      return value;
+                                  } },
+                { "stream::", [this](OptionalValue, NSCompletion completion) { kept = std::move(completion); } } }),
+            "service");
     }
     void TearDown() override
     {
-        service->kept = nullptr;
+        kept = nullptr;
         PageWindowTest::TearDown();
         EXPECT_EQ(dialogs().size(), 0U);
     }
@@ -116,7 +53,7 @@ protected:
     void killPage()
     {
         m_endsBefore = m_ends->count();
-        killWebProcesses();
+        killPages(getpid());
     }
     void waitForTheEnd()
     {
@@ -130,9 +67,9 @@ protected:
         EXPECT_EQ(ask("1 + 1"), OptionalValue(2));
         call("_dsb.dsinit", "{}");
         call("service.stream", R"({"_dscbstub":"works"})");
-        ASSERT_TRUE(service->kept);
+        ASSERT_TRUE(kept);
         auto count = reports->values.size();
-        std::exchange(service->kept, nullptr)("streamed", Complete::Yes);
+        std::exchange(kept, nullptr)("streamed", Complete::Yes);
         waitForReports(count + 1);
         EXPECT_EQ(reports->values.back(), OptionalValue("streamed"));
         view->callHandler("called", boost::json::array{});
@@ -140,7 +77,10 @@ protected:
         EXPECT_EQ(reports->values.back(), OptionalValue("called"));
     }
 
-    const std::shared_ptr<Service> service = std::make_shared<Service>();
+    // What happens in the middle of the next call.
+    std::function<void()> inTheMiddle;
+    NSCompletion kept;
+    int calls = 0;
 
 private:
     std::optional<EngineEvents> m_ends;
@@ -176,17 +116,17 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfASynchronousCall)
                 view->loadUrl(pageWith("another"));
             } },
     } };
-    for (const auto& [name, inTheMiddle] : rows) {
+    for (const auto& [name, happens] : rows) {
         SCOPED_TRACE(name);
         load();
-        const int calls = service->calls;
+        const int before = calls;
         const auto count = reports->values.size();
-        service->inTheMiddle = inTheMiddle;
+        inTheMiddle = happens;
         view->evaluateJavaScript(kCall);
-        runUntil([&] { return service->calls > calls; }, "the method is called");
+        runUntil([&] { return calls > before; }, "the method is called");
         waitForTheEnd();
         runPending();
-        EXPECT_EQ(service->calls, calls + 1);
+        EXPECT_EQ(calls, before + 1);
         EXPECT_EQ(reports->values.size(), count);
         expectWorks();
     }
@@ -195,7 +135,7 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfASynchronousCall)
 TEST_F(WebProcessFaultTest, InTheMiddleOfACallThatDropsTheView)
 {
     load();
-    service->inTheMiddle = [this] {
+    inTheMiddle = [this] {
         killPage();
         view.reset();
     };
@@ -205,56 +145,45 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfACallThatDropsTheView)
 
 TEST_F(WebProcessFaultTest, InTheMiddleOfAStream)
 {
-    for (const bool hasNewPage : { true, false }) {
-        SCOPED_TRACE(hasNewPage);
-        load("<script>var n = 0; window.cb = v => { if (++n === 50) report('some'); }</script>");
-        call("service.stream", R"({"_dscbstub":"cb"})");
-        const auto count = reports->values.size();
-        std::atomic<int> sent = 0;
-        {
-            std::jthread worker([&, completion = std::exchange(service->kept, nullptr)](const std::stop_token& stop) {
-                while (!stop.stop_requested()) {
-                    completion(++sent, Complete::No);
-                    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-                }
-                completion("last", Complete::Yes);
-            });
-            waitForReports(count + 1);
-            killPage();
-            waitForTheEnd();
-            const int before = sent;
-            runUntil([&] { return sent > before + 100; }, "results go on to nowhere");
-            // Those of the old page still come while the new one has begun.
-            if (hasNewPage)
-                expectWorks();
-        }
+    load("<script>var n = 0; window.cb = v => { if (++n === 50) report('some'); }</script>");
+    call("service.stream", R"({"_dscbstub":"cb"})");
+    const auto count = reports->values.size();
+    std::atomic<int> sent = 0;
+    {
+        std::jthread worker([&, completion = std::exchange(kept, nullptr)](const std::stop_token& stop) {
+            while (!stop.stop_requested()) {
+                completion(++sent, Complete::No);
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+            completion("last", Complete::Yes);
+        });
+        waitForReports(count + 1);
+        killPage();
+        waitForTheEnd();
+        const int before = sent;
+        runUntil([&] { return sent > before + 100; }, "results go on to nowhere");
+        // Those of the old page still come while the new one has begun.
         expectWorks();
     }
+    expectWorks();
 }
 
 TEST_F(WebProcessFaultTest, InTheMiddleOfADialog)
 {
     const auto delegate = std::make_shared<Delegate>();
-    for (const char* question : { "alert('a')", "confirm('b')", "prompt('c')" }) {
-        for (const bool hasDelegate : { false, true }) {
-            SCOPED_TRACE(question + std::string(hasDelegate ? " by delegate" : " by window"));
-            const auto given = hasDelegate ? delegate : nullptr;
-            view->setDSUIDelegate(given);
-            load();
-            const auto count = reports->values.size();
-            view->evaluateJavaScript("report([" + std::string(question) + "])");
-            runUntil(
-                [&] { return hasDelegate ? delegate->pending != nullptr : dialogs().size() == 1; }, "a user is asked");
-            killPage();
-            if (hasDelegate && question[0] == 'c')
-                delegate->pending(); // before the view has heard
-            waitForTheEnd();
-            runUntil([] { return dialogs().empty(); }, "the dialog is gone");
-            if (hasDelegate)
-                std::exchange(delegate->pending, nullptr)();
-            EXPECT_EQ(reports->values.size(), count);
-            expectWorks();
-        }
+    view->setDSUIDelegate(delegate);
+    for (const bool isAnsweredBefore : { true, false }) {
+        load();
+        const auto count = reports->values.size();
+        view->evaluateJavaScript("report(confirm('stay'))");
+        runUntil([&] { return delegate->pending != nullptr; }, "a user is asked");
+        killPage();
+        if (isAnsweredBefore)
+            delegate->pending(true); // before the view has heard
+        waitForTheEnd();
+        std::exchange(delegate->pending, nullptr)(true);
+        EXPECT_EQ(reports->values.size(), count);
+        expectWorks();
     }
     // One on the screen and others behind it, of a page that does not wait for them.
     const std::shared_ptr<Delegate> none;

@@ -47,8 +47,10 @@ public:
 
     /// All that is there now: the programs, their windows and what is in them.
     AccessibleNode read() const;
-    /// Reads until the test holds; fails the test when the bound is reached first. What was read last.
-    AccessibleNode readUntil(const std::string& what, const std::function<bool(const AccessibleNode&)>& test) const;
+    /// Waits until the test holds for some node on the screen, or for none; fails the test when the bound is reached
+    /// first.
+    void waitFor(
+        const std::string& what, const std::function<bool(const AccessibleNode&)>& test, bool isThere = true) const;
 
 private:
     AccessibleNode read(const std::string& program, const std::string& path, int depth, bool isShown) const;

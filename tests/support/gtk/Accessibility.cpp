@@ -166,17 +166,17 @@ AccessibleNode AccessibilityBus::read() const
     return read("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root", 0, true);
 }
 
-AccessibleNode AccessibilityBus::readUntil(
-    const std::string& what, const std::function<bool(const AccessibleNode&)>& test) const
+void AccessibilityBus::waitFor(
+    const std::string& what, const std::function<bool(const AccessibleNode&)>& test, bool isThere) const
 {
     const auto end = Clock::now() + kBound;
+    const auto isShown = [&](const AccessibleNode& node) { return node.isShown && test(node); };
     auto all = read();
-    while (!test(all) && Clock::now() < end) {
+    while (all.find(isShown).empty() == isThere && Clock::now() < end) {
         std::this_thread::sleep_for(kPause); // the tree tells of its changes only in part
         all = read();
     }
-    EXPECT_TRUE(test(all)) << "waited in vain for " << what << " in\n" << all.outline();
-    return all;
+    EXPECT_NE(all.find(isShown).empty(), isThere) << "waited in vain for " << what << " in\n" << all.outline();
 }
 
 } // namespace tq::test

@@ -1,0 +1,53 @@
+#include "Processes.h"
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <string>
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <vector>
+
+namespace tq::test {
+
+namespace {
+
+// Among the process's descendants: the engine may put another process between.
+void findPages(const std::string& process, std::vector<pid_t>& found)
+{
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/" + process + "/task")) {
+        std::ifstream children(thread.path() / "children");
+        for (std::string child; children >> child;) {
+            std::string name;
+            std::ifstream("/proc/" + child + "/comm") >> name;
+            // The kernel keeps fifteen letters of a name.
+            if (name == "WebKitWebProces")
+                found.push_back(std::stoi(child));
+            else
+                findPages(child, found);
+        }
+    }
+}
+
+} // namespace
+
+void killPages(pid_t process)
+{
+    std::vector<pid_t> pages;
+    findPages(std::to_string(process), pages);
+    int count = 0;
+    for (const auto page : pages) {
+        pollfd end{ static_cast<int>(syscall(SYS_pidfd_open, page, 0)), POLLIN, 0 };
+        if (poll(&end, 1, 0) == 0) {
+            kill(page, SIGKILL);
+            EXPECT_EQ(poll(&end, 1, 10000), 1) << "a killed process stays";
+            ++count;
+        }
+        close(end.fd);
+    }
+    EXPECT_GT(count, 0) << "there is no process to kill";
+}
+
+} // namespace tq::test
