@@ -4,9 +4,7 @@
 #include "tests/support/SessionTest.h"
 
 #include <array>
-#include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <thread>
 
 namespace tq::test {
@@ -51,7 +49,7 @@ std::string goodHead()
     return "HTTP/1.1 200 OK\r\nContent-Length: " + std::to_string(std::strlen(kGoodBody)) + "\r\n";
 }
 
-std::string goodAnswer(const std::string& headers = "") { return goodHead() + headers + "\r\n" + kGoodBody; }
+std::string goodAnswer() { return goodHead() + "\r\n" + kGoodBody; }
 
 // What is to come of an operation.
 enum class End {
@@ -74,45 +72,24 @@ struct Fault {
 
 std::vector<Fault> brokenAnswers(Most& most)
 {
-    const auto resetAfter = [](const std::string& bytes) {
-        return [bytes](const auto&, Wire& wire) {
-            wire.send(bytes);
-            wire.reset();
-        };
-    };
     const std::string half = std::string(kGoodBody).substr(0, 20);
     const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
     return {
-        { "reset at once", End::Failure, resetAfter("") },
-        { "reset in the head", End::Failure, resetAfter("HTTP/1.1 200 OK\r\nContent-Le") },
-        { "reset after the head", End::Failure, resetAfter(goodHead() + "\r\n") },
-        { "reset in the body", End::Failure, resetAfter(goodHead() + "\r\n" + half) },
-        { "closed in the head", End::Failure, saying("HTTP/1.1 200 OK\r\nContent-Le") },
+        { "reset in the body", End::Failure,
+            [head = goodHead()](const auto&, Wire& wire) {
+                wire.send(head + "\r\n{");
+                wire.reset();
+            } },
         { "closed in the head that redirects", End::Failure,
             saying("HTTP/1.1 307 Moved\r\nLocation: /b\r\nContent-Le") },
         { "closed after an interim answer", End::Failure, saying("HTTP/1.1 102 Processing\r\n\r\n") },
-        { "closed after the head", End::Failure, saying(goodHead() + "\r\n") },
         { "closed in the body", End::Failure, saying(goodHead() + "\r\n" + half) },
-        { "closed in a chunk", End::Failure, saying(chunked + "40\r\n" + half) },
-        { "a chunk of no length", End::Failure, saying(chunked + "zz\r\n" + kGoodBody) },
         { "another protocol", End::Failure, saying("220 mail.example ESMTP\r\n") },
-        { "a length below zero", End::Failure, saying("HTTP/1.1 200 OK\r\nContent-Length: -5\r\n\r\n" + half) },
         { "a length beyond all", End::Failure,
             saying("HTTP/1.1 200 OK\r\nContent-Length: 99999999999999999999999\r\n\r\n" + half) },
-        { "a header without a colon", End::Failure, saying(goodAnswer("odd\r\n")) },
-        { "a header with a null byte", End::Failure, saying(goodAnswer("X-Odd: a" + std::string(1, '\0') + "b\r\n")) },
         { "no answer", End::TimeOut, [](const auto&, Wire& wire) { wire.waitForEnd(); } },
-        { "no body", End::TimeOut,
-            [](const auto&, Wire& wire) {
-                wire.send(goodHead() + "\r\n");
-                wire.waitForEnd();
-            } },
         { "no handshake", End::TimeOut, saying(""), { .identity = {}, .isPlain = true } },
-        { "a slow head", End::TimeOut, dripping("HTTP/1.1 200 OK\r\n", "X-Drip: drip\r\n") },
         { "a slow body", End::TimeOut, dripping("HTTP/1.1 200 OK\r\nContent-Length: 5000\r\n\r\n", " ") },
-        { "slow interim answers", End::TimeOut, dripping("", "HTTP/1.1 102 Processing\r\n\r\n") },
-        { "a long body", End::Failure,
-            endless("HTTP/1.1 200 OK\r\nContent-Length: 104857600\r\n\r\n", std::string(65536, ' '), most) },
         { "a long chunked body", End::Failure, endless(chunked, "10000\r\n" + std::string(65536, ' ') + "\r\n", most) },
         { "a long head", End::Failure,
             endless("HTTP/1.1 200 OK\r\n", "X-Long: " + std::string(65536, 'x') + "\r\n", most) },
@@ -121,26 +98,15 @@ std::vector<Fault> brokenAnswers(Most& most)
 
 std::vector<Fault> otherAnswers(const Authority& authority)
 {
-    const auto now = std::time(nullptr);
     const auto good = saying(goodAnswer());
-    const Authority imitation;
     return {
         { "an expired certificate", End::Untrusted, good,
-            { .identity = authority.identity({ .begin = now - 7200, .end = now - 60 }) } },
-        { "a certificate of the future", End::Untrusted, good,
-            { .identity = authority.identity({ .begin = now + 3600, .end = now + 7200 }) } },
+            { .identity = authority.identity({ .end = std::time(nullptr) - 60 }) } },
         { "a certificate for another host", End::Untrusted, good,
             { .identity = authority.identity({ .host = "other.example" }) } },
         { "a self-signed certificate", End::Untrusted, good,
             { .identity = authority.identity({ .isSelfSigned = true }) } },
-        { "an imitated CA's certificate", End::Untrusted, good, { .identity = imitation.identity({}) } },
         { "a good certificate", End::Success, good, { .identity = authority.identity({}) } },
-        { "a folded header", End::Success, saying(goodAnswer("X-Odd: a\r\n b: c\r\n\td\r\n")) },
-        { "headers after the body", End::Success,
-            saying("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n3d\r\n" + std::string(kGoodBody)
-                + "\r\n0\r\nX-Late: 1\r\n\r\n") },
-        { "carriage returns in a header", End::Success, saying(goodAnswer("X-Odd: a\rLocation: /b\r\r\r\n")) },
-        { "bytes of no text in a header", End::Success, saying(goodAnswer("X-\xFF\x01: \xC3\x28\x7F\r\n")) },
     };
 }
 
@@ -296,20 +262,12 @@ TEST_F(NetworkFaultTest, RedirectionsTakeNoSecretsElsewhere)
         { "https://" + other.host() + "/config.json", port },
         { "http://" + plain.host() + "/config.json", scheme },
         { "http://localhost:PORT/config.json", scheme },
-        { "//" + other.host() + "/config.json", port },
         { "https://localhost:PORT@" + other.host() + "/config.json", port },
         { "https:\\\\" + other.host() + "\\config.json", none },
-        { "https:/" + other.host() + "/config.json", none },
-        { "https:///" + other.host() + "/config.json", none },
-        { "///" + other.host() + "/config.json", none },
-        { "https://", none },
         { "HTTPS://127.0.0.1:PORT/config.json", host },
         { "https://localhost./config.json", host },
-        { "ftp://" + plain.host() + "/config.json", scheme },
         { "file:///etc/hostname", scheme },
         { "/moved\x01", none },
-        { "/moved to", none },
-        { "/moved\xC3\xA9", none },
     };
     std::vector<Fault> faults;
     // Where it leads counts, and not by which status.
@@ -322,41 +280,6 @@ TEST_F(NetworkFaultTest, RedirectionsTakeNoSecretsElsewhere)
     // Whoever else may knock at a port that has just been given out, it is no request.
     EXPECT_TRUE(other.requests().empty());
     EXPECT_TRUE(plain.requests().empty());
-}
-
-// The same server in capitals is the same; an escape in the new address stays one; what is never sent is left out.
-TEST_F(NetworkFaultTest, RedirectionsWithinAServerAreFollowed)
-{
-    const std::array<std::pair<std::string, std::string>, 4> rows{ { { "HTTPS://LOCALHOST:PORT/moved", "/moved" },
-        { "/moved%0d%0aX-Evil:%201", "/moved%0d%0aX-Evil:%201" }, { "/moved#there", "/moved" },
-        { "../a/../moved/.", "/api/v1/iwb/moved/" } } };
-    std::vector<Fault> faults;
-    for (const auto& [location, line] : rows)
-        faults.push_back(redirection(307, location, ""));
-    const auto trials = tried(faults);
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        EXPECT_TRUE(std::ranges::any_of(trials[i]->server.requests(), [&](const auto& request) {
-            return request.line() == "POST " + rows[i].second + " HTTP/1.1";
-        })) << rows[i].first;
-    }
-}
-
-TEST_F(NetworkFaultTest, AStoreThatCannotBeWrittenDoesNotKeepAnybodyOut)
-{
-    namespace fs = std::filesystem;
-    const fs::path folder = fs::path(getenv("XDG_DATA_HOME")) / fs::read_symlink("/proc/self/exe").filename();
-    HttpsServer navigation([&](const auto&) {
-        return HttpsServer::answerWith(
-            200, R"({"iwbLeaseUri":")" + server.host() + R"(","iwbConferenceUri":")" + server.host() + R"("})");
-    });
-    fs::remove_all(folder);
-    fs::create_directories(folder / "user-defaults.sqlite" / "a folder in its place");
-    config->token = "token@" + navigation.host();
-    // The second one is asked for nothing: what the first has learnt is known in this run.
-    EXPECT_EQ(join()->successes, 1);
-    EXPECT_EQ(join()->successes, 1);
-    EXPECT_EQ(navigation.requests().size(), 1U);
-    fs::remove_all(folder);
 }
 
 } // namespace

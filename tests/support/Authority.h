@@ -16,7 +16,6 @@ public:
 
     struct Identity {
         std::string host = "localhost";
-        std::time_t begin = std::time(nullptr) - 3600;
         std::time_t end = std::time(nullptr) + 3600;
         bool isSelfSigned = false;
     };
