@@ -296,18 +296,6 @@ TEST_F(NavigationTest, ASilentServerIsGivenUpWhenTheTimeIsUp)
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
 }
 
-TEST_F(NavigationTest, HeaderValuesWithLineBreaksAreNeverSent)
-{
-    HttpsServer server([](const auto&) { return HttpsServer::answerWith(200, kGood); });
-    for (const char* appKey : { "a\r\nX-Evil: 1", "a\nb", "\x01" }) {
-        Outcome outcome;
-        manager->requestNavi(at(server), appKey, "t", "v", 10, nullptr, outcome.failure());
-        runUntil([&] { return outcome.ends == 1; }, "the request is refused");
-        EXPECT_EQ(outcome.code, 300003U);
-    }
-    EXPECT_TRUE(server.requests().empty());
-}
-
 TEST_F(NavigationTest, NullAddressesAreASuccessThatIsNotStored)
 {
     Shared<std::string> body{ R"({"iwbLeaseUri":"kept","iwbConferenceUri":"kept"})" };
