@@ -1,6 +1,5 @@
 #include "bridge/CallMessage.h"
 #include "bridge/JSBUtil.h"
-#include "bridge/LineLimit.h"
 #include "bridge/PageAnswer.h"
 #include "bridge/PercentEncoding.h"
 #include "bridge/ScriptBatch.h"
@@ -55,7 +54,7 @@ TEST(MethodTable, ListsTheMostDerivedClassFirstAndFindsTheFirstMatch)
     EXPECT_EQ(JSBUtil::methodByNameArg(1, "name", nullptr), std::nullopt);
 
     // The fast look-up agrees with the list.
-    for (const char* name : { "bark", "name", "walk", "isEqual", "", "name:" }) {
+    for (const char* name : { "bark", "name", "walk", "", "name:" }) {
         const auto found = Dog::staticClass().candidates(name);
         EXPECT_EQ(found.sync ? OptionalText(found.sync->name()) : std::nullopt,
             JSBUtil::methodByNameArg(1, name, &Dog::staticClass()))
@@ -65,16 +64,6 @@ TEST(MethodTable, ListsTheMostDerivedClassFirstAndFindsTheFirstMatch)
             << name;
     }
     EXPECT_EQ(Dog::staticClass().candidates("name").sync, &Dog::staticClass().methods()[2]);
-}
-
-TEST(MethodNames, SplitAtTheLastDot)
-{
-    using Pair = std::pair<std::string_view, std::string_view>;
-    EXPECT_EQ(JSBUtil::parseNamespace("a.b.c"), (Pair{ "a.b", "c" }));
-    EXPECT_EQ(JSBUtil::parseNamespace("c"), (Pair{ "", "c" }));
-    EXPECT_EQ(JSBUtil::parseNamespace("a."), (Pair{ "a", "" }));
-    EXPECT_EQ(JSBUtil::trimmed(" \t a b\n "), "a b\n");
-    EXPECT_EQ(JSBUtil::trimmed(" \t "), "");
 }
 
 TEST(JsonTexts, WhatJsonCannotHoldBecomesAnEmptyObject)
@@ -150,15 +139,6 @@ TEST(CallMessages, ReadTheSameByEitherWay)
     EXPECT_FALSE(CallMessage::read(std::nullopt).data);
 }
 
-TEST(JsonTexts, PrettyTextReadsBackAsTheSameValue)
-{
-    const auto value = boost::json::parse(R"({"a":{"b":[1,{"c":"\n\"é"}],"d":{},"e":[]},"f":null})");
-    const auto pretty = NSJSONSerialization::prettyDataWithJSONObject(value);
-    ASSERT_TRUE(pretty);
-    EXPECT_EQ(boost::json::parse(*pretty), value);
-    EXPECT_NE(pretty->find("\n    \"b\" : ["), std::string::npos) << *pretty;
-}
-
 TEST(PercentEncoding, EscapesWhatAScriptMustNotSee)
 {
     EXPECT_EQ(percentEncoded("aZ09-_.!~*'()/?:@&=+$,; <é漢\x7F>"), "aZ09-_.!~*'()/?:@&=+$,; <é漢\x7F>");
@@ -166,58 +146,28 @@ TEST(PercentEncoding, EscapesWhatAScriptMustNotSee)
     EXPECT_EQ(percentEncoded("\xC3("), "");
 }
 
-TEST(LooseReadings, TakeWhatIsThere)
+TEST(LooseReadings, TakeWhatIsThereAndStopAtTheLimitsOfTheirTypes)
 {
     struct Row {
         const char* json;
         std::int64_t number;
-        bool truth;
+        bool truth = true;
     };
-    const std::vector<Row> rows{
-        { "3", 3, true },
-        { "2.9", 2, true },
-        { "-2.9", -2, true },
-        { "0.5", 0, true },
-        { "true", 1, true },
-        { "null", 0, false },
-        { "\"3\"", 3, true },
-        { "\"-12abc\"", -12, true },
-        { "\" +7\"", 7, true },
-        { "\"+-7\"", 0, false },
-        { "\"abc\"", 0, false },
-        { "\"\"", 0, false },
-        { "\"2.9\"", 2, true },
-        { "\"yes\"", 0, true },
-        { "\"00\"", 0, false },
-        { "{}", 0, false },
-        { "[1]", 0, false },
-        { "1e300", std::numeric_limits<std::int64_t>::max(), true },
-        { "\"99999999999999999999\"", std::numeric_limits<std::int64_t>::max(), true },
-    };
+    constexpr std::int64_t kTwoTo31 = std::int64_t{ 1 } << 31;
+    const std::vector<Row> rows{ { "2.9", 2 }, { "-2.9", -2 }, { "0.5", 0 }, { "true", 1 }, { "null", 0, false },
+        { "\"-12abc\"", -12 }, { "\" +7\"", 7 }, { "\"+-7\"", 0, false }, { "\"\"", 0, false }, { "\"2.9\"", 2 },
+        { "\"yes\"", 0 }, { "\"00\"", 0, false }, { "{}", 0, false }, { "[1]", 0, false },
+        { "\"99999999999999999999\"", INT64_MAX }, { "2147483647", kTwoTo31 - 1 }, { "2147483648", kTwoTo31 },
+        { "-2147483648", -kTwoTo31 }, { "\"-2147483649\"", -kTwoTo31 - 1 }, { "4294967296", 2 * kTwoTo31 },
+        { "-1e300", INT64_MIN }, { "18446744073709551615", INT64_MAX } };
     for (const auto& row : rows) {
         const auto value = boost::json::parse(row.json);
         EXPECT_EQ(longLongValue(&value), row.number) << row.json;
         EXPECT_EQ(boolValue(&value), row.truth) << row.json;
+        EXPECT_EQ(intValue(&value), std::clamp<std::int64_t>(row.number, INT32_MIN, INT32_MAX)) << row.json;
+        EXPECT_EQ(integerValue(&value), std::clamp<std::int64_t>(row.number, INTPTR_MIN, INTPTR_MAX)) << row.json;
     }
     EXPECT_EQ(longLongValue(nullptr), 0);
-}
-
-TEST(LooseReadings, StopAtTheLimitsOfTheirTypes)
-{
-    struct Row {
-        const char* json;
-        std::int64_t whole;
-    };
-    constexpr std::int64_t kTwoTo31 = std::int64_t{ 1 } << 31;
-    const std::vector<Row> rows{ { "2147483647", kTwoTo31 - 1 }, { "2147483648", kTwoTo31 },
-        { "-2147483648", -kTwoTo31 }, { "\"-2147483649\"", -kTwoTo31 - 1 }, { "4294967296", 2 * kTwoTo31 },
-        { "-1e300", std::numeric_limits<std::int64_t>::min() }, { "18446744073709551615", INT64_MAX } };
-    for (const auto& row : rows) {
-        const auto value = boost::json::parse(row.json);
-        EXPECT_EQ(longLongValue(&value), row.whole) << row.json;
-        EXPECT_EQ(intValue(&value), std::clamp<std::int64_t>(row.whole, INT32_MIN, INT32_MAX)) << row.json;
-        EXPECT_EQ(integerValue(&value), std::clamp<std::int64_t>(row.whole, INTPTR_MIN, INTPTR_MAX)) << row.json;
-    }
 }
 
 TEST(PageAnswers, AreForACallOfA32BitNumber)
@@ -316,26 +266,6 @@ TEST_F(BatchTest, AClockThatWentBackFlushesAtOnce)
     runUntil(10000);
     append(5000, "b;");
     EXPECT_EQ(requested, (std::vector{ 0, 0 }));
-}
-
-TEST(LineLimitRules, AHundredLinesASecondAreAdmittedAndTheOthersCounted)
-{
-    const LineLimit::Time begin{ std::chrono::hours(1) };
-    LineLimit limit;
-    const auto admitted = [&](std::chrono::milliseconds after) {
-        int count = 0;
-        for (int line = 0; line < 150; ++line)
-            count += limit.admit(begin + after) ? 1 : 0;
-        return count;
-    };
-    using std::chrono::milliseconds;
-    EXPECT_EQ(admitted(milliseconds(0)), 100);
-    EXPECT_EQ(admitted(milliseconds(999)), 0);
-    limit.leaveOut(7);
-    EXPECT_EQ(limit.takeLeftOut(), 207U);
-    EXPECT_EQ(limit.takeLeftOut(), 0U);
-    EXPECT_EQ(admitted(milliseconds(1000)), 100);
-    EXPECT_EQ(admitted(milliseconds(5000)), 100);
 }
 
 } // namespace

@@ -82,6 +82,7 @@ TEST_F(CallsTest, OneCallbackTakesAllAnswersAndMayDoAsItLikesMeanwhile)
     view->callHandler("count", [this, &counts, count = 0](const OptionalValue&) mutable {
         counts.push_back(++count);
         if (count == 2) {
+            // Enough to move every entry of the table.
             for (int calls = 0; calls < 100; ++calls)
                 view->callHandler("more", [](const OptionalValue&) {});
             view->call("_dsb.returnValue", R"({"data":{"id":0,"complete":true}})");
@@ -138,12 +139,7 @@ TEST_F(CallsTest, AnswersReachTheirCallUntilTheLast)
         { R"({"id":1.0,"data":null,"complete":"no"})", { "b:absent" } },
         { R"({"id":0,"data":2,"complete":true})", { "a:2" } },
         { R"({"id":0,"data":3,"complete":true})", {} },
-        { R"({"id":"1","data":"a text is no number","complete":true})", {} },
-        { R"({"id":1.5,"complete":true})", {} },
-        { R"({"id":4294967297,"complete":true})", {} },
         { R"({"id":2,"complete":true})", {} },
-        { R"({"complete":true})", {} },
-        { R"([0])", {} },
         { R"(null)", {} },
         { R"({"id":1,"complete":1})", { "b:absent" } },
         { R"({"id":1,"data":"gone"})", {} },
@@ -155,45 +151,18 @@ TEST_F(CallsTest, AnswersReachTheirCallUntilTheLast)
     }
 }
 
-TEST_F(CallsTest, AnswersMayCallThePageAgainAndMayFail)
+TEST_F(CallsTest, CallbacksMayFailWhichEndsTheProgramInDebugMode)
 {
-    load("<script>window._handleMessageFromNative = m => {}</script>");
-    ready();
-    int calls = 0;
-    view->callHandler("loop", [&](const OptionalValue&) {
-        // Enough to move every entry of the table.
-        for (int i = 0; i < 100; ++i)
-            view->callHandler("more", [&](const OptionalValue&) { ++calls; });
-        throw std::runtime_error("a faulty callback");
-    });
+    load(kPage);
+    view->callHandler("loop", [](const OptionalValue&) { throw std::runtime_error("a faulty callback"); });
     answer(R"({"id":0})");
     EXPECT_EQ(countOfLine("a faulty callback"), 1);
     answer(R"({"id":0,"complete":true})");
     answer(R"({"id":0,"complete":true})");
     EXPECT_EQ(countOfLine("a faulty callback"), 2) << "the last answer takes the call away, fault or not";
-    answer(R"({"id":100,"complete":true})");
-    EXPECT_EQ(calls, 1);
-}
-
-TEST_F(CallsTest, ExceptionsOfCallbacksEndTheProgramInDebugMode)
-{
-    load(kPage);
     view->setDebugMode(DebugMode::On);
     view->callHandler("loop", [](const OptionalValue&) { throw std::runtime_error("a faulty callback"); });
-    EXPECT_DEATH(answer(R"({"id":0})"), "a faulty callback");
-}
-
-TEST_F(CallsTest, ThePageIsAskedForItsFunctions)
-{
-    load("<script>window._handleMessageFromNative = m => prompt('_dsbridge=_dsb.returnValue', JSON.stringify({data: {"
-         "id: m.callbackId, complete: true, data: m.method === '_hasJavascriptMethod' && JSON.parse(m.data)[0] === "
-         "'there' ? true : undefined}}))</script>");
-    ready();
-    std::vector<bool> found;
-    for (const char* name : { "there", "nowhere" })
-        view->hasJavascriptMethod(name, [&](bool exists) { found.push_back(exists); });
-    runUntil([&] { return found.size() == 2; }, "the page has answered");
-    EXPECT_EQ(found, (std::vector<bool>{ true, false }));
+    EXPECT_DEATH(answer(R"({"id":1})"), "a faulty callback");
 }
 
 TEST_F(CallsTest, ThePageAsksForNativeMethods)
@@ -210,24 +179,16 @@ TEST_F(CallsTest, ThePageAsksForNativeMethods)
         const char* data;
     } const cases[] = {
         { R"({"name":"a.b.both","type":"all"})", "1" },
-        { R"({"name":"a.b.both","type":"asyn"})", "1" },
-        { R"({"name":"a.b.both","type":"syn"})", "1" },
         { R"({"name":" \ta.b.one ","type":" syn\t"})", "1" },
         { R"({"name":"a.b.one","type":"asyn"})", "0" },
-        { R"({"name":"a.b.one","type":"all"})", "1" },
-        { R"({"name":"later","type":"asyn"})", "1" },
         { R"({"name":"later","type":"syn"})", "0" },
         { R"({"name":"_dsb.dsinit","type":"syn"})", "1" },
-        { R"({"name":"_dsb.dsinit","type":"asyn"})", "0" },
         { R"({"name":"_dsb.dsinit","type":"ALL"})", "0" },
         { R"({"name":"a.b.one:","type":"all"})", "0" },
         { R"({"name":"a.b.none","type":"all"})", "0" },
-        { R"({"name":"c.one","type":"all"})", "0" },
         { R"({"name":"a.b.isEqual","type":"all"})", "0" },
-        { R"({"name":7,"type":"all"})", "0" },
         { R"({"type":"all"})", "0" },
         { R"({"name":"a.b.one"})", "0" },
-        { R"("a.b.one")", "0" },
         { R"(null)", "0" },
     };
     for (const auto& [arguments, data] : cases)

@@ -56,36 +56,6 @@ TEST_F(InputTest, EveryPointerAsksAndAnswers)
     }
 }
 
-TEST_F(InputTest, TouchesReachThePageWhereTheyAre)
-{
-    if (!screen->hasTouch())
-        GTEST_SKIP() << "this screen has no touch";
-    show(R"(<div id="pad" style="height: 100%"></div><script>
-for (const name of ["touchstart", "touchmove", "touchend"])
-    pad.addEventListener(name, event => {
-        event.preventDefault();
-        const { identifier, clientX, clientY } = event.changedTouches[0];
-        touches.push([name, Math.round(clientX - innerWidth / 2), Math.round(clientY - innerHeight / 2)]);
-        if (name === "touchend" && !event.touches.length)
-            report(touches.splice(0));
-    }, { passive: false });
-const touches = [];
-</script>)");
-    const auto middle = window->middle(*screen);
-    const auto at = [&](double x, double y) { return Screen::Point{ middle.x + x, middle.y + y }; };
-    const auto count = reports->values.size();
-    screen->touch(0, at(0, 0));
-    screen->slide(0, at(30, 40));
-    screen->lift(0);
-    EXPECT_EQ(answerFrom(count), R"([["touchstart",0,0],["touchmove",30,40],["touchend",30,40]])");
-    screen->touch(0, at(-20, 10));
-    screen->touch(1, at(50, -10));
-    screen->lift(0);
-    screen->lift(1);
-    EXPECT_EQ(answerFrom(count + 1),
-        R"([["touchstart",-20,10],["touchstart",50,-10],["touchend",-20,10],["touchend",50,-10]])");
-}
-
 TEST_F(InputTest, TwoFingersAreThePagesAndZoomNothing)
 {
     if (!screen->hasTouch())
