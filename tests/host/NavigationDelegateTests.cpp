@@ -6,6 +6,7 @@
 #include "platform/Foundation/NSURLSession.h"
 
 #include <algorithm>
+#include <stdexcept>
 
 namespace tq::test {
 namespace {
@@ -302,34 +303,27 @@ TEST_F(NavigationDelegateTest, ADelegateMayLoadAnotherPageOrLetGoOfTheViewWhenev
 
 TEST_F(NavigationDelegateTest, WithoutTheMethodsTheEngineDoesAsItDoes)
 {
-    class Starts final : public WKNavigationDelegate {
-    public:
-        void didStartProvisionalNavigation(WKWebView&, const WKNavigation&) override { ++count; }
-        int count = 0;
-    };
-    const auto starts = std::make_shared<Starts>();
-    view->setNavigationDelegate(starts);
-    view->loadUrl(at("/404"));
-    runUntil([&] { return view->URL() == at("/404") && view->estimatedProgress() == 1; }, "the page is there");
-    load();
-    // Its own page about the failure has a start, too.
-    starts->count = 0;
-    view->loadUrl(refusing());
-    runUntil([&] { return starts->count == 2; }, "the engine tells of the failure");
-    // That page's end is not the failed page's.
     class Ends final : public WKNavigationDelegate {
     public:
-        void didStartProvisionalNavigation(WKWebView&, const WKNavigation&) override { events.emplace_back("start"); }
+        void didStartProvisionalNavigation(WKWebView&, const WKNavigation&) override
+        {
+            events.emplace_back("start");
+            throw std::runtime_error("a faulty delegate");
+        }
         void didFinishNavigation(WKWebView&, const WKNavigation&) override { events.emplace_back("finish"); }
         Events events;
     };
     const auto ends = std::make_shared<Ends>();
     view->setNavigationDelegate(ends);
+    view->loadUrl(at("/404"));
+    runUntil([&] { return ends->events.size() == 2; }, "the page is there");
+    // The engine's own page about a failure has a start, too; its end is not the failed page's.
     view->loadUrl(refusing());
-    runUntil([&] { return ends->events.size() == 2 && view->estimatedProgress() == 1; }, "the engine has told");
+    runUntil([&] { return ends->events.size() == 4 && view->estimatedProgress() == 1; }, "the engine has told");
     view->loadUrl(at("/page"));
-    runUntil([&] { return ends->events.size() == 4; }, "the page is there");
-    EXPECT_EQ(ends->events, (Events{ "start", "start", "start", "finish" }));
+    runUntil([&] { return ends->events.size() == 6; }, "the page is there");
+    EXPECT_EQ(ends->events, (Events{ "start", "finish", "start", "start", "start", "finish" }));
+    EXPECT_EQ(countOfLine("a faulty delegate"), 4);
 }
 
 } // namespace

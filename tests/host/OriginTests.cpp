@@ -1,3 +1,4 @@
+#include "tests/support/Content.h"
 #include "tests/support/HttpsServer.h"
 #include "tests/support/PageTest.h"
 
@@ -8,8 +9,6 @@
 #include <atomic>
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
-#include <fstream>
-#include <iterator>
 #include <map>
 
 namespace tq::test {
@@ -17,12 +16,6 @@ namespace {
 
 // Two origins of one server: "localhost" is the good one, "127.0.0.1" the other. Pages tell the server what they got.
 bool hasRefused(const std::string& origin) { return countOfLine("Js bridge: refused for a page of " + origin) > 0; }
-
-std::string bridgeScript()
-{
-    std::ifstream stream(TQWB_PAGE_FOLDER "/bridge.js", std::ios::binary);
-    return { std::istreambuf_iterator<char>(stream), {} };
-}
 
 class OriginTest : public PageTest {
 protected:
@@ -106,7 +99,8 @@ protected:
         while (isHeld && request.line().find("/held ") != std::string::npos)
             std::this_thread::yield();
         const bool isScript = request.line().find("/bridge.js ") != std::string::npos;
-        return isScript ? HttpsServer::answerWith(200, bridgeScript(), "Content-Type: text/javascript\r\n")
+        return isScript ? HttpsServer::answerWith(
+                   200, contentOf(TQWB_PAGE_FOLDER "/bridge.js"), "Content-Type: text/javascript\r\n")
                         : HttpsServer::answerWith(200, contentFor(request.line()), "Content-Type: text/html\r\n");
     } };
 };

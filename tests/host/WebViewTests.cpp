@@ -88,9 +88,6 @@ constexpr const char* kImage
 
 // Pictures of three pixels by two, in Base64.
 constexpr const char* kGif = "R0lGODlhAwACAPAAAP8AAAAA/yH5BAAAAAAALAAAAAADAAIAAAIDhIMFADs=";
-constexpr const char* kMovingGif
-    = "R0lGODlhAwACAPAAAP8AAAAA/yH5BAAAAAAAIf8LTkVUU0NBUEUyLjADAQAAACwAAAAAAwACAAACA4SDBQAh+QQAAAAAACwAAAAAAwACAID//"
-      "wAA//8CA4yBBQA7";
 constexpr const char* kBmp
     = "Qk1OAAAAAAAAADYAAAAoAAAAAwAAAAIAAAABABgAAAAAABgAAAATCwAAEwsAAAAAAAAAAAAAECAwECAwECAwAAAAECAwECAwECAwAAAA";
 constexpr const char* kOldBmp = "Qk0yAAAAAAAAABoAAAAMAAAAAwACAAEAGAD/AAD/AAD/AAAAAAAAAP8AAP8AAP8AAAA=";
@@ -115,7 +112,6 @@ const struct {
     bool arrives = false;
 } kPictures[] = {
     { "GIF", kGif, {}, true },
-    { "GIF of two pictures", kMovingGif, {}, true },
     { "BMP", kBmp, {}, true },
     { "BMP from the top", kBmp, { { 28, "AP7/" }, { 32, "//8B" } }, true },
     { "BMP of old", kOldBmp, {}, true },
@@ -129,18 +125,11 @@ const struct {
     { "BMP that claims too much", kBmp, { { 24, "YOoAAGDq" } } },
     { "BMP from the top that claims too much", kBmp, { { 24, "YOoAAKAV" }, { 32, "//8B" } } },
     { "TIFF that claims too much", kTiff, { { 24, "YOo" }, { 40, "YOo" }, { 136, "YOo" } } },
-    { "TIFF, big-endian, that claims too much", kBigEndianTiff, { { 26, "DqYA" }, { 42, "DqYA" }, { 138, "DqYA" } } },
     { "TIFF of many samples", kTiff, { { 120, "YOo" } } },
     { "TIFF of one huge tile", kTileOfTiff, {} },
     { "TIFF without its directory", "SUkqAAgAAAAAAA==", {} },
+    { "PNG that claims too much", "iVBORw0KGgoAAAANSUhEUgAA//8AAP//CAIAAAB7QOjd", {} },
 };
-
-std::string inLinesOf(std::string text, std::size_t length)
-{
-    for (auto at = length; at < text.size(); at += length + 2)
-        text.insert(at, "\r\n");
-    return text;
-}
 
 class WebViewTest : public PageTest {
 protected:
@@ -209,9 +198,6 @@ TEST_F(WebViewTest, FramesAreMadeWiderThanTall)
 TEST_F(WebViewTest, ThePageCannotScrollAndInnerAreasCan)
 {
     make();
-    load("<style>body{height:9000px}#in{height:50px;overflow:auto}#in p{height:900px}</style><div id=in><p></div>");
-    EXPECT_EQ(ask("getComputedStyle(document.documentElement).overflow"), OptionalValue("hidden"));
-    EXPECT_EQ(ask("getComputedStyle(document.getElementById('in')).overflowY"), OptionalValue("auto"));
     const char* const kScrolled
         = "[document.body, document.getElementById('in')].map(part => { part.scrollTop = 50; return part.scrollTop; })";
     for (const std::string style :
@@ -272,20 +258,16 @@ TEST_F(WebViewTest, EventsReachTheDelegatesUnderBothNames)
         { "onRecordEnd", R"({"url":"u"})", { "end u" }, R"([TQ:Log] onRecordEnd：{"url":"u"})" },
         { "onRecordEnd", R"({"url":5})", { "end (absent)" }, R"([TQ:Log] onRecordEnd：{"url":5})" },
         { "onRecordEnd", "null", { "end (absent)" }, "[TQ:Log] onRecordEnd：(null)" },
-        { "onRecordEnd", "[1]", { "end (absent)" }, "[TQ:Log] onRecordEnd：[1]" },
         { "onStatusChange", R"({"status":2})", { "permission 2" }, R"([TQ:Log] onStatusChange：{"status":2})" },
         { "onStatusChange", R"({"status":"3"})", { "permission 3" }, R"([TQ:Log] onStatusChange：{"status":"3"})" },
-        { "onStatusChange", R"({"status":-2.9})", { "permission -2" }, "[TQ:Log] onStatusChange：" },
         { "onStatusChange", "{}", { "permission 0" }, "[TQ:Log] onStatusChange：{}" },
         { "onStatusChange", R"("text")", { "permission 0" }, "[TQ:Log] onStatusChange：text" },
         { "onLoadStart", "{}", {}, "[TQ:Log] onLoadStart" },
         { "onLoadEnd", "{}", {}, "[TQ:Log] onLoadEnd" },
         { "onCaptureEnd", image, { "capture 2x1" }, "[TQ:Log] onCaptureEnd" },
         { "onCaptureEnd", R"({"data":"bm8gcGljdHVyZQ=="})", { "no capture" }, "[TQ:Log] onCaptureEnd" },
-        { "onCaptureEnd", R"({"data":"a"})", { "no capture" }, "[TQ:Log] onCaptureEnd" },
         { "onCaptureEnd", R"({"data":""})", {}, "[TQ:Log] onCaptureEnd Error, base64String is nil" },
         { "onCaptureEnd", "null", {}, "[TQ:Log] onCaptureEnd Error, base64String is nil" },
-        { "onCaptureEnd", "[7]", {}, "[TQ:Log] onCaptureEnd Error, base64String is nil" },
     };
     make();
     for (const char* nameSpace : { "TQJSBridge.", "TQNativeBridge." }) {
@@ -319,17 +301,6 @@ TEST_F(WebViewTest, CapturesOfEveryUsualFormatArrive)
         event("TQJSBridge.onCaptureEnd", R"({"data":")" + picture + R"("})");
         EXPECT_EQ(listener->events.back(), row.arrives ? "capture 3x2" : "no capture") << row.name;
     }
-}
-
-TEST_F(WebViewTest, CapturesWithLineBreaksArriveAndHugeOnesAreRefused)
-{
-    make();
-    event("TQJSBridge.onCaptureEnd", boost::json::serialize(boost::json::object{ { "data", inLinesOf(kImage, 76) } }));
-    EXPECT_EQ(listener->events, (Events{ "capture 2x1" }));
-    // The head claims 65535 x 65535 pixels.
-    const std::string bomb = "iVBORw0KGgoAAAANSUhEUgAA//8AAP//CAIAAAB7QOjd";
-    event("TQJSBridge.onCaptureEnd", R"({"data":")" + bomb + R"("})");
-    EXPECT_EQ(listener->events.back(), "no capture");
 }
 
 TEST_F(WebViewTest, MissingDelegatesAndMethodsOnlyLog)
@@ -404,20 +375,8 @@ TEST_F(WebViewTest, TheViewOutlivesItsApplicationUntilThePageQuits)
     EXPECT_EQ(logLines(), (Events{ "[TQ:Log] onRoomQuited", "[TQ:Log] -[TQWBWebView dealloc]" }));
 }
 
-TEST_F(WebViewTest, TheLastReferenceMayBeDroppedAnywhere)
-{
-    std::thread::id destroyedOn;
-    auto one = TQWBWebView::initWithFrame({ 0, 0, 100, 50 }, nullptr);
-    one->addJavascriptObject(std::make_shared<Witness>(destroyedOn), "witness");
-    one->call("TQJSBridge.onRoomQuited", "{}");
-    std::thread([held = std::move(one)]() mutable { held.reset(); }).join();
-    EXPECT_EQ(destroyedOn, std::thread::id());
-    runUntil([&] { return destroyedOn != std::thread::id(); }, "the view is destroyed");
-    EXPECT_EQ(destroyedOn, std::this_thread::get_id());
-}
-
 // A successful quit drops the view on the request's thread while the page may be loading.
-TEST_F(WebViewTest, TheLastReferenceMayBeDroppedAnywhereWhileThePageLoads)
+TEST_F(WebViewTest, TheLastReferenceMayBeDroppedAnywhere)
 {
     for (int round = 0; round < 5; ++round) {
         std::thread::id destroyedOn;
@@ -426,16 +385,14 @@ TEST_F(WebViewTest, TheLastReferenceMayBeDroppedAnywhereWhileThePageLoads)
         one->addJavascriptObject(std::make_shared<Witness>(destroyedOn), "witness");
         one->call("TQJSBridge.onRoomQuited", "{}");
         one->loadUrl(pageWith("<p>loading"));
+        EngineWatch engine(*one);
         // Nothing of the load has been heard of yet: all of it comes after the drop and before the destruction.
         std::thread([held = std::move(one)]() mutable { held.reset(); }).join();
+        engine.repeatProgress();
+        EXPECT_EQ(destroyedOn, std::thread::id());
         runUntil([&] { return destroyedOn != std::thread::id(); }, "the view is destroyed");
+        EXPECT_EQ(destroyedOn, std::this_thread::get_id());
     }
-    auto one = TQWBWebView::initWithFrame({ 0, 0, 100, 50 }, nullptr);
-    EngineWatch engine(*one);
-    one->call("TQJSBridge.onRoomQuited", "{}");
-    std::thread([held = std::move(one)]() mutable { held.reset(); }).join();
-    engine.repeatProgress();
-    runPending();
 }
 
 TEST_F(WebViewTest, NoViewIsDestroyedInTheMiddleOfAnEnginesCall)
@@ -472,26 +429,11 @@ public:
     void didReceiveAuthenticationChallenge(
         WKWebView&, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion) override
     {
-        methods.emplace_back(challenge.protectionSpace.authenticationMethod);
-        hosts.push_back(challenge.protectionSpace.host);
+        spaces.push_back(challenge.protectionSpace);
         kept = std::move(completion);
-        trust = challenge.protectionSpace.serverTrust;
     }
-    std::vector<std::string> methods;
-    std::vector<std::string> hosts;
+    std::vector<NSURLProtectionSpace> spaces;
     ChallengeCompletion kept;
-    std::shared_ptr<SecTrust> trust;
-};
-
-// Knows of loads and nothing of certificates; and fails.
-class Faulty final : public WKNavigationDelegate {
-public:
-    void didStartProvisionalNavigation(WKWebView&, const WKNavigation&) override
-    {
-        ++loads;
-        throw std::runtime_error("a faulty delegate");
-    }
-    int loads = 0;
 };
 
 class TrustTest : public WebViewTest {
@@ -516,17 +458,12 @@ protected:
     } };
 };
 
-TEST_F(TrustTest, AViewThatIsItsOwnDelegateAcceptsEveryCertificateForEveryHost)
+TEST_F(TrustTest, WhoTheUserIsIsNeverAnswered)
 {
     room->setNavigationDelegate(room);
-    room->loadUrl(at("/one"));
-    waitForRequests(1);
-    room->loadUrl("https://127.0.0.1" + port() + "/two");
-    waitForRequests(2);
-    EXPECT_TRUE(server.requests().back().line().starts_with("GET /two "));
-    // Who the user is, is never answered; the next load is not held up by that.
     room->loadUrl(at("/secret"));
-    waitForRequests(3);
+    waitForRequests(1);
+    // The next load is not held up by that.
     load();
 }
 
@@ -600,10 +537,12 @@ TEST_F(TrustTest, TheDelegateMayDecideLater)
     runUntil([&] { return guard->kept != nullptr; }, "the delegate is asked");
     runPending();
     EXPECT_TRUE(server.requests().empty());
-    EXPECT_EQ(guard->methods, (Events{ "NSURLAuthenticationMethodServerTrust" }));
-    EXPECT_EQ(guard->hosts, (Events{ "later.localhost" }));
+    ASSERT_EQ(guard->spaces.size(), 1U);
+    EXPECT_EQ(guard->spaces[0].authenticationMethod, "NSURLAuthenticationMethodServerTrust");
+    EXPECT_EQ(guard->spaces[0].host, "later.localhost");
     auto accept = [&] {
-        guard->kept(NSURLSessionAuthChallengeDisposition::UseCredential, NSURLCredential::initWithTrust(guard->trust));
+        guard->kept(NSURLSessionAuthChallengeDisposition::UseCredential,
+            NSURLCredential::initWithTrust(guard->spaces.back().serverTrust));
     };
     // The first answer counts.
     guard->kept(NSURLSessionAuthChallengeDisposition::CancelAuthenticationChallenge, std::nullopt);
@@ -611,25 +550,9 @@ TEST_F(TrustTest, TheDelegateMayDecideLater)
     load();
     EXPECT_TRUE(server.requests().empty());
     room->loadUrl("https://later.localhost" + port() + "/one");
-    runUntil([&] { return guard->hosts.size() == 2; }, "the delegate is asked again");
+    runUntil([&] { return guard->spaces.size() == 2; }, "the delegate is asked again");
     accept();
     waitForRequests(1);
-}
-
-TEST_F(TrustTest, OtherDelegatesLeaveTheRefusalToTheEngineAndMayThrow)
-{
-    const auto faulty = std::make_shared<Faulty>();
-    room->setNavigationDelegate(faulty);
-    HttpsServer other([](const auto&) { return HttpsServer::answerWith(200, "page"); });
-    room->loadUrl("https://refused." + other.host() + "/one");
-    runUntil([&] { return faulty->loads > 0; }, "a load has begun");
-    load();
-    EXPECT_GE(countOfLine("a faulty delegate"), 2);
-    // With the authority known the same page loads.
-    NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(HttpsServer::authority());
-    room->loadUrl("https://" + other.host() + "/two");
-    runUntil([&] { return !other.requests().empty(); }, "the server is asked");
-    EXPECT_TRUE(other.requests()[0].line().starts_with("GET /two "));
 }
 
 } // namespace

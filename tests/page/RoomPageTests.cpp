@@ -1,22 +1,13 @@
+#include "tests/support/Content.h"
 #include "tests/support/PageTest.h"
 
 #include <boost/json/array.hpp>
 #include <boost/json/serialize.hpp>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <set>
 
 namespace tq::test {
 namespace {
-
-std::string contentOf(const std::filesystem::path& file)
-{
-    std::ifstream stream(file, std::ios::binary);
-    EXPECT_TRUE(stream) << file;
-    return { std::istreambuf_iterator<char>(stream), {} };
-}
 
 const std::filesystem::path kFolder = TQWB_ROOM_PAGE_FOLDER;
 

@@ -1,14 +1,13 @@
 #include "platform/Foundation/NSLog.h"
+#include "tests/support/Content.h"
 #include "tests/support/Log.h"
 
 #include <array>
 #include <atomic>
 #include <clocale>
 #include <cstdio>
-#include <fstream>
 #include <gtest/gtest.h>
 #include <locale.h>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 #include <unistd.h>
@@ -35,9 +34,7 @@ public:
         std::fflush(stderr);
         dup2(m_before, STDERR_FILENO);
         close(m_before);
-        std::ostringstream text;
-        text << std::ifstream(m_path.data()).rdbuf();
-        return text.str();
+        return contentOf(m_path.data());
     }
 
 private:

@@ -2,13 +2,12 @@
 
 #include "apps/conference/Certificate.h"
 #include "platform/gtk/GLibPointers.h"
+#include "tests/support/Content.h"
 
 #include <array>
 #include <cstdlib>
 #include <ctime>
-#include <fstream>
 #include <gio/gio.h>
-#include <sstream>
 #include <stdexcept>
 #include <sys/socket.h>
 
@@ -24,13 +23,6 @@ const conference::Certificate& certificate()
         return conference::Certificate::ensure(folder, std::time(nullptr));
     }();
     return s_certificate;
-}
-
-std::string contentOf(const std::filesystem::path& path)
-{
-    std::ostringstream content;
-    content << std::ifstream(path).rdbuf();
-    return content.str();
 }
 
 std::size_t bodyLength(const std::string& head)
