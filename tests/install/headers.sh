@@ -16,14 +16,41 @@ grep -v '^TQWhiteBoardLib/platform/' "$scratch/installed" >"$scratch/public"
 (cd "$tree" && find TQWhiteBoardLib -name '*.h' | sort) | diff - "$scratch/public" \
     || die "not the headers of the tree (<) were installed (>)"
 
-compile() {
-    echo "#include <$3>" | "$1" -std=c++20 -Wall -Wextra -Wpedantic -Wconversion -Werror -I . -fsyntax-only \
-        -MD -MF "$2/$(tr / - <<<"$3").d" -x c++ - || { echo "$3 does not compile on its own" >&2; return 255; }
+# The header that one includes before anything else; macros alone, as Export.h has them, are nothing.
+first() {
+    local name
+    name="$(sed -n '/^#include/!d; /Export\.h"/d; s/^#include "\(.*\)"$/\1/p; q' "$1")"
+    [[ -n $name ]] && realpath --relative-to . "$(dirname "$1")/$name"
 }
-export -f compile
-xargs -a "$scratch/public" -P 2 -I '{}' bash -c 'compile "$@"' _ "$compiler" "$scratch" '{}'
+# What begins with another header compiles that one on its own. Nearly all begin with the same one in the end, which is
+# precompiled: they are compiled as ever, but for the time that it takes.
+readonly common=TQWhiteBoardLib/platform/Foundation/NSTypes.h
+touch "$scratch/begun"
+while read -r header; do
+    begin=$header
+    while [[ $begin != "$common" ]] && begin="$(first "$begin")"; do
+        echo "$begin" >>"$scratch/begun"
+    done
+    [[ $begin != "$common" ]] || header+=" begun"
+    echo "$header" >>"$scratch/all"
+done <"$scratch/public"
+grep -vwFf "$scratch/begun" "$scratch/all" >"$scratch/alone"
 
-cat "$scratch"/*.d | tr -s ' \\:' '\n' | sed -n 's|^\(\./\)\?\(TQWhiteBoardLib/\)|\2|p' | while read -r header; do
+export compiler scratch
+# compile NAME ARGUMENT...: lists what was included under that name.
+compile() {
+    "$compiler" -std=c++20 -Wall -Wextra -Wpedantic -Wconversion -Werror -I "$PWD" -MD -MF "$scratch/${1//\//-}.d" "${@:2}"
+}
+compile_alone() {
+    echo "#include <$1>" | compile "$1" -fsyntax-only ${2:+-include "$scratch/common.h"} -x c++ - \
+        || { echo "$1 does not compile on its own" >&2; return 255; }
+}
+export -f compile compile_alone
+echo "#include <$common>" >"$scratch/common.h"
+compile common -x c++-header "$scratch/common.h" -o "$scratch/common.h.gch"
+xargs -a "$scratch/alone" -P 2 -L 1 bash -c 'compile_alone "$@"' _
+
+cat "$scratch"/*.d | tr -s ' \\:' '\n' | sed -n "s|^$PWD/||p" | while read -r header; do
     realpath --relative-to . "$header"
 done | sort -u >"$scratch/used"
 diff "$scratch/used" "$scratch/installed" || die "not the headers that are needed (<) were installed (>)"
