@@ -25,13 +25,6 @@ register("close", () => closePage());
 register("ask", (text) => alert(text));
 register("language", () => navigator.language);
 window.addEventListener("keydown", (event) => event.preventDefault(), true);
-const take = window._handleMessageFromNative;
-window._handleMessageFromNative = (message) => {
-    if (message.method !== "infinite")
-        return take(message);
-    const data = '[1e999,{"least":-1e999},2]';
-    window.prompt("_dsbridge=_dsb.returnValue", `{"data":{"id":${message.callbackId},"data":${data},"complete":true}}`);
-};
 ready();
 callSync("TQJSBridge.onLoadEnd", {});
 </script>)";
@@ -53,7 +46,6 @@ TEST_F(PageCommandTest, EveryAnswerIsOneLine)
         EXPECT_EQ(call(*client, function), nullptr) << function;
     const array arguments{ nullptr, true, -3, "Ω\n", { { "a", array{} } } };
     EXPECT_EQ(call(*client, "echo", arguments), value(arguments));
-    EXPECT_EQ(call(*client, "infinite"), value({ nullptr, { { "least", nullptr } }, 2 }));
     const std::string odd(call(*client, "odd", { 5 << 20 }).as_string());
     EXPECT_EQ(odd.substr(0, 18), std::string_view("\0\n\r\"\\\u2028\u2029\xE2\x80\xAE\U0001F600", 18));
     EXPECT_EQ(odd.size(), 18U + (5U << 20U));
@@ -70,6 +62,11 @@ TEST_F(PageCommandTest, EveryAnswerIsOneLine)
     client->write("screenshot " + picture);
     EXPECT_EQ(client->waitFor("screenshot").at("path"), boost::json::string(picture));
     EXPECT_GT(std::filesystem::file_size(picture), 1000U);
+
+    // Who ends the program has left the room.
+    client->write("exit");
+    EXPECT_EQ(client->end(), 0);
+    EXPECT_TRUE(service.requests().back().line().starts_with("DELETE /api/v1/iwb/hubs/hall/"));
 }
 
 TEST_F(PageCommandTest, BadInputIsAnsweredWithAMessage)
