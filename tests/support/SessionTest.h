@@ -29,6 +29,9 @@ struct Ending {
     std::atomic<int> failures = 0;
     NSUInteger code = 0;
     OptionalText text;
+    /// Of a walk over navigation servers.
+    OptionalText body;
+    std::optional<bool> isSaved;
     bool onMainThread = false;
     Clock::time_point begin = Clock::now();
     Clock::time_point end;
@@ -49,6 +52,22 @@ struct Ending {
         return [this](NSUInteger newCode, const OptionalText& newText) {
             code = newCode;
             text = newText;
+            tell(failures);
+        };
+    }
+    NaviSuccess found()
+    {
+        return [this](bool newIsSaved) {
+            isSaved = newIsSaved;
+            tell(successes);
+        };
+    }
+    NaviFailure notFound()
+    {
+        return [this](NSUInteger newCode, const OptionalText& newBody, const std::string& description) {
+            code = newCode;
+            body = newBody;
+            text = description;
             tell(failures);
         };
     }
