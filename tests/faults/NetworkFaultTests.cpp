@@ -58,7 +58,6 @@ enum class End {
     TimeOut,
     // A failure, before a request could be sent.
     Untrusted,
-    Success,
 };
 
 struct Fault {
@@ -66,12 +65,11 @@ struct Fault {
     End end;
     Conversation talk;
     Transport transport{};
-    // What the application is told; empty: anything.
-    std::string text{};
 };
 
-std::vector<Fault> brokenAnswers(Most& most)
+std::vector<Fault> allFaults(const Authority& authority, Most& most)
 {
+    const auto good = saying(goodAnswer());
     const std::string half = std::string(kGoodBody).substr(0, 20);
     const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
     return {
@@ -93,20 +91,12 @@ std::vector<Fault> brokenAnswers(Most& most)
         { "a long chunked body", End::Failure, endless(chunked, "10000\r\n" + std::string(65536, ' ') + "\r\n", most) },
         { "a long head", End::Failure,
             endless("HTTP/1.1 200 OK\r\n", "X-Long: " + std::string(65536, 'x') + "\r\n", most) },
-    };
-}
-
-std::vector<Fault> otherAnswers(const Authority& authority)
-{
-    const auto good = saying(goodAnswer());
-    return {
         { "an expired certificate", End::Untrusted, good,
             { .identity = authority.identity({ .end = std::time(nullptr) - 60 }) } },
         { "a certificate for another host", End::Untrusted, good,
             { .identity = authority.identity({ .host = "other.example" }) } },
         { "a self-signed certificate", End::Untrusted, good,
             { .identity = authority.identity({ .isSelfSigned = true }) } },
-        { "a good certificate", End::Success, good, { .identity = authority.identity({}) } },
     };
 }
 
@@ -134,17 +124,11 @@ struct Trial {
         for (std::size_t i = 0; i < kOperations.size(); ++i) {
             const auto& ending = endings->at(i);
             SCOPED_TRACE(fault.name + ", " + kOperations[i]);
-            EXPECT_EQ(ending.successes, end == End::Success ? 1 : 0) << ending.text.value_or("");
-            EXPECT_EQ(ending.failures, end == End::Success ? 0 : 1);
+            EXPECT_EQ(ending.failures, 1);
             EXPECT_EQ(ending.seconds() > 9.5, end == End::TimeOut) << ending.seconds();
             EXPECT_LT(ending.seconds(), 12);
-            if (end != End::Success) {
-                EXPECT_EQ(ending.code, kCodes[i]);
-                EXPECT_FALSE(ending.text.value_or("").empty());
-            }
-            if (!fault.text.empty()) {
-                EXPECT_EQ(ending.text, fault.text);
-            }
+            EXPECT_EQ(ending.code, kCodes[i]);
+            EXPECT_FALSE(ending.text.value_or("").empty());
         }
         if (end == End::Untrusted) {
             EXPECT_TRUE(server.requests().empty());
@@ -185,46 +169,40 @@ protected:
         auto& [navigation, joining, playing, quitting] = trial.endings.emplace();
         TQWBNaviManager::sharedInstance()->requestNavis(
             TQWBNaviManager::URLList{ NSURL::URLWithString("https://" + host + "/config.json") }, "key", "navigation",
-            "v", 10, [success = navigation.success()](bool) { success(); },
-            [failure = navigation.failure()](
-                NSUInteger code, const OptionalText&, const std::string& description) { failure(code, description); });
+            "v", 10, navigation.found(), navigation.notFound());
         TQWhiteBoard::initWithWebView(view)->joinWithConfig(
             roomConfig(trial.token), joining.success(), joining.failure());
         TQWhiteBoard::initWithWebView(view)->playWithConfig(
             recordConfig(trial.token), playing.success(), playing.failure());
         trial.leaver->quitWhiteBoard(quitting.success(), quitting.failure());
     }
-    Trials tried(const std::vector<Fault>& faults)
-    {
-        auto trials = joined(faults);
-        const auto isSlow = [](const auto& trial) { return trial->fault.end == End::TimeOut; };
-        const auto quick = std::partition(trials.begin(), trials.end(), isSlow);
-        // Those that take the whole ten seconds wait side by side. The others come one by one meanwhile: what they are
-        // timed by is the library then, and not how much a machine does at once.
-        std::for_each(trials.begin(), quick, [&](const auto& trial) { start(*trial); });
-        std::for_each(quick, trials.end(), [&](const auto& trial) {
-            start(*trial);
-            trial->wait();
-        });
-        std::for_each(trials.begin(), quick, [](const auto& trial) { trial->wait(); });
-        runPending();
-        std::ranges::for_each(trials, [](const auto& trial) { trial->expectEnd(); });
-        return trials;
-    }
-
     const Authority authority;
 };
 
 TEST_F(NetworkFaultTest, EveryFaultOfAServerEndsEveryOperationOnceAndInTime)
 {
+    // The test's CA is trusted, whatever else is wrong with a certificate of its.
+    HttpsServer good(saying(goodAnswer()), { .identity = authority.identity({}) });
+    knowService(good.host(), server.host());
+    EXPECT_EQ(join()->successes, 1);
+
     Most most = 0;
-    auto faults = brokenAnswers(most);
-    std::ranges::move(otherAnswers(authority), std::back_inserter(faults));
-    auto trials = tried(faults);
+    const auto faults = allFaults(authority, most);
+    auto trials = joined(faults);
+    // Those that take the whole ten seconds wait side by side. The others come one by one meanwhile: what they are
+    // timed by is the library then, and not how much a machine does at once.
+    const auto quick
+        = std::ranges::stable_partition(trials, [](const auto& trial) { return trial->fault.end == End::TimeOut; });
+    std::for_each(trials.begin(), quick.begin(), [&](const auto& trial) { start(*trial); });
+    for (const auto& trial : quick) {
+        start(*trial);
+        trial->wait();
+    }
+    std::for_each(trials.begin(), quick.begin(), [](const auto& trial) { trial->wait(); });
+    runPending();
     // Whoever could not leave is in the room still, and can.
     for (const auto& trial : trials) {
-        if (trial->endings->at(3).successes)
-            continue;
+        trial->expectEnd();
         knowService(server.host(), server.host(), trial->token);
         board = trial->leaver;
         EXPECT_EQ(quit()->successes, 1) << trial->fault.name;
@@ -233,53 +211,30 @@ TEST_F(NetworkFaultTest, EveryFaultOfAServerEndsEveryOperationOnceAndInTime)
     EXPECT_LT(most, 24U << 20U) << "far more than 16 MiB are taken";
 }
 
-// PORT stands for that of the server that redirects.
-Fault redirection(int status, const std::string& location, const std::string& text)
-{
-    const auto talk = [status, location](const ReceivedRequest& request, Wire& wire) {
-        const std::string host = "\r\nHost: localhost:";
-        const auto port = request.head.find(host) + host.size();
-        auto where = location;
-        if (const auto place = where.find("PORT"); place != std::string::npos)
-            where.replace(place, 4, request.head, port, request.head.find("\r\n", port) - port);
-        wire.send(request.line().find("/moved") != std::string::npos
-                ? goodAnswer()
-                : HttpsServer::answerWith(status, "", "Location: " + where + "\r\n"));
-    };
-    return { std::to_string(status) + " " + location, text.empty() ? End::Success : End::Failure, talk, {}, text };
-}
-
 TEST_F(NetworkFaultTest, RedirectionsTakeNoSecretsElsewhere)
 {
     HttpsServer other([](const auto&) { return goodAnswer(); });
-    // It speaks plain HTTP on the port of the server that redirects there, too: nothing is sent to it either.
     HttpsServer plain(saying(goodAnswer()), { .identity = {}, .isPlain = true });
-    const std::string none = "The server redirects to an address that is none.";
-    const std::string port = "The server redirects to another port, which is refused.";
-    const std::string scheme = "The server redirects to another scheme, which is refused.";
-    const std::string host = "The server redirects to another host, which is refused.";
-    const std::vector<std::pair<std::string, std::string>> locations{
-        { "https://" + other.host() + "/config.json", port },
-        { "http://" + plain.host() + "/config.json", scheme },
-        { "http://localhost:PORT/config.json", scheme },
-        { "https://localhost:PORT@" + other.host() + "/config.json", port },
-        { "https:\\\\" + other.host() + "\\config.json", none },
-        { "HTTPS://127.0.0.1:PORT/config.json", host },
-        { "https://localhost./config.json", host },
-        { "file:///etc/hostname", scheme },
-        { "/moved\x01", none },
-    };
-    std::vector<Fault> faults;
-    // Where it leads counts, and not by which status.
-    for (const auto& [location, text] : locations)
-        faults.push_back(redirection(faults.size() % 2 ? 307 : 301, location, text));
-    for (const auto& trial : tried(faults)) {
-        for (const auto& request : trial->server.requests())
-            EXPECT_EQ(request.line().find("/moved"), std::string::npos) << trial->fault.name;
+    const auto port = server.host().substr(server.host().find(':'));
+    for (const auto& [location, reason] : std::vector<std::pair<std::string, std::string>>{
+             { "https://" + other.host() + "/", "another port, which is refused." },
+             { "https://localhost" + port + "@" + other.host() + "/", "another port, which is refused." },
+             { "http://" + plain.host() + "/", "another scheme, which is refused." },
+             { "http://" + server.host() + "/", "another scheme, which is refused." },
+             { "file:///etc/hostname", "another scheme, which is refused." },
+             { "HTTPS://127.0.0.1" + port + "/", "another host, which is refused." },
+             { "https://localhost." + port + "/", "another host, which is refused." },
+             { "https:\\\\" + other.host() + "\\", "an address that is none." },
+             { "/moved\x01", "an address that is none." },
+         }) {
+        SCOPED_TRACE(location);
+        answer.set(HttpsServer::answerWith(307, "", "Location: " + location + "\r\n"));
+        EXPECT_EQ(join()->text, "The server redirects to " + reason);
     }
+    for (const auto& request : server.requests())
+        EXPECT_EQ(request.line(), "POST /api/v1/iwb/join/room HTTP/1.1");
     // Whoever else may knock at a port that has just been given out, it is no request.
-    EXPECT_TRUE(other.requests().empty());
-    EXPECT_TRUE(plain.requests().empty());
+    EXPECT_TRUE(other.requests().empty() && plain.requests().empty());
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "Authority.h"
 
+#include "platform/Foundation/Releaser.h"
+
 #include <gnutls/gnutls.h>
 #include <gnutls/x509.h>
 #include <stdexcept>
@@ -14,40 +16,33 @@ void check(int result)
         throw std::runtime_error(gnutls_strerror(result));
 }
 
-class Key {
-public:
-    Key()
-    {
-        check(gnutls_x509_privkey_init(&key));
-        check(gnutls_x509_privkey_generate(key, GNUTLS_PK_ECDSA, GNUTLS_CURVE_TO_BITS(GNUTLS_ECC_CURVE_SECP256R1), 0));
-    }
-    ~Key() { gnutls_x509_privkey_deinit(key); }
-    Key(const Key&) = delete;
-    Key& operator=(const Key&) = delete;
+using Key = std::unique_ptr<gnutls_x509_privkey_int, Releaser<gnutls_x509_privkey_deinit>>;
+using Draft = std::unique_ptr<gnutls_x509_crt_int, Releaser<gnutls_x509_crt_deinit>>;
 
-    gnutls_x509_privkey_t key = nullptr;
-};
+Key newKey()
+{
+    gnutls_x509_privkey_t made = nullptr;
+    check(gnutls_x509_privkey_init(&made));
+    Key key(made);
+    check(gnutls_x509_privkey_generate(made, GNUTLS_PK_ECDSA, GNUTLS_CURVE_TO_BITS(GNUTLS_ECC_CURVE_SECP256R1), 0));
+    return key;
+}
 
-class Draft {
-public:
-    Draft(const Key& key, const std::string& name, std::time_t end)
-    {
-        static unsigned char s_serial = 0;
-        ++s_serial;
-        check(gnutls_x509_crt_init(&crt));
-        check(gnutls_x509_crt_set_version(crt, 3));
-        check(gnutls_x509_crt_set_serial(crt, &s_serial, 1));
-        check(gnutls_x509_crt_set_dn(crt, ("CN=" + name).c_str(), nullptr));
-        check(gnutls_x509_crt_set_activation_time(crt, std::time(nullptr) - 3600));
-        check(gnutls_x509_crt_set_expiration_time(crt, end));
-        check(gnutls_x509_crt_set_key(crt, key.key));
-    }
-    ~Draft() { gnutls_x509_crt_deinit(crt); }
-    Draft(const Draft&) = delete;
-    Draft& operator=(const Draft&) = delete;
-
-    gnutls_x509_crt_t crt = nullptr;
-};
+Draft newDraft(const Key& key, const std::string& name, std::time_t end)
+{
+    static unsigned char s_serial = 0;
+    ++s_serial;
+    gnutls_x509_crt_t made = nullptr;
+    check(gnutls_x509_crt_init(&made));
+    Draft draft(made);
+    check(gnutls_x509_crt_set_version(made, 3));
+    check(gnutls_x509_crt_set_serial(made, &s_serial, 1));
+    check(gnutls_x509_crt_set_dn(made, ("CN=" + name).c_str(), nullptr));
+    check(gnutls_x509_crt_set_activation_time(made, std::time(nullptr) - 3600));
+    check(gnutls_x509_crt_set_expiration_time(made, end));
+    check(gnutls_x509_crt_set_key(made, key.get()));
+    return draft;
+}
 
 template <class Export> std::string textBy(const Export& exportText)
 {
@@ -59,40 +54,40 @@ template <class Export> std::string textBy(const Export& exportText)
 
 std::string textOf(const Draft& draft)
 {
-    return textBy([&](auto* text) { return gnutls_x509_crt_export2(draft.crt, GNUTLS_X509_FMT_PEM, text); });
+    return textBy([&](auto* text) { return gnutls_x509_crt_export2(draft.get(), GNUTLS_X509_FMT_PEM, text); });
 }
 
 } // namespace
 
 struct Authority::Impl {
-    Key key;
-    Draft draft{ key, "test authority", std::time(nullptr) + 3600 };
+    Key key = newKey();
+    Draft draft = newDraft(key, "test authority", std::time(nullptr) + 3600);
 };
 
 Authority::Authority()
     : m_impl(std::make_unique<Impl>())
 {
-    auto* crt = m_impl->draft.crt;
+    auto* crt = m_impl->draft.get();
     check(gnutls_x509_crt_set_basic_constraints(crt, 1, 0));
     check(gnutls_x509_crt_set_key_usage(crt, GNUTLS_KEY_KEY_CERT_SIGN));
-    check(gnutls_x509_crt_sign2(crt, crt, m_impl->key.key, GNUTLS_DIG_SHA256, 0));
+    check(gnutls_x509_crt_sign2(crt, crt, m_impl->key.get(), GNUTLS_DIG_SHA256, 0));
 }
 
 Authority::~Authority() = default;
 
 std::string Authority::identity(const Identity& wanted) const
 {
-    const Key key;
-    const Draft draft(key, wanted.host, wanted.end);
-    check(gnutls_x509_crt_set_subject_alt_name(
-        draft.crt, GNUTLS_SAN_DNSNAME, wanted.host.data(), static_cast<unsigned>(wanted.host.size()), GNUTLS_FSAN_SET));
-    check(gnutls_x509_crt_set_key_purpose_oid(draft.crt, GNUTLS_KP_TLS_WWW_SERVER, 0));
+    const auto key = newKey();
+    const auto draft = newDraft(key, wanted.host, wanted.end);
+    check(gnutls_x509_crt_set_subject_alt_name(draft.get(), GNUTLS_SAN_DNSNAME, wanted.host.data(),
+        static_cast<unsigned>(wanted.host.size()), GNUTLS_FSAN_SET));
+    check(gnutls_x509_crt_set_key_purpose_oid(draft.get(), GNUTLS_KP_TLS_WWW_SERVER, 0));
     if (wanted.isSelfSigned)
-        check(gnutls_x509_crt_sign2(draft.crt, draft.crt, key.key, GNUTLS_DIG_SHA256, 0));
+        check(gnutls_x509_crt_sign2(draft.get(), draft.get(), key.get(), GNUTLS_DIG_SHA256, 0));
     else
-        check(gnutls_x509_crt_sign2(draft.crt, m_impl->draft.crt, m_impl->key.key, GNUTLS_DIG_SHA256, 0));
+        check(gnutls_x509_crt_sign2(draft.get(), m_impl->draft.get(), m_impl->key.get(), GNUTLS_DIG_SHA256, 0));
     return textOf(draft) + textBy([&](auto* text) {
-        return gnutls_x509_privkey_export2_pkcs8(key.key, GNUTLS_X509_FMT_PEM, nullptr, GNUTLS_PKCS_PLAIN, text);
+        return gnutls_x509_privkey_export2_pkcs8(key.get(), GNUTLS_X509_FMT_PEM, nullptr, GNUTLS_PKCS_PLAIN, text);
     });
 }
 

@@ -2,9 +2,9 @@
 
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <poll.h>
+#include <memory>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,10 +13,12 @@ namespace tq::test {
 
 namespace {
 
-constexpr int kBoundMilliseconds = 30000;
+constexpr unsigned kBoundSeconds = 60;
 
 [[noreturn]] void run(const std::function<void(const Child::Tell&)>& body, int output)
 {
+    // Whoever reads is told of the end then.
+    alarm(kBoundSeconds);
     try {
         body([output](const std::string& line) {
             // Short enough to go whole or not at all.
@@ -42,34 +44,25 @@ Child::Child(const std::function<void(const Tell&)>& body)
     if (!m_pid)
         run(body, pipe[1]);
     close(pipe[1]);
-    m_output = pipe[0];
+    m_output = fdopen(pipe[0], "r");
 }
 
 Child::~Child()
 {
     kill();
     waitpid(m_pid, nullptr, 0);
-    close(m_output);
+    std::fclose(m_output);
 }
 
 std::optional<std::string> Child::readLine()
 {
-    std::array<char, 4096> buffer{};
-    while (m_unread.find('\n') == std::string::npos) {
-        pollfd one{ m_output, POLLIN, 0 };
-        if (poll(&one, 1, kBoundMilliseconds) != 1) {
-            ADD_FAILURE() << "the process says nothing";
-            return std::nullopt;
-        }
-        const auto count = read(m_output, buffer.data(), buffer.size());
-        if (count <= 0)
-            return std::nullopt;
-        m_unread.append(buffer.data(), static_cast<std::size_t>(count));
-    }
-    const auto end = m_unread.find('\n');
-    auto line = m_unread.substr(0, end);
-    m_unread.erase(0, end + 1);
-    return line;
+    char* text = nullptr;
+    std::size_t size = 0;
+    const auto length = getline(&text, &size, m_output);
+    const std::unique_ptr<char, decltype(&std::free)> owned(text, std::free);
+    if (length <= 0)
+        return std::nullopt;
+    return std::string(text, static_cast<std::size_t>(length) - 1);
 }
 
 std::string Child::readRest()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdio>
 #include <functional>
 #include <optional>
 #include <string>
@@ -7,8 +8,8 @@
 
 namespace tq::test {
 
-/// Part of a test that runs in a process of its own, a copy of the test's; killed when this goes. Every wait is
-/// bounded. The test must have no other thread when it makes one.
+/// Part of a test that runs in a process of its own, a copy of the test's; killed when this goes, and after a minute.
+/// The test must have no other thread when it makes one.
 class Child {
 public:
     /// Sends a line to the test, whole, before it returns.
@@ -19,7 +20,7 @@ public:
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;
 
-    /// The next line; absent at the end of the process. Fails the test when the bound is reached first.
+    /// The next line; absent at the end of the process.
     std::optional<std::string> readLine();
     /// All lines still to come, each with its line break.
     std::string readRest();
@@ -27,8 +28,7 @@ public:
 
 private:
     pid_t m_pid = 0;
-    int m_output = -1;
-    std::string m_unread;
+    FILE* m_output = nullptr;
 };
 
 } // namespace tq::test
