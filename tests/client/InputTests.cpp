@@ -1,11 +1,9 @@
 #include "ClientPrograms.h"
 
+#include <algorithm>
 #include <boost/json/value_to.hpp>
 #include <chrono>
 #include <cmath>
-#include <cstdint>
-#include <iterator>
-#include <map>
 
 namespace tq::test {
 namespace {
@@ -37,20 +35,19 @@ protected:
     // room has told it.
     std::vector<double> nextPoints(double right = 0)
     {
-        const auto number = m_strokes++;
+        ++m_strokes;
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        std::map<std::int64_t, std::vector<double>> strokes;
         while (std::chrono::steady_clock::now() < deadline) {
             const auto board = call(*client, "board.strokes").as_array();
-            for (const auto& stroke : board)
-                strokes[stroke.at("id").as_int64()] = boost::json::value_to<std::vector<double>>(stroke.at("points"));
-            if (strokes.size() <= number)
+            if (board.size() < m_strokes)
                 continue;
-            const auto& points = std::next(strokes.begin(), static_cast<std::ptrdiff_t>(number))->second;
+            const auto newest
+                = std::ranges::max(board, {}, [](const auto& stroke) { return stroke.at("id").as_int64(); });
+            auto points = boost::json::value_to<std::vector<double>>(newest.at("points"));
             if (points[points.size() - 2] >= right)
                 return points;
         }
-        ADD_FAILURE() << "waited in vain for stroke " << number << " to reach " << right;
+        ADD_FAILURE() << "waited in vain for stroke " << m_strokes << " to reach " << right;
         return { 0, 0 };
     }
     // What a finger, or the mouse where there is none, has drawn there with a tap. The engine lets a touch overtake the

@@ -5,9 +5,8 @@
 #include "tests/support/Engine.h"
 #include "tests/support/SessionTest.h"
 
-#include <condition_variable>
-#include <mutex>
 #include <stdexcept>
+#include <thread>
 
 namespace tq::test {
 namespace {
@@ -36,16 +35,12 @@ public:
     // So many requests for pages get no answer.
     std::atomic<int> silentPages = 0;
 
-    ~Service() { hold(""); }
+    // Requests whose line begins so wait for their answer until this is another beginning; empty: none.
+    Shared<std::string> held{ "" };
+
+    ~Service() { held.set(""); }
 
     const std::string& host() const { return m_server.host(); }
-    // Requests whose line begins so wait for their answer until another beginning is held; empty: none.
-    void hold(const std::string& beginning)
-    {
-        const std::lock_guard lock(m_mutex);
-        m_held = beginning;
-        m_changed.notify_all();
-    }
     int count(const std::string& beginning) const
     {
         const auto all = m_server.requests();
@@ -71,12 +66,9 @@ private:
         const auto line = request.line();
         if (line.starts_with("GET /conference/") && silentPages-- > 0)
             return wire.waitForEnd();
-        {
-            std::unique_lock lock(m_mutex);
-            const auto held = m_held;
-            if (!held.empty() && line.starts_with(held))
-                m_changed.wait(lock, [&] { return m_held != held; });
-        }
+        const auto waited = held.get();
+        while (!waited.empty() && line.starts_with(waited) && held.get() == waited)
+            std::this_thread::yield();
         const auto [join, page, quit, navigation] = answers.get();
         if (line.starts_with("POST /config.json"))
             wire.send(HttpsServer::answerWith(200,
@@ -86,9 +78,6 @@ private:
             wire.send(line.starts_with("GET ") ? page : line.starts_with("DELETE ") ? quit : join);
     }
 
-    std::mutex m_mutex;
-    std::condition_variable m_changed;
-    std::string m_held;
     HttpsServer m_server{ [this](const ReceivedRequest& request, Wire& wire) { converse(request, wire); }, {} };
 };
 
@@ -107,10 +96,6 @@ protected:
         room.reset();
         runUntil([&] { return watched.expired(); }, "the view is destroyed");
         runUntil([&] { return service.isEmpty() || !isLeft; }, "nobody is left in the room");
-    }
-    void knowService(const std::string& lease, const std::string& pages) const
-    {
-        tq::test::knowService(lease, pages, config.token);
     }
     void make()
     {
@@ -194,9 +179,9 @@ TEST_F(RoomTest, SaysWhyThereIsNone)
     };
     const std::vector<Row> rows{
         { "page refused", {}, Category::Page, TQWBRoomCodePageUnreachable, State::Loading, 1,
-            [&] { knowService(service.host(), refused); } },
+            [&] { knowService(service.host(), refused, config.token); } },
         { "page untrusted", {}, Category::Certificate, TQWBRoomCodePageUntrusted, State::Loading, 1,
-            [&] { knowService(service.host(), untrusted.host()); } },
+            [&] { knowService(service.host(), untrusted.host(), config.token); } },
         { "page 500", { .page = html(500) }, Category::Page, 500, State::Loading },
         { "page that asks for a password", { .page = password }, Category::Page, 401, State::Loading },
         { "page silent", {}, Category::Page, TQWBRoomCodePageSilent, State::Loading, 1,
@@ -361,7 +346,7 @@ TEST_F(RoomTest, ANewerJoinOfTheSameUserStays)
 
 TEST_F(RoomTest, AServiceThatHasMovedIsFoundAgain)
 {
-    knowService("localhost:" + std::to_string(refusingPort()), service.host());
+    knowService("localhost:" + std::to_string(refusingPort()), service.host(), config.token);
     enterAndSee();
     EXPECT_EQ(states,
         (std::vector{ State::Finding, State::Joining, State::Finding, State::Joining, State::Loading, State::Shown }));
@@ -415,7 +400,7 @@ TEST_F(RoomTest, DroppedOrLeftInEveryStateNothingStays)
             const auto quits = service.quits();
             const auto joins = service.joins();
             TQWhiteBoard::forgetNavigation(config.appKey, config.token);
-            service.hold(held);
+            service.held.set(held);
             make();
             if (state != State::Idle)
                 room->enter(config);
@@ -432,7 +417,7 @@ TEST_F(RoomTest, DroppedOrLeftInEveryStateNothingStays)
                 room.reset();
             else
                 room->leave();
-            service.hold("");
+            service.held.set("");
             if (room && state < State::Loading) {
                 EXPECT_EQ(room->state(), State::Over);
             }
