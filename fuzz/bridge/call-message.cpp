@@ -1,9 +1,8 @@
-// The message of a call, the name of the page's function in it, and a text that is to stand in a script.
+// The message of a call, and the name of the page's function in it.
 
 #include "bridge/CallMessage.h"
 #include "bridge/CallbackName.h"
 #include "bridge/JSBUtil.h"
-#include "bridge/PercentEncoding.h"
 #include "fuzz/support/Fuzz.h"
 #include "fuzz/support/Reference.h"
 
@@ -44,22 +43,11 @@ void checkName(std::string_view name)
     }
 }
 
-void checkEncoding(std::string_view text)
-{
-    const auto encoded = percentEncoded(text);
-    expect(isPlainlyUTF8(text) ? decodeURIComponent(encoded) == text : encoded.empty(),
-        "decoding gives the text back, and what is no UTF-8 is left out");
-    expect(std::ranges::none_of(encoded,
-               [](unsigned char character) { return character == '"' || character == '\\' || character < 0x20; }),
-        "nothing ends or escapes the script's text");
-}
-
 } // namespace
 
 void check(std::string_view text)
 {
     checkName(text);
-    checkEncoding(text);
     // What a page sends is characters and ends at the first zero, never bytes in some encoding.
     if (!isPlainlyUTF8(text) || text.find('\0') != text.npos)
         return;

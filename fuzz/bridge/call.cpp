@@ -20,28 +20,24 @@ namespace {
 
 struct Thrown { };
 
-class Service final : public NSObject {
-public:
-    static const NSClass& staticClass()
+/// Methods that take and answer whatever there is.
+struct Plain {
+    std::shared_ptr<NSObject> object()
     {
-        static const NSClass table("Service", &NSObject::staticClass(),
-            { { "echo:", &Service::echo }, { "nothing:", &Service::nothing }, { "fail:", &Service::fail },
-                { "echo::", &Service::stream }, { "later::", &Service::later }, { "fail::", &Service::failLater } });
-        return table;
+        return nativeFunctions({
+            { "echo:", [this](OptionalValue argument) { return received = std::move(argument); } },
+            { "nothing:", [] {} },
+            { "fail:", [] { throw Thrown(); } },
+            { "echo::",
+                [this](const OptionalValue& argument, const NSCompletion& completion) {
+                    received = argument;
+                    completion(argument, Complete::No);
+                    completion(std::nullopt, Complete::Yes);
+                } },
+            { "later::", [this](NSCompletion completion) { kept = std::move(completion); } },
+            { "fail::", [](const NSCompletion&) { throw Thrown(); } },
+        });
     }
-    const NSClass& objectClass() const override { return staticClass(); }
-
-    OptionalValue echo(OptionalValue argument) { return received = std::move(argument); }
-    OptionalValue nothing(OptionalValue) { return std::nullopt; }
-    OptionalValue fail(OptionalValue) { throw Thrown(); }
-    void stream(OptionalValue argument, NSCompletion completion)
-    {
-        received = argument;
-        completion(std::move(argument), Complete::No);
-        completion(std::nullopt, Complete::Yes);
-    }
-    void later(OptionalValue, NSCompletion completion) { kept = std::move(completion); }
-    void failLater(OptionalValue, NSCompletion) { throw Thrown(); }
 
     OptionalValue received;
     NSCompletion kept;
@@ -157,19 +153,19 @@ struct Outcome {
     std::vector<std::string> scripts;
 };
 
-void checkPlain(Service& service, const Outcome& outcome)
+void checkPlain(Plain& plain, const Outcome& outcome)
 {
     const auto read = readMessage(outcome.answer);
-    if (service.received)
-        expect(areAlike(read.at("data"), *service.received), "a result is answered as it was");
-    if (service.kept) {
+    if (plain.received)
+        expect(areAlike(read.at("data"), *plain.received), "a result is answered as it was");
+    if (plain.kept) {
         expect(read.at("code") == -1 && outcome.scripts.empty(), "no result yet");
         expect(!read.contains("pending") || read.at("pending") == true, "a result is still to come");
-        service.kept("50%\"\n", Complete::Yes);
-        service.received = "50%\"\n";
+        plain.kept("50%\"\n", Complete::Yes);
+        plain.received = "50%\"\n";
     }
     for (const auto& script : outcome.scripts)
-        checkScript(script, service.received, &script == &outcome.scripts.back());
+        checkScript(script, plain.received, &script == &outcome.scripts.back());
 }
 
 void checkTyped(int calls, std::string_view name, const CallMessage& sent, const Outcome& outcome)
@@ -201,9 +197,9 @@ void check(std::string_view input)
     const auto methodName = lines.first;
     const auto sent = CallMessage::read(lines.second);
     NativeObjects objects;
-    const auto service = std::make_shared<Service>();
-    objects.add(service, std::nullopt);
-    objects.add(service, "a.b");
+    Plain plain;
+    objects.add(plain.object(), std::nullopt);
+    objects.add(plain.object(), "a.b");
     Typed typed;
     objects.add(typed.object(), "typed");
     Outcome outcome;
@@ -226,18 +222,18 @@ void check(std::string_view input)
     if (isMissed) {
         const bool isAsked = sent.callbackName && sent.asksForMore;
         expect(outcome.answer == (isAsked ? R"({"code":-1,"data":"","pending":false})" : R"({"code":-1,"data":""})")
-                && outcome.scripts.empty() && !service->received && !service->kept,
+                && outcome.scripts.empty() && !plain.received && !plain.kept,
             "a missing method is told of, and nothing is called");
         return;
     }
-    if (hasNonFinite(isTyped && typed.calls ? sent.data.value_or(nullptr) : service->received.value_or(nullptr))) {
+    if (hasNonFinite(isTyped && typed.calls ? sent.data.value_or(nullptr) : plain.received.value_or(nullptr))) {
         expect(outcome.answer == "{}", "what JSON cannot hold is an empty map");
         return;
     }
     if (isTyped)
         checkTyped(typed.calls, name, sent, outcome);
     else
-        checkPlain(*service, outcome);
+        checkPlain(plain, outcome);
     const OptionalValue question = boost::json::object{ { "name", methodName }, { "type", "all" } };
     if (readMessage(outcome.answer).at("code") == 0)
         expect(objects.hasMethod(question), "a method that answers is there when it is asked for");

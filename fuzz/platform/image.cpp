@@ -10,23 +10,6 @@
 namespace tq::fuzz {
 namespace {
 
-std::string plainBase64(std::string_view bytes)
-{
-    constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string text;
-    std::uint32_t bits = 0;
-    unsigned count = 0;
-    for (const char byte : bytes) {
-        bits = bits << 8U | static_cast<std::uint8_t>(byte);
-        for (count += 8; count >= 6; count -= 6)
-            text += kDigits[bits >> (count - 6) & 0x3FU];
-    }
-    if (count)
-        text += kDigits[bits << (6 - count) & 0x3FU];
-    text.append((4 - text.size() % 4) % 4, '=');
-    return text;
-}
-
 void checkImage(std::string_view bytes)
 {
     const auto size = encodedImageSize(bytes);
@@ -49,7 +32,6 @@ void checkImage(std::string_view bytes)
 
 void check(std::string_view input)
 {
-    expect(bytesFromBase64(plainBase64(input)) == input, "the bytes of a base64 text are those that it was made of");
     if (const auto bytes = bytesFromBase64(input)) {
         expect(bytes->size() <= input.size() / 4 * 3 + 2, "a base64 text has three bytes for four characters");
         checkImage(*bytes);
