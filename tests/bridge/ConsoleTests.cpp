@@ -128,18 +128,18 @@ TEST_F(ConsoleTest, NothingOfItIsInAPageWithoutDebugMode)
     const auto scripts = controller->userScripts();
     load("<script>console.log('unheard'); Promise.reject(1)</script>");
     EXPECT_EQ(ask(kWhatIsOfIt), (boost::json::array{ true, "undefined" }));
-    EXPECT_FALSE(Inspector::isAllowed(*view));
+    EXPECT_FALSE(isInspectorAllowed(*view));
     view->setDebugMode(DebugMode::On);
     view->setDebugMode(DebugMode::On);
     // A script of the view's other affairs takes nothing away.
     view->setCallingFrames(CallingFrames::All);
-    EXPECT_TRUE(Inspector::isAllowed(*view));
+    EXPECT_TRUE(isInspectorAllowed(*view));
     load("<script>console.log('heard')</script>");
     EXPECT_EQ(ask(kWhatIsOfIt), (boost::json::array{ false, "undefined" }));
     EXPECT_EQ(controller->userScripts(), scripts);
     EXPECT_EQ(controller->scriptMessageHandlers().size(), 2U);
     view->setDebugMode(DebugMode::Off);
-    EXPECT_FALSE(Inspector::isAllowed(*view));
+    EXPECT_FALSE(isInspectorAllowed(*view));
     EXPECT_EQ(ask("(console.log('too late'), 1)"), OptionalValue(1));
     load("<script>console.log('unheard');"
          "window.dispatchEvent(new CustomEvent('_tqconsole', { detail: ['log', 'unheard', ''] }))</script>");
@@ -148,18 +148,6 @@ TEST_F(ConsoleTest, NothingOfItIsInAPageWithoutDebugMode)
     waitForMessages();
     ASSERT_EQ(lines.size(), 1U) << lines[1];
     EXPECT_TRUE(lines[0].starts_with("2 Js console, log: heard ("));
-}
-
-TEST_F(ConsoleTest, TheInspectorOpensInDebugModeOnly)
-{
-    load();
-    Inspector inspector(*view);
-    inspector.open();
-    EXPECT_EQ(ask("1"), OptionalValue(1));
-    EXPECT_FALSE(inspector.isOpen());
-    view->setDebugMode(DebugMode::On);
-    inspector.open();
-    runUntil([&] { return inspector.isOpen(); }, "the inspector is there");
 }
 
 TEST_F(ConsoleTest, WhatAPageSendsInTheConsolesPlaceIsOneLineOrNone)

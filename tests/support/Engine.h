@@ -45,21 +45,7 @@ private:
     unsigned long m_hook;
 };
 
-/// The engine's inspector of a view. It is shown nowhere.
-class Inspector {
-public:
-    explicit Inspector(const WKWebView&);
-    ~Inspector();
-    Inspector(const Inspector&) = delete;
-    Inspector& operator=(const Inspector&) = delete;
-
-    static bool isAllowed(const WKWebView&);
-    void open();
-    bool isOpen() const;
-
-private:
-    struct Impl;
-    std::unique_ptr<Impl> m_impl;
-};
+/// Whether the engine's inspector can be opened for a view.
+bool isInspectorAllowed(const WKWebView&);
 
 } // namespace tq::test

@@ -1,6 +1,6 @@
 #include "ScreenWeston.h"
 
-#include <cstring>
+#include <array>
 #include <gtest/gtest.h>
 #include <linux/input-event-codes.h>
 #include <map>
@@ -22,7 +22,7 @@ std::string text(Screen::Point place) { return " " + std::to_string(place.x) + "
 } // namespace
 
 ScreenWeston::ScreenWeston(const std::string& path)
-    : m_socket(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    : m_socket(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0))
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -35,18 +35,14 @@ ScreenWeston::~ScreenWeston() { close(m_socket); }
 
 std::optional<std::string> ScreenWeston::ask(const std::string& command)
 {
-    const auto line = command + "\n";
-    if (send(m_socket, line.data(), line.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(line.size()))
-        throw std::runtime_error("weston has gone");
-    std::string answer;
-    for (char letter = 0; letter != '\n'; answer += letter) {
-        pollfd one{ m_socket, POLLIN, 0 };
-        if (poll(&one, 1, kBoundMilliseconds) != 1 || read(m_socket, &letter, 1) != 1)
-            throw std::runtime_error("weston does not answer");
-    }
-    if (!answer.starts_with("ok"))
-        return std::nullopt;
-    return answer.substr(2);
+    send(m_socket, command.data(), command.size(), MSG_NOSIGNAL);
+    pollfd one{ m_socket, POLLIN, 0 };
+    std::array<char, 4096> buffer{};
+    const auto count = poll(&one, 1, kBoundMilliseconds) == 1 ? read(m_socket, buffer.data(), buffer.size()) : 0;
+    if (count <= 0)
+        throw std::runtime_error("weston does not answer");
+    const std::string answer(buffer.data(), static_cast<std::size_t>(count));
+    return answer.starts_with("ok") ? std::optional(answer.substr(2)) : std::nullopt;
 }
 
 void ScreenWeston::tell(const std::string& command) { EXPECT_TRUE(ask(command)) << command << " was refused"; }
@@ -78,6 +74,5 @@ void ScreenWeston::key(const std::string& name)
 void ScreenWeston::touch(int finger, Point place) { tell("touch down " + std::to_string(finger) + text(place)); }
 void ScreenWeston::slide(int finger, Point place) { tell("touch move " + std::to_string(finger) + text(place)); }
 void ScreenWeston::lift(int finger) { tell("touch up " + std::to_string(finger)); }
-void ScreenWeston::savePicture(const std::string& path) { tell("picture " + path); }
 
 } // namespace tq::test

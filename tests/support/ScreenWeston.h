@@ -13,7 +13,6 @@ public:
     ScreenWeston& operator=(const ScreenWeston&) = delete;
 
     std::optional<Window> window(const std::string& title) override;
-    void focus(const std::string&) override { } // weston does
     void move(Point place) override;
     void press() override;
     void release() override;
@@ -23,8 +22,6 @@ public:
     void touch(int finger, Point place) override;
     void slide(int finger, Point place) override;
     void lift(int finger) override;
-
-    void savePicture(const std::string& path) override;
 
 private:
     /// What follows "ok"; absent for a refusal.

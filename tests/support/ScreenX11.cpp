@@ -74,6 +74,5 @@ void ScreenX11::move(Point place) { run({ "xdotool", "mousemove", pixels(place.x
 void ScreenX11::press() { run({ "xdotool", "mousedown", "1" }); }
 void ScreenX11::release() { run({ "xdotool", "mouseup", "1" }); }
 void ScreenX11::key(const std::string& name) { run({ "xdotool", "key", "--window", "0", name }); }
-void ScreenX11::savePicture(const std::string& path) { run({ "import", "-window", "root", path }); }
 
 } // namespace tq::test

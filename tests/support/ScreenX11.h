@@ -15,13 +15,6 @@ public:
     void press() override;
     void release() override;
     void key(const std::string& name) override;
-
-    bool hasTouch() const override { return false; }
-    void touch(int, Point) override { }
-    void slide(int, Point) override { }
-    void lift(int) override { }
-
-    void savePicture(const std::string& path) override;
 };
 
 } // namespace tq::test

@@ -17,8 +17,6 @@ public:
     TestWindow& operator=(const TestWindow&) = delete;
 
     void setTitle(const std::string& title);
-    /// Takes what was shown out of the window.
-    void show(const WKWebView& view);
     /// Takes the view out; it lives on.
     void clear();
     /// Returns when it is as tall as that.

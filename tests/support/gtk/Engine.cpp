@@ -49,32 +49,9 @@ EngineEvents::EngineEvents(Kind kind)
 
 EngineEvents::~EngineEvents() { g_signal_remove_emission_hook(m_signal, m_hook); }
 
-struct Inspector::Impl {
-    WebKitWebInspector* inspector;
-};
-
-Inspector::Inspector(const WKWebView& view)
-    : m_impl(std::make_unique<Impl>(Impl{ webkit_web_view_get_inspector(engineOf(view)) }))
-{
-    // Where it would be shown; nobody looks.
-    for (const char* signal : { "attach", "open-window" }) {
-        g_signal_connect(m_impl->inspector, signal,
-            G_CALLBACK(+[](WebKitWebInspector*, gpointer) -> gboolean { return TRUE; }), m_impl.get());
-    }
-}
-
-Inspector::~Inspector()
-{
-    webkit_web_inspector_close(m_impl->inspector);
-    g_signal_handlers_disconnect_by_data(m_impl->inspector, m_impl.get());
-}
-
-bool Inspector::isAllowed(const WKWebView& view)
+bool isInspectorAllowed(const WKWebView& view)
 {
     return webkit_settings_get_enable_developer_extras(webkit_web_view_get_settings(engineOf(view)));
 }
-
-void Inspector::open() { webkit_web_inspector_show(m_impl->inspector); }
-bool Inspector::isOpen() const { return webkit_web_inspector_get_web_view(m_impl->inspector); }
 
 } // namespace tq::test

@@ -17,14 +17,13 @@ TestWindow::TestWindow(const WKWebView& view, int width, int height)
     : m_impl(std::make_unique<Impl>())
 {
     gtk_window_set_default_size(m_impl->window, width, height);
-    show(view);
+    gtk_window_set_child(m_impl->window, widgetOf(view));
     gtk_window_present(m_impl->window);
 }
 
 TestWindow::~TestWindow() { gtk_window_destroy(m_impl->window); }
 
 void TestWindow::setTitle(const std::string& title) { gtk_window_set_title(m_impl->window, title.c_str()); }
-void TestWindow::show(const WKWebView& view) { gtk_window_set_child(m_impl->window, widgetOf(view)); }
 void TestWindow::clear() { gtk_window_set_child(m_impl->window, nullptr); }
 void* TestWindow::nativeHandle() const { return m_impl->window; }
 

@@ -1,5 +1,6 @@
 // A module for weston 10: a seat with a mouse, a keyboard and a touch screen that are moved by the lines of a socket,
-// whose path is in TQWB_SCREEN. Each line is answered by one, "ok ..." or "error ..."; ScreenWeston.cpp writes them.
+// whose path is in TQWB_SCREEN. Each is a packet, answered by one, "ok ..." or "error ..."; ScreenWeston.cpp sends
+// them.
 //
 //     move X Y                       the mouse
 //     button down|up                 its left button
@@ -8,7 +9,6 @@
 //     touch up ID
 //     window TITLE                   where the topmost window of that title is: the corners of its drawing surface and
 //                                    of what is seen of it, and its size
-//     picture PATH                   writes what is on the screen to a file (PPM)
 
 #include <libweston-desktop/libweston-desktop.h>
 #include <libweston/libweston.h>
@@ -19,16 +19,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
-#include <fstream>
 #include <map>
-#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
-#include <vector>
 
 // What weston keeps for its own back ends: exported, but declared in no header that is installed.
 extern "C" {
@@ -64,30 +61,23 @@ public:
     Screen(weston_compositor* compositor, const char* path);
 
 private:
-    // A test that is connected.
-    struct Client {
-        Screen& screen;
-        int socket;
-        wl_event_source* source = nullptr;
-        std::string unread;
-    };
-
     void makeSeat();
     void listenAt(const std::string& path);
     static int accept(int socket, std::uint32_t mask, void* self);
-    static int receive(int socket, std::uint32_t mask, void* client);
+    static int receive(int socket, std::uint32_t mask, void* self);
     std::string obey(const std::string& line);
     void move(std::istream& words);
     void press(std::istream& words);
     void key(std::istream& words);
     void touch(std::istream& words);
     std::string describeWindow(std::istream& words) const;
-    void writePicture(std::istream& words) const;
     weston_view* viewOf(std::istream& words) const;
 
     weston_compositor* m_compositor;
     weston_seat m_seat{};
     weston_touch_device* m_touch = nullptr;
+    // The tests that are connected, by their sockets.
+    std::map<int, wl_event_source*> m_tests;
 };
 
 Screen::Screen(weston_compositor* compositor, const char* path)
@@ -116,7 +106,7 @@ void Screen::listenAt(const std::string& path)
     if (path.size() >= sizeof(address.sun_path))
         throw std::runtime_error("the socket's path is too long");
     path.copy(address.sun_path, path.size());
-    const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const int socket = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
     if (socket < 0 || bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof(address)) || listen(socket, 4))
         throw std::runtime_error("no socket at " + path + ": " + std::strerror(errno));
     wl_event_loop_add_fd(wl_display_get_event_loop(m_compositor->wl_display), socket, WL_EVENT_READABLE, accept, this);
@@ -125,32 +115,25 @@ void Screen::listenAt(const std::string& path)
 int Screen::accept(int socket, std::uint32_t, void* self)
 {
     auto& screen = *static_cast<Screen*>(self);
-    const int connection = accept4(socket, nullptr, nullptr, SOCK_CLOEXEC);
-    if (connection < 0)
-        return 0;
-    auto client = std::make_unique<Client>(Client{ screen, connection, nullptr, {} });
-    client->source = wl_event_loop_add_fd(wl_display_get_event_loop(screen.m_compositor->wl_display), connection,
-        WL_EVENT_READABLE, receive, client.get());
-    static_cast<void>(client.release()); // until its connection ends
+    const int test = accept4(socket, nullptr, nullptr, SOCK_CLOEXEC);
+    if (test >= 0) {
+        auto* loop = wl_display_get_event_loop(screen.m_compositor->wl_display);
+        screen.m_tests[test] = wl_event_loop_add_fd(loop, test, WL_EVENT_READABLE, receive, self);
+    }
     return 0;
 }
 
-int Screen::receive(int socket, std::uint32_t, void* data)
+int Screen::receive(int socket, std::uint32_t, void* self)
 {
-    auto& client = *static_cast<Client*>(data);
+    auto& screen = *static_cast<Screen*>(self);
     std::array<char, 4096> buffer{};
     const auto count = read(socket, buffer.data(), buffer.size());
-    if (count <= 0) {
-        wl_event_source_remove(client.source);
+    if (count > 0) {
+        const auto answer = screen.obey({ buffer.data(), static_cast<std::size_t>(count) });
+        send(socket, answer.data(), answer.size(), MSG_NOSIGNAL);
+    } else {
+        wl_event_source_remove(screen.m_tests.extract(socket).mapped());
         close(socket);
-        delete &client;
-        return 0;
-    }
-    client.unread.append(buffer.data(), static_cast<std::size_t>(count));
-    for (auto end = client.unread.find('\n'); end != std::string::npos; end = client.unread.find('\n')) {
-        const auto answer = client.screen.obey(client.unread.substr(0, end)) + "\n";
-        client.unread.erase(0, end + 1);
-        send(socket, answer.data(), answer.size(), MSG_NOSIGNAL); // short: it goes whole
     }
     return 0;
 }
@@ -172,8 +155,6 @@ std::string Screen::obey(const std::string& line)
             key(words);
         else if (verb == "touch")
             touch(words);
-        else if (verb == "picture")
-            writePicture(words);
         else
             return "error: no such command: " + line;
         return "ok";
@@ -262,27 +243,6 @@ std::string Screen::describeWindow(std::istream& words) const
     text << x << ' ' << y << ' ' << x + visible.x << ' ' << y + visible.y << ' ' << visible.width << ' '
          << visible.height;
     return text.str();
-}
-
-void Screen::writePicture(std::istream& words) const
-{
-    std::string path;
-    std::getline(words >> std::ws, path);
-    auto* output = wl_container_of(m_compositor->output_list.next, static_cast<weston_output*>(nullptr), link);
-    const auto width = static_cast<std::uint32_t>(output->width);
-    const auto height = static_cast<std::uint32_t>(output->height);
-    std::vector<std::uint32_t> pixels(std::size_t{ width } * height);
-    if (m_compositor->renderer->read_pixels(output, PIXMAN_x8r8g8b8, pixels.data(), 0, 0, width, height))
-        throw std::runtime_error("nothing can be read from the screen");
-    std::string bytes = "P6 " + std::to_string(width) + " " + std::to_string(height) + " 255\n";
-    for (const auto pixel : pixels) {
-        for (const int shift : { 16, 8, 0 })
-            bytes += static_cast<char>(pixel >> shift & 0xFFU);
-    }
-    std::ofstream file(path, std::ios::binary);
-    file.exceptions(std::ios::failbit | std::ios::badbit);
-    file << bytes;
-    file.close();
 }
 
 } // namespace
