@@ -9,24 +9,8 @@
 namespace tq::fuzz {
 namespace {
 
-// Piece by piece: only what begins a name may be neither a reserved word nor the engine's, and the window's own name
-// before a piece is as good as none.
-bool isPlainlyCallable(std::string_view name)
-{
-    const auto dot = name.find('.');
-    if (dot == name.npos)
-        return isCallable(name);
-    const auto first = name.substr(0, dot);
-    if (const auto rest = name.substr(dot + 1); first == "window" || first == "self" || first == "globalThis") {
-        // A reserved word can be a member.
-        return isCallable(rest) || (isCallable("x." + std::string(rest)) && isCallable(name));
-    }
-    return isCallable(first) && isCallable("x." + std::string(name.substr(dot + 1)));
-}
-
 void checkName(std::string_view name)
 {
-    expect(isCallable(name) == isPlainlyCallable(name), "a name is callable if all of its pieces are");
     if (!isCallable(name))
         return;
     constexpr std::string_view kCharacters = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz$_.";

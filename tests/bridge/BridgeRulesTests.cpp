@@ -243,23 +243,6 @@ TEST_F(BatchTest, FlushesAtOnceAfterAQuietSpellAndOncePerIntervalAfterwards)
     EXPECT_EQ(times, (std::vector<std::uint64_t>{ 10000, 10060 }));
 }
 
-TEST_F(BatchTest, AnUnbrokenStreamIsFlushedOncePerIntervalAndLosesNothing)
-{
-    std::size_t appended = 0;
-    for (std::uint64_t now = 10000; now < 12000; now += 3) {
-        runUntil(now);
-        append(now, "x;");
-        ++appended;
-    }
-    runUntil(13000);
-    EXPECT_LE(evaluated.size(), 2000U / 50 + 1);
-    EXPECT_GE(evaluated.size(), 2000U / 100);
-    std::size_t arrived = 0;
-    for (const auto& script : evaluated)
-        arrived += script.size() / 2;
-    EXPECT_EQ(arrived, appended);
-}
-
 TEST_F(BatchTest, AClockThatWentBackFlushesAtOnce)
 {
     append(10000, "a;");

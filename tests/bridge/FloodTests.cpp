@@ -106,7 +106,7 @@ TEST_F(FloodTest, AlertsInALoopAreCutOffAndLeaveTheMainLoopItsTurns)
     const auto first = dialog();
     ASSERT_TRUE(first);
     first.waitUntilDrawn();
-    first.close();
+    first.press(Answer::Ok);
     StallMeter meter;
     flood("for (let i = 0; i < 2000; ++i) alert('again ' + i)");
     EXPECT_LT(meter.longest("2000 alerts"), kLongestStall);

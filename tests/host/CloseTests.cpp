@@ -76,12 +76,7 @@ protected:
     }
     static std::shared_ptr<TQWBWebView> makeView() { return TQWBWebView::initWithFrame({ 0, 0, 300, 200 }, nullptr); }
     std::string at(const std::string& path) const { return "https://" + server.host() + path; }
-    std::ptrdiff_t countOf(const std::string& path) const
-    {
-        const auto requests = server.requests();
-        return std::ranges::count_if(
-            requests, [&](const auto& request) { return request.line().find(path + " ") != std::string::npos; });
-    }
+    std::size_t countOf(const std::string& path) const { return server.requests(path).size(); }
 
     // A page with a connection and timers, once it runs.
     void loadRoom(TQWBWebView& room)
@@ -94,24 +89,19 @@ protected:
     std::atomic<bool> isSocketOpen = false;
     std::atomic<bool> hasSocketEnded = false;
     HttpsServer server{ [this](const ReceivedRequest& request, Wire& wire) {
-                           const auto is = [&](const char* path) {
-                               return request.line().find(std::string(path) + " ") != std::string::npos;
-                           };
-                           if (is("/socket")) {
+                           if (request.path() == "/socket") {
                                wire.send(HttpsServer::webSocketAnswer(request));
                                isSocketOpen = true;
                                // The page says nothing but that it closes.
                                wire.waitForMore();
                                hasSocketEnded = true;
-                           } else if (is("/hang")) {
+                           } else if (request.path() == "/hang") {
                                wire.waitForEnd();
                            } else {
-                               wire.send(HttpsServer::answerWith(200,
-                                   is("/room")
+                               wire.send(HttpsServer::pageOf(request.path() == "/room"
                                        ? "<script>setInterval(() => fetch('/tick'), 20);"
                                          "window.socket = new WebSocket(`wss://${location.host}/socket`);</script>"
-                                       : "<p>page",
-                                   "Content-Type: text/html\r\n"));
+                                       : "<p>page"));
                            }
                        },
         {} };

@@ -120,8 +120,7 @@ protected:
     }
 
     HttpsServer server{ [](const ReceivedRequest& request, Wire& wire) {
-                           const auto path = request.line().substr(4, request.line().find(' ', 4) - 4);
-                           const std::string html = "Content-Type: text/html\r\n";
+                           const auto path = request.path();
                            if (path == "/hang") {
                                wire.waitForEnd();
                            } else if (path == "/slow" || path == "/cut") {
@@ -131,13 +130,13 @@ protected:
                                if (path == "/slow")
                                    wire.waitForEnd();
                            } else if (path == "/frames") {
-                               wire.send(HttpsServer::answerWith(200, "<iframe src=/404></iframe>", html));
+                               wire.send(HttpsServer::pageOf("<iframe src=/404></iframe>"));
                            } else if (path == "/zip") {
                                wire.send(HttpsServer::answerWith(200, "PK", "Content-Type: application/zip\r\n"));
                            } else {
                                const bool isStatus = path == "/404" || path == "/500";
-                               wire.send(HttpsServer::answerWith(
-                                   isStatus ? std::stoi(path.substr(1)) : 200, "<title>" + path + kReport, html));
+                               wire.send(HttpsServer::answerWith(isStatus ? std::stoi(path.substr(1)) : 200,
+                                   "<title>" + path + kReport, "Content-Type: text/html\r\n"));
                            }
                        },
         {} };

@@ -52,10 +52,8 @@ protected:
     std::vector<std::string> told(const std::string& path) const
     {
         std::vector<std::string> bodies;
-        for (const auto& request : server.requests()) {
-            if (request.line().find(path + " ") != std::string::npos)
-                bodies.push_back(request.body);
-        }
+        for (const auto& request : server.requests(path))
+            bodies.push_back(request.body);
         return bodies;
     }
 
@@ -74,11 +72,6 @@ protected:
         const tell = (path, value) => fetch(path, {method: "POST", body: JSON.stringify(value)});
         const call = (name, more) => prompt("_dsbridge=" + name, JSON.stringify({data: "hello", ...more}));
     </script>)";
-    std::string contentFor(const std::string& line) const
-    {
-        const auto found = pages.find(line.substr(line.find(' ') + 1, line.rfind(' ') - line.find(' ') - 1));
-        return found == pages.end() ? kPage : kHelpers + found->second;
-    }
     // The page's calls of "keep.stream" wait for the test.
     void keepCompletions()
     {
@@ -96,12 +89,13 @@ protected:
     std::shared_ptr<TQWBWebView> room;
     HttpsServer server{ [this](const ReceivedRequest& request) {
         // Held back while the test says so; the connection has a thread of its own.
-        while (isHeld && request.line().find("/held ") != std::string::npos)
+        while (isHeld && request.path() == "/held")
             std::this_thread::yield();
-        const bool isScript = request.line().find("/bridge.js ") != std::string::npos;
-        return isScript ? HttpsServer::answerWith(
-                   200, contentOf(TQWB_PAGE_FOLDER "/bridge.js"), "Content-Type: text/javascript\r\n")
-                        : HttpsServer::answerWith(200, contentFor(request.line()), "Content-Type: text/html\r\n");
+        if (request.path() == "/bridge.js")
+            return HttpsServer::answerWith(
+                200, contentOf(TQWB_PAGE_FOLDER "/bridge.js"), "Content-Type: text/javascript\r\n");
+        const auto found = pages.find(request.path());
+        return HttpsServer::pageOf(found == pages.end() ? kPage : kHelpers + found->second);
     } };
 };
 
@@ -210,8 +204,7 @@ TEST_F(OriginTest, OnlyTheMainFrameCallsWhereTheApplicationSaysSo)
     pages["/own"] = "<script>tell('/seen', [typeof _tqframe, call('test.report')])</script>";
     // The same host, another port.
     HttpsServer neighbour([](const ReceivedRequest&) {
-        return HttpsServer::answerWith(200, "<title>Neighbour</title><script>document.title = typeof _tqframe</script>",
-            "Content-Type: text/html\r\n");
+        return HttpsServer::pageOf("<title>Neighbour</title><script>document.title = typeof _tqframe</script>");
     });
     EXPECT_EQ(answerAt(other()), kAnswered);
     view->setCallingFrames(CallingFrames::MainFrameOnly);

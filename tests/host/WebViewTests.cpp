@@ -67,18 +67,14 @@ concept IsTaken = requires(TQWBWebView& view, Given&& all)
     view.setRoomStatusDelegate(std::forward<Given>(all));
 }
 || requires(TQWBWebView& view, Given&& all) { view.setRecordDelegate(std::forward<Given>(all)); }
-|| requires(TQWBWebView& view, Given&& all) { view.setPermisssionDelegate(std::forward<Given>(all)); };
-static_assert(IsTaken<std::shared_ptr<Listener>&> && IsTaken<const std::shared_ptr<Listener>&>);
-static_assert(
-    !IsTaken<std::shared_ptr<Listener>> && !IsTaken<const std::shared_ptr<Listener>>, "nobody would hold a temporary");
-template <class Given>
-concept IsTakenForPages = requires(TQWBWebView& view, Given&& all)
-{
-    view.setUIDelegate(std::forward<Given>(all));
-}
+|| requires(TQWBWebView& view, Given&& all) { view.setPermisssionDelegate(std::forward<Given>(all)); }
+|| requires(TQWBWebView& view, Given&& all) { view.setUIDelegate(std::forward<Given>(all)); }
 || requires(TQWBWebView& view, Given&& all) { view.setDSUIDelegate(std::forward<Given>(all)); }
 || requires(TQWBWebView& view, Given&& all) { view.setNavigationDelegate(std::forward<Given>(all)); };
-static_assert(IsTakenForPages<std::shared_ptr<TQWBWebView>&> && !IsTakenForPages<std::shared_ptr<TQWBWebView>>);
+static_assert(IsTaken<const std::shared_ptr<Listener>&> && IsTaken<std::shared_ptr<TQWBWebView>&>);
+static_assert(!IsTaken<std::shared_ptr<
+                  Listener>> && !IsTaken<const std::shared_ptr<Listener>> && !IsTaken<std::shared_ptr<TQWBWebView>>,
+    "nobody would hold a temporary");
 static_assert(TQWBRoomStatusProtocol::methodsOf<QuitListener>().onWBRoomQuit);
 static_assert(!TQWBRoomStatusProtocol::methodsOf<QuitListener>().onWBCaptureEnd);
 static_assert(TQWBRecordProtocol::methodsOf<InheritingListener>().onWBRecordStart);
@@ -439,9 +435,9 @@ protected:
     }
 
     HttpsServer server{ [](const ReceivedRequest& request) {
-        if (request.line().find("/secret") != std::string::npos)
+        if (request.path() == "/secret")
             return HttpsServer::answerWith(401, "who?", "WWW-Authenticate: Basic realm=\"x\"\r\n");
-        return HttpsServer::answerWith(200, "<p>page", "Content-Type: text/html\r\n");
+        return HttpsServer::pageOf("<p>page");
     } };
 };
 
@@ -473,13 +469,12 @@ onload = () => {
 
 std::string answerOfEither(const ReceivedRequest& request)
 {
-    const auto path = request.line().substr(4, request.line().find(' ', 4) - 4);
+    const auto path = request.path();
     if (path == "/iframe")
-        return HttpsServer::answerWith(
-            200, "<script>parent.postMessage('frame', '*')</script>", "Content-Type: text/html\r\n");
+        return HttpsServer::pageOf("<script>parent.postMessage('frame', '*')</script>");
     if (path == "/script" || path == "/fetch" || path == "/socket")
         return HttpsServer::answerWith(200, "", "Access-Control-Allow-Origin: *\r\n");
-    return HttpsServer::answerWith(200, kAskingPage, "Content-Type: text/html\r\n");
+    return HttpsServer::pageOf(kAskingPage);
 }
 
 TEST_F(TrustTest, WhatThePageAsksOfAnotherServerIsTrustedAtTheFirstTry)

@@ -363,17 +363,13 @@ TEST_F(PageHalfTest, TypedMethodsSayWhatTheyCannotTakeAndEndTheirStreams)
     ask("window.why = (run) => outcome(async () => { try { return await run(); }"
         " catch (error) { return [error.message, error.reason]; } }), 0");
     const std::vector<std::pair<std::string, OptionalValue>> rows{
-        { "callSync('typed.negate', 5)", -5 },
         { "callSync('typed.add', [1, 2])", 3 },
         { "callSync('typed.negate', 'x')", array{ "typed.negate: the argument is not an integer", "bad-argument" } },
-        { "callSync('typed.add', [1, 2 ** 31])", array{ "typed.add: argument 2 is out of range", "bad-argument" } },
-        { "callAsync('typed.count')", array{ "typed.count: the argument is missing", "bad-argument" } },
         { "stream('typed.count', 1.5)", array{ "typed.count: the argument is not an integer", "bad-argument" } },
         { "callWithCallback('typed.count', {}, report)",
             array{ "typed.count: the argument is not an integer", "bad-argument" } },
         { "collect(stream('typed.count', 3))", array{ 1, 2, 3 } },
         { "collect(stream('typed.count', 0))", array{} },
-        { "callAsync('typed.count', 3)", 1 },
         { "callAsync('typed.count', 0).then((value) => value === undefined)", true },
         { "new Promise((done) => { const all = []; callWithCallback('typed.count', 1, (value, isLast) => {"
           " all.push(value === undefined, isLast); if (isLast) done(all); }); })",
@@ -435,7 +431,6 @@ TEST_F(PageHalfTest, PageFunctionsAnswerToTheEndWhateverTheyDo)
         std::vector<OptionalValue> answers;
     };
     const std::vector<Row> rows{
-        { "sum", { 1, 2 }, { 3 } },
         { "sum", { "汉字 \"'\\\n", "</script>\u2028" }, { "汉字 \"'\\\n</script>\u2028" } },
         { "later", { "soon" }, { "soon!" } },
         { "nothing", {}, none },
@@ -448,7 +443,6 @@ TEST_F(PageHalfTest, PageFunctionsAnswerToTheEndWhateverTheyDo)
         { "gone", {}, none },
         { "absent", {}, none },
         { "__proto__", {}, none },
-        { "constructor", {}, none },
         // Arguments that cannot be written come as none.
         { "later", { std::numeric_limits<double>::infinity() }, { "undefined!" } },
     };

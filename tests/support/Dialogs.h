@@ -24,8 +24,6 @@ public:
     /// Everything that it says, from the top: title, message, buttons.
     std::vector<std::string> texts() const;
     void press(Answer) const;
-    /// As by its frame.
-    void close() const;
 
     /// What its text field holds; absent when it has none.
     std::optional<std::string> field() const;

@@ -162,6 +162,13 @@ std::vector<ReceivedRequest> HttpsServer::requests() const
     return m_requests;
 }
 
+std::vector<ReceivedRequest> HttpsServer::requests(const std::string& path) const
+{
+    auto found = requests();
+    std::erase_if(found, [&](const auto& request) { return request.path() != path; });
+    return found;
+}
+
 const std::string& HttpsServer::authority()
 {
     static const std::string s_text = contentOf(certificate().authorityFile());

@@ -24,6 +24,12 @@ struct ReceivedRequest {
     std::string body;
 
     std::string line() const { return head.substr(0, head.find("\r\n")); }
+    /// What was asked for, from its first slash.
+    std::string path() const
+    {
+        const auto begin = head.find(' ') + 1;
+        return head.substr(begin, head.find(' ', begin) - begin);
+    }
     bool hasHeader(const std::string& wholeLine) const
     {
         return head.find("\r\n" + wholeLine + "\r\n") != std::string::npos;
@@ -101,6 +107,8 @@ public:
     /// "localhost:PORT".
     const std::string& host() const { return m_host; }
     std::vector<ReceivedRequest> requests() const;
+    /// Those for one path.
+    std::vector<ReceivedRequest> requests(const std::string& path) const;
     /// How many there have been, with a request or without.
     int connections() const { return m_connections; }
 
@@ -108,6 +116,8 @@ public:
     static const std::string& authority();
     /// A status line, headers and a body.
     static std::string answerWith(int status, const std::string& body, const std::string& moreHeaders = "");
+    /// A page.
+    static std::string pageOf(const std::string& html) { return answerWith(200, html, "Content-Type: text/html\r\n"); }
     /// The server's half of a WebSocket's beginning.
     static std::string webSocketAnswer(const ReceivedRequest& request);
 

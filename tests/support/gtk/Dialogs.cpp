@@ -38,8 +38,6 @@ void Dialog::press(Answer answer) const
     g_signal_emit_by_name(answer == Answer::Ok ? buttons.back() : buttons.front(), "clicked");
 }
 
-void Dialog::close() const { gtk_window_close(native(m_window)); }
-
 std::optional<std::string> Dialog::field() const
 {
     auto* field = fieldOf(m_window);
