@@ -22,14 +22,12 @@ protected:
     }
 
     void ready() { call("_dsb.dsinit", "{}"); }
-    std::string answer(const std::string& message)
+    // What the page gets for a call with that argument.
+    std::string resultOf(const std::string& method, const std::string& argument)
     {
-        return std::string(call("_dsb.returnValue", "{\"data\":" + message + "}").value_or("null").as_string());
+        return std::string(call(method, "{\"data\":" + argument + "}").value_or("null").as_string());
     }
-    std::string hasMethod(const std::string& arguments)
-    {
-        return std::string(call("_dsb.hasNativeMethod", "{\"data\":" + arguments + "}").value_or("null").as_string());
-    }
+    std::string answer(const std::string& message) { return resultOf("_dsb.returnValue", message); }
     // The messages that the page was sent since, as JSON with the members in this order.
     Texts messages(std::size_t from)
     {
@@ -192,7 +190,8 @@ TEST_F(CallsTest, ThePageAsksForNativeMethods)
         { R"(null)", "0" },
     };
     for (const auto& [arguments, data] : cases)
-        EXPECT_EQ(hasMethod(arguments), std::string(R"({"code":0,"data":)") + data + "}") << arguments;
+        EXPECT_EQ(resultOf("_dsb.hasNativeMethod", arguments), std::string(R"({"code":0,"data":)") + data + "}")
+            << arguments;
     const std::string refused = R"({"code":-1,"data":""})";
     EXPECT_EQ(call("_dsb.dsinit", R"({"_dscbstub":"f"})"), OptionalValue(refused)) << "none of them is asynchronous";
     view->removeJavascriptObject("_dsb");

@@ -190,16 +190,12 @@ TEST_F(TypedFunctionsTest, ACompletionIsAnotherLastParameter)
                 [](const OptionalValue& value, NSCompletion completion) { completion(value, Complete::Yes); } },
             { "sum::",
                 [](int left, int right, const NSCompletion& completion) { completion(left + right, Complete::Yes); } },
-            { "none::", [](const NSCompletion&) {} },
         }),
         "n");
     EXPECT_EQ(call("n.later", R"({"_dscbstub":"f"})"), R"({"code":0,"data":""})");
     EXPECT_EQ(call("n.sum", R"({"data":[1,2],"_dscbstub":"f"})"), R"({"code":0,"data":3})");
     EXPECT_EQ(call("n.sum", R"({"data":[1],"_dscbstub":"f"})"),
         R"({"code":-1,"data":"n.sum: the argument is not a list of 2"})");
-    scripts.clear();
-    EXPECT_EQ(call("n.none", R"({"_dscbstub":"f"})"), R"({"code":-1,"data":""})");
-    EXPECT_EQ(scripts, Texts{ script("{%22code%22:0}", true) });
 }
 
 TEST_F(TypedFunctionsTest, WhatDoesNotFitIsToldAndNotCalled)

@@ -1,5 +1,6 @@
 #include "FailingDisk.h"
 
+#include <map>
 #include <sqlite3.h>
 #include <stdexcept>
 
@@ -13,11 +14,14 @@ bool s_hasFailed = false;
 sqlite3_vfs* s_real = nullptr;
 sqlite3_vfs s_failing;
 
-// Lies before the real file in the same piece of memory.
-struct File {
-    sqlite3_file base;
-    sqlite3_file* real() { return reinterpret_cast<sqlite3_file*>(this + 1); }
+using Methods = sqlite3_io_methods;
+struct FailingMethods : Methods {
+    const Methods* real;
 };
+// By the real ones: not every file has the same.
+std::map<const Methods*, FailingMethods> s_methods;
+
+const Methods& realMethods(sqlite3_file* file) { return *static_cast<const FailingMethods*>(file->pMethods)->real; }
 
 int failure()
 {
@@ -37,20 +41,9 @@ int failure()
 // The real method, or the failure in its place.
 template <auto Method, class... Arguments> int failingly(sqlite3_file* file, Arguments... arguments)
 {
-    if (const int code = failure())
-        return code;
-    auto* real = reinterpret_cast<File*>(file)->real();
-    return (real->pMethods->*Method)(real, arguments...);
+    const int code = failure();
+    return code ? code : (realMethods(file).*Method)(file, arguments...);
 }
-
-// What tidies up, or only tells, always works.
-template <auto Method, class... Arguments> auto really(sqlite3_file* file, Arguments... arguments)
-{
-    auto* real = reinterpret_cast<File*>(file)->real();
-    return (real->pMethods->*Method)(real, arguments...);
-}
-
-using Methods = sqlite3_io_methods;
 
 // Nobody waits for a real disk.
 int sync(sqlite3_file*, int) { return failure(); }
@@ -58,43 +51,34 @@ int sync(sqlite3_file*, int) { return failure(); }
 // To SQLite, an index that may only be read is one that is there.
 int mapIndex(sqlite3_file* file, int page, int size, int isExtended, void volatile** memory)
 {
-    const bool isFailing = (s_code & 0xFF) != SQLITE_READONLY;
-    return (isFailing
-            ? failingly<&Methods::xShmMap, int, int, int, void volatile**>
-            : really<&Methods::xShmMap, int, int, int, void volatile**>)(file, page, size, isExtended, memory);
+    const int code = (s_code & 0xFF) == SQLITE_READONLY ? SQLITE_OK : failure();
+    return code ? code : realMethods(file).xShmMap(file, page, size, isExtended, memory);
 }
 
-const Methods s_methods{
-    .iVersion = 2,
-    .xClose = really<&Methods::xClose>,
-    .xRead = failingly<&Methods::xRead, void*, int, sqlite3_int64>,
-    .xWrite = failingly<&Methods::xWrite, const void*, int, sqlite3_int64>,
-    .xTruncate = failingly<&Methods::xTruncate, sqlite3_int64>,
-    .xSync = sync,
-    .xFileSize = failingly<&Methods::xFileSize, sqlite3_int64*>,
-    .xLock = failingly<&Methods::xLock, int>,
-    .xUnlock = really<&Methods::xUnlock, int>,
-    .xCheckReservedLock = failingly<&Methods::xCheckReservedLock, int*>,
-    .xFileControl = really<&Methods::xFileControl, int, void*>,
-    .xSectorSize = really<&Methods::xSectorSize>,
-    .xDeviceCharacteristics = really<&Methods::xDeviceCharacteristics>,
-    .xShmMap = mapIndex,
-    .xShmLock = really<&Methods::xShmLock, int, int, int>,
-    .xShmBarrier = [](sqlite3_file* file) { really<&Methods::xShmBarrier>(file); },
-    .xShmUnmap = really<&Methods::xShmUnmap, int>,
-    .xFetch = nullptr,
-    .xUnfetch = nullptr,
-};
+// What tidies up, or only tells, always works.
+FailingMethods failing(const Methods* real)
+{
+    FailingMethods methods{ *real, real };
+    methods.iVersion = 2; // no mapped pages
+    methods.xRead = failingly<&Methods::xRead, void*, int, sqlite3_int64>;
+    methods.xWrite = failingly<&Methods::xWrite, const void*, int, sqlite3_int64>;
+    methods.xTruncate = failingly<&Methods::xTruncate, sqlite3_int64>;
+    methods.xSync = sync;
+    methods.xFileSize = failingly<&Methods::xFileSize, sqlite3_int64*>;
+    methods.xLock = failingly<&Methods::xLock, int>;
+    methods.xCheckReservedLock = failingly<&Methods::xCheckReservedLock, int*>;
+    methods.xShmMap = mapIndex;
+    return methods;
+}
 
 int openFile(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* outFlags)
 {
-    auto* made = reinterpret_cast<File*>(file);
-    made->base.pMethods = nullptr;
+    file->pMethods = nullptr;
     if (const int code = failure())
         return code;
-    const int code = s_real->xOpen(s_real, name, made->real(), flags, outFlags);
-    if (made->real()->pMethods)
-        made->base.pMethods = &s_methods;
+    const int code = s_real->xOpen(s_real, name, file, flags, outFlags);
+    if (file->pMethods)
+        file->pMethods = &s_methods.try_emplace(file->pMethods, failing(file->pMethods)).first->second;
     return code;
 }
 
@@ -105,7 +89,6 @@ FailingDisk::FailingDisk()
     s_real = sqlite3_vfs_find(nullptr);
     s_failing = *s_real;
     s_failing.zName = "failing";
-    s_failing.szOsFile += static_cast<int>(sizeof(File));
     s_failing.xOpen = openFile;
     if (sqlite3_vfs_register(&s_failing, 1) != SQLITE_OK)
         throw std::runtime_error("the failing disk is not taken");

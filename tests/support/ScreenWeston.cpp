@@ -59,16 +59,16 @@ std::optional<Screen::Window> ScreenWeston::window(const std::string& title)
 }
 
 void ScreenWeston::move(Point place) { tell("move" + text(place)); }
-void ScreenWeston::press() { tell("button down"); }
-void ScreenWeston::release() { tell("button up"); }
+void ScreenWeston::press() { tell("button 1"); }
+void ScreenWeston::release() { tell("button 0"); }
 
 void ScreenWeston::key(const std::string& name)
 {
     static const std::map<std::string, int> codes{ { "Return", KEY_ENTER }, { "Escape", KEY_ESC }, { "Tab", KEY_TAB },
         { "End", KEY_END }, { "a", KEY_A }, { "b", KEY_B } };
     const auto code = std::to_string(codes.at(name));
-    tell("key " + code + " down");
-    tell("key " + code + " up");
+    tell("key " + code + " 1");
+    tell("key " + code + " 0");
 }
 
 void ScreenWeston::touch(int finger, Point place) { tell("touch down " + std::to_string(finger) + text(place)); }

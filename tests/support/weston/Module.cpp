@@ -3,8 +3,8 @@
 // them.
 //
 //     move X Y                       the mouse
-//     button down|up                 its left button
-//     key CODE down|up               a key by its number of linux/input-event-codes.h
+//     button 1|0                     its left button, down or up
+//     key CODE 1|0                   a key by its number of linux/input-event-codes.h
 //     touch down|move ID X Y         a finger
 //     touch up ID
 //     window TITLE                   where the topmost window of that title is: the corners of its drawing surface and
@@ -71,7 +71,6 @@ private:
     void key(std::istream& words);
     void touch(std::istream& words);
     std::string describeWindow(std::istream& words) const;
-    weston_view* viewOf(std::istream& words) const;
 
     weston_compositor* m_compositor;
     weston_seat m_seat{};
@@ -173,29 +172,23 @@ void Screen::move(std::istream& words)
     notify_pointer_frame(&m_seat);
 }
 
-bool isDown(std::istream& words)
-{
-    std::string state;
-    words >> state;
-    if (state != "down" && state != "up")
-        throw std::runtime_error("neither down nor up");
-    return state == "down";
-}
-
 void Screen::press(std::istream& words)
 {
+    bool isDown = false;
+    words >> isDown;
     const auto time = now();
-    notify_button(&m_seat, &time, kLeftButton,
-        isDown(words) ? WL_POINTER_BUTTON_STATE_PRESSED : WL_POINTER_BUTTON_STATE_RELEASED);
+    notify_button(
+        &m_seat, &time, kLeftButton, isDown ? WL_POINTER_BUTTON_STATE_PRESSED : WL_POINTER_BUTTON_STATE_RELEASED);
     notify_pointer_frame(&m_seat);
 }
 
 void Screen::key(std::istream& words)
 {
     std::uint32_t code = 0;
-    words >> code;
+    bool isDown = false;
+    words >> code >> isDown;
     const auto time = now();
-    notify_key(&m_seat, &time, code, isDown(words) ? WL_KEYBOARD_KEY_STATE_PRESSED : WL_KEYBOARD_KEY_STATE_RELEASED,
+    notify_key(&m_seat, &time, code, isDown ? WL_KEYBOARD_KEY_STATE_PRESSED : WL_KEYBOARD_KEY_STATE_RELEASED,
         STATE_UPDATE_AUTOMATIC);
 }
 
@@ -216,8 +209,8 @@ void Screen::touch(std::istream& words)
     notify_touch_frame(m_touch);
 }
 
-// Of the topmost window whose title is the rest of the line.
-weston_view* Screen::viewOf(std::istream& words) const
+// The topmost window whose title is the rest of the line.
+std::string Screen::describeWindow(std::istream& words) const
 {
     std::string title;
     std::getline(words >> std::ws, title);
@@ -226,23 +219,17 @@ weston_view* Screen::viewOf(std::istream& words) const
     {
         auto* window = weston_surface_get_desktop_surface(view->surface);
         const char* shown = window ? weston_desktop_surface_get_title(window) : nullptr;
-        if (shown && title == shown && weston_view_is_mapped(view))
-            return view;
+        if (!shown || title != shown || !weston_view_is_mapped(view))
+            continue;
+        const auto visible = weston_desktop_surface_get_geometry(window);
+        const auto x = static_cast<int>(view->geometry.x);
+        const auto y = static_cast<int>(view->geometry.y);
+        std::ostringstream text;
+        text << x << ' ' << y << ' ' << x + visible.x << ' ' << y + visible.y << ' ' << visible.width << ' '
+             << visible.height;
+        return text.str();
     }
     throw std::runtime_error("there is no such window");
-}
-
-std::string Screen::describeWindow(std::istream& words) const
-{
-    const auto* view = viewOf(words);
-    auto* window = weston_surface_get_desktop_surface(view->surface);
-    const auto visible = weston_desktop_surface_get_geometry(window);
-    const auto x = static_cast<int>(view->geometry.x);
-    const auto y = static_cast<int>(view->geometry.y);
-    std::ostringstream text;
-    text << x << ' ' << y << ' ' << x + visible.x << ' ' << y + visible.y << ' ' << visible.width << ' '
-         << visible.height;
-    return text.str();
 }
 
 } // namespace
