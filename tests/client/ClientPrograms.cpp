@@ -26,14 +26,6 @@ ClientPrograms::Words ClientPrograms::joinWords(const std::string& user, const s
         "Ann Λ", "--ca", authority };
 }
 
-ClientPrograms::Words ClientPrograms::playWords(const std::string& user, const std::string& url) const
-{
-    auto words = joinWords(user);
-    words[0] = "play";
-    words.insert(words.end(), { "--url", url });
-    return words;
-}
-
 std::unique_ptr<Program> ClientPrograms::joined(const std::string& user)
 {
     auto client = start(joinWords(user));
@@ -77,11 +69,6 @@ void AnswersTest::SetUp()
     authority = folder / "authority.pem";
     std::ofstream(authority) << HttpsServer::authority();
     pages.set(host);
-}
-
-std::string AnswersTest::htmlAnswer(int status, const std::string& body)
-{
-    return HttpsServer::answerWith(status, body, "Content-Type: text/html\r\n");
 }
 
 std::string AnswersTest::answerTo(const ReceivedRequest& request)

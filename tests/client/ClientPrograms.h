@@ -27,7 +27,6 @@ protected:
 
     std::unique_ptr<Program> start(Words words);
     Words joinWords(const std::string& user, const std::string& token = "good") const;
-    Words playWords(const std::string& user, const std::string& url) const;
     /// A client that has joined, and whose page has loaded.
     std::unique_ptr<Program> joined(const std::string& user);
     /// Waits until a window of that title is on the screen, and fails the test when none comes.
@@ -47,7 +46,6 @@ private:
 class AnswersTest : public ClientPrograms {
 protected:
     void SetUp() override;
-    static std::string htmlAnswer(int status, const std::string& body);
 
     /// Where the rooms' pages are, the page, and the answer to a join and to all that is no page.
     Shared<std::string> pages{ "" };

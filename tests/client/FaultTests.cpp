@@ -27,9 +27,10 @@ TEST_F(FaultTest, EachIsSaidInWords)
     } rows[] = {
         { refused, "", good, unseen, "The room's page cannot be reached." },
         { untrusted.host(), "", good, unseen, "A server's certificate is not trusted." },
-        { host, htmlAnswer(500, "broken"), good, unseen, "The server of the room's page refuses it." },
-        { host, "", htmlAnswer(200, "<html>Log in</html>"), refusal, "Something else answers in the service's place." },
-        { host, "", htmlAnswer(200, R"({"code":4001,"desc":"room <b>full</b> & \u003c"})"), refusal,
+        { host, HttpsServer::answerWith(500, "broken"), good, unseen, "The server of the room's page refuses it." },
+        { host, "", HttpsServer::pageOf("<html>Log in</html>"), refusal,
+            "Something else answers in the service's place." },
+        { host, "", HttpsServer::pageOf(R"({"code":4001,"desc":"room <b>full</b> & \u003c"})"), refusal,
             "4001: room <b>full</b> & <" },
     };
     int user = 0;

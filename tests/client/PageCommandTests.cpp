@@ -35,7 +35,7 @@ protected:
     void SetUp() override
     {
         AnswersTest::SetUp();
-        page.set(htmlAnswer(200, kPage));
+        page.set(HttpsServer::pageOf(kPage));
     }
 };
 

@@ -56,7 +56,10 @@ TEST_F(RoomLifeTest, ARecordingReplaysWhatWasDrawnInItsOwnTime)
     const auto after = call(*ann, "board.strokes");
     ASSERT_GE(after.as_array().size(), 4U);
 
-    auto zoe = start(playWords("zoe", url));
+    auto words = joinWords("zoe");
+    words[0] = "play";
+    words.insert(words.end(), { "--url", url });
+    auto zoe = start(words);
     zoe->waitFor("success", "play");
     const auto opened = call(*zoe, "player.pause");
     const auto duration = opened.at("duration").as_int64();

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <deque>
 #include <filesystem>
 #include <fstream>
@@ -13,7 +14,6 @@
 #include <memory>
 #include <set>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 namespace tq::test {
@@ -33,6 +33,7 @@ struct Reply {
     std::string text;
     json::object body() const { return json::parse(text).as_object(); }
     std::int64_t code() const { return body().at("code").as_int64(); }
+    std::string key() const { return std::string(body().at("key").as_string()); }
     std::string desc() const { return std::string(body().at("desc").as_string()); }
 };
 
@@ -100,10 +101,6 @@ public:
             throw std::runtime_error("the socket was refused");
         g_signal_connect(m_connection.get(), "message", G_CALLBACK(messageCame), this);
     }
-    Socket(const Client& client, const Reply& joined)
-        : Socket(client, std::string(joined.body().at("key").as_string()))
-    {
-    }
     ~Socket()
     {
         if (m_connection)
@@ -164,7 +161,7 @@ private:
 /// A socket in the room "room", once the board is there.
 struct Entered : Socket {
     Entered(const Client& client, const char* uid, const char* role = "presenter")
-        : Socket(client, client.join("room", uid, role))
+        : Socket(client, client.join("room", uid, role).key())
     {
         next("ready");
     }
@@ -172,12 +169,7 @@ struct Entered : Socket {
 
 class ConferenceTests : public testing::Test {
 protected:
-    void SetUp() override
-    {
-        std::string pattern = (fs::temp_directory_path() / "tqwb-conference-XXXXXX").string();
-        ASSERT_TRUE(::mkdtemp(pattern.data()));
-        m_directory = pattern;
-    }
+    void SetUp() override { fs::create_directories(m_directory); }
     void TearDown() override
     {
         m_service.reset();
@@ -204,7 +196,7 @@ protected:
     }
 
     std::unique_ptr<Program> m_service;
-    fs::path m_directory;
+    const fs::path m_directory = fs::path(getenv("XDG_DATA_HOME")) / "conference";
 };
 
 const char* const s_begin = R"({"type":"begin","id":1,"color":"red","width":3,"points":[0.25,0.5]})";
@@ -305,7 +297,7 @@ TEST_F(ConferenceTests, StrokesReachTheOthersWhileTheyAreDrawnAndLateComersGetTh
 {
     const auto client = start();
     Entered ann(client, "ann");
-    Socket bob(client, client.join("room", "bob"));
+    Socket bob(client, client.join("room", "bob").key());
     EXPECT_EQ(bob.next("members").at("members").as_array().size(), 2U);
     bob.next("ready");
     ann.send(s_begin);
@@ -316,7 +308,7 @@ TEST_F(ConferenceTests, StrokesReachTheOthersWhileTheyAreDrawnAndLateComersGetTh
     EXPECT_EQ(ann.next("begin").at("uid").as_string(), "ann"); // its own, which fixes the order
     EXPECT_EQ(ann.next("begin").at("uid").as_string(), "bob");
 
-    Socket late(client, client.join("room", "late"));
+    Socket late(client, client.join("room", "late").key());
     const auto strokes = late.next("board").at("strokes").as_array();
     ASSERT_EQ(strokes.size(), 2U);
     EXPECT_EQ(strokes[0].at("points").as_array().size(), 6U);
@@ -359,7 +351,7 @@ TEST_F(ConferenceTests, BadMessageClosesItsSenderAlone)
 TEST_F(ConferenceTests, ViewerWatchesUntilAPresenterLetsItDraw)
 {
     const auto client = start();
-    Socket ann(client, client.join("room", "ann"));
+    Socket ann(client, client.join("room", "ann").key());
     Entered bob(client, "bob", "viewer");
     bob.send(s_begin);
     bob.next("notice");
@@ -387,9 +379,9 @@ TEST_F(ConferenceTests, KeysOpenTheirRoomAgainButNoUnknownOneDoes)
     EXPECT_FALSE(failed.at("msg").as_string().empty());
     EXPECT_EQ(unknown.closeCode(), 4000U);
     const auto joined = client.join("a%20room%2F1", "u");
-    Socket first(client, joined);
+    Socket first(client, joined.key());
     EXPECT_EQ(first.next("welcome").at("room").as_string(), "a room/1");
-    Socket again(client, joined); // as when the page is loaded anew
+    Socket again(client, joined.key()); // as when the page is loaded anew
     again.next("ready");
     EXPECT_EQ(first.next("failed").at("code").as_int64(), 4091);
     for (const auto* const file : { "index.html", "main.js", "style.css" })
@@ -420,7 +412,7 @@ TEST_F(ConferenceTests, RecordingOutlivesTheService)
     std::string url;
     {
         const auto client = start();
-        Socket ann(client, client.join("room", "ann"));
+        Socket ann(client, client.join("room", "ann").key());
         ann.send(s_begin);
         ann.send(R"({"type":"end","id":1})");
         ann.send(R"({"type":"record","on":true})");
@@ -433,7 +425,7 @@ TEST_F(ConferenceTests, RecordingOutlivesTheService)
     const auto client = start(); // on another port
     const auto played = client.play(url);
     ASSERT_EQ(played.code(), 0) << played.text;
-    Socket player(client, played);
+    Socket player(client, played.key());
     const auto welcome = player.next("welcome");
     EXPECT_EQ(welcome.at("mode").as_string(), "replay");
     const auto recording = client.send("GET", std::string(welcome.at("source").as_string()), {}).body();

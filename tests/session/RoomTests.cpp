@@ -16,9 +16,7 @@ using State = TQWBRoomState;
 using Category = TQWBErrorCategory;
 
 const std::string kFull = HttpsServer::answerWith(200, R"({"code":4001,"desc":"room full"})");
-const std::string kHtml = "Content-Type: text/html\r\n";
-const std::string kGoodPage
-    = HttpsServer::answerWith(200, "<script>prompt('_dsbridge=TQJSBridge.onLoadEnd', '{}')</script>", kHtml);
+const std::string kGoodPage = HttpsServer::pageOf("<script>prompt('_dsbridge=TQJSBridge.onLoadEnd', '{}')</script>");
 
 struct Answers {
     std::string join = kGoodAnswer;
@@ -165,9 +163,9 @@ TEST_F(RoomTest, SaysWhyThereIsNone)
     const Authority stranger;
     HttpsServer untrusted([](const ReceivedRequest&, Wire&) {}, { .identity = stranger.identity({}) });
     const auto refused = "localhost:" + std::to_string(refusingPort());
-    const auto html = [](int status) { return HttpsServer::answerWith(status, "<h1>No</h1>", kHtml); };
+    const auto html = [](int status) { return HttpsServer::answerWith(status, "<h1>No</h1>"); };
     const auto json = [](const char* body, int status = 200) { return HttpsServer::answerWith(status, body); };
-    const auto password = HttpsServer::answerWith(401, "no", kHtml + "WWW-Authenticate: Basic realm=\"page\"\r\n");
+    const auto password = HttpsServer::answerWith(401, "no", "WWW-Authenticate: Basic realm=\"page\"\r\n");
     struct Row {
         const char* what;
         Answers answers;
@@ -251,7 +249,7 @@ TEST_F(RoomTest, AQuietPageIsShownAfterAWhileAndItsServersAreAskedBefore)
     HttpsServer files([](const ReceivedRequest&) { return HttpsServer::answerWith(200, ""); });
     options.expectedServers = { "https://" + files.host() };
     options.loadEndPatience = 100ms;
-    service.answers.set({ .page = HttpsServer::answerWith(200, "<h1>room</h1>", kHtml) });
+    service.answers.set({ .page = HttpsServer::pageOf("<h1>room</h1>") });
     enterAndSee();
     EXPECT_GT(files.connections(), 0);
 }

@@ -147,9 +147,7 @@ protected:
 
     Shared<std::string> answer{ kGoodAnswer };
     HttpsServer server{ [this](const ReceivedRequest& request) {
-        return request.line().starts_with("GET ")
-            ? HttpsServer::answerWith(200, "<title>room</title>", "Content-Type: text/html\r\n")
-            : answer.get();
+        return request.line().starts_with("GET ") ? HttpsServer::pageOf("<title>room</title>") : answer.get();
     } };
     std::shared_ptr<TQWBWebView> view;
     std::shared_ptr<TQWhiteBoard> board;
