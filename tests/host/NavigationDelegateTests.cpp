@@ -74,11 +74,18 @@ private:
 class DecidingRecorder final : public Recorder {
 public:
     void didReceiveAuthenticationChallenge(
-        WKWebView&, const NSURLAuthenticationChallenge&, ChallengeCompletion completion) override
+        WKWebView&, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion) override
     {
         events.emplace_back("challenge");
+        space = challenge.protectionSpace;
         kept = std::move(completion);
     }
+    void refuse() { kept(NSURLSessionAuthChallengeDisposition::CancelAuthenticationChallenge, std::nullopt); }
+    void accept()
+    {
+        kept(NSURLSessionAuthChallengeDisposition::UseCredential, NSURLCredential::initWithTrust(space.serverTrust));
+    }
+    NSURLProtectionSpace space;
     ChallengeCompletion kept;
 };
 
@@ -229,10 +236,10 @@ TEST_F(NavigationDelegateTest, TheApplicationDecidesAboutAnswers)
     kept(WKNavigationResponsePolicy::Allow);
 }
 
-TEST_F(NavigationDelegateTest, ACertificateThatNobodyAcceptsIsTheEndOfTheLoad)
+TEST_F(NavigationDelegateTest, WithoutAnAcceptedCertificateALoadEnds)
 {
     const Authority unknown;
-    const HttpsServer untrusted([](const ReceivedRequest&, Wire& wire) { wire.send(HttpsServer::answerWith(200, "")); },
+    const HttpsServer untrusted([](const ReceivedRequest&, Wire& wire) { wire.send(HttpsServer::pageOf("<p>")); },
         { unknown.identity({ .host = "refused.localhost" }) });
     const auto address = "https://refused." + untrusted.host() + "/";
     const auto deciding = std::make_shared<DecidingRecorder>();
@@ -248,7 +255,11 @@ TEST_F(NavigationDelegateTest, ACertificateThatNobodyAcceptsIsTheEndOfTheLoad)
         EXPECT_EQ(deciding->events, (Events{ "start", "challenge", "no page -1202" }));
     };
     challenge();
-    deciding->kept(NSURLSessionAuthChallengeDisposition::CancelAuthenticationChallenge, std::nullopt);
+    EXPECT_EQ(deciding->space.authenticationMethod, "NSURLAuthenticationMethodServerTrust");
+    EXPECT_EQ(deciding->space.host, "refused.localhost");
+    // The first answer counts.
+    deciding->refuse();
+    deciding->accept();
     refused();
     challenge();
     deciding->kept = nullptr;
@@ -256,10 +267,14 @@ TEST_F(NavigationDelegateTest, ACertificateThatNobodyAcceptsIsTheEndOfTheLoad)
     // Another page meanwhile: nothing of the first is heard any more.
     challenge();
     view->loadUrl(at("/page"));
-    deciding->kept(NSURLSessionAuthChallengeDisposition::CancelAuthenticationChallenge, std::nullopt);
+    deciding->refuse();
     runUntil([&] { return deciding->has("finish"); }, "the other page is there");
     EXPECT_EQ(deciding->events, (Events{ "start", "challenge", "no page -999", "start", "response 200", "finish" }));
+    challenge();
+    runPending();
     EXPECT_TRUE(untrusted.requests().empty());
+    deciding->accept();
+    runUntil([&] { return deciding->has("finish"); }, "the page is there");
 }
 
 TEST_F(NavigationDelegateTest, ADelegateMayLoadAnotherPageOrLetGoOfTheViewWheneverItIsTold)
