@@ -1,5 +1,4 @@
-// What a developer sees of a page: its console in the log, the engine's inspector. And the messages that the console
-// comes by.
+// What a developer sees of a page, its console in the log, and the messages that the console comes by.
 
 #include "TQWhiteBoardLib/TQWBLog.h"
 #include "tests/support/Engine.h"
@@ -99,16 +98,15 @@ TEST_F(ConsoleTest, WhatAPageWritesAndWhatFailsInItIsInTheLog)
     auto texts = lines;
     for (auto& line : texts)
         line.resize(line.rfind(" (data:text/html") == line.npos ? line.size() : line.rfind(" (data:text/html"));
-    const Lines expected{ R"(2 Js console, log: text 5 null undefined true {"a":[1,"b"]})",
-        R"(2 Js console, info: line\nbreak \u202e)", "1 Js console, warn: " };
-    ASSERT_GT(texts.size(), expected.size());
-    EXPECT_EQ(Lines(texts.begin(), texts.begin() + 3), expected);
     const auto has = [&](std::string_view part) {
         EXPECT_EQ(
             std::ranges::count_if(texts, [&](const std::string& line) { return line.find(part) != std::string::npos; }),
             1)
             << part << boost::json::serialize(boost::json::value_from(texts));
     };
+    has(R"(2 Js console, log: text 5 null undefined true {"a":[1,"b"]})");
+    has(R"(2 Js console, info: line\nbreak \u202e)");
+    has("1 Js console, warn: ");
     has("0 Js console, error: RangeError: far < global code@data:");
     has("3 Js console, debug: Symbol(s) 7 [\"1\"]");
     has("2 Js console, log: [object Object] [object Window] [object Object] 3");

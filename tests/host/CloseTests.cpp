@@ -3,6 +3,7 @@
 #include "tests/support/PageTest.h"
 #include "tests/support/TestWindow.h"
 
+#include "TQWhiteBoardLib/NativeFunctions.h"
 #include "TQWhiteBoardLib/TQWBWebView.h"
 #include "platform/Foundation/NSURLSession.h"
 
@@ -19,18 +20,8 @@ using Events = std::vector<std::string>;
 class Everything final : public TQWBRoomStatusProtocol,
                          public TQWBRecordProtocol,
                          public WKNavigationDelegate,
-                         public WKUIDelegate,
-                         public NSObject {
+                         public WKUIDelegate {
 public:
-    static const NSClass& staticClass()
-    {
-        static const auto table
-            = NSClass::of<Everything>("Everything", &NSObject::staticClass(), { { "call:", &Everything::call } });
-        return table;
-    }
-    const NSClass& objectClass() const override { return staticClass(); }
-
-    OptionalValue call(OptionalValue) { return tell("call"), std::nullopt; }
     void onWBRoomQuit() override { tell("quit"); }
     void onWBRecordStart() override { tell("record"); }
     void didStartProvisionalNavigation(WKWebView&, const WKNavigation&) override { tell("start"); }
@@ -55,7 +46,6 @@ public:
     std::function<void()> dialog;
     std::function<void()> then;
 
-private:
     void tell(const std::string& event)
     {
         events.push_back(event);
@@ -133,7 +123,6 @@ TEST_F(CloseTest, IsSafeAtAnyTime)
         { "a load has ended", at("/page"), "finish" },
         { "a load has failed", "https://127.0.0.1:" + std::to_string(refusingPort()) + "/", "failure" },
         { "a call of the page", pageWith(kCalling), "call" },
-        { "a room's event", pageWith("<script>prompt('_dsbridge=TQJSBridge.onRecordStart', '{}')</script>"), "record" },
         { "the room's end", pageWith("<script>prompt('_dsbridge=TQJSBridge.onRoomQuited', '{}')</script>"), "quit" },
         { "a dialog is open", pageWith("<script>alert('?'); " + std::string(kCalling + 8)), "",
             [](const auto& told) { return told.dialog != nullptr; } },
@@ -157,7 +146,7 @@ TEST_F(CloseTest, IsSafeAtAnyTime)
         room->setRecordDelegate(told);
         room->setNavigationDelegate(told);
         room->setDSUIDelegate(told);
-        room->addJavascriptObject(told, "all");
+        room->addJavascriptObject(nativeFunctions({ { "call:", [told] { told->tell("call"); } } }), "all");
         auto token = std::make_shared<int>();
         const std::weak_ptr<int> waiting = token;
         room->callHandler("never", [token = std::move(token)](const auto&) {});

@@ -7,7 +7,6 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sqlite3.h>
-#include <sys/stat.h>
 #include <vector>
 
 namespace tq::test {
@@ -21,11 +20,9 @@ protected:
         return std::ranges::count_if(std::filesystem::directory_iterator(folder),
             [](const auto& entry) { return entry.path().filename().string().find(".damaged-") != std::string::npos; });
     }
-    static unsigned modeOf(const std::filesystem::path& path)
+    static std::filesystem::perms modeOf(const std::filesystem::path& path)
     {
-        struct stat status { };
-        stat(path.c_str(), &status);
-        return status.st_mode & 0777U;
+        return std::filesystem::status(path).permissions();
     }
 
     std::filesystem::path folder = std::filesystem::path(getenv("XDG_DATA_HOME")) / "defaults test";
@@ -48,9 +45,9 @@ TEST_F(UserDefaultsTest, WhatIsWrittenIsThereForTheNextRunAndForOtherProcesses)
     EXPECT_TRUE(other.remove("gone") && other.remove("gone"));
     EXPECT_EQ(first.read("gone"), std::nullopt);
     EXPECT_EQ(DefaultsDatabase(file).read("key"), "two");
-    EXPECT_EQ(modeOf(file), 0600U);
-    EXPECT_EQ(modeOf(file.string() + "-wal"), 0600U);
-    EXPECT_EQ(modeOf(folder), 0700U);
+    EXPECT_EQ(modeOf(file), std::filesystem::perms(0600));
+    EXPECT_EQ(modeOf(file.string() + "-wal"), std::filesystem::perms(0600));
+    EXPECT_EQ(modeOf(folder), std::filesystem::perms(0700));
 }
 
 TEST_F(UserDefaultsTest, ADamagedFileIsSetAsideAndANewOneBegun)
