@@ -9,15 +9,16 @@
 
 namespace tq::test {
 
-std::unique_ptr<Program> ClientPrograms::start(Words words)
+std::unique_ptr<Program> ClientPrograms::start(Words words, Program::Environment environment)
 {
     std::filesystem::create_directories(folder);
     words.insert(words.begin(), TQWB_CLIENT_BINARY);
-    return std::make_unique<Program>(std::move(words), folder / ("client" + std::to_string(++m_count) + ".log"),
-        Program::Environment{ { "XDG_DATA_HOME", folder / "data" },
-            // GLib forgets its first table of names on purpose when there are as many as in this program, and that
-            // cannot be told from other leaks soon enough: leaks are looked for in the tests of the library.
-            { "ASAN_OPTIONS", "detect_stack_use_after_return=1:detect_leaks=0" } });
+    environment["XDG_DATA_HOME"] = folder / "data";
+    // GLib forgets its first table of names on purpose when there are as many as in this program, and that cannot be
+    // told from other leaks soon enough: leaks are looked for in the tests of the library.
+    environment["ASAN_OPTIONS"] = "detect_stack_use_after_return=1:detect_leaks=0";
+    return std::make_unique<Program>(
+        std::move(words), folder / ("client" + std::to_string(++m_count) + ".log"), environment);
 }
 
 ClientPrograms::Words ClientPrograms::joinWords(const std::string& user, const std::string& token) const
@@ -26,9 +27,9 @@ ClientPrograms::Words ClientPrograms::joinWords(const std::string& user, const s
         "Ann Λ", "--ca", authority };
 }
 
-std::unique_ptr<Program> ClientPrograms::joined(const std::string& user)
+std::unique_ptr<Program> ClientPrograms::joined(const std::string& user, Program::Environment environment)
 {
-    auto client = start(joinWords(user));
+    auto client = start(joinWords(user), std::move(environment));
     client->waitFor("success", "join");
     client->waitForLog("[TQ:Log] onLoadEnd");
     return client;
@@ -45,14 +46,6 @@ Screen::Window ClientPrograms::waitForWindow(const std::string& title)
     }
     ADD_FAILURE() << "waited in vain for the window \"" << title << "\"";
     return {};
-}
-
-void ClientPrograms::speak(const char* languages)
-{
-    // The locale is the tests' own: newer C libraries read no LANGUAGE in C.UTF-8, and there may be no other.
-    setenv("LOCPATH", TQWB_LOCALES_FOLDER, 1);
-    setenv("LC_ALL", *languages ? "en_US.UTF-8" : "C", 1);
-    setenv("LANGUAGE", languages, 1);
 }
 
 boost::json::value ClientPrograms::call(

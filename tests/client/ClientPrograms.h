@@ -25,14 +25,12 @@ protected:
 
     ~ClientPrograms() override { std::filesystem::remove_all(folder); }
 
-    std::unique_ptr<Program> start(Words words);
+    std::unique_ptr<Program> start(Words words, Program::Environment environment = {});
     Words joinWords(const std::string& user, const std::string& token = "good") const;
     /// A client that has joined, and whose page has loaded.
-    std::unique_ptr<Program> joined(const std::string& user);
+    std::unique_ptr<Program> joined(const std::string& user, Program::Environment environment = {});
     /// Waits until a window of that title is on the screen, and fails the test when none comes.
     static Screen::Window waitForWindow(const std::string& title);
-    /// Clients that are started from now on speak the first of these languages that they can; none: the sources' own.
-    static void speak(const char* languages);
 
     const std::filesystem::path folder = std::filesystem::path(getenv("XDG_DATA_HOME")) / "clients";
     std::string host;

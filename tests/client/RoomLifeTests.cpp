@@ -134,8 +134,6 @@ TEST_F(RoomLifeTest, TheRoomsEventsReachTheOutput)
     const auto failure = ann->waitFor("onWBRoomException");
     EXPECT_EQ(failure.at("code"), 4091);
     EXPECT_EQ(failure.at("msg"), "the same user has entered the room from another place");
-    ann->write("exists board.draw");
-    ann->waitForLog("exists: there is no board on the screen");
 }
 
 } // namespace

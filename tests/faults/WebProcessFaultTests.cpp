@@ -1,6 +1,5 @@
 // The page's process is killed in the middle of whatever a page and the application do together.
 
-#include "tests/support/Dialogs.h"
 #include "tests/support/Engine.h"
 #include "tests/support/PageWindowTest.h"
 #include "tests/support/Processes.h"
@@ -47,7 +46,6 @@ protected:
     {
         kept = nullptr;
         PageWindowTest::TearDown();
-        EXPECT_EQ(dialogs().size(), 0U);
     }
     // Nothing runs on the main loop meanwhile: the view has not heard of it yet.
     void killPage()
@@ -185,17 +183,6 @@ TEST_F(WebProcessFaultTest, InTheMiddleOfADialog)
         EXPECT_EQ(reports->values.size(), count);
         expectWorks();
     }
-    // One on the screen and others behind it, of a page that does not wait for them.
-    const std::shared_ptr<Delegate> none;
-    view->setDSUIDelegate(none);
-    load();
-    call("_dsb.disableJavascriptDialogBlock", R"({"data":{"disable":true}})");
-    ask("[1, 2, 3].map(i => confirm(i)).length");
-    EXPECT_EQ(dialogs().size(), 1U);
-    killPage();
-    waitForTheEnd();
-    EXPECT_EQ(dialogs().size(), 0U);
-    expectWorks();
 }
 
 TEST_F(WebProcessFaultTest, InTheMiddleOfACallOfThePage)
