@@ -53,7 +53,7 @@ public:
     {
         if (handler)
             m_scriptMessageHandlers.insert_or_assign(
-                std::move(name), MessageHandler{ std::move(handler), std::move(contentWorld) });
+                std::move(name), MessageHandler{ std::move(handler), nullptr, std::move(contentWorld) });
     }
     /// The same for the page's own world.
     void addScriptMessageHandler(std::shared_ptr<WKScriptMessageHandler> handler, std::string name)
@@ -61,10 +61,21 @@ public:
         addScriptMessageHandler(std::move(handler), {}, std::move(name));
     }
 
-    /// A handler, and whose it is.
+    /// The same for a handler that answers: `postMessage` returns a Promise of the answer then.
+    void addScriptMessageHandlerWithReply(
+        std::shared_ptr<WKScriptMessageHandlerWithReply> handler, std::string contentWorld, std::string name)
+    {
+        if (handler)
+            m_scriptMessageHandlers.insert_or_assign(
+                std::move(name), MessageHandler{ nullptr, std::move(handler), std::move(contentWorld) });
+    }
+
+    /// A handler, of the one kind or the other, and whose it is.
     struct MessageHandler {
-        /// Never null.
+        /// Null where it answers.
         std::shared_ptr<WKScriptMessageHandler> handler;
+        /// Null where it does not answer.
+        std::shared_ptr<WKScriptMessageHandlerWithReply> answering;
         /// Empty: the page's own.
         std::string contentWorld;
         /// The same handler in the same world.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../Foundation/Export.h"
+#include "../Foundation/NSError.h"
 #include "../Foundation/NSObject.h"
 #include "../Foundation/NSURLRequest.h"
 #include "../UIKit/CGGeometry.h"
@@ -10,7 +11,9 @@
 #include "WKUIDelegate.h"
 #include "WKWebViewConfiguration.h"
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,6 +43,11 @@ public:
     /// Runs a script in the page, at once and without an answer. Scripts run in the order of the calls; one that is
     /// sent before the first page is lost.
     void evaluateJavaScript(std::string_view script);
+    /// What becomes of a script: the text that is its value (absent for any other value), and why there is no value.
+    /// No value is there either where the script threw, or the page or its process went away meanwhile.
+    using EvaluationCompletion = std::function<void(OptionalText value, std::optional<NSError> error)>;
+    /// The same with an answer. @param completionHandler called once, later, on the main thread.
+    void evaluateJavaScript(std::string_view script, EvaluationCompletion completionHandler);
     /// The origin of the page that runs in the view, however it came there, and not of one that is still to come.
     /// Absent before the first page and for pages without a host, such as "about:" and "data:" ones.
     const OptionalText& pageOrigin() const;
@@ -120,6 +128,10 @@ protected:
     /// Told that nobody waits for the answers of the page's dialogs any more: another page is coming or has come, or
     /// the page's process has ended.
     virtual void pageDialogsAreVoid() { }
+    /// Told that the page has gone: another one has come, or its process has ended. Messages of it may still come.
+    virtual void pageHasGone() { }
+    /// Ends the process of the page, as if it had died.
+    void terminatePage();
     /// Ends the view for good, without asking the page: its script, timers and connections end at a later turn of the
     /// main loop, nothing is loaded or run in it any more, and no delegate is told of anything. Main thread; at any
     /// time, more than once too. A class that overrides it calls its base's.

@@ -12,6 +12,7 @@ namespace tq {
 
 template <class T> using GObjectPointer = std::unique_ptr<T, Releaser<g_object_unref>>;
 using GCharPointer = std::unique_ptr<char, Releaser<g_free>>;
+using GErrorPointer = std::unique_ptr<GError, Releaser<g_error_free>>;
 using GBytesPointer = std::unique_ptr<GBytes, Releaser<g_bytes_unref>>;
 
 /// Takes a reference of its own.

@@ -238,6 +238,47 @@ void WKWebView::evaluateJavaScript(std::string_view script)
         nullptr, nullptr, nullptr, nullptr);
 }
 
+// A script that has been sent, and who waits for its value.
+struct WKWebView::Impl::Evaluation {
+    std::weak_ptr<WKWebView> view;
+    EvaluationCompletion completion;
+
+    static void ended(GObject* webView, GAsyncResult* result, gpointer data)
+    {
+        const std::unique_ptr<Evaluation> self(static_cast<Evaluation*>(data));
+        GError* failure = nullptr;
+        const GObjectPointer<JSCValue> value(
+            webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(webView), result, &failure));
+        const GErrorPointer error(failure);
+        const auto view = self->view.lock();
+        std::optional<EngineCall> call;
+        if (view)
+            call.emplace(view->m_impl.get());
+        runGuarded([&] {
+            if (value)
+                self->completion(textOf(value.get()), std::nullopt);
+            else
+                self->completion(std::nullopt, urlError(NSURLErrorUnknown, error ? error->message : "no value"));
+        });
+    }
+};
+
+void WKWebView::evaluateJavaScript(std::string_view script, EvaluationCompletion completionHandler)
+{
+    assert(isMainThread());
+    if (hasEnded()) {
+        dispatchToMain([completion = std::move(completionHandler)] {
+            completion(std::nullopt, urlError(NSURLErrorCancelled, "The view has ended."));
+        });
+        return;
+    }
+    auto evaluation = std::make_unique<Impl::Evaluation>(weak_from_this(), std::move(completionHandler));
+    webkit_web_view_evaluate_javascript(m_impl->webView, script.data(), static_cast<gssize>(script.size()), nullptr,
+        nullptr, nullptr, Impl::Evaluation::ended, evaluation.release());
+}
+
+void WKWebView::terminatePage() { webkit_web_view_terminate_web_process(m_impl->webView); }
+
 const OptionalText& WKWebView::pageOrigin() const { return m_impl->pageOrigin; }
 
 OptionalText WKWebView::URL() const

@@ -125,6 +125,8 @@ struct WKWebView::Impl {
 
     private:
         static void received(WebKitUserContentManager*, JSCValue* value, gpointer port);
+        static gboolean asked(
+            WebKitUserContentManager*, JSCValue* value, WebKitScriptMessageReply* reply, gpointer port);
 
         Impl& m_impl;
         const std::string m_name;
@@ -132,6 +134,9 @@ struct WKWebView::Impl {
         const SignalConnection m_connection;
     };
     void setUserContent(const WKUserContentController& configured, const WKUserContentController& own);
+
+    struct Evaluation;
+    static OptionalText textOf(JSCValue* value);
 
     class PendingDialog;
     bool ask(WebKitScriptDialog* native, const std::shared_ptr<PendingDialog>& dialog);
