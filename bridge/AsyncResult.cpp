@@ -9,21 +9,19 @@
 
 namespace tq {
 
-AsyncResult::AsyncResult(PageCallback callback)
-    : m_callback(std::move(callback))
-    , m_isCallable(isCallable(m_callback.name))
-{
-}
-
 void AsyncResult::deliver(OptionalValue value, Complete complete)
 {
+    std::string message;
     {
         const std::lock_guard lock(m_mutex);
         m_hasBegun = true;
+        ++m_results;
+        m_isOver = m_isOver || complete == Complete::Yes;
         if (value)
             m_data = std::move(value);
+        message = resultMessage(ResultCode::Invoked, m_data);
     }
-    queue(message(), complete);
+    send(std::move(message), complete);
 }
 
 void AsyncResult::end()
@@ -31,47 +29,53 @@ void AsyncResult::end()
     {
         const std::lock_guard lock(m_mutex);
         m_hasBegun = true;
+        m_isOver = true;
     }
-    queue(kEndResult, Complete::Yes);
+    send(std::string(kEndResult), Complete::Yes);
 }
 
 void AsyncResult::abandon()
 {
     {
         const std::lock_guard lock(m_mutex);
-        if (m_hasBegun && !m_callback.takesReasons)
+        if (m_hasBegun && !m_takesReasons)
             return;
     }
-    queue(kEndResult, Complete::Yes);
+    send(std::string(kEndResult), Complete::Yes);
 }
 
-void AsyncResult::queue(std::string_view resultMessage, Complete complete)
+std::string AsyncResult::message() const
+{
+    const std::lock_guard lock(m_mutex);
+    if (!m_hasBegun)
+        return resultMessage(ResultCode::NotInvoked, std::nullopt, m_takesReasons ? kPending : std::string_view());
+    const bool isSettled = m_takesReasons && m_isOver && m_results <= 1;
+    if (isSettled && !m_results)
+        return R"({"code":0,"complete":true})";
+    return resultMessage(ResultCode::Invoked, m_data, isSettled ? kSettled : std::string_view());
+}
+
+ScriptResult::ScriptResult(PageCallback callback)
+    : AsyncResult(callback.takesReasons)
+    , m_callback(std::move(callback.name))
+    , m_isCallable(isCallable(m_callback))
+{
+}
+
+void ScriptResult::send(std::string&& resultMessage, Complete complete)
 {
     if (!m_isCallable) {
         NSLog(TQWBLogLevel::Warning,
             "Js bridge: a result is dropped, since the page's callback name is none that a script may call");
         return;
     }
-    std::string script = "try {" + m_callback.name + "(JSON.parse(decodeURIComponent(\"";
+    std::string script = "try {" + m_callback + "(JSON.parse(decodeURIComponent(\"";
     script += percentEncoded(resultMessage);
-    script
-        += m_callback.takesReasons && resultMessage == kUnwritableResult ? "\")).data,\"unreadable\");" : "\")).data);";
+    script += takesReasons() && resultMessage == kUnwritableResult ? "\")).data,\"unreadable\");" : "\")).data);";
     if (complete == Complete::Yes)
-        script += "delete window." + m_callback.name;
+        script += "delete window." + m_callback;
     script += "; } catch(e){};";
     queueScript(script);
-}
-
-bool AsyncResult::hasBegun() const
-{
-    const std::lock_guard lock(m_mutex);
-    return m_hasBegun;
-}
-
-std::string AsyncResult::message() const
-{
-    const std::lock_guard lock(m_mutex);
-    return resultMessage(m_hasBegun ? ResultCode::Invoked : ResultCode::NotInvoked, m_data);
 }
 
 } // namespace tq

@@ -9,22 +9,18 @@
 
 namespace tq {
 
-/// The function of a page that receives the results of an asynchronous call.
-struct PageCallback {
-    /// Its name, which may be anything.
-    std::string name;
-    /// Whether the page has asked to be told of results that cannot be written: by a second parameter, the reason.
-    bool takesReasons = false;
-};
-
-/// The result of one asynchronous page call while it is being delivered, and the result of the call itself.
+/// The results of one asynchronous page call while they are being delivered, and the result of the call itself.
 class AsyncResult : public ResultSink {
 public:
-    explicit AsyncResult(PageCallback callback);
+    /// @param takesReasons whether the page has asked for more than the plain results can say: why there is none, and
+    /// whether the first one is the last.
+    explicit AsyncResult(bool takesReasons)
+        : m_takesReasons(takesReasons)
+    {
+    }
 
-    /// Queues the script that carries the result to the page.
     void deliver(OptionalValue value, Complete complete) final;
-    /// The page's function is called without a value, for the last time.
+    /// The page gets no value, for the last time.
     void end() final;
     /// The same, without an effect on the message. A page that expects no reasons, and has had results, takes what it
     /// has got for all.
@@ -32,20 +28,44 @@ public:
 
     /// The result message as it stands.
     std::string message() const;
-    /// Whether there has been a result, or the end.
-    bool hasBegun() const;
+
+protected:
+    bool takesReasons() const { return m_takesReasons; }
 
 private:
-    void queue(std::string_view resultMessage, Complete complete);
+    /// Sends a result message to the page. Any thread.
+    virtual void send(std::string&& resultMessage, Complete complete) = 0;
+
+    const bool m_takesReasons;
+    mutable std::mutex m_mutex;
+    // How many results there have been; the end without one is none.
+    int m_results = 0;
+    bool m_hasBegun = false;
+    bool m_isOver = false;
+    // The last value of all results so far.
+    OptionalValue m_data;
+};
+
+/// The function of a page that receives the results of an asynchronous call.
+struct PageCallback {
+    /// Its name, which may be anything.
+    std::string name;
+    /// Whether the page takes reasons: by a second parameter of the function.
+    bool takesReasons = false;
+};
+
+/// Results that a script brings to a function of the page.
+class ScriptResult : public AsyncResult {
+public:
+    explicit ScriptResult(PageCallback callback);
+
+private:
+    void send(std::string&& resultMessage, Complete complete) final;
     /// Queues a script for the page. Any thread.
     virtual void queueScript(std::string_view script) = 0;
 
-    const PageCallback m_callback;
+    const std::string m_callback;
     const bool m_isCallable;
-    mutable std::mutex m_mutex;
-    bool m_hasBegun = false;
-    // The last value of all results so far.
-    OptionalValue m_data;
 };
 
 } // namespace tq

@@ -1,9 +1,11 @@
 #include "TQWhiteBoardLib/DWKWebView.h"
 
 #include "AsyncResult.h"
+#include "CallMessage.h"
 #include "InternalApis.h"
 #include "NativeObjects.h"
 #include "PageConsole.h"
+#include "PagePorts.h"
 #include "PercentEncoding.h"
 #include "ScriptBatch.h"
 #include "platform/Foundation/Dispatch.h"
@@ -15,10 +17,10 @@
 namespace tq {
 
 /// A result on its way to the page of a view.
-class ViewResult final : public AsyncResult {
+class ViewResult final : public ScriptResult {
 public:
     ViewResult(std::shared_ptr<DWKWebView> view, PageCallback callback)
-        : AsyncResult(std::move(callback))
+        : ScriptResult(std::move(callback))
         , m_view(std::move(view))
     {
     }
@@ -57,11 +59,17 @@ void DWKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration
     auto internalApis = std::make_shared<InternalApis>();
     internalApis->setWebview(self);
     addJavascriptObject(std::move(internalApis), "_dsb");
+    m_ports = std::make_shared<PagePorts>(self);
+    m_javaScriptNamespaceInterfaces->setOwn(PagePorts::kNamespace, m_ports);
+    giveUserContent();
 }
+
+void DWKWebView::pageHasGone() { m_ports->close(); }
 
 void DWKWebView::end()
 {
     WKWebView::end();
+    m_ports->close();
     m_dsUIDelegate.clear();
     // What is let go of may call the view once more.
     m_callInfoList.reset();
@@ -98,6 +106,7 @@ void DWKWebView::giveUserContent()
 {
     WKUserContentController content;
     addSecrets(content);
+    m_ports->addTo(content);
     if (m_console)
         m_console->addTo(content);
     setOwnUserContent(content);
@@ -135,16 +144,13 @@ void DWKWebView::reportMissingMethod(std::string_view methodName)
 
 void DWKWebView::queueScript(std::string_view script)
 {
-    m_batch->append(script, ScriptBatch::milliseconds(),
-        [this](std::int32_t delay, ScriptBatch::Ticket ticket) { scheduleFlush(delay, ticket); });
+    m_batch->append(script, ScriptBatch::milliseconds(), [this](std::int32_t delay) { evalJavascript(delay); });
 }
 
-void DWKWebView::evalJavascript(std::int32_t delay) { scheduleFlush(delay, std::nullopt); }
-
-void DWKWebView::scheduleFlush(std::int32_t delay, std::optional<std::uint64_t> ticket)
+void DWKWebView::evalJavascript(std::int32_t delay)
 {
-    auto flush = [self = std::static_pointer_cast<DWKWebView>(shared_from_this()), ticket] {
-        self->m_batch->flush(ScriptBatch::milliseconds(), ticket, [&](std::string_view script) {
+    auto flush = [self = std::static_pointer_cast<DWKWebView>(shared_from_this())] {
+        self->m_batch->flush(ScriptBatch::milliseconds(), [&](std::string_view script) {
             if (self->isPageAllowed())
                 self->evaluateJavaScript(script);
         });
@@ -161,25 +167,39 @@ void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::
 {
     constexpr std::string_view kCallPrefix = "_dsbridge=";
     if (!prompt.starts_with(kCallPrefix))
-        showPrompt(webView, prompt, defaultText, frame, std::move(completion));
-    else if (isPageAllowed())
+        return showPrompt(webView, prompt, defaultText, frame, std::move(completion));
+    m_ports->pageHasWaited();
+    if (isPageAllowed())
         completion(answer(prompt.substr(kCallPrefix.size()), defaultText));
     else
         completion(NativeObjects::refusal());
 }
 
+// What a call from the page comes to; absent where it has failed. In debug mode nothing is caught: the program ends
+// where the fault is.
+template <class Call> auto DWKWebView::guarded(const Call& call)
+{
+    std::optional<decltype(call())> result;
+    const auto run = [&] { result = call(); };
+    if (m_isDebug)
+        [&]() noexcept { run(); }();
+    else
+        runGuarded(run);
+    return result;
+}
+
 OptionalText DWKWebView::answer(std::string_view methodName, std::optional<std::string_view> argumentMessage)
 {
-    // In debug mode nothing is caught: the program ends where the fault is.
-    const auto result = [&] { return callFromPage(methodName, argumentMessage, requiredSecret()); };
-    if (m_isDebug)
-        return [&]() noexcept { return result(); }();
-    try {
-        return result();
-    } catch (...) {
-        logCurrentException();
-    }
-    return std::nullopt;
+    return guarded([&] { return callFromPage(methodName, argumentMessage, requiredSecret()); });
+}
+
+std::optional<CallOutcome> DWKWebView::performGuarded(std::string_view methodName, CallMessage&& message,
+    const std::function<std::shared_ptr<AsyncResult>(PageCallback)>& makeResult)
+{
+    return guarded([&] {
+        return m_javaScriptNamespaceInterfaces->perform(
+            methodName, std::move(message), makeResult, [this](std::string_view name) { reportMissingMethod(name); });
+    });
 }
 
 } // namespace tq

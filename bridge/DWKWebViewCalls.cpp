@@ -1,5 +1,6 @@
 // Native code calls the page.
 
+#include "CallMessage.h"
 #include "JSBUtil.h"
 #include "PageAnswer.h"
 #include "TQWhiteBoardLib/DWKWebView.h"
@@ -53,7 +54,23 @@ void DWKWebView::dispatchJavascriptCall(const DSCallInfo& info)
     } else {
         script = "window._handleMessageFromNative({})";
     }
-    evaluateJavaScript(script);
+    // A page half may give its answer as the value of the script.
+    if (!m_handerMap.contains(info.id))
+        return evaluateJavaScript(script);
+    const auto self = std::static_pointer_cast<DWKWebView>(shared_from_this());
+    evaluateJavaScript(script, [weak = std::weak_ptr(self), id = info.id](const OptionalText& value, auto&&) {
+        if (const auto view = weak.lock(); view && value && view->isPageAllowed())
+            view->takeAnswer(id, *value);
+    });
+}
+
+// The value is the message that a call of "returnValue" would have, or means nothing.
+void DWKWebView::takeAnswer(std::int32_t id, std::string_view value)
+{
+    auto message = CallMessage::readPlain(value);
+    const auto* given = message ? memberOf(message->data, "id") : nullptr;
+    if (given && wholeNumber(given) == id)
+        returnValue(std::move(message->data));
 }
 
 void DWKWebView::dispatchStartupQueue()

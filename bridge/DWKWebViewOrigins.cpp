@@ -1,11 +1,11 @@
 // Which pages the bridge is for.
 
+#include "Secret.h"
 #include "TQWhiteBoardLib/DWKWebView.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSURL.h"
-#include "platform/Foundation/Random.h"
 
 #include <algorithm>
 #include <cassert>
@@ -13,19 +13,6 @@
 namespace tq {
 
 namespace {
-
-// 128 bits, as hexadecimal digits.
-std::string newSecret()
-{
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    std::string secret;
-    for (int word = 0; word < 4; ++word) {
-        auto bits = arc4random();
-        for (int digit = 0; digit < 8; ++digit, bits >>= 4U)
-            secret += kDigits[bits & 0xFU];
-    }
-    return secret;
-}
 
 // Tells the main frame of a page of that origin its secret. Pages of another host never have the script; the engine
 // does not know ports apart, so the script itself looks whose page it is. It asks nothing that a page can change before

@@ -21,11 +21,11 @@ std::string mismatchMessage(std::string_view fullName, std::string_view mismatch
     return resultMessage(ResultCode::NotInvoked, boost::json::value(text));
 }
 
-// The answer to a call that nothing has come of yet. A page that asks for more is told whether there will be something.
-std::string emptyMessage(const CallMessage& message, bool isPending)
+// The answer to a call that nothing will come of. A page that asks for more is told so.
+std::string emptyMessage(const CallMessage& message)
 {
     const bool isTold = message.callbackName && message.asksForMore;
-    return resultMessage(ResultCode::NotInvoked, std::nullopt, isTold ? std::optional(isPending) : std::nullopt);
+    return resultMessage(ResultCode::NotInvoked, std::nullopt, isTold ? kNonePending : std::string_view());
 }
 
 } // namespace
@@ -54,6 +54,12 @@ void NativeObjects::remove(const OptionalText& nameSpace)
     }
 }
 
+void NativeObjects::setOwn(std::string nameSpace, std::shared_ptr<NSObject> object)
+{
+    const std::lock_guard lock(m_registryMutex);
+    m_own = { std::move(nameSpace), std::move(object) };
+}
+
 NativeObjects::Found NativeObjects::find(std::string_view fullName) const
 {
     const auto [nameSpace, method] = JSBUtil::parseNamespace(fullName);
@@ -62,6 +68,8 @@ NativeObjects::Found NativeObjects::find(std::string_view fullName) const
         const std::lock_guard lock(m_registryMutex);
         if (const auto entry = m_objects.find(nameSpace); entry != m_objects.end())
             found.object = entry->second;
+        else if (nameSpace == m_own.first)
+            found.object = m_own.second;
     }
     if (found.object)
         found.candidates = found.object->objectClass().candidates(method);
@@ -73,36 +81,51 @@ std::string NativeObjects::refusal() { return resultMessage(ResultCode::NotInvok
 std::string NativeObjects::call(std::string_view methodName, std::optional<std::string_view> argumentMessage,
     const MakeResult& makeResult, const MethodMissing& methodMissing, std::optional<std::string_view> secret) const
 {
-    const auto fullName = JSBUtil::trimmed(methodName);
-    const auto [object, candidates] = find(fullName);
+    const auto found = find(JSBUtil::trimmed(methodName));
     auto message = CallMessage::readPlain(argumentMessage, secret.value_or(""));
     // A text that is no message is complained of only where there is somebody whom it is for, or a secret to find.
-    if (!message && (object || secret))
+    if (!message && (found.object || secret))
         message = CallMessage::readAny(argumentMessage, secret.value_or(""));
     if (secret && !message->hasSecret) {
         NSLog(TQWBLogLevel::Warning, "Js bridge: refused for a frame that is not the main one of an allowed page");
         return refusal();
     }
+    auto outcome = perform(found, methodName, message ? std::move(*message) : CallMessage(), makeResult, methodMissing);
+    return outcome.result ? outcome.result->message() : std::move(outcome.message);
+}
+
+CallOutcome NativeObjects::perform(std::string_view methodName, CallMessage&& message, const MakeResult& makeResult,
+    const MethodMissing& methodMissing) const
+{
+    return perform(find(JSBUtil::trimmed(methodName)), methodName, std::move(message), makeResult, methodMissing);
+}
+
+CallOutcome NativeObjects::perform(const Found& found, std::string_view methodName, CallMessage&& message,
+    const MakeResult& makeResult, const MethodMissing& methodMissing) const
+{
+    const auto& [object, candidates] = found;
     if (!object) {
         NSLog(TQWBLogLevel::Error,
             "Js bridge  called, but can't find a corresponded JavascriptObject , please check your code!");
-        return message ? emptyMessage(*message, false) : refusal();
+        return { emptyMessage(message), nullptr };
     }
     std::string mismatch;
-    if (message->callbackName) {
+    if (message.callbackName) {
         if (candidates.async) {
-            const auto result = makeResult({ std::move(*message->callbackName), message->asksForMore });
-            candidates.async->invoke(*object, std::move(message->data), result, mismatch);
+            const auto result = makeResult({ std::move(*message.callbackName), message.asksForMore });
+            candidates.async->invoke(*object, std::move(message.data), result, mismatch);
             if (!mismatch.empty())
-                return mismatchMessage(fullName, mismatch);
-            return result->hasBegun() ? result->message() : emptyMessage(*message, true);
+                return { mismatchMessage(JSBUtil::trimmed(methodName), mismatch), nullptr };
+            return { {}, result };
         }
     } else if (candidates.sync) {
-        const auto value = candidates.sync->invoke(*object, std::move(message->data), mismatch);
-        return mismatch.empty() ? resultMessage(ResultCode::Invoked, value) : mismatchMessage(fullName, mismatch);
+        const auto value = candidates.sync->invoke(*object, std::move(message.data), mismatch);
+        return { mismatch.empty() ? resultMessage(ResultCode::Invoked, value)
+                                  : mismatchMessage(JSBUtil::trimmed(methodName), mismatch),
+            nullptr };
     }
     methodMissing(methodName);
-    return emptyMessage(*message, false);
+    return { emptyMessage(message), nullptr };
 }
 
 bool NativeObjects::hasMethod(const OptionalValue& question) const

@@ -10,11 +10,21 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tq {
 
 class AsyncResult;
+struct CallMessage;
 struct PageCallback;
+
+/// What has become of a call: one of the two.
+struct CallOutcome {
+    /// The JSON text of the result.
+    std::string message;
+    /// Of an asynchronous method that was called; else null.
+    std::shared_ptr<AsyncResult> result;
+};
 
 /// The native objects that a page may call, by namespace, and the answering of its calls. Knows nothing of the view
 /// that brings them. Any thread.
@@ -44,6 +54,13 @@ public:
         const MakeResult& makeResult, const MethodMissing& methodMissing,
         std::optional<std::string_view> secret = std::nullopt) const;
 
+    /// Answers one call that has been read already, in the same way.
+    CallOutcome perform(std::string_view methodName, CallMessage&& message, const MakeResult& makeResult,
+        const MethodMissing& methodMissing) const;
+
+    /// Gives the view's own object for a namespace that nobody has registered another one for.
+    void setOwn(std::string nameSpace, std::shared_ptr<NSObject> object);
+
     /// Whether there is a method of the "name" and the "type" ("all", "asyn" or "syn").
     bool hasMethod(const OptionalValue& question) const;
 
@@ -55,9 +72,12 @@ private:
         NSClass::Candidates candidates;
     };
     Found find(std::string_view fullName) const;
+    CallOutcome perform(const Found& found, std::string_view methodName, CallMessage&& message,
+        const MakeResult& makeResult, const MethodMissing& methodMissing) const;
 
     mutable std::mutex m_registryMutex;
     std::map<std::string, std::shared_ptr<NSObject>, std::less<>> m_objects;
+    std::pair<std::string, std::shared_ptr<NSObject>> m_own;
 };
 
 } // namespace tq

@@ -4,7 +4,7 @@
 
 namespace tq {
 
-std::string resultMessage(ResultCode code, const OptionalValue& data, std::optional<bool> isPending)
+std::string resultMessage(ResultCode code, const OptionalValue& data, std::string_view more)
 {
     // A message of this length is written without asking for memory a second time.
     constexpr std::size_t kUsualLength = 256;
@@ -16,8 +16,7 @@ std::string resultMessage(ResultCode code, const OptionalValue& data, std::optio
         message += "\"\"";
     else if (!NSJSONSerialization::appendJSON(message, *data))
         return std::string(kUnwritableResult);
-    if (isPending)
-        message += *isPending ? R"(,"pending":true)" : R"(,"pending":false)";
+    message += more;
     message += '}';
     return message;
 }

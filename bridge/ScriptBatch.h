@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -13,11 +12,8 @@ namespace tq {
 /// every 50 ms however many there are. Any thread.
 class ScriptBatch {
 public:
-    /// Says which flush a request is for. A request that comes when its scripts have been flushed already is void:
-    /// whatever was added since has a request of its own.
-    using Ticket = std::uint64_t;
     /// Asks for a flush after so many milliseconds.
-    using RequestFlush = std::function<void(std::int32_t delay, Ticket ticket)>;
+    using RequestFlush = std::function<void(std::int32_t delay)>;
     using Evaluate = std::function<void(std::string_view script)>;
 
     /// Adds a script and asks for a flush if none is on its way: at once when the last one is at least 50 ms ago.
@@ -25,9 +21,8 @@ public:
     void append(std::string_view script, std::uint64_t now, const RequestFlush& requestFlush);
 
     /// Evaluates everything collected as one script; does nothing when there is nothing.
-    /// @param ticket of the request; absent: the flush is wanted in any case.
     /// @param evaluate is called under the batch's lock.
-    void flush(std::uint64_t now, std::optional<Ticket> ticket, const Evaluate& evaluate);
+    void flush(std::uint64_t now, const Evaluate& evaluate);
 
     /// The clock of `append` and `flush`.
     static std::uint64_t milliseconds();
@@ -40,8 +35,6 @@ private:
     bool m_isPending = false;
     // A flush without delay has been asked for and has not run: no need to ask again for every further script.
     bool m_isDue = false;
-    // How many flushes there have been.
-    Ticket m_flushes = 0;
 };
 
 } // namespace tq

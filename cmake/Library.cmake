@@ -7,6 +7,9 @@ set(TQWB_SHARED_SOURCES
     bridge/DWKWebViewOrigins.cpp
     bridge/InternalApis.cpp
     bridge/PageConsole.cpp
+    bridge/PagePort.cpp
+    bridge/PagePorts.cpp
+    bridge/Secret.cpp
     host/TQWBBridge.cpp
     host/TQWBProtocols.cpp
     host/TQWBWebView.cpp

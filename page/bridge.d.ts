@@ -55,12 +55,13 @@ export interface CallOptions {
 export function callAsync<Value = unknown>(method: string, argument?: unknown, options?: CallOptions): Promise<Value>;
 
 /**
- * Calls an asynchronous native method; `callback` gets every result. `isLast` is true with the last one, and with no
- * other. A method that ends without a last result ends with undefined. In place of a result that cannot be written, and
- * of those that are lost since the page was left, there is an `error`; others may follow where `isLast` is false.
+ * Calls an asynchronous native method; `callback` gets every result, never before this has returned. `isLast` is true
+ * with the last one, and with no other. A method that ends without a last result ends with undefined. There is an `error`
+ * in place of a result that cannot be written, of those that are lost since the page was left, and where the method cannot
+ * be called; others may follow where `isLast` is false.
  *
  * @returns a function that abandons the call: `callback` is not called any more.
- * @throws what callSync throws.
+ * @throws NativeCallError without an application, and what callSync throws for the argument.
  */
 export function callWithCallback<Value = unknown>(
     method: string,
@@ -77,7 +78,7 @@ export interface ResultStream<Value> extends AsyncIterableIterator<Value> {
 /**
  * Calls an asynchronous native method at once. What comes before it is read is kept.
  *
- * @throws what callSync throws.
+ * @throws what callWithCallback throws.
  */
 export function stream<Value = unknown>(method: string, argument?: unknown): ResultStream<Value>;
 

@@ -14,10 +14,6 @@ const probe = "_hasJavascriptMethod";
 const deepest = 512; // levels of a message that the application reads
 const longestTimer = 2 ** 31 - 1; // milliseconds; a longer one would fire at once
 
-// Results of calls that an earlier page of the view has made may still arrive: no name is used by two pages.
-const callbackPrefix = "_tq" + Math.random().toString(36).slice(2) + "_";
-let lastCallback = 0;
-
 // Common to all copies of this script in the page, since native code finds only one of them:
 // name -> function(answer, list of arguments), which returns a Promise of its end.
 const functions = (window[Symbol.for("TQWhiteBoardLib.pageFunctions")] ??= new Map());
@@ -75,25 +71,32 @@ function write(message) {
     return text;
 }
 
-function ask(method, message) {
-    if (!isInApplication())
-        throw new NativeCallError(method, "no-application");
-    // What shows the application that its own page asks, if it wants to see that.
-    message._tqframe = window._tqframe;
-    const text = window.prompt("_dsbridge=" + method, write(message));
-    if (text === null)
+// What the application says to a call: {code, data}, or the error in its place.
+function answerOf(method, answer) {
+    if (answer === null)
         throw new NativeCallError(method, "failed");
-    let answer = null;
-    try {
-        answer = JSON.parse(text);
-    } catch {
-        // Reported below.
-    }
     if (typeof answer?.code !== "number")
         throw new NativeCallError(method, "unreadable");
     if (answer.code !== 0 && typeof answer.data === "string" && answer.data !== "")
         throw new NativeCallError(method, "bad-argument", answer.data);
     return answer;
+}
+
+/** A call that stops the page until it is answered. */
+function ask(method, message) {
+    if (!isInApplication())
+        throw new NativeCallError(method, "no-application");
+    port?.send(); // calls that were made before arrive before
+    // What shows the application that its own page asks, if it wants to see that.
+    message._tqframe = window._tqframe;
+    const text = window.prompt("_dsbridge=" + method, write(message));
+    let answer;
+    try {
+        answer = JSON.parse(text);
+    } catch {
+        // No answer can be read.
+    }
+    return answerOf(method, answer);
 }
 
 export function callSync(method, argument) {
@@ -103,62 +106,196 @@ export function callSync(method, argument) {
     return answer.data;
 }
 
-// The asynchronous calls that are not over: callback -> the function that is told why no result will come any more.
-const calls = new Map();
+// Calls that do not stop the page travel as messages, where the application takes them: those of one task in one message,
+// which waits until the message before is answered.
 
-/**
- * Starts an asynchronous call; `take` gets every result, or the error in its place, `fail` the error that ends the call.
- * Returns the name of the global function that `take` becomes.
- */
-function start(method, argument, take, fail) {
-    const callback = callbackPrefix + ++lastCallback;
-    window[callback] = (value, reason) => take(value, reason && new NativeCallError(method, reason));
-    calls.set(callback, (reason) => fail(new NativeCallError(method, reason)));
-    try {
-        // It says whether a result is still to come; older ones have to be asked whether there is such a method.
-        const { code, pending } = ask(method, { data: argument, _dscbstub: callback, _tq: 1 });
-        if (code !== 0 && !(pending ?? hasNativeMethod(method, "asyn")))
-            throw new NativeCallError(method, "no-method");
-    } catch (error) {
-        drop(callback);
-        throw error;
+class Port {
+    #handler;
+    #head;
+    #lines = [];
+    #isWaiting = false;
+    #isSending = false;
+    #next = 0; // the batch of results that is to come
+    #early = new Map(); // batches that have overtaken others
+
+    constructor(handler, { port, mark }) {
+        this.#handler = handler;
+        this.#head = [port, mark];
     }
-    return callback;
+
+    /** @param id the number of the call; none where nobody waits for a result. */
+    add(id, method, message) {
+        this.#lines.push(`${id ?? ""}\t${JSON.stringify(method)}\t${write(message)}`);
+        if (this.#isWaiting || this.#isSending)
+            return;
+        this.#isSending = true;
+        queueMicrotask(() => {
+            this.#isSending = false;
+            if (!this.#isWaiting)
+                this.send();
+        });
+    }
+
+    send() {
+        if (!this.#lines.length)
+            return;
+        this.#isWaiting = true;
+        const text = `${this.#head.join("\t")}\n${this.#lines.join("\n")}`;
+        this.#lines = [];
+        this.#handler.postMessage(text).then(
+            (batch) => {
+                this.#isWaiting = false;
+                this.take(batch);
+                this.send();
+            },
+            () => this === port && closePort(),
+        );
+    }
+
+    take(given) {
+        const [number, results, mark] = typeof given === "string" ? JSON.parse(given) : given;
+        this.#head[1] = mark || this.#head[1];
+        if (number !== null)
+            this.#early.set(number, results);
+        for (let batch; (batch = this.#early.get(this.#next)); ++this.#next) {
+            this.#early.delete(this.#next);
+            for (const [id, isLast, answer] of batch)
+                calls.get(id)?.take(answer, isLast);
+        }
+    }
 }
 
-function drop(callback) {
-    delete window[callback];
-    calls.delete(callback);
+let port; // null where there is none, undefined until one is wanted
+
+// What the application calls with results that come later than the answer to a message. No name is used by two pages:
+// results of an earlier page of the view may still arrive.
+const prefix = "_tq" + Math.random().toString(36).slice(2) + "_";
+const receiver = prefix + "results";
+window[receiver] = (batch) => port?.take(batch);
+
+// Takes messages; undefined where the application takes none.
+function messageHandler() {
+    return window.webkit?.messageHandlers?._tqcalls;
+}
+
+function findPort() {
+    const handler = messageHandler();
+    const opened = handler && ask("_tq.open", { data: { receiver } }).data;
+    return opened?.port ? new Port(handler, opened) : null;
+}
+
+function closePort() {
+    port = undefined;
+    for (const { method, fail } of [...calls.values()])
+        fail(new NativeCallError(method, "left"));
 }
 
 // While a page is put away, results go to the page that is there in its place.
-window.addEventListener("pageshow", (event) => {
-    for (const [callback, fail] of event.persisted ? [...calls] : []) {
-        drop(callback);
-        fail("left");
+window.addEventListener("pageshow", (event) => event.persisted && closePort());
+
+// The asynchronous calls that are not over: number -> {method, take(answer, isLast), fail(error)}
+const calls = new Map();
+let lastCall = 0;
+
+/**
+ * Starts an asynchronous call; `tell(value, isLast, error)` gets every result, or the error in its place, never before
+ * this has returned. Returns a function that abandons the call.
+ */
+function start(method, argument, tell) {
+    const id = ++lastCall;
+    const end = () => {
+        calls.delete(id);
+        delete window[prefix + id];
+    };
+    const call = {
+        method,
+        take(answer, isLast) {
+            if (isLast)
+                end();
+            try {
+                const { code, data } = answerOf(method, answer);
+                if (code !== 0)
+                    throw new NativeCallError(method, "no-method");
+                report(tell, data, isLast);
+            } catch (error) {
+                report(tell, undefined, isLast, error);
+            }
+        },
+        fail(error) {
+            end();
+            report(tell, undefined, true, error);
+        },
+    };
+    port ??= findPort();
+    if (port) {
+        port.add(id, method, { data: argument });
+        calls.set(id, call);
+    } else {
+        startByPrompt(id, argument, call, end);
     }
-});
+    return end;
+}
+
+// Whoever is told may throw what they like.
+function report(tell, ...result) {
+    try {
+        tell(...result);
+    } catch (thrown) {
+        console.error(thrown);
+    }
+}
+
+// Without messages a call costs a prompt, and its results come by a global function.
+function startByPrompt(id, argument, call, end) {
+    const { method } = call;
+    window[prefix + id] = (data, reason) => hold(id, reason ? undefined : { code: 0, data }); // no answer can be read
+    calls.set(id, call);
+    try {
+        // It says whether a result is still to come; older applications have to be asked whether there is such a method.
+        const { code, pending, complete, data } = ask(method, { data: argument, _dscbstub: prefix + id, _tq: 1 });
+        if (code !== 0 && !(pending ?? hasNativeMethod(method, "asyn")))
+            throw new NativeCallError(method, "no-method");
+        if (complete)
+            queueMicrotask(() => calls.get(id)?.take({ code, data }, true));
+    } catch (error) {
+        if (error.reason === undefined || error.reason === "no-application") {
+            end();
+            throw error;
+        }
+        queueMicrotask(() => calls.get(id)?.fail(error));
+    }
+}
+
+// Which result is the last shows when the script that brought it has ended: its function is deleted then. So results
+// are held until the microtask that follows.
+
+let held = []; // {id, answer}
+
+function hold(id, answer) {
+    if (held.push({ id, answer }) === 1)
+        queueMicrotask(takeHeld);
+}
+
+function takeHeld() {
+    const results = held;
+    held = [];
+    const last = new Map(results.map(({ id }, index) => [id, index]));
+    for (const [index, { id, answer }] of results.entries())
+        calls.get(id)?.take(answer, last.get(id) === index && !(prefix + id in window));
+}
 
 export function callAsync(method, argument, { timeout = Infinity } = {}) {
     return new Promise((resolve, reject) => {
         if (typeof timeout !== "number" || !(timeout >= 0))
             throw new RangeError("timeout must be a number of milliseconds");
-        const callback = start(
-            method,
-            argument,
-            (value, error) => {
-                drop(callback);
-                forget(callback);
-                error ? reject(error) : resolve(value);
-            },
-            (error) => {
-                forget(callback);
-                reject(error);
-            },
-        );
+        const abandon = start(method, argument, (value, isLast, error) => {
+            abandon();
+            forget(abandon);
+            error ? reject(error) : resolve(value);
+        });
         if (timeout < Infinity) {
-            expect(callback, timeout, () => {
-                drop(callback);
+            expect(abandon, timeout, () => {
+                abandon();
                 reject(new NativeCallError(method, "timeout"));
             });
         }
@@ -167,19 +304,19 @@ export function callAsync(method, argument, { timeout = Infinity } = {}) {
 
 // The deadlines of all calls share one timer: every timer that is pending in a page slows all of its calls.
 
-const deadlines = new Map(); // callback -> {due, expire}
+const deadlines = new Map(); // what abandons the call -> {due, expire}
 let timer = 0;
 let timerDue = Infinity;
 
-function expect(callback, timeout, expire) {
+function expect(call, timeout, expire) {
     const due = performance.now() + timeout;
-    deadlines.set(callback, { due, expire });
+    deadlines.set(call, { due, expire });
     if (due < timerDue)
         setTimer(due);
 }
 
-function forget(callback) {
-    if (deadlines.delete(callback) && deadlines.size === 0)
+function forget(call) {
+    if (deadlines.delete(call) && deadlines.size === 0)
         setTimer(Infinity);
 }
 
@@ -193,9 +330,9 @@ function setTimer(due) {
 function expireDue() {
     const now = performance.now();
     let next = Infinity;
-    for (const [callback, { due, expire }] of deadlines) {
+    for (const [call, { due, expire }] of deadlines) {
         if (due <= now) {
-            deadlines.delete(callback);
+            deadlines.delete(call);
             expire();
         } else {
             next = Math.min(next, due);
@@ -204,50 +341,12 @@ function expireDue() {
     setTimer(next);
 }
 
-// Which result is the last shows when the script that brought it has ended: its function is deleted then. So results
-// are held until the microtask that follows.
-
-let held = [];
-
-function hold(call, value, error) {
-    if (held.length === 0)
-        queueMicrotask(deliverHeld);
-    ++call.held;
-    held.push({ call, value, error });
-}
-
-function deliverHeld() {
-    const results = held;
-    held = [];
-    for (const { call, value, error } of results) {
-        const isLast = --call.held === 0 && !(call.name in window);
-        if (isLast)
-            calls.delete(call.name);
-        tell(call, value, isLast, error);
-    }
-}
-
-function tell(call, value, isLast, error) {
-    if (call.isAbandoned)
-        return;
-    try {
-        call.callback(value, isLast, error);
-    } catch (thrown) {
-        console.error(thrown);
-    }
-}
-
 export function callWithCallback(method, argument, callback) {
-    const call = { name: "", callback, held: 0, isAbandoned: false };
-    call.name = start(
-        method,
-        argument,
-        (value, error) => hold(call, value, error),
-        (error) => tell(call, undefined, true, error),
-    );
+    let isAbandoned = false;
+    const end = start(method, argument, (...result) => isAbandoned || callback(...result));
     return () => {
-        call.isAbandoned = true;
-        drop(call.name);
+        isAbandoned = true;
+        end();
     };
 }
 
@@ -335,11 +434,14 @@ function add(name, fn, run) {
 }
 
 export function register(name, fn) {
-    add(name, fn, async (answer, list) => answer.end(await fn(...list)));
+    add(name, fn, (answer, list) => {
+        const value = fn(...list);
+        return typeof value?.then === "function" ? Promise.resolve(value).then(answer.end) : answer.end(value);
+    });
 }
 
 export function registerStream(name, fn) {
-    add(name, fn, async (answer, list) => fn(answer, ...list));
+    add(name, fn, (answer, list) => fn(answer, ...list));
 }
 
 export function unregister(name) {
@@ -351,15 +453,35 @@ export function ready() {
         callSync("_dsb.dsinit", {});
 }
 
-function answerTo(id) {
-    let isOver = false;
-    const send = (data, complete) => {
-        if (isOver)
+// Sends answers to a call, the last of them by the script's own value if it is there when that ends.
+class Answers {
+    text; // of the last
+    #id;
+    #isOver = false;
+    #isLate = false;
+
+    constructor(id) {
+        this.#id = id;
+    }
+
+    send(data, complete) {
+        if (this.#isOver)
             return;
-        callSync("_dsb.returnValue", { id, data, complete });
-        isOver = complete;
-    };
-    return Object.assign((value) => send(value, false), { end: (value) => send(value, true) });
+        const message = { data: { id: this.#id, data, complete } };
+        if (messageHandler() && complete && !this.#isLate)
+            this.text = write(message);
+        else if ((port ??= findPort()))
+            port.add(undefined, "_dsb.returnValue", message);
+        else
+            ask("_dsb.returnValue", message);
+        this.#isLate ||= !complete;
+        this.#isOver = complete;
+    }
+
+    valueOfScript() {
+        this.#isLate = true;
+        return this.text;
+    }
 }
 
 function argumentsOf(text) {
@@ -373,8 +495,8 @@ function argumentsOf(text) {
 
 function runOf(method) {
     if (method === probe)
-        return async (answer, [name]) => answer.end(functions.has(name));
-    return functions.get(method) ?? (async (answer) => {
+        return (answer, [name]) => answer.end(functions.has(name));
+    return functions.get(method) ?? ((answer) => {
         console.warn(`The application calls ${method}, which is not registered.`);
         answer.end();
     });
@@ -385,11 +507,18 @@ window._handleMessageFromNative = (message) => {
         console.warn("A call from the application cannot be read.");
         return;
     }
-    const answer = answerTo(message.callbackId);
-    runOf(message.method)(answer, argumentsOf(message.data))
-        .catch((error) => {
-            console.error(`The page function ${message.method} has failed.`, error);
-            answer.end(); // the application is not left waiting
-        })
-        .catch(console.error);
+    const answers = new Answers(message.callbackId);
+    const answer = Object.assign((value) => answers.send(value, false), { end: (value) => answers.send(value, true) });
+    const failed = (error) => {
+        console.error(`The page function ${message.method} has failed.`, error);
+        answer.end(); // the application is not left waiting
+    };
+    try {
+        const result = runOf(message.method)(answer, argumentsOf(message.data));
+        if (typeof result?.then === "function")
+            Promise.resolve(result).catch(failed).catch(console.error);
+    } catch (error) {
+        failed(error);
+    }
+    return answers.valueOfScript();
 };

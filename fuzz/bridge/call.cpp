@@ -43,9 +43,9 @@ struct Plain {
     NSCompletion kept;
 };
 
-struct Result final : AsyncResult {
+struct Result final : ScriptResult {
     Result(std::vector<std::string>& scripts, PageCallback callback)
-        : AsyncResult(std::move(callback))
+        : ScriptResult(std::move(callback))
         , m_scripts(scripts)
     {
     }

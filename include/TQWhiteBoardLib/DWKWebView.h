@@ -17,9 +17,14 @@
 
 namespace tq {
 
+class AsyncResult;
 class NativeObjects;
 class PageConsole;
+class PagePorts;
 class ScriptBatch;
+struct CallMessage;
+struct CallOutcome;
+struct PageCallback;
 
 /// Receives one value that a page function has answered; absent when the answer carried none.
 using JSCallback = std::function<void(OptionalValue value)>;
@@ -216,14 +221,20 @@ public:
 protected:
     void initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration) override;
     void pageDialogsAreVoid() override;
+    void pageHasGone() override;
     void end() override;
 
 private:
+    friend class PagePorts;
     friend class ViewResult;
 
     enum class DialogType : std::int32_t { None = 0, Alert = 1, Confirm = 2, Prompt = 3 };
 
+    template <class Call> auto guarded(const Call& call);
     OptionalText answer(std::string_view methodName, std::optional<std::string_view> argumentMessage);
+    std::optional<CallOutcome> performGuarded(std::string_view methodName, CallMessage&& message,
+        const std::function<std::shared_ptr<AsyncResult>(PageCallback)>& makeResult);
+    void takeAnswer(std::int32_t id, std::string_view value);
     void reportMissingMethod(std::string_view methodName);
     std::string dialogText(const char* key, const char* defaultText) const;
     std::shared_ptr<UIAlertView> newDialog(
@@ -240,7 +251,6 @@ private:
     std::string callFromPage(std::string_view methodName, std::optional<std::string_view> argumentMessage,
         std::optional<std::string_view> secret);
     void queueScript(std::string_view script);
-    void scheduleFlush(std::int32_t delay, std::optional<std::uint64_t> ticket);
 
     // At most one pending answer of each kind.
     std::function<void()> m_alertHandler;
@@ -259,6 +269,7 @@ private:
     std::shared_ptr<UITextField> m_txtName;
     std::vector<std::weak_ptr<UIAlertView>> m_dialogs;
     std::unique_ptr<ScriptBatch> m_batch;
+    std::shared_ptr<PagePorts> m_ports;
     bool m_isDebug = false;
     // In debug mode only.
     std::shared_ptr<PageConsole> m_console;

@@ -221,7 +221,8 @@ TEST_F(BridgeTest, TenThousandResultsFromAThreadCostOneEvaluationPerInterval)
     EXPECT_EQ(result.at("ordered"), true);
     const auto runs = result.at("runs").to_number<std::int64_t>();
     EXPECT_GT(runs, 1);
-    EXPECT_LE(runs, elapsed / std::chrono::milliseconds(50) + 2);
+    // A flush that comes late is followed by the one that was asked for meanwhile.
+    EXPECT_LE(runs, 2 * (elapsed / std::chrono::milliseconds(50)) + 2);
 }
 
 TEST_F(BridgeTest, ManyThreadsCompleteWhileThePageCalls)

@@ -14,9 +14,9 @@ using Texts = std::vector<std::string>;
 /// Native objects, and the calls of a page that is not there.
 class CallsWithoutPage : public testing::Test {
 protected:
-    struct Result final : AsyncResult {
+    struct Result final : ScriptResult {
         Result(Texts& newScripts, PageCallback callback)
-            : AsyncResult(std::move(callback))
+            : ScriptResult(std::move(callback))
             , scripts(newScripts)
         {
         }

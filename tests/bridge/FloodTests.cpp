@@ -48,6 +48,22 @@ TEST_F(FloodTest, SynchronousCallsLeaveTheMainLoopItsTurns)
     EXPECT_LT(meter.longest(std::to_string(calls()) + " synchronous calls"), kLongestStall);
 }
 
+// The page does not wait, and so is not stopped by a main loop that has enough to do.
+TEST_F(FloodTest, MessagesWithoutEndEndThePageAndNotTheApplication)
+{
+    constexpr std::string_view kEnded = "Js bridge: the page sends without end, and its process is ended";
+    for (const char* text : { "'x'", "'x'.repeat(1 << 20)" }) {
+        clearLog();
+        StallMeter meter;
+        view->evaluateJavaScript(
+            std::string("for (;;) webkit.messageHandlers._tqcalls.postMessage(") + text + ").catch(() => 0)");
+        runUntil([&] { return countOfLine(kEnded) > 0; }, "the page is ended");
+        load();
+        EXPECT_LT(meter.longest(std::string("messages without end, ") + text), kLongestStall);
+        EXPECT_EQ(ask("1 + 1"), OptionalValue(2));
+    }
+}
+
 TEST_F(FloodTest, CallsThatAreNeverAnsweredLeaveTheMainLoopItsTurns)
 {
     std::vector<NSCompletion> kept;

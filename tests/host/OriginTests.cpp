@@ -242,6 +242,53 @@ TEST_F(OriginTest, OnlyTheMainFrameCallsWhereTheApplicationSaysSo)
     EXPECT_EQ(toldOnce("/seen"), (boost::json::array{ "undefined", kAnswered }));
 }
 
+TEST_F(OriginTest, MessagesAreTakenOfThePageAloneThatHasOpenedItsWay)
+{
+    pages["/module"] = R"(<script type=module>
+        import * as native from "/bridge.js";
+        window.later = () => native.callAsync("test.later", 1).then((value) => value, (error) => error.reason)
+            .then((value) => tell("/later", value));
+        later();
+    </script><iframe src=')"
+        + other() + "/frame'></iframe>";
+    pages["/frame"] = R"(<script>
+        const line = `\n1\t"test.later"\t{"data":1}`;
+        Promise.allSettled(["", "x", "\t"].map((head) => webkit.messageHandlers._tqcalls.postMessage(head + line)))
+            .then((all) => tell("/framed", [call("test.report"), ...all.map((one) => one.status)]));
+    </script>)";
+    int calls = 0;
+    view->addJavascriptObject(nativeFunctions({ { "report:", [](OptionalValue) {} },
+                                  { "later::",
+                                      [&calls](int value, Stream<int> results) {
+                                          ++calls;
+                                          results.finish(value);
+                                      } } }),
+        "test");
+    const auto again = [&] {
+        const auto before = told("/later").size();
+        view->evaluateJavaScript("later()");
+        return toldAfter("/later", before);
+    };
+    EXPECT_EQ(answerAt(other()), kAnswered) << "its certificate is taken";
+    ASSERT_TRUE(view->setAllowedOrigins(std::vector{ good() }));
+    view->loadUrl(good() + "/module");
+    EXPECT_EQ(toldAfter("/later", 0), "1");
+    EXPECT_EQ(toldOnce("/framed"), (boost::json::array{ kAnswered, "rejected", "rejected", "rejected" }))
+        << "a frame may call as the page around it, but not by its way";
+    EXPECT_EQ(calls, 1);
+    ASSERT_TRUE(view->setAllowedOrigins(std::vector{ other() }));
+    EXPECT_EQ(again(), R"("no-method")");
+    EXPECT_TRUE(hasRefused(good()));
+    ASSERT_TRUE(view->setAllowedOrigins(std::vector{ good() }));
+    EXPECT_EQ(again(), "1");
+    view->setCallingFrames(CallingFrames::MainFrameOnly);
+    EXPECT_EQ(again(), R"("no-method")") << "it has not shown whose frame it is";
+    view->loadUrl(good() + "/module");
+    runUntil([&] { return told("/framed").size() == 2; }, "the frame has tried again");
+    EXPECT_EQ(boost::json::parse(told("/framed").back()).at(0), kRefused);
+    EXPECT_EQ(again(), "1");
+}
+
 TEST_F(OriginTest, CallsOfAPageThatWasPutAwayEndWithAReason)
 {
     pages["/module"] = R"(<script type=module>

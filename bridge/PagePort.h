@@ -1,0 +1,95 @@
+#pragma once
+
+#include "AsyncResult.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tq {
+
+/// The way back to a page half that calls without stopping its page: results go to it in batches, one at a time, and
+/// in order. What is added while one is under way travels in the next. Made and closed on the main thread; results come
+/// from any.
+class PagePort : public std::enable_shared_from_this<PagePort> {
+public:
+    /// Runs a script in the page, and says when that is over or is not to be. Main thread.
+    using Evaluate = std::function<void(const std::string& script, std::function<void()> over)>;
+
+    /// @param receiver the function of the page that takes batches.
+    PagePort(const std::string& receiver, Evaluate evaluate);
+
+    /// Makes what takes the results of the call of that number.
+    class Result;
+    std::shared_ptr<Result> makeResult(std::int64_t call);
+    /// Adds the one result of a call that has been answered while its message is.
+    void add(std::int64_t call, std::string_view resultMessage);
+
+    /// Answers a message with what there is for the page until now; what is large comes later by the shorter way.
+    /// @param reply is given the batch.
+    template <class Reply> void answer(const Reply& reply)
+    {
+        const auto script = takeBatch(newMark(), kLarge);
+        reply(std::string_view(script).substr(m_head.size()));
+        flush();
+    }
+    /// Whether the page has read the last answer, of which this is the mark.
+    bool isLastMark(std::string_view mark) const { return mark == m_mark; }
+    /// A new mark, which nobody can know who has not read it.
+    const std::string& newMark();
+
+    /// The page has gone: nothing reaches anybody any more.
+    void close();
+
+private:
+    // The engine carries a script's text faster than an answer's.
+    static constexpr std::size_t kLarge = 64UL * 1024;
+
+    void append(std::int64_t call, Complete complete, std::string_view resultMessage);
+    void flushSoon();
+    void flush();
+    std::string takeBatch(std::string_view mark, std::size_t limit);
+
+    // What a script begins with that gives a batch to the page; the batch follows.
+    const std::string m_head;
+    Evaluate m_evaluate;
+    std::string m_mark;
+    bool m_isEvaluating = false;
+
+    std::mutex m_mutex;
+    // The script as far as it is written; empty where there is nothing for the page.
+    std::string m_script;
+    std::uint64_t m_batches = 0;
+    bool m_isFlushDue = false;
+    bool m_isClosed = false;
+};
+
+/// Results that a port brings. What comes while the method is being called belongs to the answer of the message.
+class PagePort::Result final : public AsyncResult {
+public:
+    Result(std::shared_ptr<PagePort> port, std::int64_t call);
+
+    /// The method has returned.
+    void hasBeenCalled();
+    /// The method has failed, and whatever it has sent, or will, reaches nobody.
+    void hasFailed();
+
+private:
+    enum class State { BeingCalled, Called, Failed };
+
+    void send(std::string&& resultMessage, Complete complete) override;
+
+    const std::shared_ptr<PagePort> m_port;
+    const std::int64_t m_call;
+    std::mutex m_mutex;
+    State m_state = State::BeingCalled;
+    std::vector<std::pair<Complete, std::string>> m_early;
+};
+
+} // namespace tq

@@ -1,0 +1,173 @@
+#include "PagePorts.h"
+
+#include "CallMessage.h"
+#include "CallbackName.h"
+#include "NativeObjects.h"
+#include "Secret.h"
+#include "TQWhiteBoardLib/DWKWebView.h"
+#include "platform/Foundation/NSJSONSerialization.h"
+#include "platform/Foundation/NSLog.h"
+#include "platform/Foundation/NSNumberReading.h"
+
+#include <charconv>
+#include <optional>
+#include <utility>
+
+namespace tq {
+
+namespace {
+
+constexpr const char* kHandler = "_tqcalls";
+// Copies of the page's script, each with one of its own.
+constexpr std::size_t kMostPorts = 64;
+// A page half waits for the answer to a message before it sends the next, or for one of a call that stops it. Large
+// messages are fewer.
+constexpr std::size_t kMostUnanswered = 1000;
+constexpr std::size_t kMostLarge = 8;
+constexpr std::size_t kMostUnansweredBytes = 32UL * 1024 * 1024;
+
+// Takes what lies before the sign off the beginning, and the sign; everything where there is none.
+std::string_view takeUntil(std::string_view& text, char sign)
+{
+    const auto end = text.find(sign);
+    const auto taken = text.substr(0, end);
+    text.remove_prefix(end == text.npos ? text.size() : end + 1);
+    return taken;
+}
+
+// A call as a line of a message has it: its number (none where nobody waits for a result), the method's name as JSON,
+// and the message that a prompt would have.
+struct CallLine {
+    explicit CallLine(std::string_view line)
+    {
+        const auto digits = takeUntil(line, '\t');
+        std::int64_t read = 0;
+        if (const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), read);
+            error == std::errc() && end == digits.data() + digits.size())
+            number = read;
+        const auto quoted = takeUntil(line, '\t');
+        if (const auto name = NSJSONSerialization::JSONObjectWithData(quoted); name && name->is_string())
+            method = name->get_string();
+        message = line;
+    }
+
+    std::optional<std::int64_t> number;
+    std::string method;
+    std::string_view message;
+};
+
+} // namespace
+
+const NSClass& PagePorts::staticClass()
+{
+    static const auto table
+        = NSClass::of<PagePorts>("PagePorts", &NSObject::staticClass(), { { "open:", &PagePorts::open } });
+    return table;
+}
+
+PagePorts::PagePorts(std::weak_ptr<DWKWebView> view)
+    : m_view(std::move(view))
+{
+}
+
+PagePorts::~PagePorts() { PagePorts::close(); }
+
+void PagePorts::addTo(WKUserContentController& content)
+{
+    content.addScriptMessageHandlerWithReply(shared_from_this(), {}, kHandler);
+}
+
+void PagePorts::close()
+{
+    for (const auto& [token, open] : std::exchange(m_ports, {}))
+        open.port->close();
+}
+
+OptionalValue PagePorts::open(OptionalValue request)
+{
+    const auto view = m_view.lock();
+    const auto receiver = textValue(memberOf(request, "receiver"));
+    if (!view || !receiver || !isCallable(*receiver) || m_ports.size() >= kMostPorts)
+        return std::nullopt;
+    auto port
+        = std::make_shared<PagePort>(*receiver, [weak = m_view](const std::string& script, std::function<void()> over) {
+              const auto target = weak.lock();
+              if (target && target->isPageAllowed())
+                  target->evaluateJavaScript(script, [over = std::move(over)](auto&&...) { over(); });
+              else
+                  over();
+          });
+    auto token = newSecret();
+    boost::json::object answer{ { "port", token }, { "mark", port->newMark() } };
+    // Who has come so far has shown whose frame it is, if that is asked.
+    m_ports.emplace(std::move(token), OpenPort{ std::move(port), view->m_callingFrames != CallingFrames::All });
+    return answer;
+}
+
+bool PagePorts::isFlooded(std::size_t bytes)
+{
+    ++m_unanswered.messages;
+    m_unanswered.bytes += bytes;
+    return m_unanswered.messages > kMostUnanswered
+        || (m_unanswered.messages > kMostLarge && m_unanswered.bytes > kMostUnansweredBytes);
+}
+
+// Lines: which port, and the mark of the last answer that the page has read; then calls.
+void PagePorts::didReceiveScriptMessage(
+    const WKScriptMessage& message, const std::shared_ptr<WKScriptMessageReply>& reply)
+{
+    const auto view = m_view.lock();
+    const auto* body = message.body ? message.body->if_string() : nullptr;
+    if (!view)
+        return;
+    auto lines = body ? std::string_view(*body) : std::string_view();
+    auto head = takeUntil(lines, '\n');
+    const auto found = m_ports.find(takeUntil(head, '\t'));
+    if (found != m_ports.end() && found->second.port->isLastMark(head)) {
+        pageHasWaited();
+    } else if (isFlooded(body ? body->size() : 0)) {
+        NSLog(TQWBLogLevel::Error, "Js bridge: the page sends without end, and its process is ended");
+        view->terminatePage();
+        return;
+    }
+    if (found == m_ports.end()) {
+        reply->returnError("no such port is open");
+        return;
+    }
+    // The page may go while its calls are answered.
+    const auto port = found->second.port;
+    const bool isAllowed
+        = view->isPageAllowed() && (view->m_callingFrames == CallingFrames::All || found->second.isOfMainFrame);
+    while (!lines.empty()) {
+        const auto line = takeUntil(lines, '\n');
+        isAllowed ? perform(*view, *port, line) : refuse(*port, line);
+    }
+    port->answer([&](std::string_view batch) { reply->returnText(batch); });
+}
+
+void PagePorts::refuse(PagePort& port, std::string_view line)
+{
+    if (const CallLine call(line); call.number)
+        port.add(*call.number, NativeObjects::refusal());
+}
+
+void PagePorts::perform(DWKWebView& view, PagePort& port, std::string_view line)
+{
+    const CallLine call(line);
+    auto message = CallMessage::read(call.message);
+    std::shared_ptr<PagePort::Result> result;
+    if (call.number) {
+        message.callbackName.emplace();
+        message.asksForMore = true;
+    }
+    const auto outcome = view.performGuarded(
+        call.method, std::move(message), [&](PageCallback) { return result = port.makeResult(*call.number); });
+    if (result && !outcome)
+        result->hasFailed();
+    else if (result && outcome->result)
+        result->hasBeenCalled();
+    else if (call.number && outcome)
+        port.add(*call.number, outcome->message);
+}
+
+} // namespace tq

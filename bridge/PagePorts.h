@@ -1,0 +1,63 @@
+#pragma once
+
+#include "PagePort.h"
+#include "platform/Foundation/NSObject.h"
+#include "platform/WebKit/WKUserContentController.h"
+
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace tq {
+
+class DWKWebView;
+
+/// Calls that come as messages and do not stop their page. A page half opens its port by a call that does, so that it
+/// is certain whose it is, and names it in every message; ports are closed when their page goes. Main thread.
+class PagePorts final : public NSObject,
+                        public WKScriptMessageHandlerWithReply,
+                        public std::enable_shared_from_this<PagePorts> {
+public:
+    static constexpr const char* kNamespace = "_tq";
+
+    static const NSClass& staticClass();
+    const NSClass& objectClass() const override { return staticClass(); }
+
+    explicit PagePorts(std::weak_ptr<DWKWebView> view);
+    ~PagePorts() override;
+
+    /// Adds what pages need.
+    void addTo(WKUserContentController& content);
+    /// The page has waited for an answer: it is not sending without end.
+    void pageHasWaited() { m_unanswered = {}; }
+    /// Closes all ports.
+    void close();
+
+    /// Opens a port. @param request the page's "receiver". @returns absent where there can be none.
+    OptionalValue open(OptionalValue request);
+
+    void didReceiveScriptMessage(
+        const WKScriptMessage& message, const std::shared_ptr<WKScriptMessageReply>& reply) override;
+
+private:
+    // Messages that came before the page could have read an answer.
+    struct Unanswered {
+        std::size_t messages = 0;
+        std::size_t bytes = 0;
+    };
+    struct OpenPort {
+        std::shared_ptr<PagePort> port;
+        bool isOfMainFrame = false;
+    };
+    bool isFlooded(std::size_t bytes);
+    static void perform(DWKWebView& view, PagePort& port, std::string_view call);
+    static void refuse(PagePort& port, std::string_view call);
+
+    const std::weak_ptr<DWKWebView> m_view;
+    std::map<std::string, OpenPort, std::less<>> m_ports;
+    Unanswered m_unanswered;
+};
+
+} // namespace tq
