@@ -8,6 +8,8 @@ namespace tq::bench {
 
 /// Calls from the page, small and large, against bare prompts that carry the same.
 std::vector<Benchmark> pageCallBenchmarks();
+/// Calls that do not stop the page, by the page half, against bare prompts.
+std::vector<Benchmark> asyncCallBenchmarks();
 /// The dispatch of a call alone, against the parsing and writing of its JSON.
 std::vector<Benchmark> dispatchBenchmarks();
 /// Streams of results, against one script that brings the page the same.

@@ -20,8 +20,9 @@ using namespace tq::bench;
 
 using Group = std::pair<std::string_view, std::vector<Benchmark> (*)()>;
 
-constexpr std::array<Group, 8> kGroups{ {
+constexpr std::array<Group, 9> kGroups{ {
     { "page-call", pageCallBenchmarks },
+    { "async-call", asyncCallBenchmarks },
     { "dispatch", dispatchBenchmarks },
     { "stream", streamBenchmarks },
     { "escape", escapeBenchmarks },

@@ -1,0 +1,206 @@
+#include "Benchmarks.h"
+#include "Pages.h"
+#include "TQWhiteBoardLib/NativeFunctions.h"
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <unistd.h>
+
+namespace tq::bench {
+
+namespace {
+
+constexpr std::size_t kLarge = 5UL * 1024 * 1024;
+constexpr double kLongestGap = 0.040;
+constexpr auto kBusy = std::chrono::milliseconds(200);
+
+// What the page half costs, and what a page costs that asks by prompts and parses what it gets.
+constexpr const char* kPage = R"(
+import * as native from "SCRIPT";
+const small = { k: 1, t: "small" };
+const done = (value = 0) => native.callSync("bench.done", value);
+const rounds = async (count, call) => { for (let i = 0; i < count; ++i) await call(); done(); };
+Object.assign(window, {
+    awaited: (count) => rounds(count, () => native.callAsync("bench.later", small)),
+    together: (count) => rounds(count / 1000, () =>
+        Promise.all(Array.from({ length: 1000 }, () => native.callAsync("bench.later", small)))),
+    large: (count) => rounds(count, () => native.callAsync("bench.largeLater")),
+    synchronous: (count) => rounds(count, () => native.callSync("bench.now", small)),
+    // The longest time between two frames until the application is there again, with calls under way in all of them.
+    async longestGap() {
+        let last = performance.now(), longest = 0, isBusy = true;
+        native.callAsync("bench.beBusy").then(() => (isBusy = false));
+        while (isBusy) {
+            const time = await new Promise(requestAnimationFrame);
+            native.callAsync("bench.later", small);
+            longest = Math.max(longest, performance.now() - last);
+            last = performance.now();
+        }
+        done(longest);
+    },
+});
+native.register("echo", (value) => value);
+native.ready();
+done();
+)";
+
+constexpr const char* kBarePage = R"(
+function prompts(count, argument) {
+    let sum = 0;
+    for (let i = 0; i < count; ++i)
+        sum += JSON.parse(prompt("_dsbridge=bench.now", JSON.stringify({ data: argument }))).data.length;
+    prompt("_dsbridge=bench.done", "{}");
+}
+prompt("_dsbridge=bench.done", "{}");
+)";
+
+// Loaded from a file: every call carries its page's address, which would be long if it were the page itself.
+class PageFile {
+public:
+    PageFile()
+    {
+        std::ifstream file(TQWB_PAGE_FOLDER "/bridge.js", std::ios::binary);
+        const std::string script{ std::istreambuf_iterator<char>(file), {} };
+        std::string page = kPage;
+        const std::string_view place = "SCRIPT";
+        page.replace(
+            page.find(place), place.size(), "data:text/javascript;charset=utf-8," + escapedAsInAddresses(script));
+        std::ofstream(m_path) << "<!doctype html><meta charset=utf-8><script type=module>" << page << "</script>";
+    }
+    ~PageFile() { std::filesystem::remove(m_path); }
+    PageFile(const PageFile&) = delete;
+    PageFile& operator=(const PageFile&) = delete;
+
+    std::string address() const { return "file://" + m_path.string(); }
+
+private:
+    const std::filesystem::path m_path
+        = std::filesystem::temp_directory_path() / ("tqwb-bench-" + std::to_string(getpid()) + ".html");
+};
+
+// The two pages, and how often each has said that it is done.
+class Pages {
+public:
+    Pages()
+        : m_bare([this](const char* prompt, const char*) -> const char* {
+            if (std::string_view(prompt) != "_dsbridge=bench.done")
+                return m_answer.c_str();
+            ++m_bareDone;
+            return "{}";
+        })
+    {
+        m_bridge.view().addJavascriptObject(
+            nativeFunctions({
+                { "now:", [](OptionalValue) { return "small result"; } },
+                { "later::", [](OptionalValue, Stream<std::string> results) { results.finish("small result"); } },
+                { "largeLater::", [this](Stream<std::string> results) { results.finish(large); } },
+                { "beBusy::",
+                    [](Stream<bool> results) {
+                        const auto until = Clock::now() + kBusy;
+                        while (Clock::now() < until) { }
+                        results.finish(true);
+                    } },
+                { "done:",
+                    [this](double value) {
+                        reported = value;
+                        ++m_done;
+                    } },
+            }),
+            "bench");
+        m_bridge.view().loadUrl(m_file.address());
+        m_bare.load(pageWith(kBarePage));
+        runUntil([&] { return m_done && m_bareDone; }, "the pages are loaded");
+    }
+
+    DWKWebView& view() { return m_bridge.view(); }
+    Seconds run(const std::string& script)
+    {
+        return timed(m_done, [&] { m_bridge.view().evaluateJavaScript(script); });
+    }
+    Seconds runPrompts(int count, const std::string& result)
+    {
+        m_answer = R"({"code":0,"data":")" + result + "\"}";
+        return timed(m_bareDone, [&] { m_bare.evaluate("prompts(" + std::to_string(count) + ",{k:1,t:'small'})"); });
+    }
+
+    const std::string large = std::string(kLarge, 'a');
+    double reported = 0;
+
+private:
+    static Seconds timed(const int& done, const std::function<void()>& begin)
+    {
+        const auto target = done + 1;
+        const auto start = Clock::now();
+        begin();
+        runUntil([&] { return done == target; }, "the page is done");
+        return Clock::now() - start;
+    }
+
+    const PageFile m_file;
+    const BridgePage m_bridge;
+    BarePage m_bare;
+    std::string m_answer;
+    int m_done = 0;
+    int m_bareDone = 0;
+};
+
+Seconds callPage(Pages& pages, int count)
+{
+    int answers = 0;
+    std::function<void()> next = [&] {
+        pages.view().callHandler("echo", { answers }, [&](const OptionalValue&) {
+            if (++answers < count)
+                next();
+        });
+    };
+    const auto start = Clock::now();
+    next();
+    runUntil([&] { return answers == count; }, "all calls are answered");
+    return Clock::now() - start;
+}
+
+Benchmark frameGaps(Pages& pages)
+{
+    std::vector<double> gaps;
+    for (int round = 0; round < 9; ++round) {
+        pages.run("longestGap()");
+        gaps.push_back(pages.reported / 1000 / kLongestGap);
+    }
+    return { .name = "longest gap of frames, main loop busy",
+        .baseline = "40 ms",
+        .limit = 1,
+        .median = quantile(gaps, 0.5),
+        .low = quantile(gaps, 0.25),
+        .high = quantile(gaps, 0.75),
+        .rounds = static_cast<int>(gaps.size()),
+        .subjectTime = Seconds(quantile(gaps, 0.5) * kLongestGap),
+        .baselineTime = Seconds(kLongestGap),
+        .note = "" };
+}
+
+} // namespace
+
+std::vector<Benchmark> asyncCallBenchmarks()
+{
+    Pages pages;
+    std::vector<Benchmark> benchmarks;
+    const auto add = [&](const char* name, double limit, int count, int rounds, const Block& subject,
+                         const std::string& result = "small result") {
+        benchmarks.push_back(compare(
+            name, "bare prompt", limit, count, subject, [&] { return pages.runPrompts(count, result); }, rounds));
+    };
+    const auto run = [&](const char* function, int count) {
+        return
+            [&pages, script = std::string(function) + "(" + std::to_string(count) + ")"] { return pages.run(script); };
+    };
+    add("asynchronous call, awaited", 1.60, 1000, 31, run("awaited", 1000));
+    add("asynchronous call, 1,000 in one task", 0.10, 10000, 15, run("together", 10000));
+    add("synchronous call of the page half", 1.10, 1000, 31, run("synchronous", 1000));
+    add("asynchronous call, 5 MiB result", 1.20, 6, 15, run("large", 6), pages.large);
+    add("page function called, value taken", 1.50, 1000, 31, [&] { return callPage(pages, 1000); });
+    benchmarks.push_back(frameGaps(pages));
+    return benchmarks;
+}
+
+} // namespace tq::bench
