@@ -44,9 +44,26 @@ void AsyncResult::abandon()
     send(std::string(kEndResult), Complete::Yes);
 }
 
+void AsyncResult::fail(std::string reason)
+{
+    if (!m_takesReasons)
+        return end();
+    std::string message;
+    {
+        const std::lock_guard lock(m_mutex);
+        m_hasBegun = true;
+        m_isOver = true;
+        m_failure = std::move(reason);
+        message = failureMessage(*m_failure);
+    }
+    send(std::move(message), Complete::Yes);
+}
+
 std::string AsyncResult::message() const
 {
     const std::lock_guard lock(m_mutex);
+    if (m_failure && !m_results)
+        return failureMessage(*m_failure);
     if (!m_hasBegun)
         return resultMessage(ResultCode::NotInvoked, std::nullopt, m_takesReasons ? kPending : std::string_view());
     const bool isSettled = m_takesReasons && m_isOver && m_results <= 1;
@@ -71,7 +88,12 @@ void ScriptResult::send(std::string&& resultMessage, Complete complete)
     }
     std::string script = "try {" + m_callback + "(JSON.parse(decodeURIComponent(\"";
     script += percentEncoded(resultMessage);
-    script += takesReasons() && resultMessage == kUnwritableResult ? "\")).data,\"unreadable\");" : "\")).data);";
+    script += "\")).data";
+    if (takesReasons() && resultMessage == kUnwritableResult)
+        script += ",\"unreadable\"";
+    else if (takesReasons() && resultMessage.ends_with(kFailed))
+        script += ",\"failed\"";
+    script += ");";
     if (complete == Complete::Yes)
         script += "delete window." + m_callback;
     script += "; } catch(e){};";

@@ -3,6 +3,7 @@
 #include "platform/Foundation/NSStream.h"
 #include "platform/Foundation/NSTypes.h"
 
+#include <atomic>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -25,6 +26,12 @@ public:
     /// The same, without an effect on the message. A page that expects no reasons, and has had results, takes what it
     /// has got for all.
     void abandon() final;
+    /// A page that expects no reasons is called as by `end`.
+    void fail(std::string reason) final;
+    bool isAbandoned() const final { return m_isAbandoned; }
+
+    /// Nobody waits any more.
+    void giveUp() { m_isAbandoned = true; }
 
     /// The result message as it stands.
     std::string message() const;
@@ -44,6 +51,9 @@ private:
     bool m_isOver = false;
     // The last value of all results so far.
     OptionalValue m_data;
+    // Why there are no more.
+    OptionalText m_failure;
+    std::atomic<bool> m_isAbandoned = false;
 };
 
 /// The function of a page that receives the results of an asynchronous call.

@@ -4,8 +4,10 @@
 #include "CallMessage.h"
 #include "InternalApis.h"
 #include "NativeObjects.h"
+#include "OpenCalls.h"
 #include "PageConsole.h"
 #include "PagePorts.h"
+#include "PendingCall.h"
 #include "PercentEncoding.h"
 #include "ScriptBatch.h"
 #include "platform/Foundation/Dispatch.h"
@@ -42,10 +44,15 @@ DWKWebView::DWKWebView(Token token)
     : WKWebView(token)
     , m_javaScriptNamespaceInterfaces(std::make_unique<NativeObjects>())
     , m_batch(std::make_unique<ScriptBatch>())
+    , m_openCalls(std::make_unique<OpenCalls>())
 {
 }
 
-DWKWebView::~DWKWebView() { DWKWebView::pageDialogsAreVoid(); }
+DWKWebView::~DWKWebView()
+{
+    DWKWebView::pageDialogsAreVoid();
+    letGoOfCalls();
+}
 
 void DWKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration)
 {
@@ -59,22 +66,32 @@ void DWKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration
     auto internalApis = std::make_shared<InternalApis>();
     internalApis->setWebview(self);
     addJavascriptObject(std::move(internalApis), "_dsb");
+    m_deadlines = std::make_shared<CallDeadlines>([weak = std::weak_ptr(self)](std::int32_t id) {
+        if (const auto view = weak.lock())
+            view->failLateCall(id);
+    });
     m_ports = std::make_shared<PagePorts>(self);
     m_javaScriptNamespaceInterfaces->setOwn(PagePorts::kNamespace, m_ports);
     giveUserContent();
 }
 
-void DWKWebView::pageHasGone() { m_ports->close(); }
+void DWKWebView::pageHasGone(PageEnd end)
+{
+    m_ports->close();
+    m_openCalls->giveUpAll();
+    failCalls(end == PageEnd::Replaced ? "another page has come" : "the page's process has ended");
+}
 
 void DWKWebView::end()
 {
     WKWebView::end();
     m_ports->close();
+    m_openCalls->giveUpAll();
     m_dsUIDelegate.clear();
     // What is let go of may call the view once more.
     m_callInfoList.reset();
     const auto listener = std::exchange(m_javascriptCloseWindowListener, nullptr);
-    const auto waiting = std::exchange(m_handerMap, {});
+    letGoOfCalls();
 }
 
 void DWKWebView::addJavascriptObject(std::shared_ptr<NSObject> object, const OptionalText& nameSpace)
@@ -125,8 +142,10 @@ std::string DWKWebView::callFromPage(std::string_view methodName, std::optional<
     return m_javaScriptNamespaceInterfaces->call(
         methodName, argumentMessage,
         [this](PageCallback callback) {
-            return std::make_shared<ViewResult>(
+            auto result = std::make_shared<ViewResult>(
                 std::static_pointer_cast<DWKWebView>(shared_from_this()), std::move(callback));
+            m_openCalls->add(++m_lastOpenCall, result);
+            return result;
         },
         [this](std::string_view name) { reportMissingMethod(name); }, secret);
 }
@@ -190,6 +209,8 @@ template <class Call> auto DWKWebView::guarded(const Call& call)
 
 OptionalText DWKWebView::answer(std::string_view methodName, std::optional<std::string_view> argumentMessage)
 {
+    if (methodName == PagePorts::kFetch)
+        return m_ports->fetch(argumentMessage);
     return guarded([&] { return callFromPage(methodName, argumentMessage, requiredSecret()); });
 }
 

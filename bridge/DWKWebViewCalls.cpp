@@ -3,28 +3,53 @@
 #include "CallMessage.h"
 #include "JSBUtil.h"
 #include "PageAnswer.h"
+#include "PendingCall.h"
 #include "TQWhiteBoardLib/DWKWebView.h"
 #include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSNumberReading.h"
 
+#include <algorithm>
 #include <cassert>
 #include <utility>
 
 namespace tq {
 
+namespace {
+constexpr const char* kViewHasEnded = "the view has ended";
+}
+
 void DWKWebView::callHandler(std::string_view handlerName, JSArguments arguments, JSCallback completionHandler)
 {
+    std::shared_ptr<PendingCall> pending;
+    if (completionHandler)
+        pending = std::make_shared<PendingCall>(PendingCall{ .callback
+            = [callback = std::move(completionHandler)](PageReply reply) { callback(std::move(reply.value)); } });
+    startCall(handlerName, std::move(arguments).takeList(), std::move(pending));
+}
+
+void DWKWebView::callPageFunction(PageFunction function, boost::json::array arguments, PageReplyCallback callback)
+{
+    const auto id = m_callId;
+    startCall(function.name, std::move(arguments),
+        std::make_shared<PendingCall>(PendingCall{ .callback = std::move(callback), .settles = true }));
+    if (function.timeLimit)
+        m_deadlines->add(id, *function.timeLimit);
+}
+
+void DWKWebView::startCall(
+    std::string_view handlerName, boost::json::array&& arguments, std::shared_ptr<PendingCall> pending)
+{
     assert(isMainThread());
-    // Nobody would answer.
-    if (hasEnded())
-        return;
-    DSCallInfo info{ std::string(handlerName), m_callId, std::move(arguments).takeList() };
+    DSCallInfo info{ std::string(handlerName), m_callId, std::move(arguments) };
     // After the last number there is the least one.
     m_callId = static_cast<std::int32_t>(static_cast<std::uint32_t>(m_callId) + 1U);
-    if (completionHandler)
-        m_handerMap[info.id] = std::make_shared<const JSCallback>(std::move(completionHandler));
-    if (m_callInfoList)
+    if (pending && (pending->settles || !hasEnded()))
+        m_handerMap[info.id] = std::move(pending);
+    // Nobody would answer.
+    if (hasEnded())
+        failCallSoon(info.id, kViewHasEnded);
+    else if (m_callInfoList)
         m_callInfoList->push_back(std::move(info));
     else
         dispatchJavascriptCall(info);
@@ -44,7 +69,7 @@ void DWKWebView::dispatchJavascriptCall(const DSCallInfo& info)
 {
     assert(isMainThread());
     if (!isPageAllowed())
-        return;
+        return failCallSoon(info.id, "the page must not be called");
     // As objToJsonString writes the map of the three, without making it first.
     std::string script = R"(window._handleMessageFromNative({"method":)";
     if (NSJSONSerialization::appendText(script, info.method)) {
@@ -55,13 +80,19 @@ void DWKWebView::dispatchJavascriptCall(const DSCallInfo& info)
         script = "window._handleMessageFromNative({})";
     }
     // A page half may give its answer as the value of the script.
-    if (!m_handerMap.contains(info.id))
+    const auto pending = m_handerMap.find(info.id);
+    if (pending == m_handerMap.end())
         return evaluateJavaScript(script);
+    pending->second->isSent = true;
     const auto self = std::static_pointer_cast<DWKWebView>(shared_from_this());
-    evaluateJavaScript(script, [weak = std::weak_ptr(self), id = info.id](const OptionalText& value, auto&&) {
-        if (const auto view = weak.lock(); view && value && view->isPageAllowed())
-            view->takeAnswer(id, *value);
-    });
+    evaluateJavaScript(script,
+        [weak = std::weak_ptr(self), id = info.id](const OptionalText& value, const std::optional<NSError>& error) {
+            const auto view = weak.lock();
+            if (view && error)
+                view->failCallSoon(id, error->localizedDescription);
+            else if (view && value && view->isPageAllowed())
+                view->takeAnswer(id, *value);
+        });
 }
 
 // The value is the message that a call of "returnValue" would have, or means nothing.
@@ -87,17 +118,73 @@ OptionalValue DWKWebView::returnValue(OptionalValue result)
 {
     assert(isMainThread());
     auto answer = PageAnswer::read(std::move(result));
-    const auto pending = answer ? m_handerMap.find(answer->id) : m_handerMap.end();
-    if (pending == m_handerMap.end())
+    const auto found = answer ? m_handerMap.find(answer->id) : m_handerMap.end();
+    if (found == m_handerMap.end())
         return std::nullopt;
-    const auto callback = pending->second;
+    // The callback may call the page, or take its last answer meanwhile.
+    const auto pending = found->second;
+    pending->isAnswered = true;
     if (answer->isLast)
-        m_handerMap.erase(pending);
-    if (m_isDebug)
-        (*callback)(std::move(answer->data));
-    else
-        runGuarded([&] { (*callback)(std::move(answer->data)); });
+        m_handerMap.erase(found);
+    reply(*pending, { std::move(answer->data), std::move(answer->failure) });
     return std::nullopt;
+}
+
+void DWKWebView::reply(const PendingCall& pending, PageReply&& reply)
+{
+    if (m_isDebug)
+        pending.callback(std::move(reply));
+    else
+        runGuarded([&] { pending.callback(std::move(reply)); });
+}
+
+void DWKWebView::failCall(std::int32_t id, std::string_view reason)
+{
+    const auto found = m_handerMap.find(id);
+    if (found == m_handerMap.end() || !found->second->settles)
+        return;
+    const auto pending = std::move(found->second);
+    m_handerMap.erase(found);
+    if (m_callInfoList)
+        std::erase_if(*m_callInfoList, [&](const DSCallInfo& info) { return info.id == id; });
+    reply(*pending, { std::nullopt, std::string(reason) });
+}
+
+void DWKWebView::failLateCall(std::int32_t id)
+{
+    const auto found = m_handerMap.find(id);
+    if (found != m_handerMap.end() && !found->second->isAnswered)
+        failCall(id, "no answer came in time");
+}
+
+void DWKWebView::failCallSoon(std::int32_t id, std::string reason)
+{
+    const auto self = std::static_pointer_cast<DWKWebView>(shared_from_this());
+    dispatchToMain([weak = std::weak_ptr(self), id, reason = std::move(reason)] {
+        if (const auto view = weak.lock())
+            view->failCall(id, reason);
+    });
+}
+
+void DWKWebView::letGoOfCalls()
+{
+    for (const auto& [id, pending] : std::exchange(m_handerMap, {})) {
+        if (pending->settles)
+            dispatchToMain([callback = pending->callback] { callback({ std::nullopt, kViewHasEnded }); });
+    }
+}
+
+// Those that a page could have answered that is no more.
+void DWKWebView::failCalls(std::string_view reason)
+{
+    std::vector<std::int32_t> sent;
+    for (const auto& [id, pending] : m_handerMap) {
+        if (pending->isSent)
+            sent.push_back(id);
+    }
+    std::ranges::sort(sent);
+    for (const auto id : sent)
+        failCall(id, reason);
 }
 
 void DWKWebView::hasJavascriptMethod(std::string_view handlerName, std::function<void(bool)> methodExistCallback)

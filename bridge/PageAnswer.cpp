@@ -13,7 +13,8 @@ std::optional<PageAnswer> PageAnswer::read(OptionalValue argument)
     if (!id || !std::in_range<std::int32_t>(*id))
         return std::nullopt;
     const bool isLast = boolValue(memberOf(argument, "complete"));
-    return PageAnswer{ static_cast<std::int32_t>(*id), JSBUtil::takeData(argument), isLast };
+    auto failure = textValue(memberOf(argument, "error"));
+    return PageAnswer{ static_cast<std::int32_t>(*id), JSBUtil::takeData(argument), std::move(failure), isLast };
 }
 
 } // namespace tq

@@ -16,6 +16,8 @@ struct PageAnswer {
     std::int32_t id = 0;
     /// Absent for null, too.
     OptionalValue data;
+    /// The page's own words where its function has failed.
+    OptionalText failure;
     /// Whether the page has no more to say to this call.
     bool isLast = false;
 };

@@ -16,6 +16,9 @@ constexpr std::string_view kFailure = "null";
 // As an expression it would mean something else than as JSON.
 constexpr std::string_view kPrototype = "__proto__";
 
+// Stands for a result that is to be fetched.
+constexpr std::string_view kFetch = R"({"fetch":true})";
+
 } // namespace
 
 PagePort::PagePort(const std::string& receiver, Evaluate evaluate)
@@ -26,24 +29,51 @@ PagePort::PagePort(const std::string& receiver, Evaluate evaluate)
 
 std::shared_ptr<PagePort::Result> PagePort::makeResult(std::int64_t call)
 {
-    return std::make_shared<Result>(shared_from_this(), call);
+    auto result = std::make_shared<Result>(shared_from_this(), call);
+    m_calls.add(call, result);
+    return result;
 }
 
-void PagePort::add(std::int64_t call, std::string_view resultMessage) { append(call, Complete::Yes, resultMessage); }
+void PagePort::giveUp(std::int64_t call)
+{
+    m_calls.giveUp(call);
+    const std::lock_guard lock(m_mutex);
+    m_large.erase(call);
+}
 
-void PagePort::append(std::int64_t call, Complete complete, std::string_view resultMessage)
+OptionalText PagePort::fetch(std::int64_t call)
+{
+    const std::lock_guard lock(m_mutex);
+    const auto found = m_large.find(call);
+    if (found == m_large.end())
+        return std::nullopt;
+    auto message = std::move(found->second.front());
+    found->second.pop_front();
+    if (found->second.empty())
+        m_large.erase(found);
+    return message;
+}
+
+void PagePort::add(std::int64_t call, std::string resultMessage)
+{
+    append(call, Complete::Yes, std::move(resultMessage));
+}
+
+void PagePort::append(std::int64_t call, Complete complete, std::string&& resultMessage)
 {
     const std::lock_guard lock(m_mutex);
     if (m_isClosed)
         return;
-    // What else is written is short; a large script is not to be moved for it.
-    m_script.reserve(m_script.size() + m_head.size() + resultMessage.size() + 128);
+    const bool isLarge = resultMessage.size() > kLarge;
+    if (isLarge)
+        m_large[call].push_back(std::move(resultMessage));
+    const auto message = isLarge ? kFetch : std::string_view(resultMessage);
     if (m_script.empty())
         m_script.append(m_head).append("[").append(std::to_string(m_batches)).append(",[");
     else
         m_script += ',';
     m_script.append("[").append(std::to_string(call)).append(complete == Complete::Yes ? ",true," : ",false,");
-    m_script.append(resultMessage).append("]");
+    m_script.append(message).append("]");
 }
 
 void PagePort::flushSoon()
@@ -69,7 +99,7 @@ void PagePort::flush()
         if (m_isEvaluating || m_isClosed || m_script.empty())
             return;
     }
-    auto script = takeBatch({}, std::string::npos);
+    auto script = takeBatch({});
     if (script.find(kPrototype) != script.npos) {
         std::string asText = m_head;
         NSJSONSerialization::appendText(asText, std::string_view(script).substr(m_head.size()));
@@ -87,29 +117,24 @@ void PagePort::flush()
 
 const std::string& PagePort::newMark() { return m_mark = std::to_string(arc4random()); }
 
-// The page counts batches, since an evaluation may overtake an answer. One that would be longer is left, for an empty
-// one.
-std::string PagePort::takeBatch(std::string_view mark, std::size_t limit)
+// The page counts batches, since an evaluation may overtake an answer.
+std::string PagePort::takeBatch(std::string_view mark)
 {
     const std::lock_guard lock(m_mutex);
-    std::string batch;
-    if (m_script.size() <= limit)
-        batch = std::exchange(m_script, {});
-    if (!batch.empty())
-        batch += "],";
-    else if (m_script.empty())
-        batch.append(m_head).append("[").append(std::to_string(m_batches)).append(",[],");
-    else
-        batch.append(m_head).append("[null,[],");
-    m_batches += m_script.empty() ? 1 : 0;
-    return batch.append("\"").append(mark).append("\"]");
+    auto batch = std::exchange(m_script, {});
+    if (batch.empty())
+        batch.append(m_head).append("[").append(std::to_string(m_batches)).append(",[");
+    ++m_batches;
+    return batch.append("],\"").append(mark).append("\"]");
 }
 
 void PagePort::close()
 {
+    m_calls.giveUpAll();
     const std::lock_guard lock(m_mutex);
     m_isClosed = true;
     m_script.clear();
+    m_large.clear();
 }
 
 PagePort::Result::Result(std::shared_ptr<PagePort> port, std::int64_t call)
@@ -121,6 +146,8 @@ PagePort::Result::Result(std::shared_ptr<PagePort> port, std::int64_t call)
 
 void PagePort::Result::send(std::string&& resultMessage, Complete complete)
 {
+    if (isAbandoned())
+        return;
     {
         const std::lock_guard lock(m_mutex);
         if (m_state == State::BeingCalled)
@@ -128,7 +155,7 @@ void PagePort::Result::send(std::string&& resultMessage, Complete complete)
         if (m_state != State::Called)
             return;
     }
-    m_port->append(m_call, complete, resultMessage);
+    m_port->append(m_call, complete, std::move(resultMessage));
     m_port->flushSoon();
 }
 
@@ -136,8 +163,9 @@ void PagePort::Result::hasBeenCalled()
 {
     const std::lock_guard lock(m_mutex);
     m_state = State::Called;
-    for (const auto& [complete, message] : std::exchange(m_early, {}))
-        m_port->append(m_call, complete, message);
+    for (auto& [complete, message] : m_early)
+        m_port->append(m_call, complete, std::move(message));
+    m_early.clear();
 }
 
 void PagePort::Result::hasFailed()
@@ -145,7 +173,7 @@ void PagePort::Result::hasFailed()
     const std::lock_guard lock(m_mutex);
     m_state = State::Failed;
     m_early.clear();
-    m_port->add(m_call, kFailure);
+    m_port->add(m_call, std::string(kFailure));
 }
 
 } // namespace tq

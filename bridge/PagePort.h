@@ -1,14 +1,17 @@
 #pragma once
 
 #include "AsyncResult.h"
+#include "OpenCalls.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -28,17 +31,19 @@ public:
     /// Makes what takes the results of the call of that number.
     class Result;
     std::shared_ptr<Result> makeResult(std::int64_t call);
+    /// Nobody in the page waits for that call's results any more.
+    void giveUp(std::int64_t call);
     /// Adds the one result of a call that has been answered while its message is.
-    void add(std::int64_t call, std::string_view resultMessage);
+    void add(std::int64_t call, std::string resultMessage);
 
-    /// Answers a message with what there is for the page until now; what is large comes later by the shorter way.
-    /// @param reply is given the batch.
+    /// Answers a message with what there is for the page until now. @param reply is given the batch.
     template <class Reply> void answer(const Reply& reply)
     {
-        const auto script = takeBatch(newMark(), kLarge);
+        const auto script = takeBatch(newMark());
         reply(std::string_view(script).substr(m_head.size()));
-        flush();
     }
+    /// The next result of a call that the page was told to fetch; absent where there is none.
+    OptionalText fetch(std::int64_t call);
     /// Whether the page has read the last answer, of which this is the mark.
     bool isLastMark(std::string_view mark) const { return mark == m_mark; }
     /// A new mark, which nobody can know who has not read it.
@@ -48,23 +53,27 @@ public:
     void close();
 
 private:
-    // The engine carries a script's text faster than an answer's.
-    static constexpr std::size_t kLarge = 64UL * 1024;
+    // The engine carries nothing as fast as the answer to a prompt, which is worth the page's waiting for what is as
+    // long as this: it is ready to be handed over.
+    static constexpr std::size_t kLarge = 256UL * 1024;
 
-    void append(std::int64_t call, Complete complete, std::string_view resultMessage);
+    void append(std::int64_t call, Complete complete, std::string&& resultMessage);
     void flushSoon();
     void flush();
-    std::string takeBatch(std::string_view mark, std::size_t limit);
+    std::string takeBatch(std::string_view mark);
 
     // What a script begins with that gives a batch to the page; the batch follows.
     const std::string m_head;
     Evaluate m_evaluate;
     std::string m_mark;
     bool m_isEvaluating = false;
+    OpenCalls m_calls;
 
     std::mutex m_mutex;
     // The script as far as it is written; empty where there is nothing for the page.
     std::string m_script;
+    // Results that the page is to fetch, by call.
+    std::unordered_map<std::int64_t, std::deque<std::string>> m_large;
     std::uint64_t m_batches = 0;
     bool m_isFlushDue = false;
     bool m_isClosed = false;

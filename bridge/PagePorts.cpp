@@ -36,7 +36,7 @@ std::string_view takeUntil(std::string_view& text, char sign)
 }
 
 // A call as a line of a message has it: its number (none where nobody waits for a result), the method's name as JSON,
-// and the message that a prompt would have.
+// and the message that a prompt would have. A negative number alone: the page has given that call up.
 struct CallLine {
     explicit CallLine(std::string_view line)
     {
@@ -104,6 +104,16 @@ OptionalValue PagePorts::open(OptionalValue request)
     return answer;
 }
 
+std::string PagePorts::fetch(std::optional<std::string_view> argumentMessage)
+{
+    const auto request = CallMessage::read(argumentMessage).data;
+    const auto token = textValue(memberOf(request, "port"));
+    const auto call = wholeNumber(memberOf(request, "call"));
+    const auto found = token ? m_ports.find(*token) : m_ports.end();
+    auto message = found != m_ports.end() && call ? found->second.port->fetch(*call) : std::nullopt;
+    return message ? std::move(*message) : NativeObjects::refusal();
+}
+
 bool PagePorts::isFlooded(std::size_t bytes)
 {
     ++m_unanswered.messages;
@@ -147,13 +157,15 @@ void PagePorts::didReceiveScriptMessage(
 
 void PagePorts::refuse(PagePort& port, std::string_view line)
 {
-    if (const CallLine call(line); call.number)
+    if (const CallLine call(line); call.number && *call.number > 0)
         port.add(*call.number, NativeObjects::refusal());
 }
 
 void PagePorts::perform(DWKWebView& view, PagePort& port, std::string_view line)
 {
     const CallLine call(line);
+    if (call.number && *call.number < 0)
+        return port.giveUp(-*call.number);
     auto message = CallMessage::read(call.message);
     std::shared_ptr<PagePort::Result> result;
     if (call.number) {

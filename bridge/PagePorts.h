@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,8 @@ class PagePorts final : public NSObject,
                         public std::enable_shared_from_this<PagePorts> {
 public:
     static constexpr const char* kNamespace = "_tq";
+    /// By this name a page fetches a large result, whose message is the answer as it stands.
+    static constexpr std::string_view kFetch = "_tq.fetch";
 
     static const NSClass& staticClass();
     const NSClass& objectClass() const override { return staticClass(); }
@@ -37,6 +40,9 @@ public:
 
     /// Opens a port. @param request the page's "receiver". @returns absent where there can be none.
     OptionalValue open(OptionalValue request);
+
+    /// Answers such a call.
+    std::string fetch(std::optional<std::string_view> argumentMessage);
 
     void didReceiveScriptMessage(
         const WKScriptMessage& message, const std::shared_ptr<WKScriptMessageReply>& reply) override;

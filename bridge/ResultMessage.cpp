@@ -21,4 +21,12 @@ std::string resultMessage(ResultCode code, const OptionalValue& data, std::strin
     return message;
 }
 
+std::string failureMessage(std::string_view reason)
+{
+    std::string message = R"({"code":-1,"data":)";
+    if (!NSJSONSerialization::appendText(message, reason))
+        message += R"("the method has failed")";
+    return message.append(kFailed);
+}
+
 } // namespace tq

@@ -10,6 +10,7 @@ set(public_headers
     DWKWebView.h
     DialogLabels.h
     NativeFunctions.h
+    PageFunction.h
     TQWBError.h
     TQWBException.h
     TQWBLog.h

@@ -6,9 +6,11 @@ set(TQWB_SHARED_SOURCES
     bridge/DWKWebViewDialogs.cpp
     bridge/DWKWebViewOrigins.cpp
     bridge/InternalApis.cpp
+    bridge/OpenCalls.cpp
     bridge/PageConsole.cpp
     bridge/PagePort.cpp
     bridge/PagePorts.cpp
+    bridge/PendingCall.cpp
     bridge/Secret.cpp
     host/TQWBBridge.cpp
     host/TQWBProtocols.cpp

@@ -8,7 +8,7 @@ export type NativeCallFailure =
     | "no-method"
     /** The method takes an argument of another type, and was not called; the error's message says what is wrong. */
     | "bad-argument"
-    /** The method was called and has failed. */
+    /** The method was called and has failed; the error's message has its own words, where it has said any. */
     | "failed"
     /** The method was called, and what it returned or sent cannot be written or read. */
     | "unreadable"
@@ -46,6 +46,8 @@ export interface CallOptions {
      * Anything else is a RangeError.
      */
     timeout?: number;
+    /** Gives the call up when it is aborted; the error is its reason then. */
+    signal?: AbortSignal;
 }
 
 /**
@@ -76,11 +78,16 @@ export interface ResultStream<Value> extends AsyncIterableIterator<Value> {
 }
 
 /**
- * Calls an asynchronous native method at once. What comes before it is read is kept.
+ * Calls an asynchronous native method at once. What comes before it is read is kept. When the signal is aborted, its
+ * reason is the error that ends the results.
  *
  * @throws what callWithCallback throws.
  */
-export function stream<Value = unknown>(method: string, argument?: unknown): ResultStream<Value>;
+export function stream<Value = unknown>(
+    method: string,
+    argument?: unknown,
+    options?: Pick<CallOptions, "signal">,
+): ResultStream<Value>;
 
 /**
  * Whether the application has a native method of that full name and kind; false without an application.

@@ -77,6 +77,8 @@ function answerOf(method, answer) {
         throw new NativeCallError(method, "failed");
     if (typeof answer?.code !== "number")
         throw new NativeCallError(method, "unreadable");
+    if (answer.failed)
+        throw new NativeCallError(method, "failed", `${method}: ${answer.data}`);
     if (answer.code !== 0 && typeof answer.data === "string" && answer.data !== "")
         throw new NativeCallError(method, "bad-argument", answer.data);
     return answer;
@@ -84,19 +86,21 @@ function answerOf(method, answer) {
 
 /** A call that stops the page until it is answered. */
 function ask(method, message) {
+    return answerOf(method, exchange(method, message));
+}
+
+function exchange(method, message) {
     if (!isInApplication())
         throw new NativeCallError(method, "no-application");
     port?.send(); // calls that were made before arrive before
     // What shows the application that its own page asks, if it wants to see that.
     message._tqframe = window._tqframe;
     const text = window.prompt("_dsbridge=" + method, write(message));
-    let answer;
     try {
-        answer = JSON.parse(text);
+        return JSON.parse(text);
     } catch {
-        // No answer can be read.
+        return undefined; // no answer can be read
     }
-    return answerOf(method, answer);
 }
 
 export function callSync(method, argument) {
@@ -125,7 +129,15 @@ class Port {
 
     /** @param id the number of the call; none where nobody waits for a result. */
     add(id, method, message) {
-        this.#lines.push(`${id ?? ""}\t${JSON.stringify(method)}\t${write(message)}`);
+        this.#push(`${id ?? ""}\t${JSON.stringify(method)}\t${write(message)}`);
+    }
+
+    giveUp(id) {
+        this.#push(`-${id}`);
+    }
+
+    #push(line) {
+        this.#lines.push(line);
         if (this.#isWaiting || this.#isSending)
             return;
         this.#isSending = true;
@@ -155,13 +167,21 @@ class Port {
     take(given) {
         const [number, results, mark] = typeof given === "string" ? JSON.parse(given) : given;
         this.#head[1] = mark || this.#head[1];
-        if (number !== null)
-            this.#early.set(number, results);
+        this.#early.set(number, results);
         for (let batch; (batch = this.#early.get(this.#next)); ++this.#next) {
             this.#early.delete(this.#next);
             for (const [id, isLast, answer] of batch)
-                calls.get(id)?.take(answer, isLast);
+                this.#give(id, isLast, answer);
         }
+    }
+
+    // What is large is fetched by a call that stops the page, since nothing brings it sooner.
+    #give(id, isLast, answer) {
+        const isLarge = answer?.fetch === true;
+        if (calls.has(id))
+            calls.get(id).take(isLarge ? exchange("_tq.fetch", { data: { port: this.#head[0], call: id } }) : answer, isLast);
+        else if (isLarge)
+            this.giveUp(id);
     }
 }
 
@@ -178,10 +198,14 @@ function messageHandler() {
     return window.webkit?.messageHandlers?._tqcalls;
 }
 
-function findPort() {
-    const handler = messageHandler();
-    const opened = handler && ask("_tq.open", { data: { receiver } }).data;
-    return opened?.port ? new Port(handler, opened) : null;
+/** The port, or null; asked for when it is wanted first. */
+function openPort() {
+    if (port === undefined) {
+        const handler = messageHandler();
+        const opened = handler && ask("_tq.open", { data: { receiver } }).data;
+        port = opened?.port ? new Port(handler, opened) : null;
+    }
+    return port;
 }
 
 function closePort() {
@@ -226,14 +250,17 @@ function start(method, argument, tell) {
             report(tell, undefined, true, error);
         },
     };
-    port ??= findPort();
-    if (port) {
+    if (openPort()) {
         port.add(id, method, { data: argument });
         calls.set(id, call);
     } else {
         startByPrompt(id, argument, call, end);
     }
-    return end;
+    return () => {
+        if (calls.has(id))
+            port?.giveUp(id);
+        end();
+    };
 }
 
 // Whoever is told may throw what they like.
@@ -248,11 +275,13 @@ function report(tell, ...result) {
 // Without messages a call costs a prompt, and its results come by a global function.
 function startByPrompt(id, argument, call, end) {
     const { method } = call;
-    window[prefix + id] = (data, reason) => hold(id, reason ? undefined : { code: 0, data }); // no answer can be read
+    window[prefix + id] = (data, reason) =>
+        hold(id, reason === "failed" ? { code: -1, data, failed: true } : reason ? undefined : { code: 0, data });
     calls.set(id, call);
     try {
         // It says whether a result is still to come; older applications have to be asked whether there is such a method.
-        const { code, pending, complete, data } = ask(method, { data: argument, _dscbstub: prefix + id, _tq: 1 });
+        const answer = ask(method, { data: argument, _dscbstub: prefix + id, _tq: 1 });
+        const { code, pending, complete, data } = answer;
         if (code !== 0 && !(pending ?? hasNativeMethod(method, "asyn")))
             throw new NativeCallError(method, "no-method");
         if (complete)
@@ -284,18 +313,28 @@ function takeHeld() {
         calls.get(id)?.take(answer, last.get(id) === index && !(prefix + id in window));
 }
 
-export function callAsync(method, argument, { timeout = Infinity } = {}) {
+export function callAsync(method, argument, { timeout = Infinity, signal } = {}) {
     return new Promise((resolve, reject) => {
         if (typeof timeout !== "number" || !(timeout >= 0))
             throw new RangeError("timeout must be a number of milliseconds");
-        const abandon = start(method, argument, (value, isLast, error) => {
+        signal?.throwIfAborted();
+        const end = () => {
             abandon();
             forget(abandon);
+            signal?.removeEventListener("abort", aborted);
+        };
+        const aborted = () => {
+            end();
+            reject(signal.reason);
+        };
+        const abandon = start(method, argument, (value, isLast, error) => {
+            end();
             error ? reject(error) : resolve(value);
         });
+        signal?.addEventListener("abort", aborted);
         if (timeout < Infinity) {
             expect(abandon, timeout, () => {
-                abandon();
+                end();
                 reject(new NativeCallError(method, "timeout"));
             });
         }
@@ -343,10 +382,10 @@ function expireDue() {
 
 export function callWithCallback(method, argument, callback) {
     let isAbandoned = false;
-    const end = start(method, argument, (...result) => isAbandoned || callback(...result));
+    const abandon = start(method, argument, (...result) => isAbandoned || callback(...result));
     return () => {
         isAbandoned = true;
-        end();
+        abandon();
     };
 }
 
@@ -355,8 +394,16 @@ class ResultStream {
     #waiting = []; // those who have asked for a result that is not there yet
     #isOver = false;
     #abandon;
+    #signal;
+    #abort = () => {
+        this.#abandon();
+        this.#add({ error: this.#signal.reason });
+        this.#finish();
+    };
 
-    constructor(method, argument) {
+    constructor(method, argument, { signal } = {}) {
+        signal?.throwIfAborted();
+        this.#signal = signal;
         this.#abandon = callWithCallback(method, argument, (value, isLast, error) => {
             // Undefined is no result but the end without one.
             if (error !== undefined || value !== undefined)
@@ -366,6 +413,7 @@ class ResultStream {
             if (isLast || error !== undefined)
                 this.#finish();
         });
+        signal?.addEventListener("abort", this.#abort);
     }
 
     async next() {
@@ -396,6 +444,7 @@ class ResultStream {
 
     #finish() {
         this.#isOver = true;
+        this.#signal?.removeEventListener("abort", this.#abort);
         for (const resolve of this.#waiting.splice(0))
             resolve({ done: true });
     }
@@ -407,8 +456,8 @@ function resultOf({ value, error, done = false }) {
     return { value, done };
 }
 
-export function stream(method, argument) {
-    return new ResultStream(method, argument);
+export function stream(method, argument, options) {
+    return new ResultStream(method, argument, options);
 }
 
 export function hasNativeMethod(name, type = "all") {
@@ -464,13 +513,13 @@ class Answers {
         this.#id = id;
     }
 
-    send(data, complete) {
+    send(data, complete, error) {
         if (this.#isOver)
             return;
-        const message = { data: { id: this.#id, data, complete } };
+        const message = { data: { id: this.#id, data, complete, error } };
         if (messageHandler() && complete && !this.#isLate)
             this.text = write(message);
-        else if ((port ??= findPort()))
+        else if (openPort())
             port.add(undefined, "_dsb.returnValue", message);
         else
             ask("_dsb.returnValue", message);
@@ -493,12 +542,19 @@ function argumentsOf(text) {
     }
 }
 
+function wordsOf(error) {
+    try {
+        return String(error);
+    } catch {
+        return "it has failed";
+    }
+}
+
 function runOf(method) {
     if (method === probe)
         return (answer, [name]) => answer.end(functions.has(name));
-    return functions.get(method) ?? ((answer) => {
-        console.warn(`The application calls ${method}, which is not registered.`);
-        answer.end();
+    return functions.get(method) ?? (() => {
+        throw "the page has no such function";
     });
 }
 
@@ -511,7 +567,7 @@ window._handleMessageFromNative = (message) => {
     const answer = Object.assign((value) => answers.send(value, false), { end: (value) => answers.send(value, true) });
     const failed = (error) => {
         console.error(`The page function ${message.method} has failed.`, error);
-        answer.end(); // the application is not left waiting
+        answers.send(undefined, true, wordsOf(error)); // the application is not left waiting
     };
     try {
         const result = runOf(message.method)(answer, argumentsOf(message.data));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PageFunction.h"
 #include "platform/Foundation/NSConversion.h"
 
 #include <optional>
@@ -17,7 +18,7 @@ concept AnswerType = JSONReadable<T> && !std::same_as<T, std::string_view>;
 template <AnswerType T> struct Answer {
     /// Absent when the page has answered something else.
     std::optional<T> value;
-    /// Why there is no value: "calculator.add: the answer is not an integer".
+    /// Why there is no value: "calculator.add: the answer is not an integer", or why there is no answer.
     std::string error;
 
     /// Whether there is a value.
@@ -33,6 +34,13 @@ template <AnswerType T> struct Answer {
         if (!answer)
             answer.error = std::string(handlerName) + ": " + mismatchText("the answer", kindOf<T>(), whole);
         return answer;
+    }
+    /// The same for a call that may have failed.
+    static Answer read(std::string_view handlerName, PageReply&& reply)
+    {
+        if (!reply.failure)
+            return read(handlerName, std::move(reply.value));
+        return { std::nullopt, std::string(handlerName).append(": ").append(*reply.failure) };
     }
 };
 

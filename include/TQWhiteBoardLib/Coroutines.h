@@ -362,19 +362,21 @@ inline Operation<TQWBRoomOutcome> operator co_await(TQWBRoomStep step)
             TQWBError{ TQWBErrorCategory::Cancelled, TQWBRoomCodeCancelled, "The room was dropped before it came." } });
 }
 
-/// `co_await tq::callHandler<int>(view, "sum", 3, 4)`: the first answer of a page function, see
-/// `DWKWebView::callHandler`. An error, too, when the view goes before there is one; a page that does not answer, or
-/// has been left for another, is waited for as long as the view lives.
+/// `co_await tq::callHandler<int>(view, "sum", 3, 4)`, or with a time limit
+/// `co_await tq::callHandler<int>(view, { "sum", std::chrono::seconds(5) }, 3, 4)`: the first answer of a page
+/// function, or an error, see `DWKWebView::callHandler`.
 template <AnswerType T, JSONWritable... Arguments>
-Operation<Answer<T>> callHandler(DWKWebView& view, std::string_view handlerName, Arguments&&... arguments)
+Operation<Answer<T>> callHandler(DWKWebView& view, PageFunction function, Arguments&&... arguments)
 {
+    const auto missing = function.name + ": no answer will come";
     return Operation<Answer<T>>(
-        [&view, name = std::string(handlerName), list = jsonList(std::forward<Arguments>(arguments)...)](
+        [&view, function = std::move(function), list = jsonList(std::forward<Arguments>(arguments)...)](
             const auto& taker) {
-            view.callHandler(name, list,
-                [name, taker](OptionalValue value) { taker->take(Answer<T>::read(name, std::move(value))); });
+            view.callPageFunction(function, list, PageReplyCallback([name = function.name, taker](PageReply reply) {
+                taker->take(Answer<T>::read(name, std::move(reply)));
+            }));
         },
-        Answer<T>{ std::nullopt, std::string(handlerName) + ": no answer will come" });
+        Answer<T>{ std::nullopt, missing });
 }
 
 } // namespace tq

@@ -2,6 +2,7 @@
 
 #include "Answer.h"
 #include "DSCallInfo.h"
+#include "PageFunction.h"
 #include "platform/UIKit/UIAlertView.h"
 #include "platform/WebKit/WKWebView.h"
 
@@ -18,13 +19,16 @@
 namespace tq {
 
 class AsyncResult;
+class CallDeadlines;
 class NativeObjects;
+class OpenCalls;
 class PageConsole;
 class PagePorts;
 class ScriptBatch;
 struct CallMessage;
 struct CallOutcome;
 struct PageCallback;
+struct PendingCall;
 
 /// Receives one value that a page function has answered; absent when the answer carried none.
 using JSCallback = std::function<void(OptionalValue value)>;
@@ -114,25 +118,33 @@ public:
     /// the page as no arguments.
     /// @param completionHandler called on the main thread for every answer of the page until the one that it marks as
     /// the last, one object for all of them; may be empty. An exception that leaves it is logged, and ends the program
-    /// in debug mode. It is held until the last answer, or until the view ends or goes when none comes.
+    /// in debug mode. It is held until the last answer, or until the view ends or goes when none comes; that there is
+    /// none it is not told, see `callPageFunction`.
     void callHandler(std::string_view handlerName, JSArguments arguments, JSCallback completionHandler);
     /// The same, where nobody waits for answers.
     void callHandler(std::string_view handlerName, JSArguments arguments);
     /// The same without arguments.
     void callHandler(std::string_view handlerName, JSCallback completionHandler);
+    /// The same for a call that always comes to an end, also where the view has ended or goes: the last thing that the
+    /// callback gets is the page's last answer, or a failure. A call fails when the page's function does, or when there
+    /// is no such function and the page says so; when the page goes before its last answer, for another one, with its
+    /// process or with the view; when the page must not be called; and when its first answer does not come in time.
+    /// @param callback called on the main thread, never before this returns.
+    void callPageFunction(PageFunction function, boost::json::array arguments, PageReplyCallback callback);
     /// The same with types: `view.callHandler<int>("sum", [](tq::Answer<int> sum) { ... }, 3, 4)`.
     /// @tparam T what an answer is made into; what it cannot be made of comes as an error.
-    /// @param callback takes an `Answer<T>`.
+    /// @param callback takes an `Answer<T>`; a failure comes as an error.
     /// @param arguments the elements of the list of arguments, each of a type that JSON can be made of.
     template <class T, class Callback, class... Arguments>
-    void callHandler(std::string_view handlerName, Callback callback, Arguments&&... arguments)
+    void callHandler(PageFunction function, Callback callback, Arguments&&... arguments)
     {
         static_assert(AnswerType<T>, "an answer cannot be made into this type, or it is a view and would hold nothing");
         static_assert((JSONWritable<Arguments> && ...), "no JSON can be made of the type of an argument");
         static_assert(std::invocable<Callback&, Answer<T>>, "the callback takes an Answer of the type");
-        callHandler(handlerName, jsonList(std::forward<Arguments>(arguments)...),
-            JSCallback([name = std::string(handlerName), callback = std::move(callback)](
-                           OptionalValue value) mutable { callback(Answer<T>::read(name, std::move(value))); }));
+        auto name = function.name;
+        callPageFunction(std::move(function), jsonList(std::forward<Arguments>(arguments)...),
+            PageReplyCallback([name = std::move(name), callback = std::move(callback)](
+                                  PageReply reply) mutable { callback(Answer<T>::read(name, std::move(reply))); }));
     }
     /// Asks the page whether it has the function. Main thread; the callback is called there, and never by a page that
     /// answers nothing.
@@ -221,7 +233,7 @@ public:
 protected:
     void initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration) override;
     void pageDialogsAreVoid() override;
-    void pageHasGone() override;
+    void pageHasGone(PageEnd end) override;
     void end() override;
 
 private:
@@ -234,7 +246,14 @@ private:
     OptionalText answer(std::string_view methodName, std::optional<std::string_view> argumentMessage);
     std::optional<CallOutcome> performGuarded(std::string_view methodName, CallMessage&& message,
         const std::function<std::shared_ptr<AsyncResult>(PageCallback)>& makeResult);
+    void startCall(std::string_view handlerName, boost::json::array&& arguments, std::shared_ptr<PendingCall> pending);
     void takeAnswer(std::int32_t id, std::string_view value);
+    void reply(const PendingCall& pending, PageReply&& reply);
+    void failCall(std::int32_t id, std::string_view reason);
+    void failLateCall(std::int32_t id);
+    void failCallSoon(std::int32_t id, std::string reason);
+    void failCalls(std::string_view reason);
+    void letGoOfCalls();
     void reportMissingMethod(std::string_view methodName);
     std::string dialogText(const char* key, const char* defaultText) const;
     std::shared_ptr<UIAlertView> newDialog(
@@ -262,7 +281,8 @@ private:
     bool m_jsDialogBlock = true;
     std::unique_ptr<NativeObjects> m_javaScriptNamespaceInterfaces;
     // Shared with the answer that is under way: the callback may call the page, or take its last answer meanwhile.
-    std::unordered_map<std::int32_t, std::shared_ptr<const JSCallback>> m_handerMap;
+    std::unordered_map<std::int32_t, std::shared_ptr<PendingCall>> m_handerMap;
+    std::shared_ptr<CallDeadlines> m_deadlines;
     // Calls that wait for the page; absent once it is ready.
     std::optional<std::vector<DSCallInfo>> m_callInfoList{ std::in_place };
     std::map<std::string, std::string> m_dialogTextDic;
@@ -270,6 +290,9 @@ private:
     std::vector<std::weak_ptr<UIAlertView>> m_dialogs;
     std::unique_ptr<ScriptBatch> m_batch;
     std::shared_ptr<PagePorts> m_ports;
+    // Calls by prompts.
+    std::unique_ptr<OpenCalls> m_openCalls;
+    std::int64_t m_lastOpenCall = 0;
     bool m_isDebug = false;
     // In debug mode only.
     std::shared_ptr<PageConsole> m_console;

@@ -39,8 +39,8 @@ public:
     /// used, for a join or a replay that has failed, and for a window that closes with a room still in it. (Nobody
     /// leaves the room by that: it is the facade's quit that tells the service.) The page's script, timers and
     /// connections end at the next turn of the main loop; nothing is loaded into the view any more; no delegate is
-    /// called, nor a callback of `callHandler` that still waits: those are let go of. Main thread, at any time: more
-    /// than once, before the first page, and within calls of the page and of delegates.
+    /// called, nor a callback of `callHandler` that still waits: those are let go of (typed ones are told so). Main
+    /// thread, at any time: more than once, before the first page, and within calls of the page and of delegates.
     void close() { end(); }
 
     /// From the next load on, the view accepts certificates as one does that is its own navigation delegate, whoever

@@ -5,6 +5,7 @@
 #include "DWKWebView.h"
 #include "DialogLabels.h"
 #include "NativeFunctions.h"
+#include "PageFunction.h"
 #include "TQWBError.h"
 #include "TQWBException.h"
 #include "TQWBLog.h"

@@ -6,6 +6,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <utility>
 
 namespace tq {
@@ -27,6 +28,10 @@ public:
     virtual void end() = 0;
     /// Ends a call whose completion has gone before it had a last result.
     virtual void abandon() = 0;
+    /// Ends the call without a further result, and says why.
+    virtual void fail(std::string reason) = 0;
+    /// Whether nobody waits for results any more.
+    virtual bool isAbandoned() const = 0;
 };
 
 /// Hands a result of an asynchronous native method to the page. It may be called any number of times and from any
@@ -68,6 +73,17 @@ public:
     }
     /// Ends the stream; what was sent last was the last result.
     void finish() const { m_state->end(); }
+    /// Ends the stream, since there can be no further result.
+    /// @param reason for the page, which gets it as the message of an error: what may be read there.
+    void fail(std::string reason) const
+    {
+        if (!std::exchange(m_state->isOver, true))
+            m_state->sink->fail(std::move(reason));
+    }
+    /// Whether nobody waits for results any more: the page has given the call up, or has gone (a reload makes another
+    /// page), or the view has. Work for the stream may stop then; nothing else changes. Any thread. (A page that calls
+    /// by prompts is not known to have given up before it goes.)
+    bool isAbandoned() const { return m_state->sink->isAbandoned(); }
 
 private:
     struct State {

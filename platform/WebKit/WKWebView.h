@@ -128,8 +128,15 @@ protected:
     /// Told that nobody waits for the answers of the page's dialogs any more: another page is coming or has come, or
     /// the page's process has ended.
     virtual void pageDialogsAreVoid() { }
-    /// Told that the page has gone: another one has come, or its process has ended. Messages of it may still come.
-    virtual void pageHasGone() { }
+    /// How a page has gone.
+    enum class PageEnd {
+        /// Another one has come.
+        Replaced,
+        /// Its process has ended.
+        ProcessEnded
+    };
+    /// Told that the page has gone. Messages of it may still come.
+    virtual void pageHasGone(PageEnd) { }
     /// Ends the process of the page, as if it had died.
     void terminatePage();
     /// Ends the view for good, without asking the page: its script, timers and connections end at a later turn of the

@@ -158,7 +158,7 @@ void WKWebView::Impl::webProcessTerminated(WebKitWebView*, WebKitWebProcessTermi
     self.loadStage = LoadStage::None;
     self.isExplaining = false;
     self.cancelDialogs(TellView::Yes);
-    self.view.pageHasGone();
+    self.view.pageHasGone(PageEnd::ProcessEnded);
     if (const auto delegate = self.view.m_navigationDelegate.respondingTo(
             &WKNavigationDelegate::Methods::webViewWebContentProcessDidTerminate))
         runGuarded([&] { delegate->webViewWebContentProcessDidTerminate(self.view); });

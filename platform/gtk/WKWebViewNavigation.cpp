@@ -144,7 +144,7 @@ void WKWebView::Impl::loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointe
         const auto address = url ? NSURL::URLWithString(*url) : std::nullopt;
         self.pageOrigin = address ? address->origin() : std::nullopt;
         self.cancelDialogs(TellView::Yes);
-        self.view.pageHasGone();
+        self.view.pageHasGone(PageEnd::Replaced);
         if (self.loadStage == LoadStage::Provisional) {
             self.loadStage = LoadStage::Committed;
             self.isLeaving = false;

@@ -2,6 +2,7 @@
 
 #include "ClientPrograms.h"
 #include "tests/support/Accessibility.h"
+#include "tests/support/Authority.h"
 
 namespace tq::test {
 namespace {
@@ -13,7 +14,8 @@ TEST_F(FaultTest, EachIsSaidInWords)
     const AccessibilityBus bus(folder);
     const auto good = join.get();
     const auto refused = "localhost:" + std::to_string(refusingPort());
-    HttpsServer untrusted([](const ReceivedRequest&, Wire&) {}, HttpsServer::Transport::Untrusted);
+    const Authority stranger;
+    HttpsServer untrusted([](const ReceivedRequest&, Wire&) {}, { .identity = stranger.identity({}) });
     const char* const unseen = "The board cannot be shown";
     const char* const refusal = "The room could not be joined";
     const struct {

@@ -1,5 +1,6 @@
 #include "TQWhiteBoardLib/NativeFunctions.h"
 #include "tests/support/Content.h"
+#include "tests/support/Engine.h"
 #include "tests/support/PageTest.h"
 
 #include <algorithm>
@@ -355,6 +356,106 @@ TEST_P(PageHalfTest, StreamsGiveEveryResultAndEndAfterTheLast)
     kept.back()("late", Complete::Yes);
     EXPECT_EQ(outcome("callAsync('app.count', 1)"), 1);
     EXPECT_EQ(ask("leftovers()"), 0);
+}
+
+TEST_P(PageHalfTest, MethodsSayWhyTheyFailAndSeeThatNobodyWaits)
+{
+    std::vector<Stream<int>> streams;
+    view->addJavascriptObject(nativeFunctions({ { "fail::",
+                                                    [](int sent, Stream<int> results) {
+                                                        for (int number = 0; number < sent; ++number)
+                                                            results.send(number);
+                                                        results.fail("out of \"paper\"");
+                                                        results.finish(5);
+                                                    } },
+                                  { "keep::", [&](Stream<int> results) { streams.push_back(std::move(results)); } } }),
+        "work");
+    ask("window.all = async (results) => { const all = []; try { for await (const one of results) all.push(one); }"
+        " catch (error) { all.push(error.message, error.reason ?? error.name); } return all; }, 0");
+    EXPECT_EQ(outcome("all(stream('work.fail', 0))"), (array{ "work.fail: out of \"paper\"", "failed" }));
+    EXPECT_EQ(outcome("all(stream('work.fail', 2))"), (array{ 0, 1, "work.fail: out of \"paper\"", "failed" }));
+    EXPECT_EQ(outcome("callAsync('work.fail', 0)"), failure("work.fail", "failed"));
+
+    const auto keep = [&](const char* script) {
+        const auto count = streams.size();
+        view->evaluateJavaScript(script);
+        runUntil([&] { return streams.size() > count; }, "the page has called");
+    };
+    auto before = reports->values.size();
+    keep("outcome(() => callAsync('work.keep', 0, {timeout: 1})).then(report)");
+    waitForReports(before + 1);
+    EXPECT_EQ(reports->values.back(), failure("work.keep", "timeout"));
+    keep("window.stop = new AbortController(); all(stream('work.keep', 0, stop)).then(report)");
+    keep("outcome(() => callAsync('work.keep', 0, stop)).then(report)");
+    keep("callAsync('work.keep')");
+    before = reports->values.size();
+    ask("stop.abort()");
+    waitForReports(before + 3);
+    const auto* first = reports->values.data() + before;
+    EXPECT_EQ(std::count(first, first + 3, OptionalValue(array{ "The operation was aborted.", "AbortError" })), 1);
+    EXPECT_EQ(std::count(first, first + 3, OptionalValue(array{ "AbortError", nullptr, nullptr })), 1);
+    EXPECT_EQ(outcome("callAsync('work.keep', 0, stop)")->at(0), "AbortError");
+    if (GetParam() == Way::Messages)
+        runUntil(
+            [&] {
+                return std::all_of(streams.begin(), streams.begin() + 3, [](auto& each) { return each.isAbandoned(); });
+            },
+            "the methods know");
+    EXPECT_FALSE(streams[3].isAbandoned());
+    loadPage();
+    EXPECT_TRUE(streams[3].isAbandoned());
+}
+
+TEST_P(PageHalfTest, CallsOfThePageEndWithTheReason)
+{
+    const auto prepare = [&] {
+        ask("register('words', () => { throw new RangeError('not so'); }), register('torn', async () => { throw "
+            "'torn'; }),"
+            " register('never', () => new Promise(() => {})),"
+            " registerStream('late', (answer) => { answer(1); setTimeout(() => answer.end(2), 50); }), ready(), 0");
+    };
+    std::vector<std::string> ends;
+    const auto call = [&](PageFunction function) {
+        view->callHandler<int>(std::move(function),
+            [&](const Answer<int>& answer) { ends.push_back(answer ? std::to_string(*answer.value) : answer.error); });
+    };
+    const auto endOf = [&](PageFunction function, std::size_t answers = 1) {
+        ends.clear();
+        call(std::move(function));
+        EXPECT_TRUE(ends.empty());
+        runUntil([&] { return ends.size() == answers; }, "the call has ended");
+        return ends.back();
+    };
+    call("torn");
+    call({ "never", std::chrono::milliseconds(1) });
+    runUntil([&] { return !ends.empty(); }, "the page is not ready in time");
+    EXPECT_EQ(ends, std::vector<std::string>{ "never: no answer came in time" });
+    prepare();
+    runUntil([&] { return ends.size() == 2; }, "the page is ready");
+    EXPECT_EQ(ends.back(), "torn: torn");
+    EXPECT_EQ(endOf("words"), "words: RangeError: not so");
+    EXPECT_EQ(endOf("absent"), "absent: the page has no such function");
+    EXPECT_EQ(endOf({ "never", std::chrono::milliseconds(20) }), "never: no answer came in time");
+    EXPECT_EQ(endOf({ "late", std::chrono::milliseconds(30) }, 2), "2") << "the first answer came in time";
+    ends.clear();
+    call("never");
+    loadPage();
+    EXPECT_EQ(ends, std::vector<std::string>{ "never: another page has come" });
+    call("never");
+    crashPage(*view);
+    runUntil([&] { return ends.size() == 2; }, "the page has died");
+    EXPECT_EQ(ends.back(), "never: the page's process has ended");
+    load(); // a page without the script
+    EXPECT_TRUE(endOf("words").starts_with("words: TypeError: ")) << ends.back();
+    ASSERT_TRUE(view->setAllowedOrigins(std::vector<std::string>{ "https://elsewhere.example" }));
+    EXPECT_EQ(endOf("words"), "words: the page must not be called");
+    ASSERT_TRUE(view->setAllowedOrigins(std::nullopt));
+    load("<script>window._handleMessageFromNative = () => {}</script>");
+    ends.clear();
+    call("never");
+    view.reset();
+    runUntil([&] { return !ends.empty(); }, "the view has gone");
+    EXPECT_EQ(ends, std::vector<std::string>{ "never: the view has ended" });
 }
 
 TEST_P(PageHalfTest, CallsArriveInTheOrderInWhichTheyWereMade)

@@ -24,13 +24,17 @@ public:
 };
 
 /// Tells on which thread it was destroyed, which is that of the registry that held it.
-inline std::shared_ptr<NSObject> witness(std::thread::id& destroyedOn)
-{
-    return { new NSObject, [&](NSObject* object) {
-                destroyedOn = std::this_thread::get_id();
-                delete object;
-            } };
-}
+class Witness final : public NSObject {
+public:
+    explicit Witness(std::thread::id& destroyedOn)
+        : m_destroyedOn(destroyedOn)
+    {
+    }
+    ~Witness() override { m_destroyedOn = std::this_thread::get_id(); }
+
+private:
+    std::thread::id& m_destroyedOn;
+};
 
 /// An address that is its own content.
 std::string dataAddress(const std::string& type, const std::string& content);

@@ -1,5 +1,8 @@
 #include "Screen.h"
 
+#include "ScreenWeston.h"
+#include "ScreenX11.h"
+
 #include <cstdlib>
 #include <string_view>
 
@@ -10,9 +13,9 @@ Screen* Screen::get()
     static const std::unique_ptr<Screen> s_screen = []() -> std::unique_ptr<Screen> {
         const char* backend = getenv("GDK_BACKEND");
         if (!backend || backend != std::string_view("wayland"))
-            return screenX11();
+            return std::make_unique<ScreenX11>();
         const char* socket = getenv("TQWB_SCREEN");
-        return socket ? screenWeston(socket) : nullptr;
+        return socket ? std::make_unique<ScreenWeston>(socket) : nullptr;
     }();
     return s_screen.get();
 }

@@ -4,6 +4,7 @@
 #include "tests/support/Screen.h"
 
 #include <array>
+#include <memory>
 
 namespace tq::test {
 
@@ -27,10 +28,11 @@ public:
     /// Where the middle of the window's content is on the screen, waited for.
     Screen::Point middle(Screen& screen) const;
     /// The toolkit's window.
-    void* nativeHandle() const { return m_window; }
+    void* nativeHandle() const;
 
 private:
-    void* m_window;
+    struct Impl;
+    std::unique_ptr<Impl> m_impl;
 };
 
 } // namespace tq::test
