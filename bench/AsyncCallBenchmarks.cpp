@@ -52,6 +52,12 @@ function prompts(count, argument) {
         sum += JSON.parse(prompt("_dsbridge=bench.now", JSON.stringify({ data: argument }))).data.length;
     prompt("_dsbridge=bench.done", "{}");
 }
+async function messages(count) {
+    const text = "0123456789abcdef0123456789abcdef\\t1\\n1\\t" + JSON.stringify("bench.later") + "\\t";
+    for (let i = 0; i < count; ++i)
+        JSON.parse(await webkit.messageHandlers.bare.postMessage(text + JSON.stringify({ data: { k: 1, t: "small" } })));
+    prompt("_dsbridge=bench.done", "{}");
+}
 prompt("_dsbridge=bench.done", "{}");
 )";
 
@@ -117,6 +123,10 @@ public:
     Seconds run(const std::string& script)
     {
         return timed(m_done, [&] { m_bridge.view().evaluateJavaScript(script); });
+    }
+    Seconds runMessages(int count)
+    {
+        return timed(m_bareDone, [&] { m_bare.evaluate("messages(" + std::to_string(count) + ")"); });
     }
     Seconds runPrompts(int count, const std::string& result)
     {
@@ -195,6 +205,8 @@ std::vector<Benchmark> asyncCallBenchmarks()
             [&pages, script = std::string(function) + "(" + std::to_string(count) + ")"] { return pages.run(script); };
     };
     add("asynchronous call, awaited", 1.60, 1000, 31, run("awaited", 1000));
+    // What the engine takes for a message and its answer, with nothing of ours between.
+    add("bare message with an answer, awaited", 2.00, 1000, 31, [&] { return pages.runMessages(1000); });
     add("asynchronous call, 1,000 in one task", 0.10, 10000, 15, run("together", 10000));
     add("synchronous call of the page half", 1.10, 1000, 31, run("synchronous", 1000));
     add("asynchronous call, 5 MiB result", 1.20, 6, 15, run("large", 6), pages.large);

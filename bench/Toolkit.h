@@ -27,7 +27,7 @@ void destroyWindow(void* window);
 std::optional<Clock::time_point>& timeOfLoad();
 
 /// The engine's own view, with settings as the library's has them, and nothing between it and the page: every prompt is
-/// answered by one function.
+/// answered by one function, and every message to the handler "bare" by a text that is as long as a small result.
 class BarePage {
 public:
     using Answer = std::function<const char*(const char* prompt, const char* text)>;

@@ -53,6 +53,15 @@ struct BarePage::Impl {
         return TRUE;
     }
 
+    static gboolean replied(WebKitUserContentManager*, JSCValue* message, WebKitScriptMessageReply* reply, gpointer)
+    {
+        auto* text
+            = jsc_value_new_string(jsc_value_get_context(message), R"([0,[[1,true,{"data":"small result"}]],"1"])");
+        webkit_script_message_reply_return_value(reply, text);
+        g_object_unref(text);
+        return TRUE;
+    }
+
     const Answer answer;
     WebKitWebView* view = nullptr;
     void* window = nullptr;
@@ -65,8 +74,13 @@ BarePage::BarePage(Answer answer)
     auto* settings = webkit_settings_new();
     webkit_settings_set_media_playback_allows_inline(settings, FALSE);
     webkit_settings_set_javascript_can_open_windows_automatically(settings, FALSE);
-    m_impl->view = static_cast<WebKitWebView*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "settings", settings, nullptr));
+    auto* manager = webkit_user_content_manager_new();
+    webkit_user_content_manager_register_script_message_handler_with_reply(manager, "bare", nullptr);
+    g_signal_connect(manager, "script-message-with-reply-received::bare", G_CALLBACK(Impl::replied), nullptr);
+    m_impl->view = static_cast<WebKitWebView*>(
+        g_object_new(WEBKIT_TYPE_WEB_VIEW, "settings", settings, "user-content-manager", manager, nullptr));
     g_object_unref(settings);
+    g_object_unref(manager);
     g_signal_connect(m_impl->view, "script-dialog", G_CALLBACK(Impl::answered), m_impl.get());
     m_impl->window = showInWindow(m_impl->view);
 }
