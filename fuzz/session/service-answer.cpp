@@ -3,7 +3,6 @@
 #include "fuzz/support/Fuzz.h"
 #include "fuzz/support/Reference.h"
 #include "platform/Foundation/NSJSONSerialization.h"
-#include "platform/Foundation/NSNumberReading.h"
 #include "session/ServiceAnswer.h"
 
 #include <limits>
@@ -33,10 +32,6 @@ void check(std::string_view text)
         answer.desc.has_value() == (desc != nullptr) && (!desc || areAlike(*answer.desc, *desc)), "desc is as it came");
     const auto* key = map->if_contains("key");
     expect(answer.key.has_value() == (key && !key->is_null()), "a key that is null is none");
-    if (key && key->is_string())
-        expect(answer.key == textValue(key), "a text is the key as it came");
-    else if (key && key->is_structured() && !hasNonFinite(*key))
-        expect(NSJSONSerialization::JSONObjectWithData(*answer.key).has_value(), "another key is its JSON text");
 }
 
 } // namespace tq::fuzz

@@ -293,7 +293,7 @@ TEST_F(BridgeTest, ThePendingCompletionKeepsTheViewUntilItIsDropped)
 {
     std::thread::id destroyedOn;
     load("<script>window.cb = () => {};</script>");
-    view->addJavascriptObject(std::make_shared<Witness>(destroyedOn), "witness");
+    view->addJavascriptObject(witness(destroyedOn), "witness");
     call("keep", R"({"_dscbstub":"cb"})");
     view.reset();
     runPending();

@@ -1,11 +1,11 @@
 #include "ClientPrograms.h"
 
+#include "tests/support/Content.h"
+#include "tests/support/MainLoop.h"
+
 #include <boost/json/serialize.hpp>
-#include <chrono>
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
-#include <thread>
 
 namespace tq::test {
 
@@ -37,15 +37,13 @@ std::unique_ptr<Program> ClientPrograms::joined(const std::string& user, Program
 
 Screen::Window ClientPrograms::waitForWindow(const std::string& title)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (const auto window = Screen::get()->window(title))
-            return *window;
-        // Nobody tells of new windows.
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    ADD_FAILURE() << "waited in vain for the window \"" << title << "\"";
-    return {};
+    std::optional<Screen::Window> window;
+    const auto isThere = [&] {
+        window = Screen::get()->window(title);
+        return window.has_value();
+    };
+    runUntil(isThere, "the window \"" + title + "\" is there");
+    return window.value_or(Screen::Window{});
 }
 
 boost::json::value ClientPrograms::call(
@@ -70,11 +68,9 @@ std::string AnswersTest::answerTo(const ReceivedRequest& request)
     if (line.starts_with("POST /config.json"))
         return HttpsServer::answerWith(
             200, R"({"iwbLeaseUri":")" + host + R"(","iwbConferenceUri":")" + pages.get() + "\"}");
-    if (line.find("/bridge.js") != std::string::npos) {
-        std::ostringstream script;
-        script << std::ifstream(TQWB_PAGE_FOLDER "/bridge.js").rdbuf();
-        return HttpsServer::answerWith(200, script.str(), "Content-Type: text/javascript\r\n");
-    }
+    if (line.find("/bridge.js") != std::string::npos)
+        return HttpsServer::answerWith(
+            200, contentOf(TQWB_PAGE_FOLDER "/bridge.js"), "Content-Type: text/javascript\r\n");
     return line.starts_with("GET ") ? page.get() : join.get();
 }
 

@@ -2,7 +2,6 @@
 
 #include "ClientPrograms.h"
 #include "tests/support/Accessibility.h"
-#include "tests/support/Authority.h"
 
 namespace tq::test {
 namespace {
@@ -14,8 +13,7 @@ TEST_F(FaultTest, EachIsSaidInWords)
     const AccessibilityBus bus(folder);
     const auto good = join.get();
     const auto refused = "localhost:" + std::to_string(refusingPort());
-    const Authority stranger;
-    HttpsServer untrusted([](const ReceivedRequest&, Wire&) {}, { .identity = stranger.identity({}) });
+    HttpsServer untrusted([](const ReceivedRequest&, Wire&) {}, HttpsServer::Transport::Untrusted);
     const char* const unseen = "The board cannot be shown";
     const char* const refusal = "The room could not be joined";
     const struct {

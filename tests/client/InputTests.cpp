@@ -1,8 +1,8 @@
 #include "ClientPrograms.h"
+#include "tests/support/MainLoop.h"
 
 #include <algorithm>
 #include <boost/json/value_to.hpp>
-#include <chrono>
 #include <cmath>
 
 namespace tq::test {
@@ -36,19 +36,18 @@ protected:
     std::vector<double> nextPoints(double right = 0)
     {
         ++m_strokes;
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-        while (std::chrono::steady_clock::now() < deadline) {
+        std::vector<double> points{ 0, 0 };
+        const auto isThere = [&] {
             const auto board = call(*client, "board.strokes").as_array();
             if (board.size() < m_strokes)
-                continue;
+                return false;
             const auto newest
                 = std::ranges::max(board, {}, [](const auto& stroke) { return stroke.at("id").as_int64(); });
-            auto points = boost::json::value_to<std::vector<double>>(newest.at("points"));
-            if (points[points.size() - 2] >= right)
-                return points;
-        }
-        ADD_FAILURE() << "waited in vain for stroke " << m_strokes << " to reach " << right;
-        return { 0, 0 };
+            points = boost::json::value_to<std::vector<double>>(newest.at("points"));
+            return points[points.size() - 2] >= right;
+        };
+        runUntil(isThere, "stroke " + std::to_string(m_strokes) + " has come to " + std::to_string(right));
+        return points;
     }
     // What a finger, or the mouse where there is none, has drawn there with a tap. The engine lets a touch overtake the
     // mouse that still waits for the page: fingers come first in these tests.

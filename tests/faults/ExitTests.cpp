@@ -28,14 +28,12 @@ protected:
             NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(getenv("TQWB_TEST_ANCHOR"));
             return;
         }
-        m_server = std::make_unique<HttpsServer>(
-            [](const ReceivedRequest& request, Wire& wire) {
-                if (request.line().find("/silent") != std::string::npos)
-                    wire.waitForEnd();
-                else
-                    wire.send(HttpsServer::answerWith(200, R"({"iwbLeaseUri":"l","iwbConferenceUri":"c"})"));
-            },
-            HttpsServer::Transport{});
+        m_server = std::make_unique<HttpsServer>([](const ReceivedRequest& request, Wire& wire) {
+            if (request.line().find("/silent") != std::string::npos)
+                wire.waitForEnd();
+            else
+                wire.send(HttpsServer::answerWith(200, R"({"iwbLeaseUri":"l","iwbConferenceUri":"c"})"));
+        });
         setenv(kHost, m_server->host().c_str(), 1);
         setenv("TQWB_TEST_ANCHOR", HttpsServer::authority().c_str(), 1);
     }

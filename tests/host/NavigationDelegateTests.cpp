@@ -1,4 +1,3 @@
-#include "tests/support/Authority.h"
 #include "tests/support/HttpsServer.h"
 #include "tests/support/PageTest.h"
 
@@ -127,34 +126,30 @@ protected:
     }
 
     HttpsServer server{ [](const ReceivedRequest& request, Wire& wire) {
-                           const auto path = request.path();
-                           if (path == "/hang") {
-                               wire.waitForEnd();
-                           } else if (path == "/slow" || path == "/cut") {
-                               wire.send(
-                                   "HTTP/1.1 200 Answer\r\nContent-Type: text/html\r\nContent-Length: 90000\r\n\r\n<p>"
-                                   + std::string(3000, 'x'));
-                               if (path == "/slow")
-                                   wire.waitForEnd();
-                           } else if (path == "/frames") {
-                               wire.send(HttpsServer::pageOf("<iframe src=/404></iframe>"));
-                           } else if (path == "/zip") {
-                               wire.send(HttpsServer::answerWith(200, "PK", "Content-Type: application/zip\r\n"));
-                           } else {
-                               const bool isStatus = path == "/404" || path == "/500";
-                               wire.send(HttpsServer::answerWith(isStatus ? std::stoi(path.substr(1)) : 200,
-                                   "<title>" + path + kReport, "Content-Type: text/html\r\n"));
-                           }
-                       },
-        {} };
+        const auto path = request.path();
+        if (path == "/hang") {
+            wire.waitForEnd();
+        } else if (path == "/slow" || path == "/cut") {
+            wire.send("HTTP/1.1 200 Answer\r\nContent-Type: text/html\r\nContent-Length: 90000\r\n\r\n<p>"
+                + std::string(3000, 'x'));
+            if (path == "/slow")
+                wire.waitForEnd();
+        } else if (path == "/frames") {
+            wire.send(HttpsServer::pageOf("<iframe src=/404></iframe>"));
+        } else if (path == "/zip") {
+            wire.send(HttpsServer::answerWith(200, "PK", "Content-Type: application/zip\r\n"));
+        } else {
+            const bool isStatus = path == "/404" || path == "/500";
+            wire.send(HttpsServer::answerWith(
+                isStatus ? std::stoi(path.substr(1)) : 200, "<title>" + path + kReport, "Content-Type: text/html\r\n"));
+        }
+    } };
     std::shared_ptr<Recorder> recorder = std::make_shared<Recorder>();
 };
 
 TEST_F(NavigationDelegateTest, EveryLoadEndsInOneWay)
 {
-    const Authority unknown;
-    const HttpsServer untrusted(
-        [](const ReceivedRequest&, Wire&) {}, { unknown.identity({ .host = "unknown.localhost" }) });
+    const HttpsServer untrusted([](const ReceivedRequest&, Wire&) {}, HttpsServer::Transport::Untrusted);
     const std::vector<std::pair<std::string, Events>> rows{
         { at("/page"), { "start", "response 200", "finish" } },
         { at("/404"), { "start", "response 404", "finish" } },
@@ -238,9 +233,8 @@ TEST_F(NavigationDelegateTest, TheApplicationDecidesAboutAnswers)
 
 TEST_F(NavigationDelegateTest, WithoutAnAcceptedCertificateALoadEnds)
 {
-    const Authority unknown;
     const HttpsServer untrusted([](const ReceivedRequest&, Wire& wire) { wire.send(HttpsServer::pageOf("<p>")); },
-        { unknown.identity({ .host = "refused.localhost" }) });
+        HttpsServer::Transport::Untrusted);
     const auto address = "https://refused." + untrusted.host() + "/";
     const auto deciding = std::make_shared<DecidingRecorder>();
     recorder = deciding;

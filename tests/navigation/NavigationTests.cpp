@@ -40,13 +40,6 @@ protected:
     {
         return NSURL::URLWithString("https://localhost:" + std::to_string(refusingPort()) + "/config.json");
     }
-    // What the main thread has needed of the processor.
-    static double threadSeconds()
-    {
-        timespec time{};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
-    }
     static long attemptsLogged()
     {
         return std::ranges::count_if(
@@ -211,10 +204,10 @@ TEST_F(NavigationTest, AnswersHaveABoundAndTheLongestIsQuicklyReadAndStored)
     for (const std::string member : { "0", "{}", R"("\u0001\u0001\u0001\u0001")", "1e-300", deep.c_str() }) {
         SCOPED_TRACE(member.substr(0, 20));
         body.set(answerOfSize(kBound, member));
-        // Of the processor's time, which is what the main thread needs on however busy a machine.
-        const auto before = threadSeconds();
+        // Of the processor's time, which is what it needs on however busy a machine.
+        const auto before = std::clock();
         EXPECT_EQ(walk({ at(server) })->isSaved, true);
-        EXPECT_LT(threadSeconds() - before, 1);
+        EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC);
         const auto stored = NSUserDefaults::standardUserDefaults().dictionaryForKey("app+token");
         ASSERT_TRUE(stored);
         EXPECT_EQ(stored->at("TQWB-navi-data"), boost::json::parse(body.get(), {}, { .max_depth = 512 }));
@@ -239,7 +232,7 @@ TEST_F(NavigationTest, RedirectionsStayWithinTheServer)
 
 TEST_F(NavigationTest, ASilentServerIsGivenUpWhenTheTimeIsUp)
 {
-    HttpsServer server([](const auto&, Wire& wire) { wire.waitForEnd(); }, {});
+    HttpsServer server([](const auto&, Wire& wire) { wire.waitForEnd(); });
     const auto ending = walk({ at(server) }, 0.3);
     EXPECT_EQ(ending->code, 300003U);
     EXPECT_LT(ending->seconds(), 5);

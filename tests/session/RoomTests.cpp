@@ -1,7 +1,6 @@
 #include "TQWhiteBoardLib/TQWBNaviCode.h"
 #include "TQWhiteBoardLib/TQWBRoom.h"
 #include "TQWhiteBoardLib/TQWBSessionCode.h"
-#include "tests/support/Authority.h"
 #include "tests/support/Engine.h"
 #include "tests/support/SessionTest.h"
 
@@ -76,7 +75,7 @@ private:
             wire.send(line.starts_with("GET ") ? page : line.starts_with("DELETE ") ? quit : join);
     }
 
-    HttpsServer m_server{ [this](const ReceivedRequest& request, Wire& wire) { converse(request, wire); }, {} };
+    HttpsServer m_server{ [this](const ReceivedRequest& request, Wire& wire) { converse(request, wire); } };
 };
 
 class RoomTest : public testing::Test {
@@ -160,8 +159,7 @@ TEST_F(RoomTest, ComesAndGoes)
 
 TEST_F(RoomTest, SaysWhyThereIsNone)
 {
-    const Authority stranger;
-    HttpsServer untrusted([](const ReceivedRequest&, Wire&) {}, { .identity = stranger.identity({}) });
+    HttpsServer untrusted([](const ReceivedRequest&, Wire&) {}, HttpsServer::Transport::Untrusted);
     const auto refused = "localhost:" + std::to_string(refusingPort());
     const auto html = [](int status) { return HttpsServer::answerWith(status, "<h1>No</h1>"); };
     const auto json = [](const char* body, int status = 200) { return HttpsServer::answerWith(status, body); };

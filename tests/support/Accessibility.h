@@ -1,13 +1,13 @@
 #pragma once
 
+#include "Program.h"
+
 #include <functional>
 #include <memory>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 
 typedef struct _GDBusConnection GDBusConnection;
-typedef struct _GVariant GVariant;
 
 namespace tq::test {
 
@@ -53,12 +53,7 @@ public:
         const std::string& what, const std::function<bool(const AccessibleNode&)>& test, bool isThere = true) const;
 
 private:
-    AccessibleNode read(const std::string& program, const std::string& path, int depth, bool isShown) const;
-    std::shared_ptr<GVariant> call(const std::string& program, const std::string& path, const char* interface,
-        const char* method, GVariant* arguments = nullptr) const;
-    std::string textOf(const std::string& program, const std::string& path, const char* property) const;
-
-    pid_t m_daemon = 0;
+    std::unique_ptr<Program> m_daemon;
     std::shared_ptr<GDBusConnection> m_connection;
 };
 

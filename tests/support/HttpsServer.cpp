@@ -9,20 +9,21 @@
 #include <ctime>
 #include <gio/gio.h>
 #include <stdexcept>
-#include <sys/socket.h>
 
 namespace tq::test {
 
 namespace {
 
-const conference::Certificate& certificate()
+const conference::Certificate& certificate(HttpsServer::Transport transport = HttpsServer::Transport::Trusted)
 {
-    static const auto s_certificate = [] {
-        const auto folder = std::filesystem::path(getenv("XDG_DATA_HOME")) / "server";
+    const auto madeIn = [](const char* name) {
+        const auto folder = std::filesystem::path(getenv("XDG_DATA_HOME")) / name;
         std::filesystem::create_directories(folder);
         return conference::Certificate::ensure(folder, std::time(nullptr));
-    }();
-    return s_certificate;
+    };
+    static const auto s_trusted = madeIn("server");
+    static const auto s_stranger = madeIn("stranger");
+    return transport == HttpsServer::Transport::Untrusted ? s_stranger : s_trusted;
 }
 
 std::size_t bodyLength(const std::string& head)
@@ -57,12 +58,10 @@ bool readRequest(GInputStream* input, GCancellable* cancellable, ReceivedRequest
     return true;
 }
 
-GObjectPointer<GIOStream> secured(GIOStream* plain, const std::string& identity)
+GObjectPointer<GIOStream> secured(GIOStream* plain, const conference::Certificate& files)
 {
-    const auto& files = certificate();
-    const GObjectPointer<GTlsCertificate> tls(identity.empty()
-            ? g_tls_certificate_new_from_files(files.serverFile().c_str(), files.keyFile().c_str(), nullptr)
-            : g_tls_certificate_new_from_pem(identity.data(), static_cast<gssize>(identity.size()), nullptr));
+    const GObjectPointer<GTlsCertificate> tls(
+        g_tls_certificate_new_from_files(files.serverFile().c_str(), files.keyFile().c_str(), nullptr));
     return GObjectPointer<GIOStream>(g_tls_server_connection_new(plain, tls.get(), nullptr));
 }
 
@@ -71,39 +70,25 @@ GObjectPointer<GIOStream> secured(GIOStream* plain, const std::string& identity)
 bool Wire::send(const std::string& bytes)
 {
     return g_output_stream_write_all(
-               g_io_stream_get_output_stream(m_connection), bytes.data(), bytes.size(), nullptr, m_cancellable, nullptr)
+               g_io_stream_get_output_stream(connection), bytes.data(), bytes.size(), nullptr, cancellable, nullptr)
         != FALSE;
-}
-
-void Wire::reset()
-{
-    auto* socket = g_socket_connection_get_socket(G_SOCKET_CONNECTION(m_plain));
-    const linger atOnce{ 1, 0 };
-    setsockopt(g_socket_get_fd(socket), SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
-    g_socket_close(socket, nullptr);
-}
-
-void Wire::waitForMore()
-{
-    std::string ignored;
-    readMore(g_io_stream_get_input_stream(m_connection), m_cancellable, ignored);
 }
 
 void Wire::waitForEnd()
 {
     std::string ignored;
-    while (readMore(g_io_stream_get_input_stream(m_connection), m_cancellable, ignored)) { }
+    while (readMore(g_io_stream_get_input_stream(connection), cancellable, ignored)) { }
 }
 
 HttpsServer::HttpsServer(Answer answer)
     : HttpsServer(
-        [answer = std::move(answer)](const ReceivedRequest& request, Wire& wire) { wire.send(answer(request)); }, {})
+        [answer = std::move(answer)](const ReceivedRequest& request, Wire& wire) { wire.send(answer(request)); })
 {
 }
 
 HttpsServer::HttpsServer(Conversation conversation, Transport transport)
     : m_conversation(std::move(conversation))
-    , m_transport(std::move(transport))
+    , m_transport(transport)
     , m_listener(g_socket_listener_new())
     , m_cancellable(g_cancellable_new())
 {
@@ -143,7 +128,8 @@ void HttpsServer::serve()
 
 void HttpsServer::converse(GIOStream* plain)
 {
-    auto connection = m_transport.isPlain ? retained(plain) : secured(plain, m_transport.identity);
+    const auto connection
+        = m_transport == Transport::Plain ? retained(plain) : secured(plain, certificate(m_transport));
     ReceivedRequest request;
     if (!readRequest(g_io_stream_get_input_stream(connection.get()), m_cancellable, request))
         return;
@@ -151,7 +137,7 @@ void HttpsServer::converse(GIOStream* plain)
         const std::lock_guard lock(m_mutex);
         m_requests.push_back(request);
     }
-    Wire wire(plain, connection.get(), m_cancellable);
+    Wire wire{ connection.get(), m_cancellable };
     m_conversation(request, wire);
     g_io_stream_close(connection.get(), m_cancellable, nullptr);
 }
@@ -179,22 +165,6 @@ std::string HttpsServer::answerWith(int status, const std::string& body, const s
 {
     return "HTTP/1.1 " + std::to_string(status) + " Answer\r\nConnection: close\r\n" + moreHeaders
         + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
-}
-
-std::string HttpsServer::webSocketAnswer(const ReceivedRequest& request)
-{
-    const std::string field = "Sec-WebSocket-Key: ";
-    const auto at = request.head.find(field) + field.size();
-    const auto key
-        = request.head.substr(at, request.head.find("\r\n", at) - at) + "258EAFA5-E914-47DA-95CA-C5AB0DC85B11";
-    std::uint8_t digest[20];
-    gsize length = sizeof digest;
-    const std::unique_ptr<GChecksum, Releaser<g_checksum_free>> sum(g_checksum_new(G_CHECKSUM_SHA1));
-    g_checksum_update(sum.get(), reinterpret_cast<const guchar*>(key.data()), static_cast<gssize>(key.size()));
-    g_checksum_get_digest(sum.get(), digest, &length);
-    const GCharPointer accept(g_base64_encode(digest, length));
-    return "HTTP/1.1 101 Switching\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Accept: "
-        + std::string(accept.get()) + "\r\n\r\n";
 }
 
 std::uint16_t refusingPort()

@@ -14,7 +14,6 @@
 typedef struct _GCancellable GCancellable;
 typedef struct _GIOStream GIOStream;
 typedef struct _GSocketListener GSocketListener;
-typedef struct _GTlsCertificate GTlsCertificate;
 
 namespace tq::test {
 
@@ -60,27 +59,14 @@ private:
 };
 
 /// The server's end of a connection, for servers that fail in the middle of an answer.
-class Wire {
-public:
-    Wire(GIOStream* plain, GIOStream* connection, GCancellable* cancellable)
-        : m_plain(plain)
-        , m_connection(connection)
-        , m_cancellable(cancellable)
-    {
-    }
+struct Wire {
     /// @returns false when the other end has gone.
     bool send(const std::string& bytes);
-    /// The other end learns of it as of a machine that has crashed and come back.
-    void reset();
-    /// Returns when the other end has said something more or gone, or the server goes.
-    void waitForMore();
     /// Returns when the other end has gone, or the server goes.
     void waitForEnd();
 
-private:
-    GIOStream* m_plain;
-    GIOStream* m_connection;
-    GCancellable* m_cancellable;
+    GIOStream* connection;
+    GCancellable* cancellable;
 };
 
 /// Answers every request on 127.0.0.1 with bytes that the test chooses, over real TLS, one connection a request.
@@ -88,13 +74,9 @@ class HttpsServer {
 public:
     /// Does as it likes with a connection, once its request has come. On a thread of the connection's own.
     using Conversation = std::function<void(const ReceivedRequest& request, Wire& wire)>;
-    /// How connections begin.
-    struct Transport {
-        /// A certificate and its key as a PEM text; empty: those that `authority` has signed.
-        std::string identity;
-        bool isPlain = false;
-    };
-    HttpsServer(Conversation conversation, Transport transport);
+    /// How connections begin: with a certificate that `authority` has signed, with a stranger's, or in clear.
+    enum class Transport { Trusted, Untrusted, Plain };
+    explicit HttpsServer(Conversation conversation, Transport transport = Transport::Trusted);
 
     /// What is sent for a request, byte for byte. Empty: the connection is closed without an answer.
     using Answer = std::function<std::string(const ReceivedRequest&)>;
@@ -112,14 +94,12 @@ public:
     /// How many there have been, with a request or without.
     int connections() const { return m_connections; }
 
-    /// The certificate that signs all servers of this process, as a PEM text.
+    /// The certificate that signs all trusted servers of this process, as a PEM text.
     static const std::string& authority();
     /// A status line, headers and a body.
     static std::string answerWith(int status, const std::string& body, const std::string& moreHeaders = "");
     /// A page.
     static std::string pageOf(const std::string& html) { return answerWith(200, html, "Content-Type: text/html\r\n"); }
-    /// The server's half of a WebSocket's beginning.
-    static std::string webSocketAnswer(const ReceivedRequest& request);
 
 private:
     void serve();

@@ -24,17 +24,13 @@ public:
 };
 
 /// Tells on which thread it was destroyed, which is that of the registry that held it.
-class Witness final : public NSObject {
-public:
-    explicit Witness(std::thread::id& destroyedOn)
-        : m_destroyedOn(destroyedOn)
-    {
-    }
-    ~Witness() override { m_destroyedOn = std::this_thread::get_id(); }
-
-private:
-    std::thread::id& m_destroyedOn;
-};
+inline std::shared_ptr<NSObject> witness(std::thread::id& destroyedOn)
+{
+    return { new NSObject, [&](NSObject* object) {
+                destroyedOn = std::this_thread::get_id();
+                delete object;
+            } };
+}
 
 /// An address that is its own content.
 std::string dataAddress(const std::string& type, const std::string& content);

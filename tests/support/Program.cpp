@@ -1,5 +1,7 @@
 #include "Program.h"
 
+#include "MainLoop.h"
+
 #include <algorithm>
 #include <array>
 #include <boost/json/parse.hpp>
@@ -13,29 +15,25 @@
 #include <sstream>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <thread>
 #include <unistd.h>
 
 namespace tq::test {
 
 namespace {
 
-constexpr int kBoundMilliseconds = 60000;
+constexpr int kBoundSeconds = 60;
 
 bool isReadable(int descriptor)
 {
     pollfd one{ descriptor, POLLIN, 0 };
-    return poll(&one, 1, kBoundMilliseconds) == 1;
+    return poll(&one, 1, kBoundSeconds * 1000) == 1;
 }
 
 // Runs in the child.
-[[noreturn]] void become(std::vector<std::string>& words, int input, int output, const std::string& errorFile,
-    const Program::Environment& environment)
+[[noreturn]] void become(
+    std::vector<std::string>& words, const std::string& errorFile, const Program::Environment& environment)
 {
-    const int errors = open(errorFile.c_str(), O_CREAT | O_WRONLY | O_TRUNC | O_CLOEXEC, 0600);
-    dup2(input, STDIN_FILENO);
-    dup2(output, STDOUT_FILENO);
-    dup2(errors, STDERR_FILENO);
+    dup2(open(errorFile.c_str(), O_CREAT | O_WRONLY | O_TRUNC | O_CLOEXEC, 0600), STDERR_FILENO);
     for (const auto& [name, value] : environment)
         setenv(name.c_str(), value.c_str(), 1);
     std::vector<char*> pointers;
@@ -50,15 +48,29 @@ bool isReadable(int descriptor)
 } // namespace
 
 Program::Program(std::vector<std::string> words, const std::string& errorFile, const Environment& environment)
-    : m_errorFile(errorFile)
+    : Program([&] { become(words, errorFile, environment); })
+{
+    m_errorFile = errorFile;
+}
+
+Program::Program(const std::function<void()>& body)
 {
     std::array<int, 2> input{};
     std::array<int, 2> output{};
     if (pipe2(input.data(), O_CLOEXEC) || pipe2(output.data(), O_CLOEXEC))
         throw std::runtime_error("no pipes");
     m_pid = fork();
-    if (!m_pid)
-        become(words, input[0], output[1], errorFile, environment);
+    if (!m_pid) {
+        dup2(input[0], STDIN_FILENO);
+        dup2(output[1], STDOUT_FILENO);
+        try {
+            body();
+        } catch (...) {
+            _exit(2);
+        }
+        // Nothing of the test is taken down twice.
+        _exit(0);
+    }
     close(input[0]);
     close(output[1]);
     m_input = input[1];
@@ -96,6 +108,14 @@ std::optional<std::string> Program::readLine()
     auto line = m_unread.substr(0, end);
     m_unread.erase(0, end + 1);
     return line;
+}
+
+std::string Program::readRest()
+{
+    std::string rest;
+    while (const auto line = readLine())
+        rest += *line + "\n";
+    return rest;
 }
 
 boost::json::object Program::waitFor(const std::string& event, const boost::json::object& members)
@@ -137,15 +157,9 @@ void Program::waitForLine(const std::string& text)
 
 void Program::waitForLog(const std::string& text)
 {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(kBoundMilliseconds);
-    while (log().find(text) == std::string::npos) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            ADD_FAILURE() << "waited in vain for \"" << text << "\" in the log:\n" << log();
-            return;
-        }
-        // A file tells nobody that it grows.
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
+    if (!runUntil([&] { return log().find(text) != std::string::npos; }, "the log has \"" + text + "\"",
+            std::chrono::seconds(kBoundSeconds)))
+        ADD_FAILURE() << log();
 }
 
 std::string Program::log() const

@@ -18,11 +18,17 @@ public:
 
     /// @param errorFile receives the standard error. @param environment is added to the test's own.
     Program(std::vector<std::string> words, const std::string& errorFile, const Environment& environment = {});
+    /// Part of the test, in a copy of its process. The test must have no other thread then.
+    explicit Program(const std::function<void()>& body);
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
     void write(const std::string& line);
+    /// The next line; absent at the end of the output.
+    std::optional<std::string> readLine();
+    /// All lines still to come, each with its line break.
+    std::string readRest();
     /// Reads on until a line with that event and these members. Fails the test and returns an empty object when the
     /// output ends, is no JSON, or the bound is reached first.
     boost::json::object waitFor(const std::string& event, const boost::json::object& members = {});
@@ -38,8 +44,6 @@ public:
     int end(int signal = 0);
 
 private:
-    std::optional<std::string> readLine();
-
     std::string m_errorFile;
     pid_t m_pid = 0;
     int m_input = -1;

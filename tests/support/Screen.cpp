@@ -1,8 +1,5 @@
 #include "Screen.h"
 
-#include "ScreenWeston.h"
-#include "ScreenX11.h"
-
 #include <cstdlib>
 #include <string_view>
 
@@ -13,9 +10,9 @@ Screen* Screen::get()
     static const std::unique_ptr<Screen> s_screen = []() -> std::unique_ptr<Screen> {
         const char* backend = getenv("GDK_BACKEND");
         if (!backend || backend != std::string_view("wayland"))
-            return std::make_unique<ScreenX11>();
+            return screenX11();
         const char* socket = getenv("TQWB_SCREEN");
-        return socket ? std::make_unique<ScreenWeston>(socket) : nullptr;
+        return socket ? screenWeston(socket) : nullptr;
     }();
     return s_screen.get();
 }

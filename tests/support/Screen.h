@@ -48,4 +48,10 @@ public:
     void tap(Point place);
 };
 
+/// An X11 screen, by way of xdotool. It has no touch: X servers in memory have no touch screen, and XTEST makes none.
+std::unique_ptr<Screen> screenX11();
+
+/// A Wayland screen: weston, with the module that Module.cpp tells of at the socket of that path.
+std::unique_ptr<Screen> screenWeston(const std::string& path);
+
 } // namespace tq::test

@@ -1,4 +1,4 @@
-#include "ScreenX11.h"
+#include "Screen.h"
 
 #include <cmath>
 #include <cstdio>
@@ -26,26 +26,30 @@ std::string pixels(double length) { return " " + std::to_string(std::lround(leng
 
 std::string searchFor(const std::string& title) { return "search --onlyvisible --name '^" + title + "$' "; }
 
+class ScreenX11 final : public Screen {
+public:
+    std::optional<Window> window(const std::string& title) override
+    {
+        const auto output = outputOf(searchFor(title) + "getwindowgeometry --shell");
+        if (!output)
+            return std::nullopt;
+        std::map<std::string, double> values;
+        std::istringstream lines(*output);
+        for (std::string name, value; std::getline(lines, name, '=') && std::getline(lines, value);)
+            values[name] = std::stod(value);
+        // Without a compositing manager there is no shadow.
+        const Point place{ values["X"], values["Y"] };
+        return Window{ place, place, values["WIDTH"], values["HEIGHT"] };
+    }
+    void focus(const std::string& title) override { run(searchFor(title) + "windowfocus --sync"); }
+    void move(Point place) override { run("mousemove" + pixels(place.x) + pixels(place.y)); }
+    void press() override { run("mousedown 1"); }
+    void release() override { run("mouseup 1"); }
+    void key(const std::string& name) override { run("key --window 0 " + name); }
+};
+
 } // namespace
 
-std::optional<Screen::Window> ScreenX11::window(const std::string& title)
-{
-    const auto output = outputOf(searchFor(title) + "getwindowgeometry --shell");
-    if (!output)
-        return std::nullopt;
-    std::map<std::string, double> values;
-    std::istringstream lines(*output);
-    for (std::string name, value; std::getline(lines, name, '=') && std::getline(lines, value);)
-        values[name] = std::stod(value);
-    // Without a compositing manager there is no shadow.
-    const Point place{ values["X"], values["Y"] };
-    return Window{ place, place, values["WIDTH"], values["HEIGHT"] };
-}
-
-void ScreenX11::focus(const std::string& title) { run(searchFor(title) + "windowfocus --sync"); }
-void ScreenX11::move(Point place) { run("mousemove" + pixels(place.x) + pixels(place.y)); }
-void ScreenX11::press() { run("mousedown 1"); }
-void ScreenX11::release() { run("mouseup 1"); }
-void ScreenX11::key(const std::string& name) { run("key --window 0 " + name); }
+std::unique_ptr<Screen> screenX11() { return std::make_unique<ScreenX11>(); }
 
 } // namespace tq::test

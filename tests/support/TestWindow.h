@@ -4,7 +4,6 @@
 #include "tests/support/Screen.h"
 
 #include <array>
-#include <memory>
 
 namespace tq::test {
 
@@ -28,11 +27,10 @@ public:
     /// Where the middle of the window's content is on the screen, waited for.
     Screen::Point middle(Screen& screen) const;
     /// The toolkit's window.
-    void* nativeHandle() const;
+    void* nativeHandle() const { return m_window; }
 
 private:
-    struct Impl;
-    std::unique_ptr<Impl> m_impl;
+    void* m_window;
 };
 
 } // namespace tq::test

@@ -1,24 +1,18 @@
 #include "tests/support/Accessibility.h"
 
-#include <chrono>
+#include "platform/Foundation/Releaser.h"
+#include "tests/support/MainLoop.h"
+
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
 #include <stdexcept>
-#include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
 
 namespace tq::test {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-constexpr auto kBound = std::chrono::seconds(30);
-constexpr auto kPause = std::chrono::milliseconds(20);
 constexpr int kCallMilliseconds = 10000;
 constexpr int kDeepest = 60;
 constexpr guint kInWindow = 1;
@@ -27,12 +21,65 @@ constexpr unsigned kFocusable = 11;
 constexpr unsigned kFocused = 12;
 constexpr const char* kNode = "org.a11y.atspi.Accessible";
 
-std::shared_ptr<GVariant> owned(GVariant* value)
+using Value = std::unique_ptr<GVariant, Releaser<g_variant_unref>>;
+
+// Where a node is.
+struct Place {
+    GDBusConnection* connection;
+    std::string program;
+    std::string path;
+
+    Value call(const char* interface, const char* method, GVariant* arguments = nullptr) const
+    {
+        // What went away meanwhile has no answer.
+        return Value(g_dbus_connection_call_sync(connection, program.c_str(), path.c_str(), interface, method,
+            arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, kCallMilliseconds, nullptr, nullptr));
+    }
+    std::string textOf(const char* property) const
+    {
+        const auto answer = call("org.freedesktop.DBus.Properties", "Get", g_variant_new("(ss)", kNode, property));
+        if (!answer)
+            return {};
+        const Value boxed(g_variant_get_child_value(answer.get(), 0));
+        const Value text(g_variant_get_variant(boxed.get()));
+        return g_variant_is_of_type(text.get(), G_VARIANT_TYPE_STRING) ? g_variant_get_string(text.get(), nullptr) : "";
+    }
+};
+
+AccessibleNode readNode(const Place& at, int depth, bool isShown)
 {
-    return { value, [](GVariant* held) {
-                if (held)
-                    g_variant_unref(held);
-            } };
+    AccessibleNode node;
+    node.name = at.textOf("Name");
+    node.description = at.textOf("Description");
+    if (const auto role = at.call(kNode, "GetRoleName")) {
+        const char* text = nullptr;
+        g_variant_get(role.get(), "(&s)", &text);
+        node.role = text;
+    }
+    if (const auto states = at.call(kNode, "GetState")) {
+        const Value words(g_variant_get_child_value(states.get(), 0));
+        guint32 word = 0;
+        if (g_variant_n_children(words.get()) > 0)
+            g_variant_get_child(words.get(), 0, "u", &word);
+        node.isFocusable = word & (1U << kFocusable);
+        node.isFocused = word & (1U << kFocused);
+    }
+    if (const auto place = at.call("org.a11y.atspi.Component", "GetExtents", g_variant_new("(u)", kInWindow)))
+        g_variant_get(place.get(), "((iiii))", &node.x, &node.y, &node.width, &node.height);
+    // Oldest toolkits do not say so. Programs are not on the screen, their windows are.
+    constexpr int kWindowDepth = 2;
+    node.isShown = isShown && (depth < kWindowDepth || (node.width > 0 && node.height > 0));
+    const auto children = depth < kDeepest ? at.call(kNode, "GetChildren") : nullptr;
+    if (!children)
+        return node;
+    GVariantIter* each = nullptr;
+    g_variant_get(children.get(), "(a(so))", &each);
+    const char* program = nullptr;
+    const char* path = nullptr;
+    while (g_variant_iter_next(each, "(&s&o)", &program, &path))
+        node.children.push_back(readNode({ at.connection, program, path }, depth + 1, node.isShown));
+    g_variant_iter_free(each);
+    return node;
 }
 
 } // namespace
@@ -66,31 +113,21 @@ std::string AccessibleNode::outline(int depth) const
 AccessibilityBus::AccessibilityBus(const std::string& folder)
 {
     const auto address = "unix:path=" + folder + "/accessibility";
-    const auto addressWord = "--address=" + address;
-    m_daemon = fork();
-    if (!m_daemon) {
-        // Without a screen nobody is told of this bus but those who are given its address.
-        unsetenv("DISPLAY");
-        // What the bus starts looks for it, and for a desktop's session, which it is not to wait for.
-        setenv("AT_SPI_BUS_ADDRESS", address.c_str(), 1);
-        setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
-        execlp("dbus-daemon", "dbus-daemon", "--config-file=/usr/share/defaults/at-spi2/accessibility.conf", "--nofork",
-            "--nopidfile", addressWord.c_str(), nullptr);
-        _exit(127);
-    }
-    const auto end = Clock::now() + kBound;
-    while (!m_connection && Clock::now() < end) {
-        const auto flags = static_cast<GDBusConnectionFlags>(
-            G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-        auto* connection = g_dbus_connection_new_for_address_sync(address.c_str(), flags, nullptr, nullptr, nullptr);
-        if (connection)
-            m_connection = { connection, g_object_unref };
-        else
-            std::this_thread::sleep_for(kPause); // nobody says when the address is there
-    }
-    if (!m_connection)
+    // Without a screen nobody is told of this bus but those who are given its address. What the bus starts looks for
+    // it, and for a desktop's session, which it is not to wait for.
+    m_daemon = std::make_unique<Program>(std::vector<std::string>{ "/usr/bin/env", "-u", "DISPLAY", "dbus-daemon",
+                                             "--config-file=/usr/share/defaults/at-spi2/accessibility.conf", "--nofork",
+                                             "--nopidfile", "--print-address", "--address=" + address },
+        folder + "/accessibility.log",
+        Program::Environment{ { "AT_SPI_BUS_ADDRESS", address }, { "DBUS_SESSION_BUS_ADDRESS", address } });
+    m_daemon->waitForLine(address);
+    const auto flags = static_cast<GDBusConnectionFlags>(
+        G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT | G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
+    auto* connection = g_dbus_connection_new_for_address_sync(address.c_str(), flags, nullptr, nullptr, nullptr);
+    if (!connection)
         throw std::runtime_error("the accessibility bus did not start; is at-spi2-core installed?");
-    g_dbus_connection_set_exit_on_close(m_connection.get(), FALSE);
+    m_connection = { connection, g_object_unref };
+    g_dbus_connection_set_exit_on_close(connection, FALSE);
     setenv("AT_SPI_BUS_ADDRESS", address.c_str(), 1);
     unsetenv("GTK_A11Y");
 }
@@ -100,83 +137,26 @@ AccessibilityBus::~AccessibilityBus()
     setenv("GTK_A11Y", "none", 1);
     unsetenv("AT_SPI_BUS_ADDRESS");
     m_connection.reset();
-    kill(m_daemon, SIGTERM);
-    waitpid(m_daemon, nullptr, 0);
-}
-
-std::shared_ptr<GVariant> AccessibilityBus::call(const std::string& program, const std::string& path,
-    const char* interface, const char* method, GVariant* arguments) const
-{
-    // What went away meanwhile has no answer.
-    return owned(g_dbus_connection_call_sync(m_connection.get(), program.c_str(), path.c_str(), interface, method,
-        arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, kCallMilliseconds, nullptr, nullptr));
-}
-
-std::string AccessibilityBus::textOf(const std::string& program, const std::string& path, const char* property) const
-{
-    const auto answer
-        = call(program, path, "org.freedesktop.DBus.Properties", "Get", g_variant_new("(ss)", kNode, property));
-    if (!answer)
-        return {};
-    const auto boxed = owned(g_variant_get_child_value(answer.get(), 0));
-    const auto text = owned(g_variant_get_variant(boxed.get()));
-    return g_variant_is_of_type(text.get(), G_VARIANT_TYPE_STRING) ? g_variant_get_string(text.get(), nullptr) : "";
-}
-
-AccessibleNode AccessibilityBus::read(
-    const std::string& program, const std::string& path, int depth, bool isShown) const
-{
-    AccessibleNode node;
-    node.name = textOf(program, path, "Name");
-    node.description = textOf(program, path, "Description");
-    if (const auto role = call(program, path, kNode, "GetRoleName")) {
-        const char* text = nullptr;
-        g_variant_get(role.get(), "(&s)", &text);
-        node.role = text;
-    }
-    if (const auto states = call(program, path, kNode, "GetState")) {
-        const auto words = owned(g_variant_get_child_value(states.get(), 0));
-        guint32 word = 0;
-        if (g_variant_n_children(words.get()) > 0)
-            g_variant_get_child(words.get(), 0, "u", &word);
-        node.isFocusable = word & (1U << kFocusable);
-        node.isFocused = word & (1U << kFocused);
-    }
-    if (const auto place
-        = call(program, path, "org.a11y.atspi.Component", "GetExtents", g_variant_new("(u)", kInWindow)))
-        g_variant_get(place.get(), "((iiii))", &node.x, &node.y, &node.width, &node.height);
-    // Oldest toolkits do not say so. Programs are not on the screen, their windows are.
-    constexpr int kWindowDepth = 2;
-    node.isShown = isShown && (depth < kWindowDepth || (node.width > 0 && node.height > 0));
-    const auto children = depth < kDeepest ? call(program, path, kNode, "GetChildren") : nullptr;
-    if (!children)
-        return node;
-    GVariantIter* each = nullptr;
-    g_variant_get(children.get(), "(a(so))", &each);
-    const char* childProgram = nullptr;
-    const char* childPath = nullptr;
-    while (g_variant_iter_next(each, "(&s&o)", &childProgram, &childPath))
-        node.children.push_back(read(childProgram, childPath, depth + 1, node.isShown));
-    g_variant_iter_free(each);
-    return node;
+    m_daemon->end(SIGTERM);
 }
 
 AccessibleNode AccessibilityBus::read() const
 {
-    return read("org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root", 0, true);
+    return readNode({ m_connection.get(), "org.a11y.atspi.Registry", "/org/a11y/atspi/accessible/root" }, 0, true);
 }
 
 void AccessibilityBus::waitFor(
     const std::string& what, const std::function<bool(const AccessibleNode&)>& test, bool isThere) const
 {
-    const auto end = Clock::now() + kBound;
     const auto isShown = [&](const AccessibleNode& node) { return node.isShown && test(node); };
-    auto all = read();
-    while (all.find(isShown).empty() == isThere && Clock::now() < end) {
-        std::this_thread::sleep_for(kPause); // the tree tells of its changes only in part
+    AccessibleNode all;
+    // The tree tells of its changes only in part.
+    const auto holds = [&] {
         all = read();
-    }
-    EXPECT_NE(all.find(isShown).empty(), isThere) << "waited in vain for " << what << " in\n" << all.outline();
+        return all.find(isShown).empty() != isThere;
+    };
+    if (!runUntil(holds, what + (isThere ? " is there" : " is gone")))
+        ADD_FAILURE() << all.outline();
 }
 
 } // namespace tq::test

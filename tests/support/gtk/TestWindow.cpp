@@ -9,35 +9,34 @@
 
 namespace tq::test {
 
-struct TestWindow::Impl {
-    GtkWindow* window = GTK_WINDOW(gtk_window_new());
-};
+namespace {
+GtkWindow* native(void* window) { return static_cast<GtkWindow*>(window); }
+} // namespace
 
 TestWindow::TestWindow(const WKWebView& view, int width, int height)
-    : m_impl(std::make_unique<Impl>())
+    : m_window(gtk_window_new())
 {
-    gtk_window_set_default_size(m_impl->window, width, height);
-    gtk_window_set_child(m_impl->window, widgetOf(view));
-    gtk_window_present(m_impl->window);
+    gtk_window_set_default_size(native(m_window), width, height);
+    gtk_window_set_child(native(m_window), widgetOf(view));
+    gtk_window_present(native(m_window));
 }
 
-TestWindow::~TestWindow() { gtk_window_destroy(m_impl->window); }
+TestWindow::~TestWindow() { gtk_window_destroy(native(m_window)); }
 
-void TestWindow::setTitle(const std::string& title) { gtk_window_set_title(m_impl->window, title.c_str()); }
-void TestWindow::clear() { gtk_window_set_child(m_impl->window, nullptr); }
-void* TestWindow::nativeHandle() const { return m_impl->window; }
+void TestWindow::setTitle(const std::string& title) { gtk_window_set_title(native(m_window), title.c_str()); }
+void TestWindow::clear() { gtk_window_set_child(native(m_window), nullptr); }
 
 void TestWindow::resize(int width, int height)
 {
-    gtk_window_set_default_size(m_impl->window, width, height);
-    runUntil([&] { return gtk_widget_get_height(GTK_WIDGET(m_impl->window)) == height; }, "the window has its size");
+    gtk_window_set_default_size(native(m_window), width, height);
+    runUntil([&] { return gtk_widget_get_height(GTK_WIDGET(m_window)) == height; }, "the window has its size");
 }
 
-void TestWindow::waitUntilDrawn() { waitForFrame(m_impl->window); }
+void TestWindow::waitUntilDrawn() { waitForFrame(native(m_window)); }
 
 std::array<int, 4> TestWindow::colorInTheMiddle()
 {
-    auto* content = gtk_window_get_child(m_impl->window);
+    auto* content = gtk_window_get_child(native(m_window));
     runUntil([&] { return gtk_widget_get_width(content) > 0; }, "the view has its place");
     const int width = gtk_widget_get_width(content);
     const int height = gtk_widget_get_height(content);
@@ -48,7 +47,7 @@ std::array<int, 4> TestWindow::colorInTheMiddle()
     if (!node)
         return {};
     const graphene_rect_t area{ { 0, 0 }, { float(width), float(height) } };
-    auto* renderer = gtk_native_get_renderer(GTK_NATIVE(m_impl->window));
+    auto* renderer = gtk_native_get_renderer(GTK_NATIVE(m_window));
     const GObjectPointer<GdkTexture> texture(gsk_renderer_render_texture(renderer, node, &area));
     gsk_render_node_unref(node);
     const auto stride = std::size_t(width) * 4;
@@ -60,7 +59,7 @@ std::array<int, 4> TestWindow::colorInTheMiddle()
 
 Screen::Point TestWindow::middle(Screen& screen) const
 {
-    return middleOf(screen, gtk_window_get_child(m_impl->window));
+    return middleOf(screen, gtk_window_get_child(native(m_window)));
 }
 
 } // namespace tq::test
