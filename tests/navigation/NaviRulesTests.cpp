@@ -41,6 +41,32 @@ TEST(NaviAddresses, TokensAddressesComeBeforeTheDefaults)
     EXPECT_EQ(allNaviServers("@x.example", TextList{}), (TextList{ "https://x.example/config.json" }));
 }
 
+TEST(NaviAnswers, EveryOneHasItsCodeAndTexts)
+{
+    struct Row {
+        int status;
+        std::string body;
+        NSUInteger code;
+        std::string description;
+    };
+    for (const auto& [status, body, code, description] : std::vector<Row>{
+             { 401, R"({"code":403})", 100010, "code = 403, responseCode = 401." },
+             { 403, R"({"code":"401"})", 100010, "code = 401, responseCode = 403." },
+             { 401, R"({"code":401})", 300003, "responseCode = 401." },
+             { 500, "\xFF\xFE", 300003, "responseCode = 500." },
+             { 201, R"({"iwbLeaseUri":"x","iwbConferenceUri":"x"})", 300003, "responseCode = 201." },
+             { 200, "", 300004, "code = 0, responseCode = 200." },
+             { 200, R"({"code":-7,"iwbLeaseUri":"x"})", 300004, "code = -7, responseCode = 200." },
+             { 200, R"({"code":9,"iwbConferenceUri":"x"})", 300004, "code = 9, responseCode = 200." },
+         }) {
+        const auto answer = NaviAnswer::read(body, status);
+        EXPECT_FALSE(answer.good) << description;
+        EXPECT_EQ(answer.code, code) << description;
+        EXPECT_EQ(answer.body, status == 500 ? std::nullopt : OptionalText(body));
+        EXPECT_EQ(answer.description, description);
+    }
+}
+
 // Numbers of the machine word: what does not fit is the nearest that does.
 TEST(NaviAnswers, CodesAreReadAsMachineWords)
 {
@@ -67,6 +93,13 @@ TEST(NaviEntries, LastTwoHoursAndKeepTheTimeInFullOnEveryMachine)
         EXPECT_FALSE(isNaviEntryStale(entry, now));
     EXPECT_FALSE(isNaviEntryStale(naviEntry({}, INT64_MAX), kNow));
     EXPECT_TRUE(isNaviEntryStale(naviEntry({}, INT64_MIN), kNow));
+    const auto isStale = [](const char* json) { return isNaviEntryStale(boost::json::parse(json).as_object(), kNow); };
+    EXPECT_FALSE(isStale(R"({"TQWB-timestamp":9e99})"));
+    EXPECT_FALSE(isStale(R"({"TQWB-timestamp":"9999999999"})"));
+    EXPECT_TRUE(isStale(R"({"TQWB-timestamp":[]})"));
+    EXPECT_TRUE(isStale(R"({"TQWB-timestamp":-9223372036854775808})"));
+    EXPECT_EQ(naviDataOfEntry({ { "TQWB-navi-data", 7 } })->iwbLeaseUri, std::nullopt);
+    EXPECT_EQ(naviDataOfEntry({})->iwbLeaseUri, std::nullopt);
 
     EXPECT_EQ(naviTimestamp(1000.9, 0), 1000);
     EXPECT_EQ(naviTimestamp(1000.9, 3600), -2599);

@@ -83,41 +83,6 @@ TEST_F(NavigationTest, TheRequestIsExactlyThis)
     EXPECT_EQ(stored->iwbConferenceUri, "page.example");
 }
 
-TEST_F(NavigationTest, EveryAnswerHasItsCodeAndTexts)
-{
-    struct Row {
-        int status;
-        std::string body;
-        NSUInteger code;
-        std::string description;
-    };
-    const std::vector<Row> rows{
-        { 401, R"({"code":403})", 100010, "code = 403, responseCode = 401." },
-        { 403, R"({"code":"401"})", 100010, "code = 401, responseCode = 403." },
-        { 401, R"({"code":401})", 300003, "responseCode = 401." },
-        { 500, "\xFF\xFE", 300003, "responseCode = 500." },
-        { 201, kGood, 300003, "responseCode = 201." },
-        { 200, "", 300004, "code = 0, responseCode = 200." },
-        { 200, "[1]", 300004, "code = 0, responseCode = 200." },
-        { 200, R"({"code":-7,"iwbLeaseUri":"x"})", 300004, "code = -7, responseCode = 200." },
-        { 200, R"({"code":9,"iwbConferenceUri":"x"})", 300004, "code = 9, responseCode = 200." },
-    };
-    std::atomic<std::size_t> current = 0;
-    HttpsServer server([&](const auto&) { return HttpsServer::answerWith(rows[current].status, rows[current].body); });
-    for (; current < rows.size(); ++current) {
-        const auto& row = rows[current];
-        SCOPED_TRACE(row.description + row.body);
-        const auto ending = walk({ at(server) });
-        EXPECT_FALSE(ending->isSaved);
-        EXPECT_EQ(ending->code, row.code);
-        EXPECT_EQ(ending->body, row.body.find("\xFF") == std::string::npos ? OptionalText(row.body) : std::nullopt);
-        EXPECT_EQ(ending->text, row.description);
-        EXPECT_TRUE(ending->onMainThread);
-    }
-    // One line for every status but 200.
-    EXPECT_EQ(attemptsLogged(), 5);
-}
-
 TEST_F(NavigationTest, NoAddressesFailAtOnceOnTheCallersThread)
 {
     for (const auto& urls : { std::optional<TQWBNaviManager::URLList>(), std::optional(TQWBNaviManager::URLList{}) }) {
@@ -269,6 +234,10 @@ TEST_F(NavigationTest, EntriesAreKeptForEveryPairOnItsOwn)
     EXPECT_EQ(manager->getNaviData("k1", "t1")->iwbLeaseUri, "1");
     EXPECT_EQ(manager->getNaviData("k1", "t2")->iwbLeaseUri, "2");
     EXPECT_EQ(manager->getNaviData("(null)", "t1")->iwbLeaseUri, "3");
+    // What holds nothing is no entry.
+    NSUserDefaults::standardUserDefaults().setObject({}, "k3+t1");
+    EXPECT_TRUE(manager->needRequestNavi("k3", "t1"));
+    EXPECT_EQ(manager->getNaviData("k3", "t1"), nullptr);
 
     TQWhiteBoard::forgetNavigation("k1", "t1");
     TQWhiteBoard::forgetNavigation("never", "seen");
@@ -277,32 +246,6 @@ TEST_F(NavigationTest, EntriesAreKeptForEveryPairOnItsOwn)
     EXPECT_EQ(manager->getNaviData("k1", "t2")->iwbLeaseUri, "2");
     TQWhiteBoard::forgetNavigation(std::nullopt, "t1");
     EXPECT_EQ(manager->getNaviData("(null)", "t1"), nullptr);
-}
-
-TEST_F(NavigationTest, StoredEntriesOfAnyShapeAreRead)
-{
-    auto& defaults = NSUserDefaults::standardUserDefaults();
-    struct Row {
-        const char* entry;
-        bool isNeeded;
-        bool isThere;
-        OptionalText lease;
-    };
-    const std::vector<Row> rows{
-        { "{}", true, false, {} },
-        { R"({"TQWB-timestamp":9e99})", false, true, {} },
-        { R"({"TQWB-timestamp":"9999999999"})", false, true, {} },
-        { R"({"TQWB-navi-data":{"iwbLeaseUri":"old"}})", true, true, "old" },
-        { R"({"TQWB-timestamp":[],"TQWB-navi-data":[]})", true, true, {} },
-        { R"({"TQWB-timestamp":-9223372036854775808,"TQWB-navi-data":7})", true, true, {} },
-    };
-    for (const auto& row : rows) {
-        defaults.setObject(boost::json::parse(row.entry).as_object(), "k+t");
-        EXPECT_EQ(manager->needRequestNavi("k", "t"), row.isNeeded) << row.entry;
-        const auto data = manager->getNaviData("k", "t");
-        ASSERT_EQ(data != nullptr, row.isThere) << row.entry;
-        EXPECT_EQ(data ? data->iwbLeaseUri : std::nullopt, row.lease) << row.entry;
-    }
 }
 
 TEST_F(NavigationTest, AChangeOfTheTimeZoneMovesTheAge)
