@@ -180,7 +180,7 @@ TEST_F(NavigationDelegateTest, AnotherLoadTakesThePlaceOfOneThatHasNotEnded)
         EXPECT_EQ(std::exchange(recorder->events, {}), events);
     };
     // The same address, too.
-    for (const std::size_t requests : { 1, 2 }) {
+    for (const std::size_t requests : { 1U, 2U }) {
         view->loadUrl(at("/hang"));
         runUntil([&] { return server.requests().size() == requests; }, "it is asked for");
     }
