@@ -412,7 +412,7 @@ TEST_F(DialogTest, DelegatesAnswerWhatTheyImplementAndMayForgetFailOrLeave)
     EXPECT_EQ(answered("confirm('of itself')", Answer::Ok), "[true]") << "a view that is its own delegate has none";
 }
 
-TEST_F(DialogTest, DialogsGoWithTheirPageAndTheirView)
+TEST_F(DialogTest, DialogsGoWithTheirPageTheirWindowAndTheirView)
 {
     load();
     blockScript(false);
@@ -425,6 +425,14 @@ TEST_F(DialogTest, DialogsGoWithTheirPageAndTheirView)
 
     load();
     blockScript(true);
+    const auto next = reports->values.size();
+    begin("confirm('sure?')");
+    dialog();
+    window->clear();
+    window.reset();
+    EXPECT_EQ(answerFrom(next), "[false]");
+    EXPECT_TRUE(dialogs().empty());
+
     view->evaluateJavaScript("confirm('the last')");
     dialog();
     const EngineWatch engine(*view);
@@ -459,18 +467,6 @@ TEST_F(DialogTest, ADeadPageIsNoticedAndItsViewWorksOn)
     EXPECT_EQ(answerFrom(report), "\"again\"");
     EXPECT_EQ(delegate->deaths, 1);
     EXPECT_EQ(delegate->dialogsLeft, 0U);
-}
-
-TEST_F(DialogTest, ADialogGoesWithItsWindow)
-{
-    load();
-    const auto report = reports->values.size();
-    begin("confirm('sure?')");
-    dialog();
-    window->clear();
-    window.reset();
-    EXPECT_EQ(answerFrom(report), "[false]");
-    EXPECT_TRUE(dialogs().empty());
 }
 
 // Opens windows.

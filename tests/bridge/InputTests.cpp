@@ -18,12 +18,9 @@ protected:
         window->setTitle("Input");
     }
     // The mouse, and the finger where there is one.
-    std::vector<std::function<void(Screen::Point)>> pointers() const
+    std::vector<void (Screen::*)(Screen::Point)> pointers() const
     {
-        std::vector<std::function<void(Screen::Point)>> list{ [this](auto place) { screen->click(place); } };
-        if (screen->hasTouch())
-            list.emplace_back([this](auto place) { screen->tap(place); });
-        return list;
+        return screen->hasTouch() ? std::vector{ &Screen::click, &Screen::tap } : std::vector{ &Screen::click };
     }
     // The page fills the window, and what is reported waits for the engine to have drawn it.
     void show(const std::string& html)
@@ -46,10 +43,10 @@ TEST_F(InputTest, EveryPointerAsksAndAnswers)
     for (const auto& point : pointers()) {
         for (const std::string answer : { "Yes", "No" }) {
             const auto count = reports->values.size();
-            point(window->middle(*screen));
+            (screen->*point)(window->middle(*screen));
             const auto asked = dialog();
             ASSERT_TRUE(asked);
-            point(asked.middleOfButton(*screen, answer));
+            (screen->*point)(asked.middleOfButton(*screen, answer));
             EXPECT_EQ(answerFrom(count), answer == "Yes" ? "true" : "false");
             runUntil([&] { return !screen->window("Question"); }, "the dialog has left the screen");
         }

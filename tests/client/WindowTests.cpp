@@ -109,51 +109,49 @@ void expectGood(const AccessibleNode& all, int width, int height)
 
 class SmallScreenTest : public WindowTest {
 protected:
-    void expectThatStatesFit(int width, int height);
+    void expectThatStatesFit(int width, int height)
+    {
+        const auto expectGoodWindow = [&](const char* state) {
+            SCOPED_TRACE(state);
+            expectGood(bus->read(), width, height);
+        };
+        const std::string size = std::to_string(width) + "x" + std::to_string(height);
+        auto client = start({ "join", "--app-key", "key", "--size", size });
+        client->waitFor("error", "join");
+        waitForShown("The room could not be joined");
+        expectGoodWindow("failed to join");
+        giveKeyboard("Whiteboard");
+        press("key Escape");
+        waitForShown("The room could not be joined", false);
+        press("key alt+i");
+        waitForShown("“Token” is missing.");
+        expectGoodWindow("a field is missing");
+        press("key alt+r");
+        waitForShown("Open the recording");
+        expectGoodWindow("form of a replay");
+        client.reset();
+
+        auto words = joinWords("ann");
+        words.insert(words.end(), { "--size", size });
+        client = start(words);
+        client->waitForLog("[TQ:Log] onLoadEnd");
+        waitForShown("Leave");
+        expectGoodWindow("in the room");
+        client->write("call room.record [true]");
+        client->waitFor("onWBRecordStart");
+        client->write("call room.record [false]");
+        client->waitFor("onWBRecordEnd");
+        client->write("call board.capture");
+        client->waitFor("onWBCaptureEnd");
+        giveKeyboard("hall – Whiteboard");
+        press("key F9");
+        waitForShown("The recording is saved");
+        bus->waitFor("the panel in its place",
+            [&](const AccessibleNode& node) { return node.name == "Copy all" && node.x + node.width < width; });
+        waitForShown("The captured board");
+        expectGoodWindow("with everything open");
+    }
 };
-
-void SmallScreenTest::expectThatStatesFit(int width, int height)
-{
-    const auto expectGoodWindow = [&](const char* state) {
-        SCOPED_TRACE(state);
-        expectGood(bus->read(), width, height);
-    };
-    const std::string size = std::to_string(width) + "x" + std::to_string(height);
-    auto client = start({ "join", "--app-key", "key", "--size", size });
-    client->waitFor("error", "join");
-    waitForShown("The room could not be joined");
-    expectGoodWindow("failed to join");
-    giveKeyboard("Whiteboard");
-    press("key Escape");
-    waitForShown("The room could not be joined", false);
-    press("key alt+i");
-    waitForShown("“Token” is missing.");
-    expectGoodWindow("a field is missing");
-    press("key alt+r");
-    waitForShown("Open the recording");
-    expectGoodWindow("form of a replay");
-    client.reset();
-
-    auto words = joinWords("ann");
-    words.insert(words.end(), { "--size", size });
-    client = start(words);
-    client->waitForLog("[TQ:Log] onLoadEnd");
-    waitForShown("Leave");
-    expectGoodWindow("in the room");
-    client->write("call room.record [true]");
-    client->waitFor("onWBRecordStart");
-    client->write("call room.record [false]");
-    client->waitFor("onWBRecordEnd");
-    client->write("call board.capture");
-    client->waitFor("onWBCaptureEnd");
-    giveKeyboard("hall – Whiteboard");
-    press("key F9");
-    waitForShown("The recording is saved");
-    bus->waitFor("the panel in its place",
-        [&](const AccessibleNode& node) { return node.name == "Copy all" && node.x + node.width < width; });
-    waitForShown("The captured board");
-    expectGoodWindow("with everything open");
-}
 
 TEST_F(SmallScreenTest, EveryStateFitsUprightAndHasItsNames) { expectThatStatesFit(360, 720); }
 
