@@ -26,8 +26,12 @@ enum class Way { Messages, Prompts };
 
 void PrintTo(Way way, std::ostream* out) { *out << (way == Way::Messages ? "Messages" : "Prompts"); }
 
-class PageHalfTest : public PageTest, public testing::WithParamInterface<Way> {
+class PageHalfTest : public PageTest {
 protected:
+    explicit PageHalfTest(Way newWay = Way::Messages)
+        : way(newWay)
+    {
+    }
     void SetUp() override
     {
         PageTest::SetUp();
@@ -71,7 +75,7 @@ protected:
     void loadPage()
     {
         const auto count = reports->values.size();
-        load(std::string(GetParam() == Way::Messages ? "" : "<script>window.webkit = undefined</script>") + R"(<script>
+        load(std::string(way == Way::Messages ? "" : "<script>window.webkit = undefined</script>") + R"(<script>
             window.prompts = 0;
             const realPrompt = window.prompt;
             window.prompt = (...texts) => { ++prompts; return realPrompt.apply(window, texts); };
@@ -145,13 +149,22 @@ protected:
         runUntil([&] { return kept.size() >= count; }, "the page has called keep");
     }
 
-    const int oneByPrompts = GetParam() == Way::Prompts ? 1 : 0;
+    const Way way;
+    const int oneByPrompts = way == Way::Prompts ? 1 : 0;
     bool wasAbsent = false;
     std::vector<NSCompletion> kept;
     std::vector<std::jthread> workers;
 };
 
-TEST_P(PageHalfTest, ExportsWhatItsDeclarationsDeclare)
+class BothWaysTest : public PageHalfTest, public testing::WithParamInterface<Way> {
+protected:
+    BothWaysTest()
+        : PageHalfTest(GetParam())
+    {
+    }
+};
+
+TEST_F(PageHalfTest, ExportsWhatItsDeclarationsDeclare)
 {
     const auto text = contentOf(kFolder / "bridge.d.ts");
     const std::regex declaration(R"((?:^|\n)export (?:declare )?(?:function|class|const) (\w+))");
@@ -166,7 +179,7 @@ TEST_P(PageHalfTest, ExportsWhatItsDeclarationsDeclare)
     EXPECT_GT(exported.size(), 10U);
 }
 
-TEST_P(PageHalfTest, SynchronousCallsReturnTheValueOrSayWhyThereIsNone)
+TEST_F(PageHalfTest, SynchronousCallsReturnTheValueOrSayWhyThereIsNone)
 {
     const std::vector<std::pair<std::string, OptionalValue>> rows{
         { "callSync('app.echo', {k: ['é\\u2028', null, 1.5]})", object{ { "k", { "é\u2028", nullptr, 1.5 } } } },
@@ -190,7 +203,7 @@ TEST_P(PageHalfTest, SynchronousCallsReturnTheValueOrSayWhyThereIsNone)
     }
 }
 
-TEST_P(PageHalfTest, AsynchronousCallsEndWithTheFirstResultOrSayWhyThereIsNone)
+TEST_P(BothWaysTest, AsynchronousCallsEndWithTheFirstResultOrSayWhyThereIsNone)
 {
     const std::vector<std::pair<std::string, OptionalValue>> rows{
         { "callAsync('app.atOnce', 'now')", "now" },
@@ -212,7 +225,7 @@ TEST_P(PageHalfTest, AsynchronousCallsEndWithTheFirstResultOrSayWhyThereIsNone)
     EXPECT_EQ(ask("leftovers()"), 0);
 }
 
-TEST_P(PageHalfTest, TextsAreMadeWellFormedAndWhatIsTooDeepIsRefused)
+TEST_F(PageHalfTest, TextsAreMadeWellFormedAndWhatIsTooDeepIsRefused)
 {
     ask("register('echo', (value) => value), register('deep', (levels) => nested(levels)),"
         " window.nested = (levels) => { let list = 'x'; while (levels--) list = [list]; return list; },"
@@ -241,7 +254,7 @@ TEST_P(PageHalfTest, TextsAreMadeWellFormedAndWhatIsTooDeepIsRefused)
     EXPECT_EQ(ask("leftovers()"), 0);
 }
 
-TEST_P(PageHalfTest, EveryAsynchronousCallCostsOnePromptAtMostAndSettles)
+TEST_P(BothWaysTest, EveryAsynchronousCallCostsOnePromptAtMostAndSettles)
 {
     view->addJavascriptObject(nativeFunctions({
                                   { "leave::",
@@ -281,7 +294,7 @@ TEST_P(PageHalfTest, EveryAsynchronousCallCostsOnePromptAtMostAndSettles)
     EXPECT_EQ(ask("leftovers()"), 0);
 }
 
-TEST_P(PageHalfTest, AnApplicationThatKnowsNoMoreIsAskedWhetherThereIsAMethod)
+TEST_F(PageHalfTest, AnApplicationThatKnowsNoMoreIsAskedWhetherThereIsAMethod)
 {
     // As one of an earlier version answers.
     ask("(() => { window.webkit = undefined;"
@@ -292,7 +305,7 @@ TEST_P(PageHalfTest, AnApplicationThatKnowsNoMoreIsAskedWhetherThereIsAMethod)
     EXPECT_EQ(outcome("callAsync('app.drop').then((value) => value === undefined)"), true);
 }
 
-TEST_P(PageHalfTest, CallsThatAreNeverAnsweredTimeOutOnOneTimer)
+TEST_P(BothWaysTest, CallsThatAreNeverAnsweredTimeOutOnOneTimer)
 {
     ask("window.slow = Array.from({length: 40}, (_, i) => callAsync('app.keep', i, {timeout: 3e9 + i})), 0");
     EXPECT_EQ(ask("timers.size"), 1);
@@ -307,7 +320,7 @@ TEST_P(PageHalfTest, CallsThatAreNeverAnsweredTimeOutOnOneTimer)
     EXPECT_EQ(ask("leftovers()"), 0);
 }
 
-TEST_P(PageHalfTest, CallbacksKnowTheLastResult)
+TEST_P(BothWaysTest, CallbacksKnowTheLastResult)
 {
     view->evaluateJavaScript("window.follow = (name) => callWithCallback('app.keep', 0,"
                              " (value, isLast) => report([name, value, isLast]));"
@@ -340,7 +353,7 @@ TEST_P(PageHalfTest, CallbacksKnowTheLastResult)
     EXPECT_EQ(ask("leftovers()"), 0);
 }
 
-TEST_P(PageHalfTest, StreamsGiveEveryResultAndEndAfterTheLast)
+TEST_P(BothWaysTest, StreamsGiveEveryResultAndEndAfterTheLast)
 {
     EXPECT_EQ(outcome("collect(stream('app.count', 5000)).then((all) => [all.length,"
                       " all.every((value, i) => value === i + 1)])"),
@@ -358,7 +371,7 @@ TEST_P(PageHalfTest, StreamsGiveEveryResultAndEndAfterTheLast)
     EXPECT_EQ(ask("leftovers()"), 0);
 }
 
-TEST_P(PageHalfTest, MethodsSayWhyTheyFailAndSeeThatNobodyWaits)
+TEST_P(BothWaysTest, MethodsSayWhyTheyFailAndSeeThatNobodyWaits)
 {
     std::vector<Stream<int>> streams;
     view->addJavascriptObject(nativeFunctions({ { "fail::",
@@ -395,7 +408,7 @@ TEST_P(PageHalfTest, MethodsSayWhyTheyFailAndSeeThatNobodyWaits)
     EXPECT_EQ(std::count(first, first + 3, OptionalValue(array{ "The operation was aborted.", "AbortError" })), 1);
     EXPECT_EQ(std::count(first, first + 3, OptionalValue(array{ "AbortError", nullptr, nullptr })), 1);
     EXPECT_EQ(outcome("callAsync('work.keep', 0, stop)")->at(0), "AbortError");
-    if (GetParam() == Way::Messages)
+    if (way == Way::Messages)
         runUntil(
             [&] {
                 return std::all_of(streams.begin(), streams.begin() + 3, [](auto& each) { return each.isAbandoned(); });
@@ -406,7 +419,7 @@ TEST_P(PageHalfTest, MethodsSayWhyTheyFailAndSeeThatNobodyWaits)
     EXPECT_TRUE(streams[3].isAbandoned());
 }
 
-TEST_P(PageHalfTest, CallsOfThePageEndWithTheReason)
+TEST_P(BothWaysTest, CallsOfThePageEndWithTheReason)
 {
     const auto prepare = [&] {
         ask("register('words', () => { throw new RangeError('not so'); }), register('torn', async () => { throw "
@@ -458,7 +471,7 @@ TEST_P(PageHalfTest, CallsOfThePageEndWithTheReason)
     EXPECT_EQ(ends, std::vector<std::string>{ "never: the view has ended" });
 }
 
-TEST_P(PageHalfTest, CallsArriveInTheOrderInWhichTheyWereMade)
+TEST_P(BothWaysTest, CallsArriveInTheOrderInWhichTheyWereMade)
 {
     std::vector<int> arrived;
     const auto note = [&](int number) { arrived.push_back(number); };
@@ -476,7 +489,7 @@ TEST_P(PageHalfTest, CallsArriveInTheOrderInWhichTheyWereMade)
     EXPECT_EQ(arrived, (std::vector<int>{ 1, 2, 3, 4, 5, 6, 7, 8 }));
 }
 
-TEST_P(PageHalfTest, TypedMethodsSayWhatTheyCannotTakeAndEndTheirStreams)
+TEST_P(BothWaysTest, TypedMethodsSayWhatTheyCannotTakeAndEndTheirStreams)
 {
     const auto count = [this](int last, Stream<int> numbers) {
         // Dropped unfinished.
@@ -508,7 +521,7 @@ TEST_P(PageHalfTest, TypedMethodsSayWhatTheyCannotTakeAndEndTheirStreams)
     EXPECT_EQ(countOfLine("Js bridge: typed.negate: the argument is not an integer"), 2);
 }
 
-TEST_P(PageHalfTest, ResultsOfAnEarlierPagesCallsReachNobody)
+TEST_P(BothWaysTest, ResultsOfAnEarlierPagesCallsReachNobody)
 {
     view->evaluateJavaScript("callAsync('app.keep', 'old').then(report)");
     waitForKept(1);
@@ -522,7 +535,7 @@ TEST_P(PageHalfTest, ResultsOfAnEarlierPagesCallsReachNobody)
     EXPECT_EQ(reports->values.back(), OptionalValue("of the new page"));
 }
 
-TEST_P(PageHalfTest, WithoutAnApplicationNobodyIsAsked)
+TEST_F(PageHalfTest, WithoutAnApplicationNobodyIsAsked)
 {
     ask("window._dswk = false");
     const auto before = ask("prompts")->as_int64();
@@ -534,7 +547,7 @@ TEST_P(PageHalfTest, WithoutAnApplicationNobodyIsAsked)
     EXPECT_EQ(ask("leftovers()"), 0);
 }
 
-TEST_P(PageHalfTest, PageFunctionsAnswerToTheEndWhateverTheyDo)
+TEST_P(BothWaysTest, PageFunctionsAnswerToTheEndWhateverTheyDo)
 {
     ask(R"(
         register('sum', (a, b) => a + b),
@@ -585,7 +598,7 @@ TEST_P(PageHalfTest, PageFunctionsAnswerToTheEndWhateverTheyDo)
         EXPECT_EQ(has(name), false) << name;
 }
 
-TEST_P(PageHalfTest, CallsThatComeBeforeThePageIsReadyAreAnsweredInOrder)
+TEST_P(BothWaysTest, CallsThatComeBeforeThePageIsReadyAreAnsweredInOrder)
 {
     std::vector<OptionalValue> answers;
     for (int number = 0; number < 20; ++number)
@@ -599,7 +612,7 @@ TEST_P(PageHalfTest, CallsThatComeBeforeThePageIsReadyAreAnsweredInOrder)
         EXPECT_EQ(answers[static_cast<std::size_t>(number)], number);
 }
 
-TEST_P(PageHalfTest, MessagesThatAreNoCallsSpoilNothing)
+TEST_F(PageHalfTest, MessagesThatAreNoCallsSpoilNothing)
 {
     ask("register('count', (...list) => list.length), ready(), 0");
     const auto before = ask("prompts")->as_int64();
@@ -611,13 +624,13 @@ TEST_P(PageHalfTest, MessagesThatAreNoCallsSpoilNothing)
     for (const char* data : { "", ", data: 5", ", data: '{\"length\": 9}'", ", data: 'nonsense'", ", data: [1]" }) {
         const auto start = ask("prompts")->as_int64();
         const auto value = ask("_handleMessageFromNative({method: 'count', callbackId: 99" + std::string(data) + "})");
-        EXPECT_EQ(value.has_value(), GetParam() == Way::Messages) << data;
+        EXPECT_EQ(value.has_value(), way == Way::Messages) << data;
         EXPECT_EQ(ask("prompts")->as_int64() - start, 2 + oneByPrompts) << data;
     }
     EXPECT_EQ(answersOf("count", { 1, 2 }), std::vector<OptionalValue>{ 2 });
 }
 
-TEST_P(PageHalfTest, ASecondCopyOfTheScriptTakesNothingFromTheFirst)
+TEST_F(PageHalfTest, ASecondCopyOfTheScriptTakesNothingFromTheFirst)
 {
     ask("register('first', () => 1), register('both', () => 1), 0");
     // The address has no double quotes.
@@ -632,7 +645,7 @@ TEST_P(PageHalfTest, ASecondCopyOfTheScriptTakesNothingFromTheFirst)
         outcome("Promise.all([callAsync('app.atOnce', 'a'), copy.callAsync('app.atOnce', 'b')])"), (array{ "a", "b" }));
 }
 
-TEST_P(PageHalfTest, TheExamplesOfItsDocumentRun)
+TEST_F(PageHalfTest, TheExamplesOfItsDocumentRun)
 {
     const auto text = contentOf(kFolder / "README.md");
     const std::regex block("\n```js\n([^`]*)```");
@@ -660,7 +673,8 @@ TEST_P(PageHalfTest, TheExamplesOfItsDocumentRun)
     EXPECT_EQ(answersOf("page.clicks", { 1 }), std::vector<OptionalValue>{ 1 });
 }
 
-INSTANTIATE_TEST_SUITE_P(Ways, PageHalfTest, testing::Values(Way::Messages, Way::Prompts));
+INSTANTIATE_TEST_SUITE_P(
+    , BothWaysTest, testing::Values(Way::Messages, Way::Prompts), testing::PrintToStringParamName());
 
 } // namespace
 } // namespace tq::test
