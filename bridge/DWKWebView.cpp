@@ -48,11 +48,7 @@ DWKWebView::DWKWebView(Token token)
 {
 }
 
-DWKWebView::~DWKWebView()
-{
-    DWKWebView::pageDialogsAreVoid();
-    letGoOfCalls();
-}
+DWKWebView::~DWKWebView() { DWKWebView::pageDialogsAreVoid(); }
 
 void DWKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration)
 {
@@ -187,11 +183,15 @@ void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::
     constexpr std::string_view kCallPrefix = "_dsbridge=";
     if (!prompt.starts_with(kCallPrefix))
         return showPrompt(webView, prompt, defaultText, frame, std::move(completion));
-    m_ports->pageHasWaited();
-    if (isPageAllowed())
-        completion(answer(prompt.substr(kCallPrefix.size()), defaultText));
-    else
-        completion(NativeObjects::refusal());
+    const auto reply = [this](std::string_view methodName, std::optional<std::string_view> message, const auto& done) {
+        done(isPageAllowed() ? answer(methodName, message) : NativeObjects::refusal());
+    };
+    const auto methodName = prompt.substr(kCallPrefix.size());
+    if (!m_ports->isPageBusy())
+        return reply(methodName, defaultText, completion);
+    m_ports->answerLater(
+        [reply, name = std::string(methodName), message = defaultText ? OptionalText(*defaultText) : std::nullopt,
+            done = std::move(completion)] { reply(name, message, done); });
 }
 
 // What a call from the page comes to; absent where it has failed. In debug mode nothing is caught: the program ends

@@ -166,11 +166,16 @@ void DWKWebView::failCallSoon(std::int32_t id, std::string reason)
     });
 }
 
+// Whoever lets go of the view itself hears nothing more: what a callback knows is often what the view belonged to.
 void DWKWebView::letGoOfCalls()
 {
+    const auto self = std::static_pointer_cast<DWKWebView>(shared_from_this());
     for (const auto& [id, pending] : std::exchange(m_handerMap, {})) {
         if (pending->settles)
-            dispatchToMain([callback = pending->callback] { callback({ std::nullopt, kViewHasEnded }); });
+            dispatchToMain([weak = std::weak_ptr(self), callback = pending->callback] {
+                if (weak.lock())
+                    callback({ std::nullopt, kViewHasEnded });
+            });
     }
 }
 

@@ -42,6 +42,8 @@ public:
         const auto script = takeBatch(newMark());
         reply(std::string_view(script).substr(m_head.size()));
     }
+    /// Sends it at a later turn of the main loop.
+    void flushSoon();
     /// The next result of a call that the page was told to fetch; absent where there is none.
     OptionalText fetch(std::int64_t call);
     /// Whether the page has read the last answer, of which this is the mark.
@@ -58,7 +60,6 @@ private:
     static constexpr std::size_t kLarge = 256UL * 1024;
 
     void append(std::int64_t call, Complete complete, std::string&& resultMessage);
-    void flushSoon();
     void flush();
     std::string takeBatch(std::string_view mark);
 

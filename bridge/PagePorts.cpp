@@ -5,11 +5,13 @@
 #include "NativeObjects.h"
 #include "Secret.h"
 #include "TQWhiteBoardLib/DWKWebView.h"
+#include "platform/Foundation/Dispatch.h"
 #include "platform/Foundation/NSJSONSerialization.h"
 #include "platform/Foundation/NSLog.h"
 #include "platform/Foundation/NSNumberReading.h"
 
 #include <charconv>
+#include <chrono>
 #include <optional>
 #include <utility>
 
@@ -25,6 +27,8 @@ constexpr std::size_t kMostPorts = 64;
 constexpr std::size_t kMostUnanswered = 1000;
 constexpr std::size_t kMostLarge = 8;
 constexpr std::size_t kMostUnansweredBytes = 32UL * 1024 * 1024;
+// At a time.
+constexpr std::chrono::milliseconds kLongestWork(8);
 
 // Takes what lies before the sign off the beginning, and the sign; everything where there is none.
 std::string_view takeUntil(std::string_view& text, char sign)
@@ -79,6 +83,7 @@ void PagePorts::addTo(WKUserContentController& content)
 
 void PagePorts::close()
 {
+    m_work.clear();
     for (const auto& [token, open] : std::exchange(m_ports, {}))
         open.port->close();
 }
@@ -122,20 +127,33 @@ bool PagePorts::isFlooded(std::size_t bytes)
         || (m_unanswered.messages > kMostLarge && m_unanswered.bytes > kMostUnansweredBytes);
 }
 
+struct PagePorts::Work {
+    // Of a message.
+    std::shared_ptr<PagePort> port;
+    bool isAllowed = false;
+    boost::json::string text;
+    std::string_view calls;
+    std::shared_ptr<WKScriptMessageReply> reply;
+    // Of a page that waits.
+    std::function<void()> answer;
+};
+
 // Lines: which port, and the mark of the last answer that the page has read; then calls.
 void PagePorts::didReceiveScriptMessage(
     const WKScriptMessage& message, const std::shared_ptr<WKScriptMessageReply>& reply)
 {
     const auto view = m_view.lock();
-    const auto* body = message.body ? message.body->if_string() : nullptr;
     if (!view)
         return;
-    auto lines = body ? std::string_view(*body) : std::string_view();
-    auto head = takeUntil(lines, '\n');
+    auto work = std::make_shared<Work>();
+    if (const auto* body = message.body ? message.body->if_string() : nullptr)
+        work->text = *body;
+    work->calls = work->text;
+    auto head = takeUntil(work->calls, '\n');
     const auto found = m_ports.find(takeUntil(head, '\t'));
     if (found != m_ports.end() && found->second.port->isLastMark(head)) {
-        pageHasWaited();
-    } else if (isFlooded(body ? body->size() : 0)) {
+        m_unanswered = {};
+    } else if (isFlooded(work->text.size())) {
         NSLog(TQWBLogLevel::Error, "Js bridge: the page sends without end, and its process is ended");
         view->terminatePage();
         return;
@@ -144,42 +162,93 @@ void PagePorts::didReceiveScriptMessage(
         reply->returnError("no such port is open");
         return;
     }
-    // The page may go while its calls are answered.
-    const auto port = found->second.port;
-    const bool isAllowed
+    work->port = found->second.port;
+    work->isAllowed
         = view->isPageAllowed() && (view->m_callingFrames == CallingFrames::All || found->second.isOfMainFrame);
-    while (!lines.empty()) {
-        const auto line = takeUntil(lines, '\n');
-        isAllowed ? perform(*view, *port, line) : refuse(*port, line);
+    work->reply = reply;
+    m_work.push_back(std::move(work));
+    if (!m_isWorkDue)
+        this->work();
+}
+
+bool PagePorts::isPageBusy()
+{
+    m_unanswered = {};
+    if (!m_work.empty() && !m_isWorkDue)
+        work();
+    return !m_work.empty();
+}
+
+void PagePorts::answerLater(std::function<void()> answer)
+{
+    m_work.push_back(std::make_shared<Work>());
+    m_work.back()->answer = std::move(answer);
+}
+
+// Some of it; a message may hold more calls than the main loop has time for at once. A method may run a loop of its
+// own, in which more is done.
+void PagePorts::work()
+{
+    const auto self = shared_from_this();
+    const auto view = m_view.lock();
+    const auto end = std::chrono::steady_clock::now() + kLongestWork;
+    while (view && !m_work.empty()) {
+        if (std::chrono::steady_clock::now() > end)
+            return workSoon();
+        const auto next = m_work.front();
+        if (next->answer) {
+            m_work.pop_front();
+            next->answer();
+        } else if (!next->calls.empty()) {
+            perform(*view, *next);
+        } else {
+            m_work.pop_front();
+            next->port->answer([&](std::string_view batch) { std::exchange(next->reply, nullptr)->returnText(batch); });
+        }
     }
-    port->answer([&](std::string_view batch) { reply->returnText(batch); });
 }
 
-void PagePorts::refuse(PagePort& port, std::string_view line)
+// What has a lower priority, drawing for example, has its turn before.
+void PagePorts::workSoon()
 {
-    if (const CallLine call(line); call.number && *call.number > 0)
-        port.add(*call.number, NativeObjects::refusal());
+    if (std::exchange(m_isWorkDue, true))
+        return;
+    dispatchToMainAfter(std::chrono::milliseconds(1), [weak = weak_from_this()] {
+        if (const auto self = weak.lock()) {
+            self->m_isWorkDue = false;
+            self->work();
+        }
+    });
 }
 
-void PagePorts::perform(DWKWebView& view, PagePort& port, std::string_view line)
+void PagePorts::perform(DWKWebView& view, Work& message)
 {
-    const CallLine call(line);
+    const CallLine call(takeUntil(message.calls, '\n'));
+    auto& port = *message.port;
+    if (!message.isAllowed) {
+        if (call.number && *call.number > 0)
+            port.add(*call.number, NativeObjects::refusal());
+        return;
+    }
     if (call.number && *call.number < 0)
         return port.giveUp(-*call.number);
-    auto message = CallMessage::read(call.message);
+    auto read = CallMessage::read(call.message);
     std::shared_ptr<PagePort::Result> result;
     if (call.number) {
-        message.callbackName.emplace();
-        message.asksForMore = true;
+        read.callbackName.emplace();
+        read.asksForMore = true;
     }
     const auto outcome = view.performGuarded(
-        call.method, std::move(message), [&](PageCallback) { return result = port.makeResult(*call.number); });
+        call.method, std::move(read), [&](PageCallback) { return result = port.makeResult(*call.number); });
     if (result && !outcome)
         result->hasFailed();
     else if (result && outcome->result)
         result->hasBeenCalled();
     else if (call.number && outcome)
         port.add(*call.number, outcome->message);
+    // The message has been answered within the method already.
+    if (!message.reply)
+        port.flushSoon();
 }
 
 } // namespace tq

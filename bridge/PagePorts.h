@@ -5,6 +5,8 @@
 #include "platform/WebKit/WKUserContentController.h"
 
 #include <cstddef>
+#include <deque>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -33,9 +35,12 @@ public:
 
     /// Adds what pages need.
     void addTo(WKUserContentController& content);
-    /// The page has waited for an answer: it is not sending without end.
-    void pageHasWaited() { m_unanswered = {}; }
-    /// Closes all ports.
+    /// The page waits for an answer, and so is not sending without end. @returns whether calls that it has sent before
+    /// are to be answered first.
+    bool isPageBusy();
+    /// Has it wait for those. @param answer gives it the answer.
+    void answerLater(std::function<void()> answer);
+    /// Closes all ports, and forgets what has not been answered.
     void close();
 
     /// Opens a port. @param request the page's "receiver". @returns absent where there can be none.
@@ -57,13 +62,19 @@ private:
         std::shared_ptr<PagePort> port;
         bool isOfMainFrame = false;
     };
+    /// What is to be done next: calls of a message, or an answer that the page waits for.
+    struct Work;
+
     bool isFlooded(std::size_t bytes);
-    static void perform(DWKWebView& view, PagePort& port, std::string_view call);
-    static void refuse(PagePort& port, std::string_view call);
+    void work();
+    void workSoon();
+    static void perform(DWKWebView& view, Work& message);
 
     const std::weak_ptr<DWKWebView> m_view;
     std::map<std::string, OpenPort, std::less<>> m_ports;
     Unanswered m_unanswered;
+    std::deque<std::shared_ptr<Work>> m_work;
+    bool m_isWorkDue = false;
 };
 
 } // namespace tq

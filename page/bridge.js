@@ -227,9 +227,11 @@ let lastCall = 0;
  */
 function start(method, argument, tell) {
     const id = ++lastCall;
+    const isByPrompt = !openPort();
     const end = () => {
         calls.delete(id);
-        delete window[prefix + id];
+        if (isByPrompt)
+            delete window[prefix + id];
     };
     const call = {
         method,
@@ -250,11 +252,11 @@ function start(method, argument, tell) {
             report(tell, undefined, true, error);
         },
     };
-    if (openPort()) {
+    if (isByPrompt) {
+        startByPrompt(id, argument, call, end);
+    } else {
         port.add(id, method, { data: argument });
         calls.set(id, call);
-    } else {
-        startByPrompt(id, argument, call, end);
     }
     return () => {
         if (calls.has(id))

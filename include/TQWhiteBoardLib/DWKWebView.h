@@ -125,10 +125,11 @@ public:
     void callHandler(std::string_view handlerName, JSArguments arguments);
     /// The same without arguments.
     void callHandler(std::string_view handlerName, JSCallback completionHandler);
-    /// The same for a call that always comes to an end, also where the view has ended or goes: the last thing that the
-    /// callback gets is the page's last answer, or a failure. A call fails when the page's function does, or when there
-    /// is no such function and the page says so; when the page goes before its last answer, for another one, with its
-    /// process or with the view; when the page must not be called; and when its first answer does not come in time.
+    /// The same for a call that always comes to an end: the last thing that the callback gets is the page's last
+    /// answer, or a failure. A call fails when the page's function does, or when there is no such function and the
+    /// page says so; when the page goes before its last answer, for another one, with its process or since the view has
+    /// ended; when the page must not be called; and when its first answer does not come in time. When the view itself
+    /// goes, the callback goes with it and is not called.
     /// @param callback called on the main thread, never before this returns.
     void callPageFunction(PageFunction function, boost::json::array arguments, PageReplyCallback callback);
     /// The same with types: `view.callHandler<int>("sum", [](tq::Answer<int> sum) { ... }, 3, 4)`.

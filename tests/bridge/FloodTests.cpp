@@ -4,6 +4,7 @@
 #include "tests/support/MainLoop.h"
 #include "tests/support/PageWindowTest.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace tq::test {
@@ -62,6 +63,24 @@ TEST_F(FloodTest, MessagesWithoutEndEndThePageAndNotTheApplication)
         EXPECT_LT(meter.longest(std::string("messages without end, ") + text), kLongestStall);
         EXPECT_EQ(ask("1 + 1"), OptionalValue(2));
     }
+}
+
+TEST_F(FloodTest, AMessageOfManyCallsLeavesTheMainLoopItsTurns)
+{
+    std::vector<int> numbers;
+    view->addJavascriptObject(
+        nativeFunctions({ { "note:", [&](int number) { numbers.push_back(number); } } }), "order");
+    const auto count = calls() * 10;
+    StallMeter meter;
+    flood("const {port, mark} = JSON.parse(prompt('_dsbridge=_tq.open', '{\"data\":{\"receiver\":\"f\"}}')).data;"
+          "webkit.messageHandlers._tqcalls.postMessage(port + '\\t' + mark + '\\n' + Array.from({length: "
+        + std::to_string(count)
+        + "}, (_, i) => '\\t\"order.note\"\\t{\"data\":' + i + '}').join('\\n'));"
+          "prompt('_dsbridge=order.note', '{\"data\":-1}')");
+    EXPECT_LT(meter.longest(std::to_string(count) + " calls in one message"), kLongestStall / 10);
+    ASSERT_EQ(static_cast<long>(numbers.size()), count + 1);
+    EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end() - 1));
+    EXPECT_EQ(numbers.back(), -1) << "the page waits until its earlier calls are answered";
 }
 
 TEST_F(FloodTest, CallsThatAreNeverAnsweredLeaveTheMainLoopItsTurns)

@@ -261,7 +261,7 @@ TEST_F(CoroutineCallsTest, TheFirstAnswerOfAPageFunctionIsAwaited)
     EXPECT_FALSE(task.isDone());
     view.reset();
     runUntil([&] { return task.isDone(); }, "it goes on without its view");
-    EXPECT_EQ(lines.back(), "silent: the view has ended");
+    EXPECT_EQ(lines.back(), "silent: no answer will come");
 }
 
 class CoroutineSessionTest : public SessionTest {
