@@ -1,33 +1,54 @@
 #include "Reference.h"
 
-#include "platform/Foundation/Releaser.h"
-
 #include <algorithm>
+#include <array>
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
+#include <charconv>
 #include <cmath>
-#include <glib.h>
-#include <memory>
+#include <cstdint>
 
 namespace tq::fuzz {
 
 bool isPlainlyUTF8(std::string_view bytes)
 {
-    // For GLib a zero is the end.
-    std::string text(bytes);
-    std::ranges::replace(text, '\0', ' ');
-    return g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr);
+    // The least character that needs so many bytes beside the first.
+    constexpr std::array<std::uint32_t, 4> kLeast{ 0, 0x80, 0x800, 0x10000 };
+    for (std::size_t index = 0; index < bytes.size(); ++index) {
+        const std::uint32_t lead = static_cast<std::uint8_t>(bytes[index]);
+        if (lead < 0x80)
+            continue;
+        const std::size_t more = lead >= 0xF8 ? 0 : lead >= 0xF0 ? 3 : lead >= 0xE0 ? 2 : lead >= 0xC0 ? 1 : 0;
+        if (!more || bytes.size() - index <= more)
+            return false;
+        std::uint32_t character = lead & (0x3FU >> more);
+        for (std::size_t count = 0; count < more; ++count) {
+            const std::uint32_t byte = static_cast<std::uint8_t>(bytes[++index]);
+            if ((byte & 0xC0U) != 0x80U)
+                return false;
+            character = character << 6U | (byte & 0x3FU);
+        }
+        if (character < kLeast[more] || character > 0x10FFFF || (character >= 0xD800 && character <= 0xDFFF))
+            return false;
+    }
+    return true;
 }
 
 std::optional<std::string> decodeURIComponent(std::string_view text)
 {
-    const std::unique_ptr<GBytes, Releaser<g_bytes_unref>> bytes(
-        g_uri_unescape_bytes(text.data(), static_cast<gssize>(text.size()), nullptr, nullptr));
-    if (!bytes)
-        return std::nullopt;
-    gsize size = 0;
-    const auto* begin = static_cast<const char*>(g_bytes_get_data(bytes.get(), &size));
-    const std::string decoded(begin, begin + size);
+    std::string decoded;
+    for (std::size_t index = 0; index < text.size(); ++index) {
+        decoded += text[index];
+        if (text[index] != '%')
+            continue;
+        const auto digits = text.substr(index + 1, 2);
+        std::uint8_t byte = 0;
+        const auto end = std::from_chars(digits.data(), digits.data() + digits.size(), byte, 16).ptr;
+        if (end - digits.data() != 2)
+            return std::nullopt;
+        decoded.back() = static_cast<char>(byte);
+        index += 2;
+    }
     return isPlainlyUTF8(decoded) ? std::optional(decoded) : std::nullopt;
 }
 

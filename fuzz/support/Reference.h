@@ -10,7 +10,7 @@ namespace tq::fuzz {
 
 // Plain readings that the library's quick ones are held against.
 
-/// Whether the bytes are UTF-8.
+/// Whether the bytes are UTF-8: every character is decoded and has to be the shortest form of a character.
 bool isPlainlyUTF8(std::string_view bytes);
 
 /// What the page's `decodeURIComponent` makes of a text; absent where it throws.
