@@ -22,6 +22,8 @@ namespace {
 constexpr const char* kHandler = "_tqcalls";
 // Copies of the page's script, each with one of its own.
 constexpr std::size_t kMostPorts = 64;
+// It stands in every script.
+constexpr std::size_t kLongestReceiver = 100;
 // A page half waits for the answer to a message before it sends the next, or for one of a call that stops it. Large
 // messages are fewer.
 constexpr std::size_t kMostUnanswered = 1000;
@@ -92,7 +94,8 @@ OptionalValue PagePorts::open(OptionalValue request)
 {
     const auto view = m_view.lock();
     const auto receiver = textValue(memberOf(request, "receiver"));
-    if (!view || !receiver || !isCallable(*receiver) || m_ports.size() >= kMostPorts)
+    if (!view || !receiver || receiver->size() > kLongestReceiver || !isCallable(*receiver)
+        || m_ports.size() >= kMostPorts)
         return std::nullopt;
     auto port
         = std::make_shared<PagePort>(*receiver, [weak = m_view](const std::string& script, std::function<void()> over) {
