@@ -16,7 +16,7 @@ void AsyncResult::deliver(OptionalValue value, Complete complete)
         const std::lock_guard lock(m_mutex);
         m_hasBegun = true;
         ++m_results;
-        m_isOver = m_isOver || complete == Complete::Yes;
+        m_isLast = complete == Complete::Yes;
         if (value)
             m_data = std::move(value);
         message = resultMessage(ResultCode::Invoked, m_data);
@@ -29,7 +29,6 @@ void AsyncResult::end()
     {
         const std::lock_guard lock(m_mutex);
         m_hasBegun = true;
-        m_isOver = true;
     }
     send(std::string(kEndResult), Complete::Yes);
 }
@@ -52,7 +51,6 @@ void AsyncResult::fail(std::string reason)
     {
         const std::lock_guard lock(m_mutex);
         m_hasBegun = true;
-        m_isOver = true;
         m_failure = std::move(reason);
         message = failureMessage(*m_failure);
     }
@@ -66,9 +64,10 @@ std::string AsyncResult::message() const
         return failureMessage(*m_failure);
     if (!m_hasBegun)
         return resultMessage(ResultCode::NotInvoked, std::nullopt, m_takesReasons ? kPending : std::string_view());
-    const bool isSettled = m_takesReasons && m_isOver && m_results <= 1;
-    if (isSettled && !m_results)
+    // It has ended without any.
+    if (m_takesReasons && !m_results)
         return R"({"code":0,"complete":true})";
+    const bool isSettled = m_takesReasons && m_results == 1 && m_isLast;
     return resultMessage(ResultCode::Invoked, m_data, isSettled ? kSettled : std::string_view());
 }
 

@@ -48,7 +48,8 @@ private:
     // How many results there have been; the end without one is none.
     int m_results = 0;
     bool m_hasBegun = false;
-    bool m_isOver = false;
+    // The last of them was the last one.
+    bool m_isLast = false;
     // The last value of all results so far.
     OptionalValue m_data;
     // Why there are no more.
