@@ -187,7 +187,7 @@ void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::
         done(isPageAllowed() ? answer(methodName, message) : NativeObjects::refusal());
     };
     const auto methodName = prompt.substr(kCallPrefix.size());
-    if (!m_ports->isPageBusy())
+    if (m_ports->catchUp())
         return reply(methodName, defaultText, completion);
     m_ports->answerLater(
         [reply, name = std::string(methodName), message = defaultText ? OptionalText(*defaultText) : std::nullopt,

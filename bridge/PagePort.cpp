@@ -54,12 +54,7 @@ OptionalText PagePort::fetch(std::int64_t call)
     return message;
 }
 
-void PagePort::add(std::int64_t call, std::string resultMessage)
-{
-    append(call, Complete::Yes, std::move(resultMessage));
-}
-
-void PagePort::append(std::int64_t call, Complete complete, std::string&& resultMessage)
+void PagePort::add(std::int64_t call, Complete complete, std::string&& resultMessage)
 {
     const std::lock_guard lock(m_mutex);
     if (m_isClosed)
@@ -155,7 +150,7 @@ void PagePort::Result::send(std::string&& resultMessage, Complete complete)
         if (m_state != State::Called)
             return;
     }
-    m_port->append(m_call, complete, std::move(resultMessage));
+    m_port->add(m_call, complete, std::move(resultMessage));
     m_port->flushSoon();
 }
 
@@ -164,7 +159,7 @@ void PagePort::Result::hasBeenCalled()
     const std::lock_guard lock(m_mutex);
     m_state = State::Called;
     for (auto& [complete, message] : m_early)
-        m_port->append(m_call, complete, std::move(message));
+        m_port->add(m_call, complete, std::move(message));
     m_early.clear();
 }
 
@@ -173,7 +168,7 @@ void PagePort::Result::hasFailed()
     const std::lock_guard lock(m_mutex);
     m_state = State::Failed;
     m_early.clear();
-    m_port->add(m_call, std::string(kFailure));
+    m_port->add(m_call, Complete::Yes, std::string(kFailure));
 }
 
 } // namespace tq

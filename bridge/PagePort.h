@@ -33,8 +33,8 @@ public:
     std::shared_ptr<Result> makeResult(std::int64_t call);
     /// Nobody in the page waits for that call's results any more.
     void giveUp(std::int64_t call);
-    /// Adds the one result of a call that has been answered while its message is.
-    void add(std::int64_t call, std::string resultMessage);
+    /// Adds a result, for the next batch. Any thread.
+    void add(std::int64_t call, Complete complete, std::string&& resultMessage);
 
     /// Answers a message with what there is for the page until now. @param reply is given the batch.
     template <class Reply> void answer(const Reply& reply)
@@ -59,7 +59,6 @@ private:
     // long as this: it is ready to be handed over.
     static constexpr std::size_t kLarge = 256UL * 1024;
 
-    void append(std::int64_t call, Complete complete, std::string&& resultMessage);
     void flush();
     std::string takeBatch(std::string_view mark);
 

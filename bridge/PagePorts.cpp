@@ -174,12 +174,12 @@ void PagePorts::didReceiveScriptMessage(
         this->work();
 }
 
-bool PagePorts::isPageBusy()
+bool PagePorts::catchUp()
 {
     m_unanswered = {};
     if (!m_work.empty() && !m_isWorkDue)
         work();
-    return !m_work.empty();
+    return m_work.empty();
 }
 
 void PagePorts::answerLater(std::function<void()> answer)
@@ -230,7 +230,7 @@ void PagePorts::perform(DWKWebView& view, Work& message)
     auto& port = *message.port;
     if (!message.isAllowed) {
         if (call.number && *call.number > 0)
-            port.add(*call.number, NativeObjects::refusal());
+            port.add(*call.number, Complete::Yes, NativeObjects::refusal());
         return;
     }
     if (call.number && *call.number < 0)
@@ -241,14 +241,14 @@ void PagePorts::perform(DWKWebView& view, Work& message)
         read.callbackName.emplace();
         read.asksForMore = true;
     }
-    const auto outcome = view.performGuarded(
+    auto outcome = view.performGuarded(
         call.method, std::move(read), [&](PageCallback) { return result = port.makeResult(*call.number); });
     if (result && !outcome)
         result->hasFailed();
     else if (result && outcome->result)
         result->hasBeenCalled();
     else if (call.number && outcome)
-        port.add(*call.number, outcome->message);
+        port.add(*call.number, Complete::Yes, std::move(outcome->message));
     // The message has been answered within the method already.
     if (!message.reply)
         port.flushSoon();

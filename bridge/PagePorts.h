@@ -35,10 +35,10 @@ public:
 
     /// Adds what pages need.
     void addTo(WKUserContentController& content);
-    /// The page waits for an answer, and so is not sending without end. @returns whether calls that it has sent before
-    /// are to be answered first.
-    bool isPageBusy();
-    /// Has it wait for those. @param answer gives it the answer.
+    /// Answers the calls that a page has sent before it began to wait; which shows that it is not sending without end.
+    /// @returns false when there are too many to be answered at once.
+    bool catchUp();
+    /// Has it wait for the rest of those. @param answer gives it the answer.
     void answerLater(std::function<void()> answer);
     /// Closes all ports, and forgets what has not been answered.
     void close();

@@ -282,8 +282,7 @@ function startByPrompt(id, argument, call, end) {
     calls.set(id, call);
     try {
         // It says whether a result is still to come; older applications have to be asked whether there is such a method.
-        const answer = ask(method, { data: argument, _dscbstub: prefix + id, _tq: 1 });
-        const { code, pending, complete, data } = answer;
+        const { code, pending, complete, data } = ask(method, { data: argument, _dscbstub: prefix + id, _tq: 1 });
         if (code !== 0 && !(pending ?? hasNativeMethod(method, "asyn")))
             throw new NativeCallError(method, "no-method");
         if (complete)
