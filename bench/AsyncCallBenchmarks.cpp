@@ -1,10 +1,10 @@
 #include "Benchmarks.h"
 #include "Pages.h"
 #include "TQWhiteBoardLib/NativeFunctions.h"
+#include "tests/support/Content.h"
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <unistd.h>
 
 namespace tq::bench {
@@ -32,7 +32,7 @@ Object.assign(window, {
         let last = performance.now(), longest = 0, isBusy = true;
         native.callAsync("bench.beBusy").then(() => (isBusy = false));
         while (isBusy) {
-            const time = await new Promise(requestAnimationFrame);
+            await new Promise(requestAnimationFrame);
             native.callAsync("bench.later", small);
             longest = Math.max(longest, performance.now() - last);
             last = performance.now();
@@ -66,8 +66,7 @@ class PageFile {
 public:
     PageFile()
     {
-        std::ifstream file(TQWB_PAGE_FOLDER "/bridge.js", std::ios::binary);
-        const std::string script{ std::istreambuf_iterator<char>(file), {} };
+        const auto script = test::contentOf(TQWB_PAGE_FOLDER "/bridge.js");
         std::string page = kPage;
         const std::string_view place = "SCRIPT";
         page.replace(
