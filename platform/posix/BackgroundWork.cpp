@@ -63,6 +63,19 @@ pthread_key_t endOfThread()
     return s_key;
 }
 
+// Counts one more. When the process is ending, only what is within work already comes back from it.
+void enter()
+{
+    {
+        const std::lock_guard lock(state().mutex);
+        if (!state().isEnding || t_depth) {
+            ++state().count;
+            return;
+        }
+    }
+    stop();
+}
+
 bool isEnding()
 {
     const std::lock_guard lock(state().mutex);
@@ -82,15 +95,8 @@ BackgroundWork::BackgroundWork()
 {
     static const bool s_isWaitedFor = (waitBeforeExit(), true);
     static_cast<void>(s_isWaitedFor);
-    {
-        const std::lock_guard lock(state().mutex);
-        if (!state().isEnding || t_depth) {
-            ++state().count;
-            ++t_depth;
-            return;
-        }
-    }
-    stop();
+    enter();
+    ++t_depth;
 }
 
 BackgroundWork::~BackgroundWork()
@@ -104,15 +110,8 @@ BackgroundWork::~BackgroundWork()
 
 void BackgroundWork::countEndOfThread()
 {
-    {
-        const std::lock_guard lock(state().mutex);
-        if (!state().isEnding) {
-            ++state().count;
-            pthread_setspecific(endOfThread(), &s_firstRound);
-            return;
-        }
-    }
-    stop();
+    enter();
+    pthread_setspecific(endOfThread(), &s_firstRound);
 }
 
 void BackgroundWork::stopIfEnding()
