@@ -142,15 +142,14 @@ struct PagePorts::Work {
 };
 
 // Lines: which port, and the mark of the last answer that the page has read; then calls.
-void PagePorts::didReceiveScriptMessage(
-    const WKScriptMessage& message, const std::shared_ptr<WKScriptMessageReply>& reply)
+void PagePorts::didReceiveScriptMessage(WKScriptMessage&& message, const std::shared_ptr<WKScriptMessageReply>& reply)
 {
     const auto view = m_view.lock();
     if (!view)
         return;
     auto work = std::make_shared<Work>();
-    if (const auto* body = message.body ? message.body->if_string() : nullptr)
-        work->text = *body;
+    if (auto* body = message.body ? message.body->if_string() : nullptr)
+        work->text = std::move(*body);
     work->calls = work->text;
     auto head = takeUntil(work->calls, '\n');
     const auto found = m_ports.find(takeUntil(head, '\t'));

@@ -50,7 +50,7 @@ public:
     std::string fetch(std::optional<std::string_view> argumentMessage);
 
     void didReceiveScriptMessage(
-        const WKScriptMessage& message, const std::shared_ptr<WKScriptMessageReply>& reply) override;
+        WKScriptMessage&& message, const std::shared_ptr<WKScriptMessageReply>& reply) override;
 
 private:
     // Messages that came before the page could have read an answer.

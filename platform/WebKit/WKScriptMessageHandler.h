@@ -46,9 +46,8 @@ public:
     virtual ~WKScriptMessageHandlerWithReply() = default;
 
     /// Called as `WKScriptMessageHandler::didReceiveScriptMessage` is.
-    /// @param reply never null; may be kept.
-    virtual void didReceiveScriptMessage(
-        const WKScriptMessage& message, const std::shared_ptr<WKScriptMessageReply>& reply)
+    /// @param message may be taken; it may be large. @param reply never null; may be kept.
+    virtual void didReceiveScriptMessage(WKScriptMessage&& message, const std::shared_ptr<WKScriptMessageReply>& reply)
         = 0;
 };
 

@@ -127,8 +127,9 @@ gboolean WKWebView::Impl::MessagePort::asked(
     const auto answer = std::make_shared<Reply>(reply, value);
     if (call.isTooLate())
         return TRUE;
-    const WKScriptMessage message{ self.m_name, bodyOf(value, textOf(value)) };
-    runGuarded([&, handler = self.m_handler.answering] { handler->didReceiveScriptMessage(message, answer); });
+    WKScriptMessage message{ self.m_name, bodyOf(value, textOf(value)) };
+    runGuarded(
+        [&, handler = self.m_handler.answering] { handler->didReceiveScriptMessage(std::move(message), answer); });
     return TRUE;
 }
 
