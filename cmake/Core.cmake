@@ -4,6 +4,7 @@ set(TQWB_CORE_SOURCES
     bridge/AsyncResult.cpp
     bridge/CallMessage.cpp
     bridge/CallbackName.cpp
+    bridge/Declarations.cpp
     bridge/DialogLabels.cpp
     bridge/JSBUtil.cpp
     bridge/LineLimit.cpp
@@ -28,6 +29,7 @@ set(TQWB_CORE_SOURCES
     platform/Foundation/NSNumberReading.cpp
     platform/Foundation/NSObject.cpp
     platform/Foundation/NSStream.cpp
+    platform/Foundation/TypeScript.cpp
     platform/Foundation/Unicode.cpp
     platform/UIKit/ImageSize.cpp
     platform/UIKit/ShownText.cpp

@@ -8,6 +8,7 @@ set(public_headers
     Coroutines.h
     DSCallInfo.h
     DWKWebView.h
+    Declarations.h
     DialogLabels.h
     NativeFunctions.h
     PageFunction.h
@@ -48,6 +49,7 @@ set(platform_headers
     platform/Foundation/NSURL.h
     platform/Foundation/NSURLRequest.h
     platform/Foundation/NSURLSessionConfiguration.h
+    platform/Foundation/TypeScript.h
     platform/Foundation/WeakDelegate.h
     platform/UIKit/CGGeometry.h
     platform/UIKit/UIAlertView.h

@@ -3,6 +3,7 @@
 #include "Answer.h"
 #include "DSCallInfo.h"
 #include "DWKWebView.h"
+#include "Declarations.h"
 #include "DialogLabels.h"
 #include "NativeFunctions.h"
 #include "PageFunction.h"

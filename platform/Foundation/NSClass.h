@@ -4,6 +4,7 @@
 #include "NSFunction.h"
 #include "NSStream.h"
 #include "NSTypes.h"
+#include "TypeScript.h"
 
 #include <array>
 #include <concepts>
@@ -73,6 +74,7 @@ public:
             m_sync = [](const NSMethod& row, NSObject& object, OptionalValue&& argument, std::string& mismatch) {
                 return callSync<Function>(row.bound<Function>(object), std::move(argument), mismatch);
             };
+            m_typeScript = &TypeScript::signatureOf<Function>;
             store(std::move(function));
         }
     }
@@ -89,6 +91,7 @@ public:
                           const std::shared_ptr<ResultSink>& sink, std::string& mismatch) {
                 callAsync<Function>(row.bound<Function>(object), std::move(argument), sink, mismatch);
             };
+            m_typeScript = &TypeScript::signatureOf<Function>;
             store(std::move(function));
         }
     }
@@ -97,6 +100,8 @@ public:
     std::string_view name() const { return m_name; }
     /// Whether the method can be called on the object: false for a member function of a class that it is not of.
     bool isFor(const NSObject& object) const { return !m_isOfClass || m_isOfClass(object); }
+    /// What the method takes and returns, as TypeScript writes it.
+    std::string typeScript(TypeScript& types) const { return (types.*m_typeScript)(); }
     /// Calls a synchronous method on an object that it is for.
     /// @param mismatch says why a typed method could not be called; as it was if it was called.
     OptionalValue invoke(NSObject& object, OptionalValue&& argument, std::string& mismatch) const
@@ -152,6 +157,7 @@ private:
     bool (*m_isOfClass)(const NSObject&) = nullptr;
     Sync m_sync = nullptr;
     Async m_async = nullptr;
+    std::string (TypeScript::*m_typeScript)() = nullptr;
     alignas(void*) std::array<std::byte, 2 * sizeof(void*)> m_member{};
     std::shared_ptr<void> m_function;
 };
