@@ -110,17 +110,18 @@ CallOutcome NativeObjects::perform(const Found& found, std::string_view methodNa
         return { emptyMessage(message), nullptr };
     }
     std::string mismatch;
-    if (message.callbackName) {
-        if (candidates.async) {
-            const auto result = makeResult({ std::move(*message.callbackName), message.asksForMore });
-            candidates.async->invoke(*object, std::move(message.data), result, mismatch);
-            if (!mismatch.empty())
-                return { mismatchMessage(JSBUtil::trimmed(methodName), mismatch), nullptr };
-            return { {}, result };
-        }
-    } else if (candidates.sync) {
+    if (message.callbackName && candidates.async) {
+        const auto result = makeResult({ std::move(*message.callbackName), message.asksForMore });
+        candidates.async->invoke(*object, std::move(message.data), result, mismatch);
+        if (!mismatch.empty())
+            return { mismatchMessage(JSBUtil::trimmed(methodName), mismatch), nullptr };
+        return { {}, result };
+    }
+    // A page that asks for more is told that the result is there.
+    if (candidates.sync && (!message.callbackName || message.asksForMore)) {
         const auto value = candidates.sync->invoke(*object, std::move(message.data), mismatch);
-        return { mismatch.empty() ? resultMessage(ResultCode::Invoked, value)
+        const auto more = message.callbackName ? kSettled : std::string_view();
+        return { mismatch.empty() ? resultMessage(ResultCode::Invoked, value, more)
                                   : mismatchMessage(JSBUtil::trimmed(methodName), mismatch),
             nullptr };
     }

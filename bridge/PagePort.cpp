@@ -10,9 +10,6 @@ namespace tq {
 
 namespace {
 
-// What a call that has failed comes to, where others have a map.
-constexpr std::string_view kFailure = "null";
-
 // As an expression it would mean something else than as JSON.
 constexpr std::string_view kPrototype = "__proto__";
 

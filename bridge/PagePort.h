@@ -28,6 +28,9 @@ public:
     /// @param receiver the function of the page that takes batches.
     PagePort(const std::string& receiver, Evaluate evaluate);
 
+    /// What a call that has failed comes to, where others have a map.
+    static constexpr std::string_view kFailure = "null";
+
     /// Makes what takes the results of the call of that number.
     class Result;
     std::shared_ptr<Result> makeResult(std::int64_t call);

@@ -246,8 +246,8 @@ void PagePorts::perform(DWKWebView& view, Work& message)
         result->hasFailed();
     else if (result && outcome->result)
         result->hasBeenCalled();
-    else if (call.number && outcome)
-        port.add(*call.number, Complete::Yes, std::move(outcome->message));
+    else if (call.number)
+        port.add(*call.number, Complete::Yes, outcome ? std::move(outcome->message) : std::string(PagePort::kFailure));
     // The message has been answered within the method already.
     if (!message.reply)
         port.flushSoon();

@@ -51,8 +51,9 @@ export interface CallOptions {
 }
 
 /**
- * Calls an asynchronous native method. Fulfilled with its first result, undefined when it ends without any; rejected with
- * what callSync would throw.
+ * Calls a native method without stopping the page: one that answers later or, if there is none of that name, one that
+ * answers at once. Fulfilled with its first result, undefined when it ends without any; rejected with what callSync
+ * would throw.
  */
 export function callAsync<Value = unknown>(method: string, argument?: unknown, options?: CallOptions): Promise<Value>;
 
@@ -88,6 +89,42 @@ export function stream<Value = unknown>(
     argument?: unknown,
     options?: Pick<CallOptions, "signal">,
 ): ResultStream<Value>;
+
+/**
+ * What a method of `native` returns: a Promise of its first result, undefined when it ends without any. A loop over it
+ * has all results: `for await (const percent of download.start(url))`. The loop begins where the call is made; a call
+ * without a loop is given up after its first result.
+ */
+export interface NativeCall<Value> extends Promise<Value | undefined>, AsyncIterable<Value> {}
+
+/**
+ * The methods of a native object, to be called by their names, without stopping the page: those that answer at once, and
+ * those that answer later. Parameters are passed as they are: one is the argument, several are a list.
+ *
+ * @typeParam Methods what the application has written of the object; it may be anything where there is no such file.
+ * @param name the namespace; the empty one if left out.
+ * @param options those of callAsync, for each of its calls.
+ */
+export function native<Methods extends object = UntypedMethods>(name?: string, options?: CallOptions): Methods;
+
+/** The same for those that answer at once; the page stands still meanwhile, and the value is what the method returns. */
+export function nativeSync<Methods extends object = UntypedMethods>(name?: string): SyncMethods<Methods>;
+
+/** Any methods. */
+export interface UntypedMethods {
+    [method: string]: (...parameters: any[]) => NativeCall<any>;
+}
+
+/** Those of the methods that answer at once, as nativeSync has them. */
+export type SyncMethods<Methods> = {
+    [Name in keyof Methods as Methods[Name] extends (...parameters: any[]) => AsyncIterable<unknown>
+        ? string extends Name
+            ? Name
+            : never
+        : Name]: Methods[Name] extends (...parameters: infer Parameters) => Promise<infer Value>
+        ? (...parameters: Parameters) => Value
+        : never;
+};
 
 /**
  * Whether the application has a native method of that full name and kind; false without an application.

@@ -210,8 +210,10 @@ function openPort() {
 
 function closePort() {
     port = undefined;
-    for (const { method, fail } of [...calls.values()])
-        fail(new NativeCallError(method, "left"));
+    for (const id of [...calls.keys()]) {
+        const call = calls.get(id); // whoever is told may abandon others
+        call?.fail(new NativeCallError(call.method, "left"));
+    }
 }
 
 // While a page is put away, results go to the page that is there in its place.
@@ -314,31 +316,42 @@ function takeHeld() {
         calls.get(id)?.take(answer, last.get(id) === index && !(prefix + id in window));
 }
 
-export function callAsync(method, argument, { timeout = Infinity, signal } = {}) {
-    return new Promise((resolve, reject) => {
-        if (typeof timeout !== "number" || !(timeout >= 0))
-            throw new RangeError("timeout must be a number of milliseconds");
-        signal?.throwIfAborted();
-        const end = () => {
-            abandon();
-            forget(abandon);
+/**
+ * The same with a limit of time until the first result, and a signal that gives the call up; either is told as the last
+ * error.
+ */
+function begin(method, argument, { timeout = Infinity, signal } = {}, tell) {
+    if (typeof timeout !== "number" || !(timeout >= 0))
+        throw new RangeError("timeout must be a number of milliseconds");
+    signal?.throwIfAborted();
+    const stop = start(method, argument, (value, isLast, error) => {
+        forget(stop);
+        if (isLast)
             signal?.removeEventListener("abort", aborted);
-        };
-        const aborted = () => {
-            end();
-            reject(signal.reason);
-        };
-        const abandon = start(method, argument, (value, isLast, error) => {
-            end();
-            error ? reject(error) : resolve(value);
+        tell(value, isLast, error);
+    });
+    const abandon = () => {
+        stop();
+        forget(stop);
+        signal?.removeEventListener("abort", aborted);
+    };
+    const fail = (error) => {
+        abandon();
+        report(tell, undefined, true, error);
+    };
+    const aborted = () => fail(signal.reason);
+    signal?.addEventListener("abort", aborted);
+    if (timeout < Infinity)
+        expect(stop, timeout, () => fail(new NativeCallError(method, "timeout")));
+    return abandon;
+}
+
+export function callAsync(method, argument, options) {
+    return new Promise((resolve, reject) => {
+        const abandon = begin(method, argument, options, (value, isLast, error) => {
+            isLast || abandon();
+            error === undefined ? resolve(value) : reject(error);
         });
-        signal?.addEventListener("abort", aborted);
-        if (timeout < Infinity) {
-            expect(abandon, timeout, () => {
-                end();
-                reject(new NativeCallError(method, "timeout"));
-            });
-        }
     });
 }
 
@@ -382,12 +395,7 @@ function expireDue() {
 }
 
 export function callWithCallback(method, argument, callback) {
-    let isAbandoned = false;
-    const abandon = start(method, argument, (...result) => isAbandoned || callback(...result));
-    return () => {
-        isAbandoned = true;
-        abandon();
-    };
+    return start(method, argument, callback);
 }
 
 class ResultStream {
@@ -395,17 +403,9 @@ class ResultStream {
     #waiting = []; // those who have asked for a result that is not there yet
     #isOver = false;
     #abandon;
-    #signal;
-    #abort = () => {
-        this.#abandon();
-        this.#add({ error: this.#signal.reason });
-        this.#finish();
-    };
 
-    constructor(method, argument, { signal } = {}) {
-        signal?.throwIfAborted();
-        this.#signal = signal;
-        this.#abandon = callWithCallback(method, argument, (value, isLast, error) => {
+    constructor(method, argument, options, tell) {
+        this.#abandon = begin(method, argument, options, (value, isLast, error) => {
             // Undefined is no result but the end without one.
             if (error !== undefined || value !== undefined)
                 this.#add({ value, error });
@@ -413,8 +413,8 @@ class ResultStream {
                 this.#abandon();
             if (isLast || error !== undefined)
                 this.#finish();
+            tell?.(value, isLast, error);
         });
-        signal?.addEventListener("abort", this.#abort);
     }
 
     async next() {
@@ -445,7 +445,6 @@ class ResultStream {
 
     #finish() {
         this.#isOver = true;
-        this.#signal?.removeEventListener("abort", this.#abort);
         for (const resolve of this.#waiting.splice(0))
             resolve({ done: true });
     }
@@ -459,6 +458,51 @@ function resultOf({ value, error, done = false }) {
 
 export function stream(method, argument, options) {
     return new ResultStream(method, argument, options);
+}
+
+// What the method of a proxy returns: a Promise of the first result, which is the only one unless a loop over all of them
+// has begun by then.
+function invoke(method, argument, options) {
+    let results;
+    let isLoop = false;
+    let hasResult = false;
+    const first = new Promise((resolve, reject) => {
+        results = new ResultStream(method, argument, options, (value, isLast, error) => {
+            error === undefined ? resolve(value) : reject(error);
+            if (!isLoop && !isLast)
+                results.return();
+            hasResult = true;
+        });
+    });
+    first[Symbol.asyncIterator] = () => {
+        if (hasResult && !isLoop)
+            throw new TypeError(`${method}: a loop over the results begins before there is one`);
+        isLoop = true;
+        first.catch(() => {}); // the loop tells
+        return results ?? { next: () => first };
+    };
+    return first;
+}
+
+// By which others find out what an object is.
+const notInProxies = new Set(["then", "toJSON"]);
+
+function proxyOf(name, call) {
+    const get = (methods, method) => {
+        if (typeof method !== "string" || notInProxies.has(method))
+            return undefined;
+        const fullName = name === "" ? method : `${name}.${method}`;
+        return (methods[method] ??= (...list) => call(fullName, list.length > 1 ? list : list[0]));
+    };
+    return new Proxy(Object.create(null), { get });
+}
+
+export function native(name = "", options) {
+    return proxyOf(name, (method, argument) => invoke(method, argument, options));
+}
+
+export function nativeSync(name = "") {
+    return proxyOf(name, callSync);
 }
 
 export function hasNativeMethod(name, type = "all") {

@@ -1,5 +1,7 @@
 // A conversation. The page asks for something that takes time, and shows how far it has got; then the application asks
 // the page what it shows. Both speak in types: what cannot be one is an error with a text, on either side.
+//
+// usage: conversation [declarations]        declarations: writes what the page can call, for TypeScript
 
 #include <TQWhiteBoardLib/TQWhiteBoardLib.h>
 #include <TQWhiteBoardLib/gtk/NativeView.h>
@@ -7,6 +9,7 @@
 #include <filesystem>
 #include <gtk/gtk.h>
 #include <iostream>
+#include <string_view>
 #include <thread>
 
 struct Progress {
@@ -43,18 +46,9 @@ static void countPrimes(const std::stop_token& stop, int limit, const tq::Stream
     progress.finish(now);
 }
 
-int main(int, char** argv)
+int main(int argc, char** argv)
 {
-    gtk_init();
-    // The page and its script are files, which may read each other.
-    auto configuration = std::make_shared<tq::WKWebViewConfiguration>();
-    configuration->preferences->allowFileAccessFromFileURLs = true;
-    auto view = tq::DWKWebView::initWithFrame({ 0, 0, 640, 260 }, configuration);
-    auto* window = gtk_window_new();
-    gtk_window_set_default_size(GTK_WINDOW(window), 640, 260);
-    gtk_window_set_child(GTK_WINDOW(window), tq::nativeView(*view));
-    gtk_window_present(GTK_WINDOW(window));
-
+    std::shared_ptr<tq::DWKWebView> view;
     std::jthread worker;
     const auto count = [&worker](int limit, tq::Stream<Progress> progress) {
         worker = std::jthread([=](const std::stop_token& stop) { countPrimes(stop, limit, progress); });
@@ -67,10 +61,23 @@ int main(int, char** argv)
                 std::cerr << shown.error << std::endl;
         });
     };
-    view->addJavascriptObject(tq::nativeFunctions({ { "count::", count },
-                                  { "stop:", [&worker] { worker.request_stop(); } }, { "counted:", askPage } }),
-        "primes");
+    const auto primes = tq::nativeFunctions(
+        { { "count::", count }, { "stop:", [&worker] { worker.request_stop(); } }, { "counted:", askPage } });
+    if (argc > 1 && argv[1] == std::string_view("declarations")) {
+        std::cout << tq::declarationOf(*primes, "Primes");
+        return 0;
+    }
 
+    gtk_init();
+    // The page and its script are files, which may read each other.
+    auto configuration = std::make_shared<tq::WKWebViewConfiguration>();
+    configuration->preferences->allowFileAccessFromFileURLs = true;
+    view = tq::DWKWebView::initWithFrame({ 0, 0, 640, 260 }, configuration);
+    view->addJavascriptObject(primes, "primes");
+    auto* window = gtk_window_new();
+    gtk_window_set_default_size(GTK_WINDOW(window), 640, 260);
+    gtk_window_set_child(GTK_WINDOW(window), tq::nativeView(*view));
+    gtk_window_present(GTK_WINDOW(window));
     const auto page = std::filesystem::absolute(argv[0]).parent_path() / "conversation-page" / "page.html";
     char* address = g_filename_to_uri(page.c_str(), nullptr, nullptr);
     view->loadUrl(address);

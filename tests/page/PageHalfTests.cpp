@@ -215,10 +215,40 @@ TEST_P(BothWaysTest, AsynchronousCallsEndWithTheFirstResultOrSayWhyThereIsNone)
         { "new Promise((_, fail) => callWithCallback('none.count', 1, (value, isLast, error) => isLast && "
           "fail(error)))",
             failure("none.count", "no-method") },
-        { "stream('app.echo', 1).next()", failure("app.echo", "no-method") },
+        { "callAsync('app.echo', 1)", 1 },
+        { "stream('app.fail').next()", failure("app.fail", "failed") },
         { "callAsync('app.keep', 1n)", array{ "TypeError", nullptr, nullptr } },
         { "callAsync('app.keep', 1, {timeout: NaN})", array{ "RangeError", nullptr, nullptr } },
         { "callAsync('app.keep', 1, {timeout: '5000'})", array{ "RangeError", nullptr, nullptr } },
+    };
+    for (const auto& [expression, expected] : rows)
+        EXPECT_EQ(outcome(expression), expected) << expression;
+    EXPECT_EQ(ask("leftovers()"), 0);
+}
+
+TEST_P(BothWaysTest, ProxiesCallMethodsByTheirNames)
+{
+    ask("(window.app = native.native('app'), 0)");
+    const std::vector<std::pair<std::string, OptionalValue>> rows{
+        { "app.echo(5)", 5 },
+        { "app.echo([5])", array{ 5 } },
+        { "app.echo(5, null)", array{ 5, nullptr } },
+        { "app.echo()", "" },
+        { "app.atOnce('now')", "now" },
+        { "Promise.resolve(app).then((same) => JSON.stringify(same))", "{}" },
+        { "app.count(3)", 1 },
+        { "collect(app.count(3))", array{ 1, 2, 3 } },
+        { "collect(app.echo(5))", array{ 5 } },
+        { "collect(app.failLater())", array{ "failed" } },
+        { "app.absent()", failure("app.absent", "no-method") },
+        { "collect(app.absent())", array{ "no-method" } },
+        { "app.keep(1n)", array{ "TypeError", nullptr, nullptr } },
+        { "collect(app.keep(1n)).then((all) => all.length)", 1 },
+        { "native.native('app', {timeout: 20}).keep()", failure("app.keep", "timeout") },
+        { "(async () => { const call = app.count(3); await call; for await (const late of call); })()",
+            array{ "TypeError", nullptr, nullptr } },
+        { "nativeSync('app').echo(5, 6)", array{ 5, 6 } },
+        { "nativeSync().echo(5)", failure("echo", "no-method") },
     };
     for (const auto& [expression, expected] : rows)
         EXPECT_EQ(outcome(expression), expected) << expression;
@@ -654,6 +684,7 @@ TEST_F(PageHalfTest, TheExamplesOfItsDocumentRun)
         examples += (*match)[1];
     examples = std::regex_replace(examples, std::regex("\\./bridge.js"), address(""));
     const auto called = nativeFunctions({ { "add:", [](int left, int right) { return left + right; } },
+        { "subtract:", [](int left, int right) { return left - right; } },
         { "take::", [](OptionalValue size, NSCompletion done) { done(std::move(size), Complete::Yes); } },
         { "start::",
             [](const std::string&, const Stream<int>& percents) { percents.send(50), percents.finish(100); } } });
@@ -665,9 +696,9 @@ TEST_F(PageHalfTest, TheExamplesOfItsDocumentRun)
         let isCancelled = false;
         window.onerror = window.onunhandledrejection = (event) => report(String(event.reason ?? event));
         </script><script type="module">)"
-        + examples + "report([sum, picture.width, bar.value]);</script>");
+        + examples + "report([sum, difference, picture.width, bar.value]);</script>");
     waitForReports(count + 2);
-    EXPECT_EQ(reports->values.back(), (array{ 3, 640, 100 }));
+    EXPECT_EQ(reports->values.back(), (array{ 3, 1, 640, 100 }));
     EXPECT_EQ(answersOf("page.title"), std::vector<OptionalValue>{ "Shown" });
     ask("setInterval(() => document.body.click(), 5), 0");
     EXPECT_EQ(answersOf("page.clicks", { 1 }), std::vector<OptionalValue>{ 1 });
