@@ -22,6 +22,42 @@ bool areTwoOfThreeBytes(std::uint64_t word)
         && second != 0xED;
 }
 
+// Bytes that are looked at together, by vector instructions where there are any.
+using Block [[gnu::vector_size(16)]] = unsigned char;
+
+// So many characters of three bytes fill three blocks.
+constexpr std::size_t kBlocks = 3;
+constexpr std::size_t kBlockBytes = kBlocks * sizeof(Block);
+
+constexpr std::array<unsigned char, kBlockBytes> repeated(unsigned char lead, unsigned char other)
+{
+    std::array<unsigned char, kBlockBytes> bytes{};
+    for (std::size_t index = 0; index < bytes.size(); ++index)
+        bytes[index] = index % 3 == 0 ? lead : other;
+    return bytes;
+}
+
+// Whether the blocks are full of characters of three bytes; it may say no to some, as above.
+bool areThreeBytesEach(const unsigned char* bytes)
+{
+    constexpr auto kMask = repeated(0xF0, 0xC0);
+    constexpr auto kExpected = repeated(0xE0, 0x80);
+    Block wrong{};
+    for (std::size_t place = 0; place < kBlockBytes; place += sizeof(Block)) {
+        Block block;
+        Block mask;
+        Block expected;
+        std::memcpy(&block, bytes + place, sizeof(block));
+        std::memcpy(&mask, kMask.data() + place, sizeof(mask));
+        std::memcpy(&expected, kExpected.data() + place, sizeof(expected));
+        // Where a lead is not expected these two are wrong already.
+        wrong |= ((block & mask) ^ expected) | ((block == 0xE0) | (block == 0xED));
+    }
+    std::array<std::uint64_t, sizeof(Block) / sizeof(std::uint64_t)> words;
+    std::memcpy(words.data(), &wrong, sizeof(wrong));
+    return std::ranges::all_of(words, [](std::uint64_t word) { return word == 0; });
+}
+
 } // namespace
 
 std::size_t sequenceLength(std::string_view text)
@@ -54,23 +90,30 @@ bool isUTF8(std::string_view bytes)
 {
     const auto* next = reinterpret_cast<const unsigned char*>(bytes.data());
     std::size_t left = bytes.size();
+    const auto take = [&](std::size_t length) {
+        next += length;
+        left -= length;
+    };
     while (left) {
-        // Most text is ASCII, or characters of three bytes: take eight bytes, or two characters, at a time.
+        // Most text is ASCII, or characters of three bytes: take many at a time.
         for (std::uint64_t word = 0; left >= sizeof(word);) {
             std::memcpy(&word, next, sizeof(word));
-            const auto taken = !(word & 0x8080808080808080U) ? sizeof(word) : areTwoOfThreeBytes(word) ? 6U : 0U;
-            if (!taken)
+            if (!(word & 0x8080808080808080U)) {
+                take(sizeof(word));
+            } else if (areTwoOfThreeBytes(word)) {
+                take(6);
+                while (left >= kBlockBytes && areThreeBytesEach(next))
+                    take(kBlockBytes);
+            } else {
                 break;
-            next += taken;
-            left -= taken;
+            }
         }
         if (!left)
             return true;
         const auto length = sequenceLength({ reinterpret_cast<const char*>(next), left });
         if (!length)
             return false;
-        next += length;
-        left -= length;
+        take(length);
     }
     return true;
 }
