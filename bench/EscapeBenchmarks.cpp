@@ -34,14 +34,12 @@ std::vector<Benchmark> escapeBenchmarks()
 
     // From the result's JSON until the page has seen it; the two sides differ in the escaping alone.
     const auto time = [&](const std::string& json, const auto& escape) {
-        const auto target = isDone + 1;
-        const auto start = Clock::now();
-        std::string script;
-        for (int i = 0; i < kResults; ++i)
-            script += "take(JSON.parse(decodeURIComponent(\"" + escape(json) + "\")).data);";
-        page.evaluate(script + "done()//" + std::to_string(target));
-        runUntil([&] { return isDone == target; }, "the results are seen");
-        return Seconds(Clock::now() - start);
+        return timeUntilDone(isDone, [&] {
+            std::string script;
+            for (int i = 0; i < kResults; ++i)
+                script += "take(JSON.parse(decodeURIComponent(\"" + escape(json) + "\")).data);";
+            page.evaluate(script + "done()//" + std::to_string(isDone));
+        });
     };
     std::vector<Benchmark> benchmarks;
     constexpr std::array<std::pair<const char*, const char*>, 2> kTexts{

@@ -50,12 +50,7 @@ public:
         ++isDone;
         return std::nullopt;
     }
-    void waitForNext(const std::function<void()>& start)
-    {
-        const auto target = isDone + 1;
-        start();
-        runUntil([&] { return isDone == target; }, "the page is done");
-    }
+    void waitForNext(const std::function<void()>& start) { timeUntilDone(isDone, start); }
 
     std::vector<NSCompletion> kept;
     int isDone = 0;

@@ -2,9 +2,40 @@
 
 #include <cstdlib>
 #include <curl/curl.h>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
+#include <unistd.h>
 
 namespace tq::bench {
+
+namespace {
+
+class PageFolder {
+public:
+    PageFolder() { std::filesystem::create_directories(m_path); }
+    ~PageFolder()
+    {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    PageFolder(const PageFolder&) = delete;
+    PageFolder& operator=(const PageFolder&) = delete;
+
+    std::string add(const std::string& page)
+    {
+        const auto file = m_path / (std::to_string(m_pages++) + ".html");
+        std::ofstream(file) << page;
+        return "file://" + file.string();
+    }
+
+private:
+    const std::filesystem::path m_path
+        = std::filesystem::temp_directory_path() / ("tqwb-bench-" + std::to_string(getpid()));
+    int m_pages = 0;
+};
+
+} // namespace
 
 void runUntil(const std::function<bool()>& condition, const std::string& what)
 {
@@ -18,10 +49,19 @@ void runUntil(const std::function<bool()>& condition, const std::string& what)
     }
 }
 
-std::string pageWith(const std::string& script)
+std::string pageWith(const std::string& script, const std::string& type)
 {
-    const auto page = "<!doctype html><meta charset=utf-8><script>" + script + "</script>";
-    return "data:text/html;charset=utf-8," + escapedAsInAddresses(page);
+    static PageFolder s_folder;
+    return s_folder.add("<!doctype html><meta charset=utf-8><script type=\"" + type + "\">" + script + "</script>");
+}
+
+Seconds timeUntilDone(const int& done, const std::function<void()>& begin)
+{
+    const auto target = done + 1;
+    const auto start = Clock::now();
+    begin();
+    runUntil([&] { return done == target; }, "the page is done");
+    return Clock::now() - start;
 }
 
 std::string escapedAsInAddresses(const std::string& text)

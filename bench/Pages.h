@@ -12,8 +12,14 @@ namespace tq::bench {
 /// Runs the main loop until the condition holds; ends the program with a message after two minutes.
 void runUntil(const std::function<bool()>& condition, const std::string& what);
 
-/// An address of a page with that script.
-std::string pageWith(const std::string& script);
+/// An address of a page with that script, in a file that goes with the program: every call carries its page's address,
+/// which would be long if it were the page itself.
+/// @param type of the script.
+std::string pageWith(const std::string& script, const std::string& type = "text/javascript");
+
+/// How long it takes, from its beginning on, until a page has said once more that it is done.
+/// @param done how often pages have said so.
+Seconds timeUntilDone(const int& done, const std::function<void()>& begin);
 
 /// A text as a part of an address.
 std::string escapedAsInAddresses(const std::string& text);

@@ -97,11 +97,7 @@ std::vector<Benchmark> streamBenchmarks()
     auto benchmark = compare(
         "100,000 results streamed from a worker", "one evaluation of 100,000 page calls", kLimit, 1,
         [&] {
-            const auto target = native->isDone + 1;
-            const auto start = Clock::now();
-            bridge.view().evaluateJavaScript("start()");
-            runUntil([&] { return native->isDone == target; }, "the last result is seen");
-            const Seconds time = Clock::now() - start;
+            const auto time = timeUntilDone(native->isDone, [&] { bridge.view().evaluateJavaScript("start()"); });
             evaluations += native->evaluations;
             streaming += time;
             checkRate(native->evaluations, time);
