@@ -57,7 +57,7 @@ void DWKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration
     configuration->userContentController->addUserScript(
         { "window._dswk=true;", WKUserScriptInjectionTime::AtDocumentStart, WKUserScriptFrames::MainFrameOnly });
     WKWebView::initialize(frame, std::move(configuration));
-    const auto self = std::static_pointer_cast<DWKWebView>(shared_from_this());
+    const auto self = this->self();
     setUIDelegate(self);
     auto internalApis = std::make_shared<InternalApis>();
     internalApis->setWebview(self);
@@ -138,8 +138,7 @@ std::string DWKWebView::callFromPage(std::string_view methodName, std::optional<
     return m_javaScriptNamespaceInterfaces->call(
         methodName, argumentMessage,
         [this](PageCallback callback) {
-            auto result = std::make_shared<ViewResult>(
-                std::static_pointer_cast<DWKWebView>(shared_from_this()), std::move(callback));
+            auto result = std::make_shared<ViewResult>(self(), std::move(callback));
             m_openCalls->add(++m_lastOpenCall, result);
             return result;
         },
@@ -164,7 +163,7 @@ void DWKWebView::queueScript(std::string_view script)
 
 void DWKWebView::evalJavascript(std::int32_t delay)
 {
-    auto flush = [self = std::static_pointer_cast<DWKWebView>(shared_from_this())] {
+    auto flush = [self = self()] {
         self->m_batch->flush(ScriptBatch::milliseconds(), [&](std::string_view script) {
             if (self->isPageAllowed())
                 self->evaluateJavaScript(script);
@@ -194,16 +193,21 @@ void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::
             done = std::move(completion)] { reply(name, message, done); });
 }
 
-// What a call from the page comes to; absent where it has failed. In debug mode nothing is caught: the program ends
-// where the fault is.
-template <class Call> auto DWKWebView::guarded(const Call& call)
+// Runs code of the application. In debug mode nothing is caught, by no caller either: the program ends where the fault
+// is.
+void DWKWebView::guard(const std::function<void()>& run) const
 {
-    std::optional<decltype(call())> result;
-    const auto run = [&] { result = call(); };
     if (m_isDebug)
         [&]() noexcept { run(); }();
     else
         runGuarded(run);
+}
+
+// What a call from the page comes to; absent where it has failed.
+template <class Call> auto DWKWebView::guarded(const Call& call)
+{
+    std::optional<decltype(call())> result;
+    guard([&] { result = call(); });
     return result;
 }
 

@@ -84,9 +84,8 @@ void DWKWebView::dispatchJavascriptCall(const DSCallInfo& info)
     if (pending == m_handerMap.end())
         return evaluateJavaScript(script);
     pending->second->isSent = true;
-    const auto self = std::static_pointer_cast<DWKWebView>(shared_from_this());
     evaluateJavaScript(script,
-        [weak = std::weak_ptr(self), id = info.id](const OptionalText& value, const std::optional<NSError>& error) {
+        [weak = std::weak_ptr(self()), id = info.id](const OptionalText& value, const std::optional<NSError>& error) {
             const auto view = weak.lock();
             if (view && error)
                 view->failCallSoon(id, error->localizedDescription);
@@ -132,10 +131,7 @@ OptionalValue DWKWebView::returnValue(OptionalValue result)
 
 void DWKWebView::reply(const PendingCall& pending, PageReply&& reply)
 {
-    if (m_isDebug)
-        pending.callback(std::move(reply));
-    else
-        runGuarded([&] { pending.callback(std::move(reply)); });
+    guard([&] { pending.callback(std::move(reply)); });
 }
 
 void DWKWebView::failCall(std::int32_t id, std::string_view reason)
@@ -159,8 +155,7 @@ void DWKWebView::failLateCall(std::int32_t id)
 
 void DWKWebView::failCallSoon(std::int32_t id, std::string reason)
 {
-    const auto self = std::static_pointer_cast<DWKWebView>(shared_from_this());
-    dispatchToMain([weak = std::weak_ptr(self), id, reason = std::move(reason)] {
+    dispatchToMain([weak = std::weak_ptr(self()), id, reason = std::move(reason)] {
         if (const auto view = weak.lock())
             view->failCall(id, reason);
     });
@@ -169,10 +164,9 @@ void DWKWebView::failCallSoon(std::int32_t id, std::string reason)
 // Whoever lets go of the view itself hears nothing more: what a callback knows is often what the view belonged to.
 void DWKWebView::letGoOfCalls()
 {
-    const auto self = std::static_pointer_cast<DWKWebView>(shared_from_this());
     for (const auto& [id, pending] : std::exchange(m_handerMap, {})) {
         if (pending->settles)
-            dispatchToMain([weak = std::weak_ptr(self), callback = pending->callback] {
+            dispatchToMain([weak = std::weak_ptr(self()), callback = pending->callback] {
                 if (weak.lock())
                     callback({ std::nullopt, kViewHasEnded });
             });

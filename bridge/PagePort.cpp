@@ -24,9 +24,9 @@ PagePort::PagePort(const std::string& receiver, Evaluate evaluate)
 {
 }
 
-std::shared_ptr<PagePort::Result> PagePort::makeResult(std::int64_t call)
+std::shared_ptr<PagePort::Result> PagePort::makeResult(std::int64_t call, std::shared_ptr<const void> view)
 {
-    auto result = std::make_shared<Result>(shared_from_this(), call);
+    auto result = std::make_shared<Result>(shared_from_this(), call, std::move(view));
     m_calls.add(call, result);
     return result;
 }
@@ -129,10 +129,11 @@ void PagePort::close()
     m_large.clear();
 }
 
-PagePort::Result::Result(std::shared_ptr<PagePort> port, std::int64_t call)
+PagePort::Result::Result(std::shared_ptr<PagePort> port, std::int64_t call, std::shared_ptr<const void> view)
     : AsyncResult(true)
     , m_port(std::move(port))
     , m_call(call)
+    , m_view(std::move(view))
 {
 }
 

@@ -12,6 +12,7 @@
 
 #include <charconv>
 #include <chrono>
+#include <limits>
 #include <optional>
 #include <utility>
 
@@ -49,7 +50,8 @@ struct CallLine {
         const auto digits = takeUntil(line, '\t');
         std::int64_t read = 0;
         if (const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), read);
-            error == std::errc() && end == digits.data() + digits.size())
+            error == std::errc() && end == digits.data() + digits.size()
+            && read != std::numeric_limits<std::int64_t>::min())
             number = read;
         const auto quoted = takeUntil(line, '\t');
         if (const auto name = NSJSONSerialization::JSONObjectWithData(quoted); name && name->is_string())
@@ -236,12 +238,11 @@ void PagePorts::perform(DWKWebView& view, Work& message)
         return port.giveUp(-*call.number);
     auto read = CallMessage::read(call.message);
     std::shared_ptr<PagePort::Result> result;
-    if (call.number) {
-        read.callbackName.emplace();
-        read.asksForMore = true;
-    }
-    auto outcome = view.performGuarded(
-        call.method, std::move(read), [&](PageCallback) { return result = port.makeResult(*call.number); });
+    // Whether results are wanted is for the number to say, whatever the message holds.
+    read.callbackName = call.number ? OptionalText("") : std::nullopt;
+    read.asksForMore = true;
+    auto outcome = view.performGuarded(call.method, std::move(read),
+        [&](PageCallback) { return result = port.makeResult(*call.number, view.shared_from_this()); });
     if (result && !outcome)
         result->hasFailed();
     else if (result && outcome->result)

@@ -243,6 +243,8 @@ private:
 
     enum class DialogType : std::int32_t { None = 0, Alert = 1, Confirm = 2, Prompt = 3 };
 
+    std::shared_ptr<DWKWebView> self() { return std::static_pointer_cast<DWKWebView>(shared_from_this()); }
+    void guard(const std::function<void()>& run) const;
     template <class Call> auto guarded(const Call& call);
     OptionalText answer(std::string_view methodName, std::optional<std::string_view> argumentMessage);
     std::optional<CallOutcome> performGuarded(std::string_view methodName, CallMessage&& message,

@@ -1,4 +1,5 @@
 #include "TQWhiteBoardLib/NativeFunctions.h"
+#include "tests/support/CallWays.h"
 #include "tests/support/PageTest.h"
 
 #include "bridge/CallbackName.h"
@@ -48,7 +49,20 @@ protected:
                 completion(3, Complete::Yes);
             } },
         { "keep::", [this](NSCompletion completion) { kept = std::move(completion); } },
+        { "break::", [](const NSCompletion&) { throw std::runtime_error("out of order"); } },
     });
+};
+
+/// What holds for calls whichever way they come.
+class BridgeWaysTest : public BridgeTest, public testing::WithParamInterface<Way> {
+protected:
+    void load(const std::string& html = "") { BridgeTest::load(bareHalf(GetParam()) + html); }
+    /// What the page gets back at once, which is nothing for a message. The call has come by then.
+    OptionalValue begin(const std::string& method, const std::string& message)
+    {
+        return ask("begin(" + boost::json::serialize(boost::json::string(method)) + ", "
+            + boost::json::serialize(boost::json::string(message)) + ")");
+    }
 };
 
 TEST_F(BridgeTest, SynchronousCallsGetTheExactResultText)
@@ -95,11 +109,12 @@ TEST_F(BridgeTest, SynchronousCallsGetTheExactResultText)
     }
 }
 
-TEST_F(BridgeTest, StreamedResultsArriveInOrderAndDeleteTheirFunction)
+TEST_P(BridgeWaysTest, StreamedResultsArriveInOrderAndDeleteTheirFunction)
 {
     load("<script>window.cb = v => report(['cb', v, typeof window.cb]);</script>");
     // The first completion comes before the method returns, so that the call's own result carries the last value too.
-    EXPECT_EQ(call("thrice", R"({"data":0,"_dscbstub":"cb"})"), OptionalValue(R"({"code":0,"data":3})"));
+    EXPECT_EQ(begin("thrice", R"({"data":0,"_dscbstub":"cb"})"),
+        GetParam() == Way::Prompts ? OptionalValue(R"({"code":0,"data":3})") : std::nullopt);
     const auto before = reports->values.size();
     waitForReports(before + 3);
     ASSERT_GE(reports->values.size(), before + 3);
@@ -109,30 +124,33 @@ TEST_F(BridgeTest, StreamedResultsArriveInOrderAndDeleteTheirFunction)
     EXPECT_EQ(ask("typeof window.cb"), OptionalValue("undefined"));
 }
 
-TEST_F(BridgeTest, ResultsOfEveryKindReachThePageUnharmed)
+TEST_P(BridgeWaysTest, ResultsOfEveryKindReachThePageUnharmed)
 {
     const boost::json::value values = { "\"'\\\n\r\t</script>%25%", "\u2028\u2029", "汉字 \xF0\x9F\x98\x80 é",
-        boost::json::string("a\0b", 3), "`${1}`", boost::json::array{ nullptr, false, -0.5, boost::json::object{} } };
-    load("<script>window.cb = v => report(v);</script>");
+        boost::json::string("a\0b", 3), "`${1}`", boost::json::array{ nullptr, false, -0.5, boost::json::object{} },
+        boost::json::object{ { "__proto__", { { "k", 1 } } } } };
+    load();
     for (const auto& value : values.get_array()) {
-        call("keep", R"({"_dscbstub":"cb"})");
+        ask("window.cb = report, 0");
+        begin("keep", R"({"_dscbstub":"cb"})");
         const auto before = reports->values.size();
-        kept(value, Complete::No);
+        kept(value, Complete::Yes);
         waitForReports(before + 1);
         EXPECT_EQ(reports->values.back(), OptionalValue(value));
     }
 }
 
-TEST_F(BridgeTest, ErrorsOfThePagesFunctionSpoilNothing)
+TEST_P(BridgeWaysTest, ErrorsOfThePagesFunctionSpoilNothing)
 {
-    load("<script>window.bad = () => { throw 1; }; window.good = v => report(v);</script>");
-    call("keep", R"({"_dscbstub":"bad"})");
+    load("<script>window.bad = v => { report(v); throw 1; }; window.good = v => report(v);</script>");
+    begin("keep", R"({"_dscbstub":"bad"})");
     auto bad = kept;
-    call("keep", R"({"_dscbstub":"good"})");
+    begin("keep", R"({"_dscbstub":"good"})");
     const auto before = reports->values.size();
     bad(1, Complete::Yes);
-    kept(2, Complete::Yes);
     waitForReports(before + 1);
+    kept(2, Complete::Yes);
+    waitForReports(before + 2);
     EXPECT_EQ(reports->values.back(), OptionalValue(2));
 }
 
@@ -147,10 +165,12 @@ TEST_F(BridgeTest, ACallbackNameThatIsNoIdentifierGetsNoScript)
 
     load("<script>window.cb = v => report(v);</script>");
     const auto before = reports->values.size();
-    for (const char* name : { R"("x};report('run');{")", R"("")", "5", "[]" })
-        call("thrice", std::string(R"({"_dscbstub":)") + name + "}");
+    for (const std::string name : { R"("x};report('run');{")", R"("")", "5", "[]" }) {
+        call("thrice", R"({"_dscbstub":)" + name + "}");
+        EXPECT_EQ(call("_tq.open", R"({"data":{"receiver":)" + name + "}}"), text(R"({"code":0,"data":""})"));
+    }
     call("thrice", R"({"_dscbstub":"cb"})");
-    waitForReports(before + 5 + 3);
+    waitForReports(before + 9 + 3);
     for (const auto& value : reports->values)
         EXPECT_NE(value, OptionalValue("run"));
 }
@@ -222,13 +242,13 @@ TEST_F(BridgeTest, TenThousandResultsFromAThreadCostOneEvaluationPerInterval)
     EXPECT_LE(runs, 2 * (elapsed / std::chrono::milliseconds(50)) + 2);
 }
 
-TEST_F(BridgeTest, ManyThreadsCompleteWhileThePageCalls)
+TEST_P(BridgeWaysTest, ManyThreadsCompleteWhileThePageCalls)
 {
     load("<script>var got = {}; function cb(i) { return v => { got[i] = (got[i] || 0) + 1; }; }"
          "for (let i = 0; i < 8; ++i) window['cb' + i] = cb(i);</script>");
     std::vector<std::jthread> workers;
     for (int index = 0; index < 8; ++index) {
-        call("keep", R"({"_dscbstub":"cb)" + std::to_string(index) + R"("})");
+        begin("keep", R"({"_dscbstub":"cb)" + std::to_string(index) + R"("})");
         workers.emplace_back([completion = kept] {
             for (int round = 0; round < 200; ++round)
                 completion(round, round == 199 ? Complete::Yes : Complete::No);
@@ -243,37 +263,70 @@ TEST_F(BridgeTest, ManyThreadsCompleteWhileThePageCalls)
         "every stream has ended");
 }
 
-TEST_F(BridgeTest, RegistryChangesTakeEffectFromAnyThread)
+TEST_P(BridgeWaysTest, RegistryChangesTakeEffectFromAnyThread)
 {
+    std::string called;
+    const auto noting = [&called](const char* who) {
+        return nativeFunctions({ { "note:", [&called, who] { called += who; } } });
+    };
     load();
-    view->addJavascriptObject(nativeFunctions({ { "echo:", [] { return OptionalValue("other"); } } }), "ns.a");
-    EXPECT_EQ(call("ns.a.echo", "{}"), OptionalValue(R"({"code":0,"data":"other"})"));
+    const auto calledAt = [&](const char* method) {
+        called.clear();
+        begin(method, "{}");
+        return called;
+    };
+    view->addJavascriptObject(noting("first"), "ns.a");
+    view->addJavascriptObject(noting("other"), "ns.a");
+    EXPECT_EQ(calledAt("ns.a.note"), "other");
     view->addJavascriptObject(nullptr, "ns.a");
-    EXPECT_EQ(call("ns.a.echo", "{}"), OptionalValue(R"({"code":0,"data":"other"})"));
+    EXPECT_EQ(calledAt("ns.a.note"), "other");
     std::jthread([this] { view->removeJavascriptObject("ns.a"); }).join();
-    EXPECT_EQ(call("ns.a.echo", "{}"), OptionalValue(R"({"code":-1,"data":""})"));
+    EXPECT_EQ(calledAt("ns.a.note"), "");
+    view->addJavascriptObject(noting("nameless"), std::nullopt);
+    EXPECT_EQ(calledAt("note"), "nameless");
     view->removeJavascriptObject(std::nullopt);
-    EXPECT_EQ(call("echo", "{}"), OptionalValue(R"({"code":-1,"data":""})"));
+    EXPECT_EQ(calledAt("note"), "");
     view->removeJavascriptObject("never there");
 }
 
-TEST_F(BridgeTest, DebugModeShowsMissingMethodsInThePage)
+TEST_P(BridgeWaysTest, DebugModeShowsMissingMethodsInThePage)
 {
     view->setDebugMode(DebugMode::On);
     load("<script>window.alert = text => report(text);</script>");
     const auto before = reports->values.size();
-    call("ns.a.absent", "{}");
+    begin("ns.a.absent", R"({"_dscbstub":"cb"})");
     waitForReports(before + 2);
     EXPECT_EQ(reports->values.back(), text(missing("ns.a.absent")));
     EXPECT_EQ(countOfLine(missing("ns.a.absent")), 1);
 }
 
-TEST_F(BridgeTest, DebugModeLetsExceptionsEndTheProgram)
+TEST_P(BridgeWaysTest, DebugModeLetsExceptionsEndTheProgram)
 {
+    load("<script>window.cb = () => {};</script>");
+    for (const char* name : { "ns.a.fail", "ns.a.break" })
+        begin(name, name == std::string("ns.a.break") ? R"({"_dscbstub":"cb"})" : "{}");
+    EXPECT_EQ(countOfLine("out of order"), 2) << "else they are logged";
     view->setDebugMode(DebugMode::On);
-    EXPECT_DEATH(view->runJavaScriptTextInputPanelWithPrompt(
-                     *view, "_dsbridge=ns.a.fail", "{}", WKFrameInfo(*view), [](const OptionalText&) {}),
-        "out of order");
+    EXPECT_DEATH(begin("ns.a.break", R"({"_dscbstub":"cb"})"), "out of order");
+}
+
+TEST_F(BridgeTest, LinesThatAreNoCallsSpoilNothing)
+{
+    load(bareHalf(Way::Messages) + "<script>window.cb = v => report(v);</script>");
+    const auto before = reports->values.size();
+    // Without a number nobody waits, whatever the message says.
+    ask(R"(post('\t"ns.a.thrice"\t{"_dscbstub":"cb"}'))");
+    EXPECT_EQ(countOfLine(missing("ns.a.thrice")), 1);
+    for (const char* line :
+        { "", R"(\n\n)", "x", "-", "-1", "-0", R"(1\t)", R"(\t\t)", R"(1\t5\t{})", R"(2\t"ns.a.thrice)",
+            R"(99999999999999999999\t"ns.a.thrice"\t{})", R"(-9223372036854775808)", R"(3\t"ns.a.thrice"\tnonsense)" })
+        ask("post('" + std::string(line) + "')");
+    ask(R"(begin("keep", '{"_dscbstub":"cb"}'))");
+    const auto sent = reports->values.size();
+    EXPECT_EQ(sent - before, 15U) << "nothing has come";
+    kept("well", Complete::Yes);
+    waitForReports(sent + 1);
+    EXPECT_EQ(reports->values.back(), OptionalValue("well"));
 }
 
 TEST_F(BridgeTest, EveryMainFrameIsMarkedAndSubframesAreNot)
@@ -286,12 +339,12 @@ TEST_F(BridgeTest, EveryMainFrameIsMarkedAndSubframesAreNot)
     EXPECT_EQ(ask("window.inner"), OptionalValue("undefined")) << "the page stays";
 }
 
-TEST_F(BridgeTest, ThePendingCompletionKeepsTheViewUntilItIsDropped)
+TEST_P(BridgeWaysTest, ThePendingCompletionKeepsTheViewUntilItIsDropped)
 {
     std::thread::id destroyedOn;
     load("<script>window.cb = () => {};</script>");
     view->addJavascriptObject(witness(destroyedOn), "witness");
-    call("keep", R"({"_dscbstub":"cb"})");
+    begin("keep", R"({"_dscbstub":"cb"})");
     view.reset();
     runPending();
     EXPECT_EQ(destroyedOn, std::thread::id());
@@ -299,6 +352,9 @@ TEST_F(BridgeTest, ThePendingCompletionKeepsTheViewUntilItIsDropped)
     runUntil([&] { return destroyedOn != std::thread::id(); }, "the view is destroyed");
     EXPECT_EQ(destroyedOn, std::this_thread::get_id());
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , BridgeWaysTest, testing::Values(Way::Messages, Way::Prompts), testing::PrintToStringParamName());
 
 } // namespace
 } // namespace tq::test

@@ -1,4 +1,5 @@
 #include "TQWhiteBoardLib/NativeFunctions.h"
+#include "tests/support/CallWays.h"
 #include "tests/support/PageTest.h"
 
 #include <boost/json/serialize.hpp>
@@ -27,7 +28,6 @@ protected:
     {
         return std::string(call(method, "{\"data\":" + argument + "}").value_or("null").as_string());
     }
-    std::string answer(const std::string& message) { return resultOf("_dsb.returnValue", message); }
     // The messages that the page was sent since, as JSON with the members in this order.
     Texts messages(std::size_t from)
     {
@@ -38,6 +38,23 @@ protected:
                 boost::json::array{ message.at("method"), message.at("callbackId"), message.at("data") }));
         }
         return texts;
+    }
+};
+
+/// What holds for answers whichever way they come.
+class AnswersTest : public CallsTest, public testing::WithParamInterface<Way> {
+protected:
+    void SetUp() override
+    {
+        CallsTest::SetUp();
+        load(bareHalf(GetParam()) + kPage);
+    }
+    void answer(const std::string& message)
+    {
+        const auto text = boost::json::serialize(boost::json::string("{\"data\":" + message + "}"));
+        EXPECT_EQ(ask("begin('_dsb.returnValue', " + text + ")"),
+            GetParam() == Way::Prompts ? OptionalValue(R"({"code":0,"data":""})") : std::nullopt)
+            << message;
     }
 };
 
@@ -116,9 +133,8 @@ TEST_F(CallsTest, AListInBracesIsOneArgument)
     EXPECT_EQ(messages(before), (Texts{ R"(["one",0,"[[1,2]]"])", R"(["both",1,"[1,2]"])" }));
 }
 
-TEST_F(CallsTest, AnswersReachTheirCallUntilTheLast)
+TEST_P(AnswersTest, AnswersReachTheirCallUntilTheLast)
 {
-    load(kPage);
     Texts answers;
     auto take = [&](const std::string& name) {
         return [&answers, name](const OptionalValue& value) {
@@ -144,14 +160,13 @@ TEST_F(CallsTest, AnswersReachTheirCallUntilTheLast)
     };
     for (const auto& [message, expected] : cases) {
         answers.clear();
-        EXPECT_EQ(answer(message), R"({"code":0,"data":""})") << message;
+        answer(message);
         EXPECT_EQ(answers, expected) << message;
     }
 }
 
-TEST_F(CallsTest, CallbacksMayFailWhichEndsTheProgramInDebugMode)
+TEST_P(AnswersTest, CallbacksMayFailWhichEndsTheProgramInDebugMode)
 {
-    load(kPage);
     view->callHandler("loop", [](const OptionalValue&) { throw std::runtime_error("a faulty callback"); });
     answer(R"({"id":0})");
     EXPECT_EQ(countOfLine("a faulty callback"), 1);
@@ -161,6 +176,25 @@ TEST_F(CallsTest, CallbacksMayFailWhichEndsTheProgramInDebugMode)
     view->setDebugMode(DebugMode::On);
     view->callHandler("loop", [](const OptionalValue&) { throw std::runtime_error("a faulty callback"); });
     EXPECT_DEATH(answer(R"({"id":1})"), "a faulty callback");
+}
+
+TEST_F(CallsTest, AnAnswerThatIsTheValueOfTheScriptMayEndTheProgramToo)
+{
+    load("<script>window._handleMessageFromNative = m =>"
+         " JSON.stringify({ data: { id: m.callbackId, data: 7, complete: true } })</script>");
+    ready();
+    const auto fail = [&] {
+        int calls = 0;
+        view->callHandler("now", [&](const OptionalValue&) {
+            ++calls;
+            throw std::runtime_error("a faulty callback");
+        });
+        runUntil([&] { return calls; }, "the page has answered");
+    };
+    fail();
+    EXPECT_EQ(countOfLine("a faulty callback"), 1);
+    view->setDebugMode(DebugMode::On);
+    EXPECT_DEATH(fail(), "a faulty callback");
 }
 
 TEST_F(CallsTest, ThePageAsksForNativeMethods)
@@ -198,9 +232,8 @@ TEST_F(CallsTest, ThePageAsksForNativeMethods)
     EXPECT_EQ(call("_dsb.dsinit", "{}"), OptionalValue(refused)) << "an application may take them away";
 }
 
-TEST_F(CallsTest, TypedCallsBringAnswersOfThatType)
+TEST_P(AnswersTest, TypedCallsBringAnswersOfThatType)
 {
-    load(kPage);
     ready();
     const auto before = reports->values.size();
     std::vector<std::optional<int>> sums;
@@ -221,6 +254,9 @@ TEST_F(CallsTest, TypedCallsBringAnswersOfThatType)
         (Texts{ "", "sum: the answer is not an integer", "sum: the answer is out of range",
             "sum: the answer is missing", "" }));
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    , AnswersTest, testing::Values(Way::Messages, Way::Prompts), testing::PrintToStringParamName());
 
 } // namespace
 } // namespace tq::test

@@ -1,4 +1,5 @@
 #include "TQWhiteBoardLib/NativeFunctions.h"
+#include "tests/support/CallWays.h"
 #include "tests/support/Content.h"
 #include "tests/support/Engine.h"
 #include "tests/support/PageTest.h"
@@ -20,11 +21,6 @@ using boost::json::array;
 using boost::json::object;
 
 const std::filesystem::path kFolder = TQWB_PAGE_FOLDER;
-
-/// By what asynchronous calls travel.
-enum class Way { Messages, Prompts };
-
-void PrintTo(Way way, std::ostream* out) { *out << (way == Way::Messages ? "Messages" : "Prompts"); }
 
 class PageHalfTest : public PageTest {
 protected:
