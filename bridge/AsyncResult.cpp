@@ -9,6 +9,11 @@
 
 namespace tq {
 
+namespace {
+constexpr std::string_view kUnreadable = "unreadable";
+constexpr std::string_view kFailed = "failed";
+} // namespace
+
 void AsyncResult::deliver(OptionalValue value, Complete complete)
 {
     std::string message;
@@ -21,7 +26,8 @@ void AsyncResult::deliver(OptionalValue value, Complete complete)
             m_data = std::move(value);
         message = resultMessage(ResultCode::Invoked, m_data);
     }
-    send(std::move(message), complete);
+    const auto reason = message == kUnwritableResult ? kUnreadable : std::string_view();
+    send(std::move(message), reason, complete);
 }
 
 void AsyncResult::end()
@@ -30,7 +36,7 @@ void AsyncResult::end()
         const std::lock_guard lock(m_mutex);
         m_hasBegun = true;
     }
-    send(std::string(kEndResult), Complete::Yes);
+    send(std::string(kEndResult), {}, Complete::Yes);
 }
 
 void AsyncResult::abandon()
@@ -40,7 +46,7 @@ void AsyncResult::abandon()
         if (m_hasBegun && !m_takesReasons)
             return;
     }
-    send(std::string(kEndResult), Complete::Yes);
+    send(std::string(kEndResult), {}, Complete::Yes);
 }
 
 void AsyncResult::fail(std::string reason)
@@ -54,7 +60,7 @@ void AsyncResult::fail(std::string reason)
         m_failure = std::move(reason);
         message = failureMessage(*m_failure);
     }
-    send(std::move(message), Complete::Yes);
+    send(std::move(message), kFailed, Complete::Yes);
 }
 
 std::string AsyncResult::message() const
@@ -78,7 +84,7 @@ ScriptResult::ScriptResult(PageCallback callback)
 {
 }
 
-void ScriptResult::send(std::string&& resultMessage, Complete complete)
+void ScriptResult::send(std::string&& resultMessage, std::string_view reason, Complete complete)
 {
     if (!m_isCallable) {
         NSLog(TQWBLogLevel::Warning,
@@ -88,10 +94,8 @@ void ScriptResult::send(std::string&& resultMessage, Complete complete)
     std::string script = "try {" + m_callback + "(JSON.parse(decodeURIComponent(\"";
     script += percentEncoded(resultMessage);
     script += "\")).data";
-    if (takesReasons() && resultMessage == kUnwritableResult)
-        script += ",\"unreadable\"";
-    else if (takesReasons() && resultMessage.ends_with(kFailed))
-        script += ",\"failed\"";
+    if (takesReasons() && !reason.empty())
+        script.append(",\"").append(reason).append("\"");
     script += ");";
     if (complete == Complete::Yes)
         script += "delete window." + m_callback;

@@ -41,7 +41,8 @@ protected:
 
 private:
     /// Sends a result message to the page. Any thread.
-    virtual void send(std::string&& resultMessage, Complete complete) = 0;
+    /// @param reason in a word, why it has no value; else empty.
+    virtual void send(std::string&& resultMessage, std::string_view reason, Complete complete) = 0;
 
     const bool m_takesReasons;
     mutable std::mutex m_mutex;
@@ -71,7 +72,7 @@ public:
     explicit ScriptResult(PageCallback callback);
 
 private:
-    void send(std::string&& resultMessage, Complete complete) final;
+    void send(std::string&& resultMessage, std::string_view reason, Complete complete) final;
     /// Queues a script for the page. Any thread.
     virtual void queueScript(std::string_view script) = 0;
 

@@ -137,7 +137,8 @@ PagePort::Result::Result(std::shared_ptr<PagePort> port, std::int64_t call, std:
 {
 }
 
-void PagePort::Result::send(std::string&& resultMessage, Complete complete)
+// The message itself says what the reason does.
+void PagePort::Result::send(std::string&& resultMessage, std::string_view, Complete complete)
 {
     if (isAbandoned())
         return;

@@ -96,7 +96,7 @@ public:
 private:
     enum class State { BeingCalled, Called, Failed };
 
-    void send(std::string&& resultMessage, Complete complete) override;
+    void send(std::string&& resultMessage, std::string_view reason, Complete complete) override;
 
     const std::shared_ptr<PagePort> m_port;
     const std::int64_t m_call;

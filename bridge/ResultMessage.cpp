@@ -26,7 +26,7 @@ std::string failureMessage(std::string_view reason)
     std::string message = R"({"code":-1,"data":)";
     if (!NSJSONSerialization::appendText(message, reason))
         message += R"("the method has failed")";
-    return message.append(kFailed);
+    return message.append(R"(,"failed":true})");
 }
 
 } // namespace tq

@@ -24,9 +24,8 @@ inline constexpr std::string_view kNonePending = R"(,"pending":false)";
 /// This one is the first and the last.
 inline constexpr std::string_view kSettled = R"(,"complete":true)";
 
-/// What a call comes to whose method has said that it has failed. It ends with `kFailed`, and no other message does.
+/// What a call comes to whose method has said that it has failed.
 std::string failureMessage(std::string_view reason);
-inline constexpr std::string_view kFailed = R"(,"failed":true})";
 
 inline constexpr std::string_view kUnwritableResult = "{}";
 /// Without data, which is no value in the page.
