@@ -18,9 +18,10 @@ constexpr std::string_view kFetch = R"({"fetch":true})";
 
 } // namespace
 
-PagePort::PagePort(const std::string& receiver, Evaluate evaluate)
+PagePort::PagePort(const std::string& receiver, Evaluate evaluate, std::function<void()> isFull)
     : m_head("window." + receiver + "?.(")
     , m_evaluate(std::move(evaluate))
+    , m_isFull(std::move(isFull))
 {
 }
 
@@ -35,7 +36,11 @@ void PagePort::giveUp(std::int64_t call)
 {
     m_calls.giveUp(call);
     const std::lock_guard lock(m_mutex);
-    m_large.erase(call);
+    if (const auto found = m_large.find(call); found != m_large.end()) {
+        for (const auto& message : found->second)
+            m_largeSize -= message.size();
+        m_large.erase(found);
+    }
 }
 
 OptionalText PagePort::fetch(std::int64_t call)
@@ -46,6 +51,7 @@ OptionalText PagePort::fetch(std::int64_t call)
         return std::nullopt;
     auto message = std::move(found->second.front());
     found->second.pop_front();
+    m_largeSize -= message.size();
     if (found->second.empty())
         m_large.erase(found);
     return message;
@@ -56,9 +62,16 @@ void PagePort::add(std::int64_t call, Complete complete, std::string&& resultMes
     const std::lock_guard lock(m_mutex);
     if (m_isClosed)
         return;
+    if (m_script.size() + m_largeSize > kMostUnsent) {
+        forget();
+        dispatchToMain(m_isFull);
+        return;
+    }
     const bool isLarge = resultMessage.size() > kLarge;
-    if (isLarge)
+    if (isLarge) {
+        m_largeSize += resultMessage.size();
         m_large[call].push_back(std::move(resultMessage));
+    }
     const auto message = isLarge ? kFetch : std::string_view(resultMessage);
     if (m_script.empty())
         m_script.append(m_head).append("[").append(std::to_string(m_batches)).append(",[");
@@ -124,9 +137,15 @@ void PagePort::close()
 {
     m_calls.giveUpAll();
     const std::lock_guard lock(m_mutex);
+    forget();
+}
+
+void PagePort::forget()
+{
     m_isClosed = true;
-    m_script.clear();
+    m_script = {};
     m_large.clear();
+    m_largeSize = 0;
 }
 
 PagePort::Result::Result(std::shared_ptr<PagePort> port, std::int64_t call, std::shared_ptr<const void> view)

@@ -25,8 +25,9 @@ public:
     /// Runs a script in the page, and says when that is over or is not to be. Main thread.
     using Evaluate = std::function<void(const std::string& script, std::function<void()> over)>;
 
-    /// @param receiver the function of the page that takes batches.
-    PagePort(const std::string& receiver, Evaluate evaluate);
+    /// @param receiver the function of the page that takes batches. @param isFull called on the main thread, once, when
+    /// the page has not taken 256 MiB of results: the port is closed then.
+    PagePort(const std::string& receiver, Evaluate evaluate, std::function<void()> isFull);
 
     /// What a call that has failed comes to, where others have a map.
     static constexpr std::string_view kFailure = "null";
@@ -62,13 +63,16 @@ private:
     // The engine carries nothing as fast as the answer to a prompt, which is worth the page's waiting for what is as
     // long as this: it is ready to be handed over.
     static constexpr std::size_t kLarge = 256UL * 1024;
+    static constexpr std::size_t kMostUnsent = 256UL * 1024 * 1024;
 
+    void forget();
     void flush();
     std::string takeBatch(std::string_view mark);
 
     // What a script begins with that gives a batch to the page; the batch follows.
     const std::string m_head;
-    Evaluate m_evaluate;
+    const Evaluate m_evaluate;
+    const std::function<void()> m_isFull;
     std::string m_mark;
     bool m_isEvaluating = false;
     OpenCalls m_calls;
@@ -78,6 +82,7 @@ private:
     std::string m_script;
     // Results that the page is to fetch, by call.
     std::unordered_map<std::int64_t, std::deque<std::string>> m_large;
+    std::size_t m_largeSize = 0;
     std::uint64_t m_batches = 0;
     bool m_isFlushDue = false;
     bool m_isClosed = false;

@@ -87,6 +87,7 @@ void PagePorts::addTo(WKUserContentController& content)
 
 void PagePorts::close()
 {
+    ++m_pages;
     m_work.clear();
     for (const auto& [token, open] : std::exchange(m_ports, {}))
         open.port->close();
@@ -99,14 +100,18 @@ OptionalValue PagePorts::open(OptionalValue request)
     if (!view || !receiver || receiver->size() > kLongestReceiver || !isCallable(*receiver)
         || m_ports.size() >= kMostPorts)
         return std::nullopt;
-    auto port
-        = std::make_shared<PagePort>(*receiver, [weak = m_view](const std::string& script, std::function<void()> over) {
-              const auto target = weak.lock();
-              if (target && target->isPageAllowed())
-                  target->evaluateJavaScript(script, [over = std::move(over)](auto&&...) { over(); });
-              else
-                  over();
-          });
+    auto evaluate = [weak = m_view](const std::string& script, std::function<void()> over) {
+        const auto target = weak.lock();
+        if (target && target->isPageAllowed())
+            target->evaluateJavaScript(script, [over = std::move(over)](auto&&...) { over(); });
+        else
+            over();
+    };
+    auto port = std::make_shared<PagePort>(*receiver, std::move(evaluate), [weak = m_view, pages = m_pages] {
+        const auto target = weak.lock();
+        if (target && target->m_ports->m_pages == pages)
+            endPage(*target, "the page does not take its results");
+    });
     auto token = newSecret();
     boost::json::object answer{ { "port", token }, { "mark", port->newMark() } };
     // Who has come so far has shown whose frame it is, if that is asked.
@@ -122,6 +127,12 @@ std::string PagePorts::fetch(std::optional<std::string_view> argumentMessage)
     const auto found = token ? m_ports.find(*token) : m_ports.end();
     auto message = found != m_ports.end() && call ? found->second.port->fetch(*call) : std::nullopt;
     return message ? std::move(*message) : NativeObjects::refusal();
+}
+
+void PagePorts::endPage(DWKWebView& view, std::string_view reason)
+{
+    NSLog(TQWBLogLevel::Error, "Js bridge: ", reason, ", and its process is ended");
+    view.terminatePage();
 }
 
 bool PagePorts::isFlooded(std::size_t bytes)
@@ -158,8 +169,7 @@ void PagePorts::didReceiveScriptMessage(WKScriptMessage&& message, const std::sh
     if (found != m_ports.end() && found->second.port->isLastMark(head)) {
         m_unanswered = {};
     } else if (isFlooded(work->text.size())) {
-        NSLog(TQWBLogLevel::Error, "Js bridge: the page sends without end, and its process is ended");
-        view->terminatePage();
+        endPage(*view, "the page sends without end");
         return;
     }
     if (found == m_ports.end()) {

@@ -65,6 +65,7 @@ private:
     /// What is to be done next: calls of a message, or an answer that the page waits for.
     struct Work;
 
+    static void endPage(DWKWebView& view, std::string_view reason);
     bool isFlooded(std::size_t bytes);
     void work();
     void workSoon();
@@ -72,6 +73,8 @@ private:
 
     const std::weak_ptr<DWKWebView> m_view;
     std::map<std::string, OpenPort, std::less<>> m_ports;
+    // How many pages have gone.
+    std::uint64_t m_pages = 0;
     Unanswered m_unanswered;
     std::deque<std::shared_ptr<Work>> m_work;
     bool m_isWorkDue = false;

@@ -1,5 +1,6 @@
 #include "TQWhiteBoardLib/NativeFunctions.h"
 #include "TQWhiteBoardLib/TQWBLog.h"
+#include "tests/support/CallWays.h"
 #include "tests/support/Dialogs.h"
 #include "tests/support/MainLoop.h"
 #include "tests/support/PageWindowTest.h"
@@ -63,6 +64,28 @@ TEST_F(FloodTest, MessagesWithoutEndEndThePageAndNotTheApplication)
         EXPECT_LT(meter.longest(std::string("messages without end, ") + text), kLongestStall);
         EXPECT_EQ(ask("1 + 1"), OptionalValue(2));
     }
+}
+
+TEST_F(FloodTest, ResultsWithoutEndEndThePageThatTakesNone)
+{
+    std::vector<Stream<std::string>> kept;
+    view->addJavascriptObject(
+        nativeFunctions({ { "keep::", [&](Stream<std::string> results) { kept.push_back(std::move(results)); } } }),
+        "silent");
+    load(bareHalf(Way::Messages));
+    ask(R"(begin("silent.keep", '{"_dscbstub":"f"}'))");
+    ASSERT_EQ(kept.size(), 1U);
+    view->evaluateJavaScript("for (;;);");
+    StallMeter meter;
+    const std::jthread worker([&kept, text = std::string(1 << 20, 'x')] {
+        while (!kept.front().isAbandoned())
+            kept.front().send(text);
+    });
+    runUntil([&] { return kept.front().isAbandoned(); }, "the page is ended");
+    EXPECT_LT(meter.longest("results without end"), kLongestStall);
+    EXPECT_EQ(countOfLine("Js bridge: the page does not take its results, and its process is ended"), 1);
+    load();
+    EXPECT_EQ(ask("1 + 1"), OptionalValue(2));
 }
 
 TEST_F(FloodTest, AMessageOfManyCallsLeavesTheMainLoopItsTurns)
