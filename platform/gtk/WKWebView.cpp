@@ -272,9 +272,9 @@ void WKWebView::evaluateJavaScript(std::string_view script, EvaluationCompletion
         });
         return;
     }
-    auto evaluation = std::make_unique<Impl::Evaluation>(weak_from_this(), std::move(completionHandler));
+    auto* evaluation = new Impl::Evaluation{ weak_from_this(), std::move(completionHandler) };
     webkit_web_view_evaluate_javascript(m_impl->webView, script.data(), static_cast<gssize>(script.size()), nullptr,
-        nullptr, nullptr, Impl::Evaluation::ended, evaluation.release());
+        nullptr, nullptr, Impl::Evaluation::ended, evaluation);
 }
 
 void WKWebView::terminatePage() { webkit_web_view_terminate_web_process(m_impl->webView); }
