@@ -64,14 +64,8 @@ public:
     /// What stands behind a method's name in an interface: "(argument: number): Promise<number>".
     template <NativeFunction Function> std::string signatureOf()
     {
-        const auto parameters = [this]<std::size_t... I>(std::index_sequence<I...>)
-        {
-            std::string text;
-            ((text += parameter<ValueOf<Function, I>, I, sizeof...(I)>()), ...);
-            return text;
-        }
-        (std::make_index_sequence<kArgumentCount<Function>>());
-        return "(" + parameters + "): " + result<Function>();
+        return "(" + parameters<Function>(std::make_index_sequence<kArgumentCount<Function>>())
+            + "): " + result<Function>();
     }
 
     /// The declarations of all named types so far, each with an empty line behind it.
@@ -122,6 +116,10 @@ private:
         return name;
     }
 
+    template <class Function, std::size_t... I> std::string parameters(std::index_sequence<I...>)
+    {
+        return joined(", ", { parameter<ValueOf<Function, I>, I, sizeof...(I)>()... });
+    }
     template <class T, std::size_t index, std::size_t count> std::string parameter()
     {
         // What is absent is read as null is; a list has all of its elements.
@@ -130,11 +128,7 @@ private:
         if constexpr (count == 1)
             return std::string("argument").append(mayBeAbsent ? "?: " : ": ").append(type);
         else
-            return std::string(index ? ", " : "")
-                .append("argument")
-                .append(std::to_string(index + 1))
-                .append(": ")
-                .append(type);
+            return "argument" + std::to_string(index + 1) + ": " + type;
     }
 
     template <class Function> std::string result()
