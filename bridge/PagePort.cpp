@@ -67,12 +67,12 @@ void PagePort::add(std::int64_t call, Complete complete, std::string&& resultMes
         dispatchToMain(m_isFull);
         return;
     }
-    const bool isLarge = resultMessage.size() > kLarge;
-    if (isLarge) {
+    std::string_view message = resultMessage;
+    if (resultMessage.size() > kLarge) {
         m_largeSize += resultMessage.size();
         m_large[call].push_back(std::move(resultMessage));
+        message = kFetch;
     }
-    const auto message = isLarge ? kFetch : std::string_view(resultMessage);
     if (m_script.empty())
         m_script.append(m_head).append("[").append(std::to_string(m_batches)).append(",[");
     else
@@ -163,9 +163,11 @@ void PagePort::Result::send(std::string&& resultMessage, std::string_view, Compl
         return;
     {
         const std::lock_guard lock(m_mutex);
-        if (m_state == State::BeingCalled)
+        if (m_state == State::BeingCalled) {
             m_early.emplace_back(complete, std::move(resultMessage));
-        if (m_state != State::Called)
+            return;
+        }
+        if (m_state == State::Failed)
             return;
     }
     m_port->add(m_call, complete, std::move(resultMessage));

@@ -79,11 +79,9 @@ template <class T, Direction direction> consteval bool isConvertible()
         return toJSON || std::constructible_from<T, boost::json::string_view>;
     else if constexpr (isMap)
         return isConvertible<typename T::mapped_type, direction>();
-    else if constexpr (hasKeys) // that are no texts, or several of a kind
-        return false;
     else {
         using Element = std::iter_value_t<decltype(std::begin(std::declval<T&>()))>;
-        if constexpr (std::same_as<Element, T>)
+        if constexpr (hasKeys || std::same_as<Element, T>) // keys that are no texts, or several of a kind
             return false;
         else
             return isConvertible<Element, direction>();
