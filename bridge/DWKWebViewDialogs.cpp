@@ -34,7 +34,7 @@ std::string DWKWebView::dialogText(const char* key, const char* defaultText) con
 std::shared_ptr<UIAlertView> DWKWebView::newDialog(
     std::string title, std::string_view message, std::string cancelButton, std::optional<std::string> okButton)
 {
-    const auto dialog = UIAlertView::initWithTitle(
+    auto dialog = UIAlertView::initWithTitle(
         std::move(title), std::string(message), self(), std::move(cancelButton), std::move(okButton));
     std::erase_if(m_dialogs, [](const auto& shown) { return shown.expired(); });
     m_dialogs.push_back(dialog);

@@ -5,6 +5,7 @@
 #include <webkit/webkit.h>
 
 // The linker puts this one before the engine's own: what the engine does about a load is not the library's.
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are the linker's
 extern "C" {
 void __real_webkit_web_view_load_uri(WebKitWebView*, const gchar*);
 void __wrap_webkit_web_view_load_uri(WebKitWebView* view, const gchar* uri)
@@ -13,6 +14,7 @@ void __wrap_webkit_web_view_load_uri(WebKitWebView* view, const gchar* uri)
     __real_webkit_web_view_load_uri(view, uri);
 }
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace tq::bench {
 
