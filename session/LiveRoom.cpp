@@ -328,9 +328,18 @@ void LiveRoom::giveUp()
 {
     stop();
     leaveService();
-    if (const auto view = std::exchange(m_view, nullptr)) {
+    if (auto view = std::exchange(m_view, nullptr)) {
         view->setPageWatcher({});
         view->close();
+        if (isDropped())
+            return;
+        // Calls of its page are told at the next turn that it has ended; a room that is dropped before takes them
+        // along.
+        m_closedView = std::move(view);
+        dispatchToMain([weak = std::weak_ptr(self())] {
+            if (const auto room = weak.lock())
+                room->m_closedView.reset();
+        });
     }
 }
 

@@ -71,6 +71,7 @@ private:
 
     const TQWBRoomOptions m_options;
     std::shared_ptr<TQWBWebView> m_view;
+    std::shared_ptr<TQWBWebView> m_closedView;
     RoomRecord m_record;
     std::shared_ptr<ServiceSearch> m_search;
     std::shared_ptr<const TQWBNaviDataInfo> m_service;

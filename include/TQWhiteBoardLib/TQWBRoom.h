@@ -148,7 +148,8 @@ public:
 
     /// The view to be placed in a window; the room is its navigation delegate, which it must stay. To close it is to
     /// leave the room. Absent when the room is over (the view is still there while that is told), without a display,
-    /// and in a test's room.
+    /// and in a test's room. Typed calls of the page's functions end when the page is lost or the room is over, with an
+    /// error; those of a room that is dropped are not told.
     std::shared_ptr<TQWBWebView> view() const;
 
     /// As the view's own, and also told by a test's room. Held weakly: a temporary would be gone at once.

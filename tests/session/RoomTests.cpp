@@ -260,9 +260,14 @@ TEST_F(RoomTest, ThePageEndsItsRoom)
             { "onRoomException', '{\"data\":{\"code\":4091,\"msg\":\"replaced\"}}'", 4091 } }) {
         const auto quits = service.quits();
         enterAndSee();
+        std::string callsEnd;
+        room->view()->callHandler<int>("never", [&](const Answer<int>& answer) { callsEnd = answer.error; });
         room->view()->evaluateJavaScript("prompt('_dsbridge=TQJSBridge." + call + ")");
         waitFor(State::Over);
         EXPECT_EQ(reason ? std::optional(reason->code) : std::nullopt, code);
+        EXPECT_EQ(reason ? reason->text : "replaced", "replaced");
+        runUntil([&] { return !callsEnd.empty(); }, "a call of the page ends with its room");
+        EXPECT_EQ(callsEnd, "never: the view has ended");
         runUntil([&] { return watched.expired(); }, "the view is destroyed");
         // The same user may be in the room from another place by now.
         EXPECT_EQ(service.quits(), quits);
