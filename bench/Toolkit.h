@@ -40,6 +40,8 @@ public:
 
     void load(const std::string& url);
     void evaluate(std::string_view script);
+    /// The same; the text that the script comes to is read before `then` is called.
+    void evaluate(std::string_view script, std::function<void()> then);
 
 private:
     struct Impl;

@@ -1,6 +1,7 @@
 #include "bench/Toolkit.h"
 
 #include <gtk/gtk.h>
+#include <memory>
 #include <utility>
 #include <webkit/webkit.h>
 
@@ -95,6 +96,20 @@ void BarePage::evaluate(std::string_view script)
 {
     webkit_web_view_evaluate_javascript(
         m_impl->view, script.data(), static_cast<gssize>(script.size()), nullptr, nullptr, nullptr, nullptr, nullptr);
+}
+
+void BarePage::evaluate(std::string_view script, std::function<void()> then)
+{
+    const auto ended = [](GObject* view, GAsyncResult* result, gpointer data) {
+        const std::unique_ptr<std::function<void()>> told(static_cast<std::function<void()>*>(data));
+        if (auto* value = webkit_web_view_evaluate_javascript_finish(WEBKIT_WEB_VIEW(view), result, nullptr)) {
+            g_free(jsc_value_to_string(value));
+            g_object_unref(value);
+        }
+        (*told)();
+    };
+    webkit_web_view_evaluate_javascript(m_impl->view, script.data(), static_cast<gssize>(script.size()), nullptr,
+        nullptr, nullptr, ended, new std::function<void()>(std::move(then)));
 }
 
 } // namespace tq::bench
