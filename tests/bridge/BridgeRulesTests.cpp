@@ -97,14 +97,14 @@ TEST(JsonTexts, SpecialBytesAreFoundWhereverTheyStand)
             after += filler;
         for (int place = 0; place < 40; ++place, before += filler) {
             for (const auto& unit : goodUnits) {
-                const std::string text = before + unit + filler + unit;
+                const auto text = std::string(before).append(unit).append(filler).append(unit);
                 const boost::json::value value = { { text, { text, 1.5, -7, true, nullptr } } };
                 EXPECT_EQ(boost::json::parse(JSBUtil::objToJsonString(value)), value) << text;
                 EXPECT_EQ(JSBUtil::jsonStringToObject(boost::json::serialize(value)), OptionalValue(value)) << text;
             }
             for (const auto& unit : badUnits) {
                 EXPECT_FALSE(isUTF8(before + unit)) << before << place;
-                EXPECT_FALSE(isUTF8(before + unit + after)) << before << place;
+                EXPECT_FALSE(isUTF8(std::string(before).append(unit).append(after))) << before << place;
             }
         }
     }
