@@ -14,7 +14,7 @@ export type NativeCallFailure =
     | "unreadable"
     /** No result came within the time that the page allowed. */
     | "timeout"
-    /** The page was left while it waited, and has come back: results may have gone elsewhere meanwhile. */
+    /** The page was left while it waited, and has come back, or the application refuses it: results may have been lost. */
     | "left";
 
 /** The error of every call of the application that has no value. */
@@ -55,7 +55,11 @@ export interface CallOptions {
  * answers at once. Fulfilled with its first result, undefined when it ends without any; rejected with what callSync
  * would throw.
  */
-export function callAsync<Value = unknown>(method: string, argument?: unknown, options?: CallOptions): Promise<Value>;
+export function callAsync<Value = unknown>(
+    method: string,
+    argument?: unknown,
+    options?: CallOptions,
+): Promise<Value | undefined>;
 
 /**
  * Calls an asynchronous native method; `callback` gets every result, never before this has returned. `isLast` is true
@@ -69,7 +73,7 @@ export function callAsync<Value = unknown>(method: string, argument?: unknown, o
 export function callWithCallback<Value = unknown>(
     method: string,
     argument: unknown,
-    callback: (value: Value, isLast: boolean, error?: NativeCallError) => void,
+    callback: (value: Value | undefined, isLast: boolean, error?: NativeCallError) => void,
 ): () => void;
 
 /** The results of an asynchronous native method, one after the other. A result that cannot be read ends them, by throwing. */
@@ -143,7 +147,7 @@ export function disableDialogBlock(disable?: boolean): void;
  * Lets the application call a function of the page, in place of an earlier one of the name.
  *
  * What `fn` returns, or what the Promise that it returns is fulfilled with, is the one answer. If it throws, the error
- * is shown in the console and the application gets an answer without a value.
+ * is shown in the console, and the application gets it as a text, or an answer without a value.
  *
  * @throws TypeError for what is no name or no function, and for the name "_hasJavascriptMethod": by it the application
  * asks whether the page has a function.
@@ -163,7 +167,7 @@ export interface Answer {
 /**
  * Lets the application call a function of the page that answers as often as it wants, until `answer.end`.
  *
- * If `fn` throws, or the Promise that it returns is rejected, the error is shown in the console and the answers end.
+ * If `fn` throws, or the Promise that it returns is rejected, the error is shown in the console, and the answers end with it.
  *
  * @throws what register throws.
  */

@@ -8,7 +8,7 @@ const explanations = {
     failed: "the method has failed",
     unreadable: "the answer cannot be read",
     timeout: "no result came in time",
-    left: "the page was left while it waited, and results may have been lost",
+    left: "the page was left, or refused, while it waited, and results may have been lost",
 };
 const probe = "_hasJavascriptMethod";
 const deepest = 512; // levels of a message that the application reads
@@ -92,12 +92,13 @@ function ask(method, message) {
 function exchange(method, message) {
     if (!isInApplication())
         throw new NativeCallError(method, "no-application");
-    port?.send(); // calls that were made before arrive before
     // What shows the application that its own page asks, if it wants to see that.
     message._tqframe = window._tqframe;
-    const text = window.prompt("_dsbridge=" + method, write(message));
+    const text = write(message);
+    port?.send(); // calls that were made before arrive before
+    const answer = window.prompt("_dsbridge=" + method, text);
     try {
-        return JSON.parse(text);
+        return JSON.parse(answer);
     } catch {
         return undefined; // no answer can be read
     }
@@ -117,7 +118,7 @@ class Port {
     #handler;
     #head;
     #lines = [];
-    #isWaiting = false;
+    #unanswered = 0; // messages; more than one only where a call that stops the page has come between
     #isSending = false;
     #next = 0; // the batch of results that is to come
     #early = new Map(); // batches that have overtaken others
@@ -138,12 +139,12 @@ class Port {
 
     #push(line) {
         this.#lines.push(line);
-        if (this.#isWaiting || this.#isSending)
+        if (this.#unanswered || this.#isSending)
             return;
         this.#isSending = true;
         queueMicrotask(() => {
             this.#isSending = false;
-            if (!this.#isWaiting)
+            if (!this.#unanswered)
                 this.send();
         });
     }
@@ -151,14 +152,15 @@ class Port {
     send() {
         if (!this.#lines.length)
             return;
-        this.#isWaiting = true;
+        ++this.#unanswered;
         const text = `${this.#head.join("\t")}\n${this.#lines.join("\n")}`;
         this.#lines = [];
         this.#handler.postMessage(text).then(
             (batch) => {
-                this.#isWaiting = false;
+                --this.#unanswered;
                 this.take(batch);
-                this.send();
+                if (!this.#unanswered)
+                    this.send();
             },
             () => this === port && closePort(),
         );
@@ -185,7 +187,7 @@ class Port {
     }
 }
 
-let port; // null where there is none, undefined until one is wanted
+let port; // undefined until one is wanted
 
 // What the application calls with results that come later than the answer to a message. No name is used by two pages:
 // results of an earlier page of the view may still arrive.
@@ -198,13 +200,12 @@ function messageHandler() {
     return window.webkit?.messageHandlers?._tqcalls;
 }
 
-/** The port, or null; asked for when it is wanted first. */
+/** The port, if there is one; asked for when it is wanted first. */
 function openPort() {
-    if (port === undefined) {
-        const handler = messageHandler();
-        const opened = handler && ask("_tq.open", { data: { receiver } }).data;
-        port = opened?.port ? new Port(handler, opened) : null;
-    }
+    const handler = port ? undefined : messageHandler();
+    const opened = handler && ask("_tq.open", { data: { receiver } }).data;
+    if (opened?.port)
+        port = new Port(handler, opened);
     return port;
 }
 
@@ -228,6 +229,8 @@ let lastCall = 0;
  * this has returned. Returns a function that abandons the call.
  */
 function start(method, argument, tell) {
+    if (!isInApplication())
+        throw new NativeCallError(method, "no-application");
     const id = ++lastCall;
     const isByPrompt = !openPort();
     const end = () => {
@@ -290,7 +293,7 @@ function startByPrompt(id, argument, call, end) {
         if (complete)
             queueMicrotask(() => calls.get(id)?.take({ code, data }, true));
     } catch (error) {
-        if (error.reason === undefined || error.reason === "no-application") {
+        if (error.reason === undefined) {
             end();
             throw error;
         }
@@ -403,8 +406,10 @@ class ResultStream {
     #waiting = []; // those who have asked for a result that is not there yet
     #isOver = false;
     #abandon;
+    #tell;
 
     constructor(method, argument, options, tell) {
+        this.#tell = tell;
         this.#abandon = begin(method, argument, options, (value, isLast, error) => {
             // Undefined is no result but the end without one.
             if (error !== undefined || value !== undefined)
@@ -413,7 +418,7 @@ class ResultStream {
                 this.#abandon();
             if (isLast || error !== undefined)
                 this.#finish();
-            tell?.(value, isLast, error);
+            this.#tell?.(value, isLast, error);
         });
     }
 
@@ -429,6 +434,7 @@ class ResultStream {
         this.#abandon();
         this.#results = [];
         this.#finish();
+        this.#tell?.(undefined, true);
         return { value, done: true };
     }
 

@@ -320,6 +320,39 @@ TEST_P(BothWaysTest, EveryAsynchronousCallCostsOnePromptAtMostAndSettles)
     EXPECT_EQ(ask("leftovers()"), 0);
 }
 
+// A page that sends more than a thousand messages without reading an answer is ended.
+TEST_F(PageHalfTest, MessagesWaitForEachOtherHoweverCallsThatStopThePageComeBetween)
+{
+    ask("(window.again = (left, done) => left"
+        " ? callWithCallback('app.atOnce', left, () => again(left - 1, done)) : done(), 0)");
+    EXPECT_EQ(outcome("new Promise((done) => callWithCallback('app.atOnce', 0, () => {"
+                      " again(1500, () => done('done')); callSync('app.echo'); again(1500, () => {}); }))"),
+        "done");
+    EXPECT_EQ(outcome("(() => { for (let i = 0; i < 1100; ++i) {"
+                      " callAsync('app.atOnce', i); try { callSync('app.echo', 1n); } catch {} }"
+                      " return callAsync('app.atOnce', 'last'); })()"),
+        "last");
+}
+
+TEST_F(PageHalfTest, CallsUnderWayEndWhenTheApplicationRefusesThePage)
+{
+    ask("(register('never', () => new Promise(() => {})), ready(), 0)");
+    view->evaluateJavaScript("outcome(() => callAsync('app.keep')).then(report)");
+    waitForKept(1);
+    std::string error;
+    view->callHandler<int>("never", [&](const Answer<int>& answer) { error = answer.error; });
+    view->setAllowedOrigins(std::vector<std::string>{ "https://elsewhere.example" });
+    EXPECT_EQ(error, "never: the page must not be called");
+    kept.front()("unheard", Complete::Yes);
+    runPending();
+    view->setAllowedOrigins(std::nullopt);
+    const auto before = reports->values.size();
+    view->evaluateJavaScript("callAsync('app.atOnce', 1).catch(() => 0)");
+    waitForReports(before + 1);
+    EXPECT_EQ(reports->values.back(), failure("app.keep", "left"));
+    EXPECT_EQ(outcome("callAsync('app.atOnce', 2)"), 2);
+}
+
 TEST_F(PageHalfTest, AnApplicationThatKnowsNoMoreIsAskedWhetherThereIsAMethod)
 {
     // As one of an earlier version answers.

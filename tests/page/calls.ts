@@ -17,7 +17,7 @@ export async function right(): Promise<number> {
     sum += await anything.whole();
     sum += nativeSync("anything").whole();
     for await (const progress of stream<Progress>("primes.count", 100)) sum += progress.found;
-    return sum + (first?.found ?? 0) + (await callAsync<number>("calculator.add", [1, 2]));
+    return sum + (first?.found ?? 0) + ((await callAsync<number>("calculator.add", [1, 2])) ?? 0);
 }
 
 export async function wrong(): Promise<void> {
