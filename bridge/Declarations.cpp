@@ -36,8 +36,8 @@ std::string keyOf(std::string_view method)
 
 std::string declarationOf(const NSObject& object, std::string_view name)
 {
-    if (!isIdentifier(name))
-        throw std::invalid_argument("an interface is named by an identifier, and not \"" + std::string(name) + '"');
+    if (!isIdentifier(name) || TypeScript::isReserved(name))
+        throw std::invalid_argument("an interface cannot be called \"" + std::string(name) + '"');
     const auto& table = object.objectClass();
     TypeScript types(name);
     std::string methods;

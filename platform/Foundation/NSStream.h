@@ -58,7 +58,8 @@ public:
     {
     }
 
-    /// Sends a result that others will follow. After the end it does nothing.
+    /// Sends a result that others will follow. After the end it does nothing. A page that falls 256 MiB of results
+    /// behind is ended: send no faster than it takes them.
     void send(T value) const
     {
         if (!m_state->isOver)

@@ -36,14 +36,22 @@ std::string ownName(const std::type_info& type)
 
 } // namespace
 
-// What TypeScript has given a meaning already, as far as classes can be called so in C++, and what is used here.
 TypeScript::TypeScript(std::string_view taken)
-    : m_taken{ "any", "bigint", "never", "null", "number", "object", "string", "symbol", "undefined", "unknown",
-        "await", "debugger", "delete", "function", "in", "instanceof", "let", "super", "var", "with", "yield",
-        "arguments", "eval", "export", "extends", "finally", "implements", "import", "interface", "package", "typeof",
-        "boolean", "NativeCall", "Promise" }
+    : m_taken{ std::string(taken) }
 {
-    m_taken.emplace(taken);
+}
+
+// Words of the language, its own types, and what declarations use.
+bool TypeScript::isReserved(std::string_view name)
+{
+    static const std::set<std::string_view> reserved{ "NativeCall", "Promise", "any", "arguments", "asserts", "await",
+        "bigint", "boolean", "break", "case", "catch", "class", "const", "continue", "debugger", "default", "delete",
+        "do", "else", "enum", "eval", "export", "extends", "false", "finally", "for", "function", "if", "implements",
+        "import", "in", "infer", "instanceof", "interface", "keyof", "let", "never", "new", "null", "number", "object",
+        "package", "private", "protected", "public", "readonly", "return", "static", "string", "super", "switch",
+        "symbol", "this", "throw", "true", "try", "typeof", "undefined", "unique", "unknown", "var", "void", "while",
+        "with", "yield" };
+    return reserved.contains(name);
 }
 
 std::pair<std::string, bool> TypeScript::nameOf(const std::type_info& type)
@@ -52,7 +60,7 @@ std::pair<std::string, bool> TypeScript::nameOf(const std::type_info& type)
     if (!name.empty())
         return { name, false };
     name = ownName(type);
-    while (!m_taken.insert(name).second)
+    while (isReserved(name) || !m_taken.insert(name).second)
         name += '_';
     return { name, true };
 }

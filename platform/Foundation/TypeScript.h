@@ -28,6 +28,8 @@ class TQWB_EXPORT TypeScript {
 public:
     /// @param taken a name that no type gets.
     explicit TypeScript(std::string_view taken);
+    /// Whether the name means something there already.
+    static bool isReserved(std::string_view name);
 
     /// What TypeScript calls the type, which has been declared then.
     template <class T> std::string typeOf()
@@ -64,8 +66,9 @@ public:
     /// What stands behind a method's name in an interface: "(argument: number): Promise<number>".
     template <NativeFunction Function> std::string signatureOf()
     {
-        return "(" + parameters<Function>(std::make_index_sequence<kArgumentCount<Function>>())
-            + "): " + result<Function>();
+        // What is named first is declared first.
+        const auto taken = parameters<Function>(std::make_index_sequence<kArgumentCount<Function>>());
+        return "(" + taken + "): " + result<Function>();
     }
 
     /// The declarations of all named types so far, each with an empty line behind it.
@@ -105,13 +108,11 @@ private:
     {
         auto [name, isNew] = nameOf(typeid(T));
         if (isNew) {
-            auto text = "export type " + name + " =";
-            const char* between = " ";
+            std::string values;
             boost::mp11::mp_for_each<boost::describe::describe_enumerators<T>>([&](auto enumerator) {
-                text.append(between).append("\"").append(enumerator.name).append("\"");
-                between = " | ";
+                values.append(values.empty() ? "\"" : " | \"").append(enumerator.name).append("\"");
             });
-            m_declarations += text + ";\n\n";
+            m_declarations += "export type " + name + " = " + (values.empty() ? "never" : values) + ";\n\n";
         }
         return name;
     }
@@ -151,7 +152,7 @@ private:
     }
 
     std::map<std::type_index, std::string> m_names;
-    std::set<std::string, std::less<>> m_taken;
+    std::set<std::string> m_taken;
     std::string m_declarations;
 };
 

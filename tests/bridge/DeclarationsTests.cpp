@@ -164,7 +164,7 @@ TEST(Declarations, QuoteWhatIsNoIdentifier)
 {
     const auto text = declarationOf(*nativeFunctions({ { "new:", [] {} }, { "a\"b\n:", [] {} } }), "Methods");
     EXPECT_NE(text.find("    \"new\"(): Promise<void>;\n    \"a\\\"b\\n\"(): Promise<void>;\n"), text.npos) << text;
-    for (const char* name : { "", "1", "a b", "a{}" })
+    for (const char* name : { "", "1", "a b", "a{}", "class", "string", "NativeCall" })
         EXPECT_THROW(declarationOf(Derived(), name), std::invalid_argument) << name;
 }
 
