@@ -254,9 +254,11 @@ struct WKWebView::Impl::Evaluation {
         std::optional<EngineCall> call;
         if (view)
             call.emplace(view->m_impl.get());
+        // What the engine cannot carry is a value, but no text.
+        const bool isOther = g_error_matches(failure, WEBKIT_JAVASCRIPT_ERROR, WEBKIT_JAVASCRIPT_ERROR_INVALID_RESULT);
         runGuarded([&] {
-            if (value)
-                self->completion(textOf(value.get()), std::nullopt);
+            if (value || isOther)
+                self->completion(value ? textOf(value.get()) : std::nullopt, std::nullopt);
             else
                 self->completion(std::nullopt, urlError(NSURLErrorUnknown, error ? error->message : "no value"));
         });
