@@ -64,7 +64,7 @@ void DWKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration
     addJavascriptObject(std::move(internalApis), "_dsb");
     m_deadlines = std::make_shared<CallDeadlines>([weak = std::weak_ptr(self)](std::int32_t id) {
         if (const auto view = weak.lock())
-            view->failLateCall(id);
+            view->failCall(id, "no answer came in time");
     });
     m_ports = std::make_shared<PagePorts>(self);
     m_javaScriptNamespaceInterfaces->setOwn(PagePorts::kNamespace, m_ports);
@@ -73,9 +73,14 @@ void DWKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration
 
 void DWKWebView::pageHasGone(PageEnd end)
 {
+    endCalls(end == PageEnd::Replaced ? "another page has come" : "the page's process has ended");
+}
+
+void DWKWebView::endCalls(std::string_view reason)
+{
     m_ports->close();
     m_openCalls->giveUpAll();
-    failCalls(end == PageEnd::Replaced ? "another page has come" : "the page's process has ended");
+    failCalls(reason);
 }
 
 void DWKWebView::end()

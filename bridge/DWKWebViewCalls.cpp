@@ -69,7 +69,7 @@ void DWKWebView::dispatchJavascriptCall(const DSCallInfo& info)
 {
     assert(isMainThread());
     if (!isPageAllowed())
-        return failCallSoon(info.id, "the page must not be called");
+        return failCallSoon(info.id, std::string(kNotAllowed));
     // As objToJsonString writes the map of the three, without making it first.
     std::string script = R"(window._handleMessageFromNative({"method":)";
     if (NSJSONSerialization::appendText(script, info.method)) {
@@ -122,7 +122,7 @@ OptionalValue DWKWebView::returnValue(OptionalValue result)
         return std::nullopt;
     // The callback may call the page, or take its last answer meanwhile.
     const auto pending = found->second;
-    pending->isAnswered = true;
+    m_deadlines->remove(answer->id);
     if (answer->isLast)
         m_handerMap.erase(found);
     reply(*pending, { std::move(answer->data), std::move(answer->failure) });
@@ -141,16 +141,10 @@ void DWKWebView::failCall(std::int32_t id, std::string_view reason)
         return;
     const auto pending = std::move(found->second);
     m_handerMap.erase(found);
+    m_deadlines->remove(id);
     if (m_callInfoList)
         std::erase_if(*m_callInfoList, [&](const DSCallInfo& info) { return info.id == id; });
     reply(*pending, { std::nullopt, std::string(reason) });
-}
-
-void DWKWebView::failLateCall(std::int32_t id)
-{
-    const auto found = m_handerMap.find(id);
-    if (found != m_handerMap.end() && !found->second->isAnswered)
-        failCall(id, "no answer came in time");
 }
 
 void DWKWebView::failCallSoon(std::int32_t id, std::string reason)

@@ -54,6 +54,9 @@ bool DWKWebView::setAllowedOrigins(const std::optional<std::vector<std::string>>
     }
     m_allowedOrigins = std::move(allowed);
     giveUserContent();
+    // Nothing of what is under way may reach it, or come from it.
+    if (!isOriginAllowed())
+        endCalls(kNotAllowed);
     return true;
 }
 
@@ -86,14 +89,17 @@ std::optional<std::string_view> DWKWebView::requiredSecret() const
     return found == m_frameSecrets.end() ? std::string_view() : std::string_view(found->second);
 }
 
+bool DWKWebView::isOriginAllowed() const
+{
+    const auto& origin = pageOrigin();
+    return !m_allowedOrigins || (origin && std::ranges::find(*m_allowedOrigins, *origin) != m_allowedOrigins->end());
+}
+
 bool DWKWebView::isPageAllowed() const
 {
-    if (!m_allowedOrigins)
+    if (isOriginAllowed())
         return true;
-    const auto& origin = pageOrigin();
-    if (origin && std::ranges::find(*m_allowedOrigins, *origin) != m_allowedOrigins->end())
-        return true;
-    NSLog(TQWBLogLevel::Warning, "Js bridge: refused for a page of " + (origin ? *origin : "no origin"));
+    NSLog(TQWBLogLevel::Warning, "Js bridge: refused for a page of " + pageOrigin().value_or("no origin"));
     return false;
 }
 

@@ -25,9 +25,9 @@ PagePort::PagePort(const std::string& receiver, Evaluate evaluate, std::function
 {
 }
 
-std::shared_ptr<PagePort::Result> PagePort::makeResult(std::int64_t call, std::shared_ptr<const void> view)
+std::shared_ptr<PagePort::Result> PagePort::makeResult(std::int64_t call)
 {
-    auto result = std::make_shared<Result>(shared_from_this(), call, std::move(view));
+    auto result = std::make_shared<Result>(shared_from_this(), call);
     m_calls.add(call, result);
     return result;
 }
@@ -148,11 +148,10 @@ void PagePort::forget()
     m_largeSize = 0;
 }
 
-PagePort::Result::Result(std::shared_ptr<PagePort> port, std::int64_t call, std::shared_ptr<const void> view)
+PagePort::Result::Result(std::shared_ptr<PagePort> port, std::int64_t call)
     : AsyncResult(true)
     , m_port(std::move(port))
     , m_call(call)
-    , m_view(std::move(view))
 {
 }
 

@@ -32,10 +32,9 @@ public:
     /// What a call that has failed comes to, where others have a map.
     static constexpr std::string_view kFailure = "null";
 
-    /// Makes what takes the results of the call of that number.
-    /// @param view what it keeps until nobody can send any more.
     class Result;
-    std::shared_ptr<Result> makeResult(std::int64_t call, std::shared_ptr<const void> view);
+    /// Makes what takes the results of the call of that number.
+    std::shared_ptr<Result> makeResult(std::int64_t call);
     /// Nobody in the page waits for that call's results any more.
     void giveUp(std::int64_t call);
     /// Adds a result, for the next batch. Any thread.
@@ -91,7 +90,7 @@ private:
 /// Results that a port brings. What comes while the method is being called belongs to the answer of the message.
 class PagePort::Result final : public AsyncResult {
 public:
-    Result(std::shared_ptr<PagePort> port, std::int64_t call, std::shared_ptr<const void> view);
+    Result(std::shared_ptr<PagePort> port, std::int64_t call);
 
     /// The method has returned.
     void hasBeenCalled();
@@ -105,7 +104,6 @@ private:
 
     const std::shared_ptr<PagePort> m_port;
     const std::int64_t m_call;
-    const std::shared_ptr<const void> m_view;
     std::mutex m_mutex;
     State m_state = State::BeingCalled;
     std::vector<std::pair<Complete, std::string>> m_early;

@@ -42,8 +42,9 @@ std::string_view takeUntil(std::string_view& text, char sign)
     return taken;
 }
 
-// A call as a line of a message has it: its number (none where nobody waits for a result), the method's name as JSON,
-// and the message that a prompt would have. A negative number alone: the page has given that call up.
+// A call as a line of a message has it: its number (none where nobody waits for a result), the method's name as JSON
+// (empty where it cannot be read), and the message that a prompt would have. A negative number alone: the page has
+// given that call up.
 struct CallLine {
     explicit CallLine(std::string_view line)
     {
@@ -54,6 +55,8 @@ struct CallLine {
             && read != std::numeric_limits<std::int64_t>::min())
             number = read;
         const auto quoted = takeUntil(line, '\t');
+        if (!quoted.starts_with('"'))
+            return;
         if (const auto name = NSJSONSerialization::JSONObjectWithData(quoted); name && name->is_string())
             method = name->get_string();
         message = line;
@@ -88,6 +91,7 @@ void PagePorts::addTo(WKUserContentController& content)
 void PagePorts::close()
 {
     ++m_pages;
+    m_unanswered = {};
     m_work.clear();
     for (const auto& [token, open] : std::exchange(m_ports, {}))
         open.port->close();
@@ -239,20 +243,21 @@ void PagePorts::perform(DWKWebView& view, Work& message)
 {
     const CallLine call(takeUntil(message.calls, '\n'));
     auto& port = *message.port;
-    if (!message.isAllowed) {
+    if (call.number && *call.number < 0)
+        return port.giveUp(-*call.number);
+    // What is no call is not worth a line of the log.
+    if (!message.isAllowed || call.method.empty()) {
         if (call.number && *call.number > 0)
             port.add(*call.number, Complete::Yes, NativeObjects::refusal());
         return;
     }
-    if (call.number && *call.number < 0)
-        return port.giveUp(-*call.number);
     auto read = CallMessage::read(call.message);
     std::shared_ptr<PagePort::Result> result;
     // Whether results are wanted is for the number to say, whatever the message holds.
     read.callbackName = call.number ? OptionalText("") : std::nullopt;
     read.asksForMore = true;
-    auto outcome = view.performGuarded(call.method, std::move(read),
-        [&](PageCallback) { return result = port.makeResult(*call.number, view.shared_from_this()); });
+    auto outcome = view.performGuarded(
+        call.method, std::move(read), [&](PageCallback) { return result = port.makeResult(*call.number); });
     if (result && !outcome)
         result->hasFailed();
     else if (result && outcome->result)

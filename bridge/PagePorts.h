@@ -35,12 +35,13 @@ public:
 
     /// Adds what pages need.
     void addTo(WKUserContentController& content);
-    /// Answers the calls that a page has sent before it began to wait; which shows that it is not sending without end.
-    /// @returns false when there are too many to be answered at once.
+    /// A page has begun to wait for the answer to a prompt, so it does not send messages without end. Makes the calls
+    /// of those that came before.
+    /// @returns false when they are too many for one turn of the main loop; answer the prompt by answerLater then.
     bool catchUp();
-    /// Has it wait for the rest of those. @param answer gives it the answer.
+    /// Calls a function once all calls that have come before are made.
     void answerLater(std::function<void()> answer);
-    /// Closes all ports, and forgets what has not been answered.
+    /// Closes all ports, and rejects the messages that have not been answered.
     void close();
 
     /// Opens a port. @param request the page's "receiver". @returns absent where there can be none.

@@ -10,8 +10,14 @@ void CallDeadlines::add(std::int32_t call, std::chrono::milliseconds limit)
 {
     // Longer than anybody waits, and short enough to be added to a time.
     constexpr std::chrono::milliseconds kMost = std::chrono::hours(24 * 365);
-    m_calls.emplace(Clock::now() + std::clamp(limit, limit.zero(), kMost), call);
+    m_places[call] = m_calls.emplace(Clock::now() + std::clamp(limit, limit.zero(), kMost), call);
     schedule();
+}
+
+void CallDeadlines::remove(std::int32_t call)
+{
+    if (const auto place = m_places.extract(call))
+        m_calls.erase(place.mapped());
 }
 
 void CallDeadlines::schedule()
@@ -29,7 +35,7 @@ void CallDeadlines::schedule()
         self->m_timer.reset();
         while (!self->m_calls.empty() && self->m_calls.begin()->first <= time) {
             const auto call = self->m_calls.begin()->second;
-            self->m_calls.erase(self->m_calls.begin());
+            self->remove(call);
             self->m_due(call);
         }
         self->schedule();

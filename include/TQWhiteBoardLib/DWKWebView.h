@@ -253,9 +253,9 @@ private:
     void takeAnswer(std::int32_t id, std::string_view value);
     void reply(const PendingCall& pending, PageReply&& reply);
     void failCall(std::int32_t id, std::string_view reason);
-    void failLateCall(std::int32_t id);
     void failCallSoon(std::int32_t id, std::string reason);
     void failCalls(std::string_view reason);
+    void endCalls(std::string_view reason);
     void letGoOfCalls();
     void reportMissingMethod(std::string_view methodName);
     std::string dialogText(const char* key, const char* defaultText) const;
@@ -266,7 +266,9 @@ private:
         Unasked... unasked);
     void showPrompt(WKWebView& webView, std::string_view prompt, std::optional<std::string_view> defaultText,
         const WKFrameInfo& frame, std::function<void(OptionalText)> completion);
+    bool isOriginAllowed() const;
     bool isPageAllowed() const;
+    static constexpr std::string_view kNotAllowed = "the page must not be called";
     void giveUserContent();
     void addSecrets(WKUserContentController& content);
     std::optional<std::string_view> requiredSecret() const;

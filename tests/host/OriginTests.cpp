@@ -277,6 +277,7 @@ TEST_F(OriginTest, MessagesAreTakenOfThePageAloneThatHasOpenedItsWay)
         << "a frame may call as the page around it, but not by its way";
     EXPECT_EQ(calls, 1);
     ASSERT_TRUE(view->setAllowedOrigins(std::vector{ other() }));
+    EXPECT_EQ(again(), R"("left")");
     EXPECT_EQ(again(), R"("no-method")");
     EXPECT_TRUE(hasRefused(good()));
     ASSERT_TRUE(view->setAllowedOrigins(std::vector{ good() }));
