@@ -187,8 +187,9 @@ void DWKWebView::runJavaScriptTextInputPanelWithPrompt(WKWebView& webView, std::
     constexpr std::string_view kCallPrefix = "_dsbridge=";
     if (!prompt.starts_with(kCallPrefix))
         return showPrompt(webView, prompt, defaultText, frame, std::move(completion));
-    const auto reply = [this](std::string_view methodName, std::optional<std::string_view> message, const auto& done) {
-        done(isPageAllowed() ? answer(methodName, message) : NativeObjects::refusal());
+    const auto reply = [this, isFrameAllowed = isFrameAllowed(frame.origin())](
+                           std::string_view methodName, std::optional<std::string_view> message, const auto& done) {
+        done(isFrameAllowed && isPageAllowed() ? answer(methodName, message) : NativeObjects::refusal());
     };
     const auto methodName = prompt.substr(kCallPrefix.size());
     if (m_ports->catchUp())

@@ -89,17 +89,20 @@ std::optional<std::string_view> DWKWebView::requiredSecret() const
     return found == m_frameSecrets.end() ? std::string_view() : std::string_view(found->second);
 }
 
-bool DWKWebView::isOriginAllowed() const
+bool DWKWebView::isOriginAllowed() const { return isOriginAllowed(pageOrigin()); }
+
+bool DWKWebView::isOriginAllowed(const OptionalText& origin) const
 {
-    const auto& origin = pageOrigin();
     return !m_allowedOrigins || (origin && std::ranges::find(*m_allowedOrigins, *origin) != m_allowedOrigins->end());
 }
 
-bool DWKWebView::isPageAllowed() const
+bool DWKWebView::isPageAllowed() const { return isFrameAllowed(pageOrigin()); }
+
+bool DWKWebView::isFrameAllowed(const OptionalText& origin) const
 {
-    if (isOriginAllowed())
+    if (isOriginAllowed(origin))
         return true;
-    NSLog(TQWBLogLevel::Warning, "Js bridge: refused for a page of " + pageOrigin().value_or("no origin"));
+    NSLog(TQWBLogLevel::Warning, "Js bridge: refused for a page of " + origin.value_or("no origin"));
     return false;
 }
 

@@ -82,8 +82,8 @@ public:
 
     /// Restricts the bridge to pages of some origins; recommended wherever the pages' servers are known. A page of
     /// another origin has its calls refused as if nothing were registered (with a log line), and gets neither results
-    /// nor calls. A frame within a page counts as that page, unless `setCallingFrames` has it otherwise: the engine
-    /// does not tell them apart. Main thread.
+    /// nor calls. A frame within a page must be of such an origin itself where the engine tells frames apart (Qt's);
+    /// where it does not (GTK's) it counts as the page, unless `setCallingFrames` has it otherwise. Main thread.
     /// @param origins "https://host", with ":port" unless it is the scheme's own; exact hosts. Absent: every page, as
     /// at first.
     /// @returns false, with nothing changed, when one of them is no origin.
@@ -268,6 +268,8 @@ private:
         const WKFrameInfo& frame, std::function<void(OptionalText)> completion);
     bool isOriginAllowed() const;
     bool isPageAllowed() const;
+    bool isFrameAllowed(const OptionalText& origin) const;
+    bool isOriginAllowed(const OptionalText& origin) const;
     static constexpr std::string_view kNotAllowed = "the page must not be called";
     void giveUserContent();
     void addSecrets(WKUserContentController& content);

@@ -2,7 +2,20 @@
 #include "WKUIDelegate.h"
 #include "WKWebView.h"
 
+#include <utility>
+
 namespace tq {
+
+WKFrameInfo::WKFrameInfo(const WKWebView& webView)
+    : WKFrameInfo(webView, webView.pageOrigin())
+{
+}
+
+WKFrameInfo::WKFrameInfo(const WKWebView& webView, OptionalText origin)
+    : m_webView(webView)
+    , m_origin(std::move(origin))
+{
+}
 
 OptionalText WKFrameInfo::URL() const { return m_webView.URL(); }
 

@@ -18,23 +18,25 @@ class UIViewController;
 class WKWebView;
 struct WKWebViewConfiguration;
 
-/// The frame that asked; valid during the call that it is given to. The engine does not tell frames apart, so this is
-/// the view's own page.
+/// The frame that asked; valid during the call that it is given to. Where the port's engine does not tell frames apart
+/// (GTK's), this is the view's own page.
 class TQWB_EXPORT WKFrameInfo {
 public:
     /// The frame of the view's own page.
-    explicit WKFrameInfo(const WKWebView& webView)
-        : m_webView(webView)
-    {
-    }
+    explicit WKFrameInfo(const WKWebView& webView);
+    /// A frame that the engine has told of. @param origin absent for pages without a host.
+    WKFrameInfo(const WKWebView& webView, OptionalText origin);
     WKFrameInfo(const WKFrameInfo&) = delete;
     WKFrameInfo& operator=(const WKFrameInfo&) = delete;
 
-    /// The page's address; absent before the first page.
+    /// The address of the view's page; absent before the first one.
     OptionalText URL() const;
+    /// The frame's origin, as "https://host:8443"; absent for "data:" ones and others without a host.
+    const OptionalText& origin() const { return m_origin; }
 
 private:
     const WKWebView& m_webView;
+    const OptionalText m_origin;
 };
 
 /// What the page wants to load.
@@ -94,7 +96,7 @@ public:
     /// The page closed its window.
     virtual void webViewDidClose(WKWebView& webView);
 
-    // Previews of links, in ports whose engine has them. GTK's has none: there nothing calls these.
+    // Previews of links, in ports whose engine has them. GTK's and Qt's have none: there nothing calls these.
 
     /// Whether the link may be previewed.
     virtual bool shouldPreviewElement(WKWebView& webView, const WKPreviewElementInfo& elementInfo);
