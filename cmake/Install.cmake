@@ -31,6 +31,7 @@ set(public_headers
     TQWhiteBoard.h
     TQWhiteBoardLib.h
     gtk/NativeView.h
+    qt/NativeView.h
     testing/TQWBFakeRoom.h
 )
 # What these include of the platform's headers. They are installed beside them, where a quoted "platform/..." is looked for

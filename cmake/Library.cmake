@@ -64,6 +64,27 @@ set(TQWB_GTK_SOURCES
     platform/gtk/WKWebViewUserContent.cpp
     platform/gtk/WidgetStyle.cpp
 )
+set(TQWB_QT_SOURCES
+    platform/qt/AlertContent.cpp
+    platform/qt/AlertWindow.cpp
+    platform/qt/Dispatch.cpp
+    platform/qt/NSLog.cpp
+    platform/qt/NavigationErrors.cpp
+    platform/qt/PageQuestion.cpp
+    platform/qt/PageScripts.cpp
+    platform/qt/Profiles.cpp
+    platform/qt/ServerTrust.cpp
+    platform/qt/UIImage.cpp
+    platform/qt/UIProgressView.cpp
+    platform/qt/UIScreen.cpp
+    platform/qt/UITextField.cpp
+    platform/qt/UIView.cpp
+    platform/qt/WKWebView.cpp
+    platform/qt/WKWebViewDialogs.cpp
+    platform/qt/WKWebViewNavigation.cpp
+    platform/qt/WKWebViewTrust.cpp
+    platform/qt/WKWebViewUserContent.cpp
+)
 
 # The objects are compiled once: the shared library and the tests of its insides both link them.
 configure_file(session/DefaultNavigation.h.in "${PROJECT_BINARY_DIR}/generated/DefaultNavigation.h" @ONLY)
@@ -80,23 +101,39 @@ endfunction()
 tqwb_add_objects(tqwb_objects ${TQWB_CORE_SOURCES} ${TQWB_SHARED_SOURCES})
 target_link_libraries(tqwb_objects PRIVATE PkgConfig::CURL PkgConfig::SQLITE)
 tqwb_precompile_headers(tqwb_objects <boost/json.hpp> <functional> <map> <memory> <string> <vector>)
-tqwb_add_objects(tqwb_gtk_objects ${TQWB_GTK_SOURCES})
-target_link_libraries(tqwb_gtk_objects PRIVATE PkgConfig::WEBKIT PkgConfig::GTK)
-tqwb_precompile_headers(tqwb_gtk_objects <webkit/webkit.h> <boost/json.hpp> <functional> <memory> <string>)
 
-add_library(TQWhiteBoardLib SHARED)
-add_library(TQWhiteBoardLib::TQWhiteBoardLib ALIAS TQWhiteBoardLib)
-target_link_libraries(TQWhiteBoardLib PRIVATE tqwb_objects tqwb_gtk_objects PUBLIC Boost::json)
-target_include_directories(TQWhiteBoardLib PUBLIC
-    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>"
-    "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
-)
-target_compile_features(TQWhiteBoardLib PUBLIC cxx_std_20)
-set_target_properties(TQWhiteBoardLib PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+# One library for each port, of the same objects and its own.
+# @param name of the target. @param export by which users of CMake know it, after "TQWhiteBoardLib::".
+function(tqwb_add_library name export)
+    add_library(${name} SHARED)
+    add_library(TQWhiteBoardLib::${export} ALIAS ${name})
+    target_link_libraries(${name} PRIVATE tqwb_objects ${ARGN} PUBLIC Boost::json)
+    target_include_directories(${name} PUBLIC
+        "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>"
+        "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
+    )
+    target_compile_features(${name} PUBLIC cxx_std_20)
+    set_target_properties(${name} PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
+        EXPORT_NAME ${export})
+    # What the sanitizers compare in both the library and its users must be one thing: everything stays in sight for them.
+    if(NOT TQWB_SANITIZERS)
+        set(exports "${PROJECT_SOURCE_DIR}/cmake/exports.map")
+        target_link_options(${name} PRIVATE "LINKER:--version-script=${exports}" "LINKER:-z,defs")
+        set_property(TARGET ${name} APPEND PROPERTY LINK_DEPENDS "${exports}")
+    endif()
+endfunction()
 
-# What the sanitizers compare in both the library and its users must be one thing: everything stays in sight for them.
-if(NOT TQWB_SANITIZERS)
-    set(exports "${PROJECT_SOURCE_DIR}/cmake/exports.map")
-    target_link_options(TQWhiteBoardLib PRIVATE "LINKER:--version-script=${exports}" "LINKER:-z,defs")
-    set_property(TARGET TQWhiteBoardLib APPEND PROPERTY LINK_DEPENDS "${exports}")
+if(TQWB_HAS_GTK)
+    tqwb_add_objects(tqwb_gtk_objects ${TQWB_GTK_SOURCES})
+    target_link_libraries(tqwb_gtk_objects PRIVATE PkgConfig::WEBKIT PkgConfig::GTK)
+    tqwb_precompile_headers(tqwb_gtk_objects <webkit/webkit.h> <boost/json.hpp> <functional> <memory> <string>)
+    tqwb_add_library(TQWhiteBoardLib TQWhiteBoardLib tqwb_gtk_objects)
+endif()
+if(TQWB_HAS_QT)
+    tqwb_add_objects(tqwb_qt_objects ${TQWB_QT_SOURCES})
+    target_compile_definitions(tqwb_qt_objects PRIVATE QT_NO_KEYWORDS)
+    target_link_libraries(tqwb_qt_objects PRIVATE Qt6::WebEngineWidgets Qt6::Widgets Qt6::Network)
+    tqwb_precompile_headers(tqwb_qt_objects <QtWebEngineWidgets/QtWebEngineWidgets> <boost/json.hpp> <functional> <memory>
+        <string>)
+    tqwb_add_library(TQWhiteBoardLibQt Qt tqwb_qt_objects)
 endif()

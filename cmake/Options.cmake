@@ -6,6 +6,7 @@ option(TQWB_CORE_ONLY "Build only what needs no engine, as a static library, wit
 option(TQWB_BUILD_FUZZERS "Build the fuzzers of the core; for clang++" OFF)
 option(TQWB_PRECOMPILED_HEADERS "Compile the largest headers once for each target" OFF)
 option(TQWB_WARNINGS_AS_ERRORS "Fail the build on any compiler warning" ON)
+set(TQWB_PORTS "gtk;qt" CACHE STRING "The ports to build, of those whose toolkit is there")
 set(TQWB_SANITIZERS "" CACHE STRING "Sanitizers to build with, as in -fsanitize= (for example address,undefined)")
 set(TQWB_DEFAULT_NAVIGATION
     "https://navi1.whiteboard.example/whiteboard/config.json;https://navi2.whiteboard.example/whiteboard/config.json"

@@ -28,12 +28,11 @@ private:
     std::unique_ptr<Impl> m_impl;
 };
 
-/// Counts what the engine tells any view of this process.
+/// Counts what the engine tells any view that there is in this process when the counting begins.
 class EngineEvents {
 public:
     enum Kind { ScriptDialogs, Crashes };
     explicit EngineEvents(Kind);
-    ~EngineEvents();
     EngineEvents(const EngineEvents&) = delete;
     EngineEvents& operator=(const EngineEvents&) = delete;
 
@@ -41,9 +40,19 @@ public:
 
 private:
     int m_count = 0;
-    unsigned m_signal;
-    unsigned long m_hook;
+    std::shared_ptr<void> m_connection;
 };
+
+/// What engines do each in their own way.
+struct EngineTraits {
+    /// A text that goes to a dialog ends at its first zero.
+    bool cutsTextsAtZero;
+    /// Where nobody opens a window, the page gets null, and not a window that closes soon.
+    bool refusesWindowsByNull;
+    /// It says which frame of a page calls.
+    bool tellsFrames;
+};
+extern const EngineTraits kEngine;
 
 /// Whether the engine's inspector can be opened for a view.
 bool isInspectorAllowed(const WKWebView&);

@@ -9,6 +9,8 @@ namespace tq::test {
 /// Sends the system log to the test from now on; called once. A critical message of the toolkit fails the test under
 /// way.
 void captureLog();
+/// A line of the library has come.
+void addLogLine(std::string line);
 
 /// The library's lines since the last `clearLog`, on all threads.
 std::vector<std::string> logLines();

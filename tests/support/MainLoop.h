@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -23,7 +24,6 @@ class StallMeter {
 public:
     using Milliseconds = std::chrono::duration<double, std::milli>;
     StallMeter();
-    ~StallMeter();
     StallMeter(const StallMeter&) = delete;
     StallMeter& operator=(const StallMeter&) = delete;
 
@@ -35,7 +35,7 @@ private:
 
     std::chrono::steady_clock::time_point m_last = std::chrono::steady_clock::now();
     Milliseconds m_longest{};
-    unsigned m_source;
+    std::shared_ptr<void> m_ticks;
 };
 
 } // namespace tq::test

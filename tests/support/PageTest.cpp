@@ -1,10 +1,11 @@
 #include "PageTest.h"
 
-#include "platform/gtk/GLibPointers.h"
-
 #include <boost/json/serialize.hpp>
+#include <cctype>
+#include <cstdint>
 #include <cstdlib>
 #include <iostream>
+#include <string_view>
 
 namespace tq::test {
 
@@ -22,8 +23,16 @@ OptionalValue Reports::report(OptionalValue value)
 
 std::string dataAddress(const std::string& type, const std::string& content)
 {
-    const GCharPointer escaped(g_uri_escape_string(content.c_str(), nullptr, FALSE));
-    return "data:" + type + ";charset=utf-8," + escaped.get();
+    std::string address = "data:" + type + ";charset=utf-8,";
+    for (const char character : content) {
+        constexpr std::string_view kDigits = "0123456789ABCDEF";
+        const auto byte = static_cast<std::uint8_t>(character);
+        if (byte < 0x80 && std::isalnum(byte))
+            address += character;
+        else
+            (address += '%') += { kDigits[byte >> 4U], kDigits[byte & 0xFU] };
+    }
+    return address;
 }
 
 std::string pageWith(const std::string& html)

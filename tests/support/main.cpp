@@ -1,4 +1,5 @@
 #include "Log.h"
+#include "Toolkit.h"
 
 #include <cstdlib>
 #include <filesystem>
@@ -13,6 +14,13 @@ std::filesystem::path makeTemporaryFolder()
     if (!mkdtemp(pattern.data()))
         throw std::runtime_error("no temporary folder can be made");
     return pattern;
+}
+
+// The toolkit goes before what it has stored.
+int runTests(int& argc, char** argv)
+{
+    const tq::test::Toolkit toolkit(argc, argv);
+    return RUN_ALL_TESTS();
 }
 
 } // namespace
@@ -30,14 +38,13 @@ int main(int argc, char** argv)
     setenv("XDG_DATA_HOME", (folder / "data").c_str(), 1);
     setenv("XDG_CACHE_HOME", (folder / "cache").c_str(), 1);
     setenv("DBUS_SESSION_BUS_ADDRESS", "disabled:", 1);
-    setenv("GTK_A11Y", "test", 1);
     for (const char* name : { "http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY" })
         unsetenv(name);
     // Shaders take longer to compile than most tests: what one program has compiled the next one has.
     const auto shaders = std::filesystem::read_symlink("/proc/self/exe").parent_path() / "shaders";
     setenv("MESA_SHADER_CACHE_DIR", shaders.c_str(), 1);
     tq::test::captureLog();
-    const int result = RUN_ALL_TESTS();
+    const int result = runTests(argc, argv);
     std::error_code ignored;
     if (!isChild)
         std::filesystem::remove_all(folder, ignored);

@@ -5,6 +5,8 @@
 
 namespace tq::test {
 
+const EngineTraits kEngine{ .cutsTextsAtZero = true, .refusesWindowsByNull = true, .tellsFrames = false };
+
 void crashPage(const WKWebView& view) { webkit_web_view_terminate_web_process(engineOf(view)); }
 
 struct EngineWatch::Impl {
@@ -36,18 +38,18 @@ void EngineWatch::afterProgress(std::function<void()> after)
 }
 
 EngineEvents::EngineEvents(Kind kind)
-    : m_signal(g_signal_lookup(kind == Crashes ? "web-process-terminated" : "script-dialog", WEBKIT_TYPE_WEB_VIEW))
-    , m_hook(g_signal_add_emission_hook(
-          m_signal, 0,
-          [](GSignalInvocationHint*, guint, const GValue*, gpointer count) -> gboolean {
-              ++*static_cast<int*>(count);
-              return TRUE;
-          },
-          &m_count, nullptr))
 {
+    const auto signal
+        = g_signal_lookup(kind == Crashes ? "web-process-terminated" : "script-dialog", WEBKIT_TYPE_WEB_VIEW);
+    const auto hook = g_signal_add_emission_hook(
+        signal, 0,
+        [](GSignalInvocationHint*, guint, const GValue*, gpointer count) -> gboolean {
+            ++*static_cast<int*>(count);
+            return TRUE;
+        },
+        &m_count, nullptr);
+    m_connection = { nullptr, [signal, hook](void*) { g_signal_remove_emission_hook(signal, hook); } };
 }
-
-EngineEvents::~EngineEvents() { g_signal_remove_emission_hook(m_signal, m_hook); }
 
 bool isInspectorAllowed(const WKWebView& view)
 {

@@ -1,11 +1,14 @@
 #include "tests/support/MainLoop.h"
+#include "tests/support/Toolkit.h"
 
-#include <algorithm>
+#include <cstdlib>
 #include <glib.h>
 #include <gtest/gtest.h>
-#include <iostream>
 
 namespace tq::test {
+
+Toolkit::Toolkit(int&, char**) { setenv("GTK_A11Y", "test", 1); }
+Toolkit::~Toolkit() = default;
 
 bool runUntil(const std::function<bool()>& condition, std::string_view what, std::chrono::seconds bound)
 {
@@ -31,31 +34,16 @@ void runPending()
 void runTurn(Waiting waiting) { g_main_context_iteration(nullptr, waiting == Waiting::Yes); }
 
 StallMeter::StallMeter()
+{
     // The priority at which the toolkit draws.
-    : m_source(g_timeout_add_full(
+    const auto source = g_timeout_add_full(
         G_PRIORITY_HIGH_IDLE + 20, 1,
         [](gpointer self) -> gboolean {
             static_cast<StallMeter*>(self)->tick();
             return G_SOURCE_CONTINUE;
         },
-        this, nullptr))
-{
-}
-
-StallMeter::~StallMeter() { g_source_remove(m_source); }
-
-StallMeter::Milliseconds StallMeter::longest(const std::string& what)
-{
-    tick();
-    std::cout << what << ": the main loop's longest stall was " << m_longest.count() << " ms\n";
-    return m_longest;
-}
-
-void StallMeter::tick()
-{
-    const auto now = std::chrono::steady_clock::now();
-    m_longest = std::max(m_longest, Milliseconds(now - m_last));
-    m_last = now;
+        this, nullptr);
+    m_ticks = { nullptr, [source](void*) { g_source_remove(source); } };
 }
 
 } // namespace tq::test

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "WKWebViewImpl.h"
+
+#include <utility>
+
+namespace tq {
+
+/// The engine's page, which tells the view what happens in it.
+class WKWebView::Impl::Page final : public QWebEnginePage {
+public:
+    Page(Impl& impl, QWebEngineProfile& profile)
+        : QWebEnginePage(&profile)
+        , m_impl(impl)
+    {
+    }
+
+private:
+    bool javaScriptPrompt(const QUrl& origin, const QString& message, const QString& text, QString* answer) override
+    {
+        return m_impl.prompted(origin, message, text, answer);
+    }
+    // Also whether the page may be left.
+    bool javaScriptConfirm(const QUrl& origin, const QString& message) override
+    {
+        return m_impl.confirmed(origin, message);
+    }
+    void javaScriptAlert(const QUrl& origin, const QString& message) override
+    {
+        m_impl.ask(origin, "alert", message, {});
+    }
+    // What is to be written comes another way.
+    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString&, int, const QString&) override { }
+    bool acceptNavigationRequest(const QUrl&, NavigationType type, bool isMainFrame) override
+    {
+        // The engine says nothing of the start of a load that interrupts another.
+        if (isMainFrame && type != NavigationTypeRedirect && !std::exchange(m_impl.hasJustStarted, false))
+            m_impl.loadBegins();
+        return true;
+    }
+
+    Impl& m_impl;
+};
+
+} // namespace tq

@@ -1,0 +1,95 @@
+#include "../UIKit/UIProgressView.h"
+
+#include "Colors.h"
+#include "UIViewNative.h"
+
+#include <QPainter>
+#include <QProgressBar>
+#include <algorithm>
+#include <cmath>
+
+namespace tq {
+
+namespace {
+
+constexpr int kSteps = 10'000;
+
+// A bar for assistive technologies, and a line for the eye.
+class Line final : public QProgressBar {
+public:
+    explicit Line(CGRect frame)
+    {
+        setGeometry(QRectF(frame.x, frame.y, frame.width, frame.height).toRect());
+        setMinimumSize(0, 0);
+        setFixedSize(size());
+        setRange(0, kSteps);
+        setValue(0);
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+    }
+
+    QColor color{};
+    CGAffineTransform transform{};
+
+private:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        const QPointF middle = QRectF(rect()).center();
+        painter.translate(middle);
+        painter.scale(transform.scaleX, transform.scaleY);
+        painter.translate(-middle);
+        painter.fillRect(QRectF(0, 0, width() * double(value()) / kSteps, height()), color);
+    }
+};
+
+} // namespace
+
+struct UIProgressView::Style {
+    const QPointer<Line> line;
+};
+
+UIProgressView::UIProgressView(CGRect frame)
+    : UIView(frame, std::make_unique<Native>(new Line(frame)))
+    , m_style(new Style{ static_cast<Line*>(static_cast<QWidget*>(nativeHandle())) })
+{
+    updateStyle();
+}
+
+UIProgressView::~UIProgressView() = default;
+
+std::shared_ptr<UIProgressView> UIProgressView::initWithFrame(CGRect frame)
+{
+    return std::shared_ptr<UIProgressView>(new UIProgressView(frame));
+}
+
+void UIProgressView::setProgress(float progress)
+{
+    if (std::isnan(progress))
+        return;
+    m_progress = std::clamp(progress, 0.0F, 1.0F);
+    if (m_style->line)
+        m_style->line->setValue(int(std::lround(m_progress * kSteps)));
+}
+
+void UIProgressView::setTintColor(UIColor color)
+{
+    UIView::setTintColor(color);
+    updateStyle();
+}
+
+void UIProgressView::setTransform(CGAffineTransform transform)
+{
+    m_transform = transform;
+    updateStyle();
+}
+
+void UIProgressView::updateStyle()
+{
+    if (!m_style->line)
+        return;
+    m_style->line->color = toQt(tintColor());
+    m_style->line->transform = m_transform;
+    m_style->line->update();
+}
+
+} // namespace tq

@@ -1,0 +1,136 @@
+#pragma once
+
+#include "../WebKit/EngineCall.h"
+#include "../WebKit/WKWebView.h"
+#include "PageQuestion.h"
+#include "Profiles.h"
+#include "QtText.h"
+
+#include <QAuthenticator>
+#include <QColor>
+#include <QPointer>
+#include <QVariant>
+#include <QWebEngineCertificateError>
+#include <QWebEngineLoadingInfo>
+#include <QWebEngineNewWindowRequest>
+#include <QWebEnginePage>
+#include <QWebEngineView>
+#include <QWidget>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tq {
+
+class UIView;
+
+/// The engine's view, in a widget that also holds the subviews.
+struct WKWebView::Impl {
+    struct Observer {
+        NSObject* object;
+        std::string keyPath;
+        void* context;
+    };
+
+    /// How far the load is that was asked for or has begun last.
+    enum class LoadStage {
+        /// It has ended, or there was none.
+        None,
+        /// It has been handed to the engine.
+        Asked,
+        /// The engine has begun it.
+        Provisional,
+        /// Its page has begun to come.
+        Committed
+    };
+
+    class Page;
+
+    Impl(WKWebView& view, const WKWebViewConfiguration& configuration);
+    ~Impl();
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl&) = delete;
+
+    // The engine's page and view.
+    void createPage(const ProfileKind& kind);
+    ProfileKind wantedProfile() const;
+    void giveUserContent();
+    void followWheel();
+    void showContextMenu(const QPoint& place);
+
+    // Loads.
+    void load(const std::string& uri);
+    void loadBegins();
+    void pageHasArrived(const QString& address);
+    void loadingChanged(const QWebEngineLoadingInfo& info);
+    void progressChanged(int percent);
+    void endLoad(const NSError& error);
+    void tellFailure(LoadStage failedIn, const NSError& error);
+    void replaceLoad();
+    void tellOfReplacedLoads();
+    void pageIsGone(PageEnd how);
+    void processTerminated();
+    void end();
+    void endPage(std::chrono::milliseconds delay);
+    void evaluated(std::uint64_t id, const QVariant& value);
+    void failEvaluations(const char* reason);
+
+    // Certificates.
+    void certificateFailed(QWebEngineCertificateError error);
+    void askForTrust(QWebEngineCertificateError error, const SecTrust& trust);
+    void authenticate(std::string_view method, const QUrl& url, QAuthenticator& authenticator);
+
+    // What the page asks its user.
+    bool prompted(const QUrl& origin, const QString& message, const QString& text, QString* answer);
+    bool confirmed(const QUrl& origin, const QString& message);
+    bool askWith(const QString& kind, std::string_view message, const OptionalText& text, const WKFrameInfo& frame,
+        const std::shared_ptr<PageQuestion>& question);
+    std::shared_ptr<PageQuestion> ask(
+        const QUrl& origin, const QString& kind, const QString& message, const QString& text);
+    QString answerOrTicket(const std::shared_ptr<PageQuestion>& question, const char* beforeAnswer);
+    enum class TellView : bool { No, Yes };
+    void cancelDialogs(TellView tellView);
+    void openWindow(QWebEngineNewWindowRequest& request);
+    void takeWindow(QWebEngineNewWindowRequest& request);
+    void closeWindow();
+
+    WKWebView& view;
+    const WKWebViewConfiguration configuration;
+    const QPointer<QWidget> container;
+    QPointer<QWebEngineView> engineView;
+    std::unique_ptr<Page> page;
+    ProfileKind profileKind;
+    QString userAgent;
+    QColor background = Qt::white;
+    std::vector<std::shared_ptr<UIView>> subviews;
+    std::vector<Observer> observers;
+    double progress = 0;
+    bool isInspectable = false;
+    WKUserContentController ownContent;
+    // What the script of a new page says it has come by; the page does not know.
+    const QString arrival;
+
+    std::vector<std::weak_ptr<PageQuestion>> questions;
+    std::vector<std::shared_ptr<PageQuestion::Ticket>> tickets;
+    std::map<std::uint64_t, EvaluationCompletion> evaluations;
+    std::uint64_t lastEvaluation = 0;
+
+    OptionalText pageOrigin;
+    LoadStage loadStage = LoadStage::None;
+    // Loads that another one took the place of, and of whose end nobody has been told yet: how far they were.
+    std::vector<LoadStage> replacedLoads;
+    // The engine has said that it has begun, and has not asked whether it may yet.
+    bool hasJustStarted = false;
+    bool isAnswerRefused = false;
+    // Nothing is loaded any more.
+    bool hasEnded = false;
+    // How often the application has asked for a page.
+    std::uint64_t loads = 0;
+    // A page has come.
+    bool hasPage = false;
+    // The application has asked for another page, which has neither come nor failed.
+    bool isLeaving = false;
+};
+
+} // namespace tq

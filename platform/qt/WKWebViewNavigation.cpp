@@ -1,0 +1,159 @@
+// How loads go on and end, and who is told of it.
+
+#include "../Foundation/Dispatch.h"
+#include "EnginePage.h"
+#include "NavigationErrors.h"
+
+#include <csignal>
+#include <utility>
+
+namespace tq {
+
+namespace {
+using Methods = WKNavigationDelegate::Methods;
+}
+
+void WKWebView::Impl::load(const std::string& uri)
+{
+    isLeaving = true;
+    cancelDialogs(TellView::Yes);
+    replaceLoad();
+    loadStage = LoadStage::Asked;
+    const auto profile = wantedProfile();
+    // The engine's page is not changed under the engine's feet.
+    if (page && profile != profileKind && EngineCall::isUnderWay()) {
+        dispatchToMain([weak = view.weak_from_this(), uri, load = loads] {
+            const auto self = weak.lock();
+            if (self && self->m_impl->loads == load)
+                self->m_impl->load(uri);
+        });
+        return;
+    }
+    if (!page || profile != profileKind)
+        createPage(profile);
+    page->load(QUrl::fromEncoded(QByteArray::fromStdString(uri)));
+}
+
+// The application asks for another page. The engine's word of the old load's end would come too late or not at all.
+void WKWebView::Impl::replaceLoad()
+{
+    if (loadStage == LoadStage::None)
+        return;
+    replacedLoads.push_back(std::exchange(loadStage, LoadStage::None));
+    dispatchToMain([weak = view.weak_from_this()] {
+        if (const auto self = weak.lock())
+            self->m_impl->tellOfReplacedLoads();
+    });
+}
+
+void WKWebView::Impl::tellOfReplacedLoads()
+{
+    for (const auto stage : std::exchange(replacedLoads, {}))
+        tellFailure(stage, urlError(NSURLErrorCancelled, "Another page was asked for before this one had arrived."));
+}
+
+void WKWebView::Impl::tellFailure(LoadStage failedIn, const NSError& error)
+{
+    const bool hasPage = failedIn == LoadStage::Committed;
+    const auto delegate = view.m_navigationDelegate.respondingTo(
+        hasPage ? &Methods::didFailNavigation : &Methods::didFailProvisionalNavigation);
+    if (!delegate)
+        return;
+    runGuarded([&] {
+        if (hasPage)
+            delegate->didFailNavigation(view, {}, error);
+        else
+            delegate->didFailProvisionalNavigation(view, {}, error);
+    });
+}
+
+void WKWebView::Impl::loadBegins()
+{
+    const EngineCall call(view);
+    if (call.isTooLate() || hasEnded)
+        return;
+    const auto loadsBefore = loads;
+    // One that the page has begun takes the place of another.
+    if (loadStage == LoadStage::Provisional || loadStage == LoadStage::Committed)
+        replacedLoads.push_back(loadStage);
+    loadStage = LoadStage::Provisional;
+    tellOfReplacedLoads();
+    if (loads != loadsBefore)
+        return;
+    isAnswerRefused = false;
+    if (const auto delegate = view.m_navigationDelegate.respondingTo(&Methods::didStartProvisionalNavigation))
+        runGuarded([&] { delegate->didStartProvisionalNavigation(view, {}); });
+}
+
+void WKWebView::Impl::pageHasArrived(const QString& address)
+{
+    const EngineCall call(view);
+    if (call.isTooLate() || hasEnded)
+        return;
+    const auto url = NSURL::URLWithString(address.toStdString());
+    pageOrigin = url ? url->origin() : std::nullopt;
+    followWheel();
+    pageIsGone(PageEnd::Replaced);
+    hasPage = true;
+    if (loadStage == LoadStage::Provisional) {
+        loadStage = LoadStage::Committed;
+        isLeaving = false;
+    }
+}
+
+void WKWebView::Impl::pageIsGone(PageEnd how)
+{
+    cancelDialogs(TellView::Yes);
+    failEvaluations(how == PageEnd::Replaced ? "Another page has come." : "The page's process has ended.");
+    view.pageHasGone(how);
+}
+
+void WKWebView::Impl::loadingChanged(const QWebEngineLoadingInfo& info)
+{
+    if (info.status() == QWebEngineLoadingInfo::LoadStartedStatus) {
+        hasJustStarted = true;
+        loadBegins();
+        return;
+    }
+    hasJustStarted = false;
+    const EngineCall call(view);
+    if (call.isTooLate() || hasEnded || (loadStage != LoadStage::Provisional && loadStage != LoadStage::Committed))
+        return;
+    const bool hasStatus = info.errorDomain() == QWebEngineLoadingInfo::HttpStatusCodeDomain;
+    if (info.status() != QWebEngineLoadingInfo::LoadSucceededStatus && !hasStatus)
+        return endLoad(navigationError(info));
+    // A page that runs no scripts has not said that it is there.
+    if (loadStage == LoadStage::Provisional)
+        pageHasArrived(info.url().toEncoded());
+    isLeaving = false;
+    loadStage = LoadStage::None;
+    if (const auto delegate = view.m_navigationDelegate.respondingTo(&Methods::didFinishNavigation))
+        runGuarded([&] { delegate->didFinishNavigation(view, {}); });
+}
+
+void WKWebView::Impl::endLoad(const NSError& error)
+{
+    isLeaving = false;
+    tellFailure(std::exchange(loadStage, LoadStage::None), error);
+}
+
+void WKWebView::Impl::processTerminated()
+{
+    const EngineCall call(view);
+    if (call.isTooLate() || hasEnded)
+        return;
+    isLeaving = false;
+    loadStage = LoadStage::None;
+    pageIsGone(PageEnd::ProcessEnded);
+    if (const auto delegate = view.m_navigationDelegate.respondingTo(&Methods::webViewWebContentProcessDidTerminate))
+        runGuarded([&] { delegate->webViewWebContentProcessDidTerminate(view); });
+}
+
+void WKWebView::terminatePage()
+{
+    const auto process = m_impl->page ? m_impl->page->renderProcessPid() : 0;
+    if (process > 0)
+        kill(static_cast<pid_t>(process), SIGKILL);
+}
+
+} // namespace tq

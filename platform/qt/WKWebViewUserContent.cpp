@@ -1,0 +1,127 @@
+// Scripts that run in pages, and their values.
+
+#include "../Foundation/Dispatch.h"
+#include "EnginePage.h"
+#include "PageScripts.h"
+
+#include <QVariantMap>
+#include <QWebEngineScript>
+#include <QWebEngineScriptCollection>
+#include <cassert>
+#include <utility>
+
+namespace tq {
+
+namespace {
+
+QWebEngineScript scriptFor(const QString& source, quint32 world, WKUserScriptFrames frames,
+    WKUserScriptInjectionTime time = WKUserScriptInjectionTime::AtDocumentStart)
+{
+    QWebEngineScript script;
+    script.setSourceCode(source);
+    script.setWorldId(world);
+    script.setRunsOnSubFrames(frames == WKUserScriptFrames::All);
+    script.setInjectionPoint(time == WKUserScriptInjectionTime::AtDocumentStart ? QWebEngineScript::DocumentCreation
+                                                                                : QWebEngineScript::DocumentReady);
+    return script;
+}
+
+// The engine reads where a script is to run from a comment in it.
+QString sourceOf(const WKUserScript& script)
+{
+    if (script.allowList.empty())
+        return toQt(script.source);
+    QString head = "// ==UserScript==\n";
+    for (const auto& pattern : script.allowList)
+        head += "// @match " + toQt(pattern) + "\n";
+    return head + "// ==/UserScript==\n" + toQt(script.source);
+}
+
+// Worlds have numbers here.
+quint32 worldOf(const std::string& name)
+{
+    static std::map<std::string, quint32> s_worlds;
+    if (name.empty())
+        return QWebEngineScript::MainWorld;
+    return s_worlds.emplace(name, QWebEngineScript::UserWorld + quint32(s_worlds.size())).first->second;
+}
+
+} // namespace
+
+void WKWebView::Impl::giveUserContent()
+{
+    if (!page)
+        return;
+    auto arrived
+        = scriptFor(arrivalScript(arrival), QWebEngineScript::ApplicationWorld, WKUserScriptFrames::MainFrameOnly);
+    arrived.setName(kArrivalName);
+    QList<QWebEngineScript> all{
+        arrived,
+        scriptFor(questionScript(), QWebEngineScript::MainWorld, WKUserScriptFrames::All),
+        scriptFor(
+            scrollScript(view.m_scrollView), QWebEngineScript::ApplicationWorld, WKUserScriptFrames::MainFrameOnly),
+    };
+    for (const auto* content : { configuration.userContentController.get(), &ownContent }) {
+        for (const auto& script : content->userScripts())
+            all.append(scriptFor(sourceOf(script), worldOf(script.contentWorld), script.frames, script.injectionTime));
+    }
+    page->scripts().clear();
+    page->scripts().insert(all);
+}
+
+void WKWebView::setOwnUserContent(const WKUserContentController& content)
+{
+    assert(isMainThread());
+    m_impl->ownContent = content;
+    m_impl->giveUserContent();
+}
+
+void WKWebView::evaluateJavaScript(std::string_view script)
+{
+    assert(isMainThread());
+    if (m_impl->page && m_impl->hasPage)
+        m_impl->page->runJavaScript(toQt(script));
+}
+
+void WKWebView::evaluateJavaScript(std::string_view script, EvaluationCompletion completionHandler)
+{
+    assert(isMainThread());
+    const auto id = ++m_impl->lastEvaluation;
+    m_impl->evaluations.emplace(id, std::move(completionHandler));
+    if (!m_impl->page || !m_impl->hasPage || hasEnded())
+        return m_impl->failEvaluations(hasEnded() ? "The view has ended." : "There is no page yet.");
+    const auto ended = [weak = weak_from_this(), id](const QVariant& value) {
+        if (const auto self = weak.lock())
+            self->m_impl->evaluated(id, value);
+    };
+    m_impl->page->runJavaScript(guardedScript(toQt(script)), QWebEngineScript::MainWorld, ended);
+}
+
+void WKWebView::Impl::evaluated(std::uint64_t id, const QVariant& value)
+{
+    const EngineCall call(view);
+    const auto found = evaluations.find(id);
+    if (found == evaluations.end())
+        return;
+    const auto completion = std::move(found->second);
+    evaluations.erase(found);
+    const bool isText = value.userType() == QMetaType::QString;
+    const auto failure = isText ? QString() : value.toMap().value("failure").toString();
+    runGuarded([&] {
+        if (failure.isNull())
+            completion(isText ? OptionalText(value.toString().toStdString()) : std::nullopt, std::nullopt);
+        else
+            completion(std::nullopt, urlError(NSURLErrorUnknown, failure.toStdString()));
+    });
+}
+
+// Their page has gone, and the engine says nothing of them any more.
+void WKWebView::Impl::failEvaluations(const char* reason)
+{
+    for (auto& [id, completion] : std::exchange(evaluations, {}))
+        dispatchToMain([completion = std::move(completion), reason] {
+            completion(std::nullopt, urlError(NSURLErrorCancelled, reason));
+        });
+}
+
+} // namespace tq
