@@ -2,8 +2,6 @@
 
 #include "WKWebViewImpl.h"
 
-#include <utility>
-
 namespace tq {
 
 /// The engine's page, which tells the view what happens in it.
@@ -30,12 +28,18 @@ private:
         m_impl.ask(origin, "alert", message, {});
     }
     // What is to be written comes another way.
-    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString&, int, const QString&) override { }
+    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString& m, int l, const QString& s) override
+    {
+        if (getenv("TQDBG"))
+            fprintf(stderr, "CONSOLE %s %d %s\n", qPrintable(m), l, qPrintable(s.left(60)));
+    }
     bool acceptNavigationRequest(const QUrl&, NavigationType type, bool isMainFrame) override
     {
-        // The engine says nothing of the start of a load that interrupts another.
-        if (isMainFrame && type != NavigationTypeRedirect && !std::exchange(m_impl.hasJustStarted, false))
+        // The engine says nothing of the start of a load that interrupts another; of others it says it after this.
+        if (isMainFrame && type != NavigationTypeRedirect) {
             m_impl.loadBegins();
+            m_impl.hasJustBegun = true;
+        }
         return true;
     }
 

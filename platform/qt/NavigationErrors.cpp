@@ -1,5 +1,7 @@
 #include "NavigationErrors.h"
 
+#include <QStringList>
+
 namespace tq {
 
 namespace {
@@ -51,12 +53,20 @@ NSURLErrorCode codeOf(int code)
     }
 }
 
+// Addresses of other kinds the engine gives to nobody.
+bool isKnown(const QString& scheme)
+{
+    return QStringList{ "http", "https", "file", "data", "about", "blob", "qrc" }.contains(scheme);
+}
+
 } // namespace
 
-NSError navigationError(const QWebEngineLoadingInfo& info)
+NSError navigationError(const QWebEngineLoadingInfo& info, bool isDownload)
 {
-    if (info.status() == QWebEngineLoadingInfo::LoadStoppedStatus)
-        return urlError(NSURLErrorCancelled, "The load was stopped.");
+    if (isDownload)
+        return urlError(NSURLErrorBadServerResponse, "The server's answer cannot be shown.");
+    if (info.status() == QWebEngineLoadingInfo::LoadStoppedStatus && !isKnown(info.url().scheme()))
+        return urlError(NSURLErrorUnsupportedURL, "The address is of no kind that can be loaded.");
     const auto text = info.errorString().toStdString();
     return urlError(codeOf(info.errorCode()), text.empty() ? "The load has failed." : text);
 }

@@ -7,6 +7,7 @@
 namespace tq {
 
 /// What the engine reports of a load that has failed, as an error of the domain "NSURLErrorDomain".
-NSError navigationError(const QWebEngineLoadingInfo& info);
+/// @param isDownload what has come is no page.
+NSError navigationError(const QWebEngineLoadingInfo& info, bool isDownload);
 
 } // namespace tq

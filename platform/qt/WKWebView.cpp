@@ -12,6 +12,8 @@
 #include <QMenu>
 #include <QUuid>
 #include <QVBoxLayout>
+#include <QWebEngineDownloadRequest>
+#include <QWebEngineProfile>
 #include <QWebEngineSettings>
 #include <QWheelEvent>
 #include <algorithm>
@@ -107,6 +109,8 @@ void WKWebView::Impl::createPage(const ProfileKind& kind)
         &QWebEnginePage::featurePermissionRequested, [created](const QUrl& origin, QWebEnginePage::Feature feature) {
             created->setFeaturePermission(origin, feature, Policy::PermissionDeniedByUser);
         });
+    QObject::connect(created->profile(), &QWebEngineProfile::downloadRequested, created,
+        [this, created](const QWebEngineDownloadRequest* download) { isDownload |= download->page() == created; });
     connect(&QWebEnginePage::authenticationRequired, [this](const QUrl& url, QAuthenticator* authenticator) {
         authenticate(NSURLAuthenticationMethodHTTPBasic, url, *authenticator);
     });

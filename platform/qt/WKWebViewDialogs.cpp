@@ -88,6 +88,9 @@ QString WKWebView::Impl::answerOrTicket(const std::shared_ptr<PageQuestion>& que
 
 bool WKWebView::Impl::prompted(const QUrl& origin, const QString& message, const QString& text, QString* answer)
 {
+    if (getenv("TQDBG"))
+        fprintf(stderr, "PROMPT %s | %s | %s\n", qPrintable(origin.toString()), qPrintable(message),
+            qPrintable(text.left(100)));
     if (message == arrival) {
         pageHasArrived(text);
         return false;

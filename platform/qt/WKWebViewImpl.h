@@ -65,6 +65,9 @@ struct WKWebView::Impl {
     void pageHasArrived(const QString& address);
     void loadingChanged(const QWebEngineLoadingInfo& info);
     void progressChanged(int percent);
+    void askAboutAnswer(const WKNavigationResponse& response);
+    void finishLoad();
+    void endStoppedLoad(const QWebEngineLoadingInfo& info);
     void endLoad(const NSError& error);
     void tellFailure(LoadStage failedIn, const NSError& error);
     void replaceLoad();
@@ -120,9 +123,12 @@ struct WKWebView::Impl {
     LoadStage loadStage = LoadStage::None;
     // Loads that another one took the place of, and of whose end nobody has been told yet: how far they were.
     std::vector<LoadStage> replacedLoads;
-    // The engine has said that it has begun, and has not asked whether it may yet.
-    bool hasJustStarted = false;
-    bool isAnswerRefused = false;
+    // The engine has asked whether it may load, and has not said yet that it does.
+    bool hasJustBegun = false;
+    // What comes is no page.
+    bool isDownload = false;
+    // Counts those that the engine has begun.
+    std::uint64_t lastLoad = 0;
     // Nothing is loaded any more.
     bool hasEnded = false;
     // How often the application has asked for a page.

@@ -80,7 +80,8 @@ void WKWebView::Impl::loadBegins()
     tellOfReplacedLoads();
     if (loads != loadsBefore)
         return;
-    isAnswerRefused = false;
+    ++lastLoad;
+    isDownload = false;
     if (const auto delegate = view.m_navigationDelegate.respondingTo(&Methods::didStartProvisionalNavigation))
         runGuarded([&] { delegate->didStartProvisionalNavigation(view, {}); });
 }
@@ -110,25 +111,100 @@ void WKWebView::Impl::pageIsGone(PageEnd how)
 
 void WKWebView::Impl::loadingChanged(const QWebEngineLoadingInfo& info)
 {
+    if (getenv("TQDBG"))
+        fprintf(stderr, "LOADING status=%d url=%s dom=%d code=%d %s\n", int(info.status()),
+            qPrintable(info.url().toString().left(80)), int(info.errorDomain()), info.errorCode(),
+            qPrintable(info.errorString()));
     if (info.status() == QWebEngineLoadingInfo::LoadStartedStatus) {
-        hasJustStarted = true;
-        loadBegins();
+        if (!std::exchange(hasJustBegun, false))
+            loadBegins();
         return;
     }
-    hasJustStarted = false;
+    hasJustBegun = false;
     const EngineCall call(view);
+    // Of an older load nobody hears here.
     if (call.isTooLate() || hasEnded || (loadStage != LoadStage::Provisional && loadStage != LoadStage::Committed))
         return;
     const bool hasStatus = info.errorDomain() == QWebEngineLoadingInfo::HttpStatusCodeDomain;
     if (info.status() != QWebEngineLoadingInfo::LoadSucceededStatus && !hasStatus)
-        return endLoad(navigationError(info));
+        return endStoppedLoad(info);
     // A page that runs no scripts has not said that it is there.
     if (loadStage == LoadStage::Provisional)
         pageHasArrived(info.url().toEncoded());
+    const bool isHttp = info.url().scheme().startsWith("http");
+    askAboutAnswer(
+        { { info.url().toEncoded().toStdString(), isHttp && hasStatus ? info.errorCode() : 0 }, true, true });
+}
+
+namespace {
+
+// An answer that waits for the application's decision. The first one counts; dropped without any, it is allowed.
+class AnswerDecision {
+public:
+    using Answered = std::function<void(WKNavigationResponsePolicy)>;
+
+    explicit AnswerDecision(Answered answered)
+        : m_answered(std::move(answered))
+    {
+    }
+    ~AnswerDecision() { answer(WKNavigationResponsePolicy::Allow); }
+    AnswerDecision(const AnswerDecision&) = delete;
+    AnswerDecision& operator=(const AnswerDecision&) = delete;
+
+    void answer(WKNavigationResponsePolicy policy)
+    {
+        // Never within the delegate's own call, and on the main thread wherever the last copy is dropped.
+        if (auto answered = std::exchange(m_answered, nullptr))
+            dispatchToMain([answered = std::move(answered), policy] { answered(policy); });
+    }
+
+private:
+    Answered m_answered;
+};
+
+} // namespace
+
+// The engine tells what a server has answered when the page is there.
+void WKWebView::Impl::askAboutAnswer(const WKNavigationResponse& response)
+{
+    const auto delegate = view.m_navigationDelegate.respondingTo(&Methods::decidePolicyForNavigationResponse);
+    if (!delegate)
+        return finishLoad();
+    const auto decision = std::make_shared<AnswerDecision>(
+        [weak = view.weak_from_this(), load = lastLoad](WKNavigationResponsePolicy policy) {
+            const auto self = weak.lock();
+            if (!self || self->m_impl->lastLoad != load || self->m_impl->hasEnded)
+                return;
+            const EngineCall call(*self);
+            if (policy == WKNavigationResponsePolicy::Allow)
+                self->m_impl->finishLoad();
+            else
+                self->m_impl->endLoad(urlError(NSURLErrorCancelled, "The server's answer was refused."));
+        });
+    runGuarded([&] {
+        delegate->decidePolicyForNavigationResponse(
+            view, response, [decision](WKNavigationResponsePolicy policy) { decision->answer(policy); });
+    });
+}
+
+void WKWebView::Impl::finishLoad()
+{
     isLeaving = false;
     loadStage = LoadStage::None;
     if (const auto delegate = view.m_navigationDelegate.respondingTo(&Methods::didFinishNavigation))
         runGuarded([&] { delegate->didFinishNavigation(view, {}); });
+}
+
+// That what has come is a download the engine says afterwards.
+void WKWebView::Impl::endStoppedLoad(const QWebEngineLoadingInfo& info)
+{
+    if (info.status() != QWebEngineLoadingInfo::LoadStoppedStatus)
+        return endLoad(navigationError(info, false));
+    dispatchToMain([weak = view.weak_from_this(), load = lastLoad, info] {
+        const auto self = weak.lock();
+        if (self && self->m_impl->lastLoad == load && self->m_impl->loadStage != LoadStage::None)
+            self->m_impl->endLoad(navigationError(info, self->m_impl->isDownload));
+    });
 }
 
 void WKWebView::Impl::endLoad(const NSError& error)

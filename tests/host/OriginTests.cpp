@@ -1,4 +1,5 @@
 #include "tests/support/Content.h"
+#include "tests/support/Engine.h"
 #include "tests/support/HttpsServer.h"
 #include "tests/support/PageTest.h"
 
@@ -131,7 +132,8 @@ TEST_F(OriginTest, APageThatIsStillToComeLendsItsOriginToNobody)
     EXPECT_EQ(answerAt(other()), kRefused);
     isHeld = true;
     view->loadUrl(good() + "/held");
-    runUntil([&] { return view->URL() == good() + "/held"; }, "the engine names the page to come");
+    runUntil([&] { return !server.requests("/held").empty(); }, "the page to come is asked for");
+    EXPECT_EQ(view->URL() == good() + "/held", kEngine.namesPagesToCome);
     // (What this page fetches now may be given up with it.)
     clearLog();
     view->evaluateJavaScript("callHome()");

@@ -49,6 +49,12 @@ struct EngineTraits {
     bool cutsTextsAtZero;
     /// Where nobody opens a window, the page gets null, and not a window that closes soon.
     bool refusesWindowsByNull;
+    /// It tells what a server answers before it shows anything of it, and for frames, too; not when the page is there.
+    bool tellsAnswersFirst;
+    /// It shows a page of its own about a load that has failed.
+    bool explainsFailures;
+    /// While another page is to come, that one's address is the view's.
+    bool namesPagesToCome;
     /// It says which frame of a page calls.
     bool tellsFrames;
 };

@@ -5,7 +5,12 @@
 
 namespace tq::test {
 
-const EngineTraits kEngine{ .cutsTextsAtZero = true, .refusesWindowsByNull = true, .tellsFrames = false };
+const EngineTraits kEngine{ .cutsTextsAtZero = true,
+    .refusesWindowsByNull = true,
+    .tellsAnswersFirst = true,
+    .explainsFailures = true,
+    .namesPagesToCome = true,
+    .tellsFrames = false };
 
 void crashPage(const WKWebView& view) { webkit_web_view_terminate_web_process(engineOf(view)); }
 

@@ -13,7 +13,12 @@
 
 namespace tq::test {
 
-const EngineTraits kEngine{ .cutsTextsAtZero = false, .refusesWindowsByNull = false, .tellsFrames = true };
+const EngineTraits kEngine{ .cutsTextsAtZero = false,
+    .refusesWindowsByNull = false,
+    .tellsAnswersFirst = false,
+    .explainsFailures = false,
+    .namesPagesToCome = false,
+    .tellsFrames = true };
 
 void crashPage(const WKWebView& view) { kill(static_cast<pid_t>(engineOf(view)->page()->renderProcessPid()), SIGKILL); }
 
