@@ -68,6 +68,7 @@ set(TQWB_QT_SOURCES
     platform/qt/AlertContent.cpp
     platform/qt/AlertWindow.cpp
     platform/qt/Dispatch.cpp
+    platform/qt/MessageChannel.cpp
     platform/qt/NSLog.cpp
     platform/qt/NavigationErrors.cpp
     platform/qt/PageQuestion.cpp
@@ -132,6 +133,7 @@ endif()
 if(TQWB_HAS_QT)
     tqwb_add_objects(tqwb_qt_objects ${TQWB_QT_SOURCES})
     target_compile_definitions(tqwb_qt_objects PRIVATE QT_NO_KEYWORDS)
+    set_target_properties(tqwb_qt_objects PROPERTIES AUTOMOC ON)
     target_link_libraries(tqwb_qt_objects PRIVATE Qt6::WebEngineWidgets Qt6::Widgets Qt6::Network)
     tqwb_precompile_headers(tqwb_qt_objects <QtWebEngineWidgets/QtWebEngineWidgets> <boost/json.hpp> <functional> <memory>
         <string>)

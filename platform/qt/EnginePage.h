@@ -28,11 +28,7 @@ private:
         m_impl.ask(origin, "alert", message, {});
     }
     // What is to be written comes another way.
-    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString& m, int l, const QString& s) override
-    {
-        if (getenv("TQDBG"))
-            fprintf(stderr, "CONSOLE %s %d %s\n", qPrintable(m), l, qPrintable(s.left(60)));
-    }
+    void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString&, int, const QString&) override { }
     bool acceptNavigationRequest(const QUrl&, NavigationType type, bool isMainFrame) override
     {
         // The engine says nothing of the start of a load that interrupts another; of others it says it after this.

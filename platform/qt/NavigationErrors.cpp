@@ -61,10 +61,8 @@ bool isKnown(const QString& scheme)
 
 } // namespace
 
-NSError navigationError(const QWebEngineLoadingInfo& info, bool isDownload)
+NSError navigationError(const QWebEngineLoadingInfo& info)
 {
-    if (isDownload)
-        return urlError(NSURLErrorBadServerResponse, "The server's answer cannot be shown.");
     if (info.status() == QWebEngineLoadingInfo::LoadStoppedStatus && !isKnown(info.url().scheme()))
         return urlError(NSURLErrorUnsupportedURL, "The address is of no kind that can be loaded.");
     const auto text = info.errorString().toStdString();

@@ -7,7 +7,6 @@
 namespace tq {
 
 /// What the engine reports of a load that has failed, as an error of the domain "NSURLErrorDomain".
-/// @param isDownload what has come is no page.
-NSError navigationError(const QWebEngineLoadingInfo& info, bool isDownload);
+NSError navigationError(const QWebEngineLoadingInfo& info);
 
 } // namespace tq

@@ -56,7 +56,6 @@ constexpr const char* kQuestionScript = R"js((() => {
     };
 })();)js";
 
-// A page may scroll its body in the viewport's name, which the root decides.
 constexpr const char* kScrollScript = R"js((() => {
     "use strict";
     const sheet = window._tqscroll ??= new CSSStyleSheet();
@@ -77,14 +76,22 @@ QString questionScript()
 
 QString arrivalScript(const QString& prompt) { return QString("window.prompt('%1', location.href);").arg(prompt); }
 
+QString postingScript(const QString& prefix, const QString& name)
+{
+    return QString("window.webkit = { messageHandlers: { ...window.webkit && window.webkit.messageHandlers, %2: {"
+                   "postMessage: value => void prompt('%1%2', JSON.stringify(value)) } } };")
+        .arg(prefix, name);
+}
+
 QString scrollScript(const UIScrollView& scrollView)
 {
+    // A body that is cut off by the root lies where it always did.
     QString rules;
     if (!scrollView.scrollEnabled || !scrollView.panGestureRecognizerEnabled)
-        rules += "overflow: hidden !important;";
+        rules += ":root { overflow: hidden !important } :root > body { overflow: visible !important }";
     if (!scrollView.pinchGestureRecognizerEnabled)
-        rules += "touch-action: pan-x pan-y !important;";
-    return QString(kScrollScript).arg(":root {" + rules + "}");
+        rules += ":root { touch-action: pan-x pan-y !important }";
+    return QString(kScrollScript).arg(rules);
 }
 
 QString guardedScript(const QString& script)

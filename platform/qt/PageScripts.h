@@ -24,6 +24,9 @@ QString questionScript();
 inline constexpr const char* kArrivalName = "arrival";
 QString arrivalScript(const QString& prompt);
 
+/// For a world of its own: gives it a handler of that name, whose messages are prompts of prefix and name.
+QString postingScript(const QString& prefix, const QString& name);
+
 /// For the main frame: has the page move as the view says.
 QString scrollScript(const UIScrollView& scrollView);
 

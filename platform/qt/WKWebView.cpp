@@ -96,6 +96,7 @@ void WKWebView::Impl::createPage(const ProfileKind& kind)
     if (engineView)
         engineView->setPage(created);
     page = std::move(next);
+    created->setWebChannel(messages.channel());
     giveUserContent();
     const auto connect = [&](auto signal, auto handler) { QObject::connect(created, signal, created, handler); };
     connect(&QWebEnginePage::loadingChanged, [this](const QWebEngineLoadingInfo& info) { loadingChanged(info); });
@@ -110,7 +111,10 @@ void WKWebView::Impl::createPage(const ProfileKind& kind)
             created->setFeaturePermission(origin, feature, Policy::PermissionDeniedByUser);
         });
     QObject::connect(created->profile(), &QWebEngineProfile::downloadRequested, created,
-        [this, created](const QWebEngineDownloadRequest* download) { isDownload |= download->page() == created; });
+        [this, created](const QWebEngineDownloadRequest* download) {
+            if (download->page() == created)
+                downloads();
+        });
     connect(&QWebEnginePage::authenticationRequired, [this](const QUrl& url, QAuthenticator* authenticator) {
         authenticate(NSURLAuthenticationMethodHTTPBasic, url, *authenticator);
     });

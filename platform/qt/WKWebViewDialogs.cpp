@@ -1,6 +1,7 @@
 // What pages ask their users.
 
 #include "../Foundation/Dispatch.h"
+#include "../Foundation/NSJSONSerialization.h"
 #include "../Foundation/NSLog.h"
 #include "EnginePage.h"
 #include "PageScripts.h"
@@ -88,11 +89,13 @@ QString WKWebView::Impl::answerOrTicket(const std::shared_ptr<PageQuestion>& que
 
 bool WKWebView::Impl::prompted(const QUrl& origin, const QString& message, const QString& text, QString* answer)
 {
-    if (getenv("TQDBG"))
-        fprintf(stderr, "PROMPT %s | %s | %s\n", qPrintable(origin.toString()), qPrintable(message),
-            qPrintable(text.left(100)));
     if (message == arrival) {
         pageHasArrived(text);
+        return false;
+    }
+    if (message.startsWith(messagePrefix())) {
+        received(message.mid(messagePrefix().size()).toStdString(),
+            NSJSONSerialization::JSONObjectWithData(text.toStdString()), nullptr);
         return false;
     }
     if (message == kQuestion) {

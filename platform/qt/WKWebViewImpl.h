@@ -2,6 +2,7 @@
 
 #include "../WebKit/EngineCall.h"
 #include "../WebKit/WKWebView.h"
+#include "MessageChannel.h"
 #include "PageQuestion.h"
 #include "Profiles.h"
 #include "QtText.h"
@@ -14,6 +15,7 @@
 #include <QWebEngineLoadingInfo>
 #include <QWebEngineNewWindowRequest>
 #include <QWebEnginePage>
+#include <QWebEngineScript>
 #include <QWebEngineView>
 #include <QWidget>
 #include <map>
@@ -56,6 +58,10 @@ struct WKWebView::Impl {
     void createPage(const ProfileKind& kind);
     ProfileKind wantedProfile() const;
     void giveUserContent();
+    std::map<std::string, WKUserContentController::MessageHandler> messageHandlers() const;
+    void addMessageScripts(QList<QWebEngineScript>& scripts) const;
+    QString messagePrefix() const { return arrival + "-message-"; }
+    void received(const std::string& handler, OptionalValue&& body, const std::shared_ptr<WKScriptMessageReply>& reply);
     void followWheel();
     void showContextMenu(const QPoint& place);
 
@@ -67,6 +73,7 @@ struct WKWebView::Impl {
     void progressChanged(int percent);
     void askAboutAnswer(const WKNavigationResponse& response);
     void finishLoad();
+    void downloads();
     void endStoppedLoad(const QWebEngineLoadingInfo& info);
     void endLoad(const NSError& error);
     void tellFailure(LoadStage failedIn, const NSError& error);
@@ -102,6 +109,9 @@ struct WKWebView::Impl {
     const WKWebViewConfiguration configuration;
     const QPointer<QWidget> container;
     QPointer<QWebEngineView> engineView;
+    MessageChannel messages{ [this](const QString& handler, OptionalValue&& body, const auto& reply) {
+        received(handler.toStdString(), std::move(body), reply);
+    } };
     std::unique_ptr<Page> page;
     ProfileKind profileKind;
     QString userAgent;
@@ -125,8 +135,6 @@ struct WKWebView::Impl {
     std::vector<LoadStage> replacedLoads;
     // The engine has asked whether it may load, and has not said yet that it does.
     bool hasJustBegun = false;
-    // What comes is no page.
-    bool isDownload = false;
     // Counts those that the engine has begun.
     std::uint64_t lastLoad = 0;
     // Nothing is loaded any more.

@@ -81,7 +81,6 @@ void WKWebView::Impl::loadBegins()
     if (loads != loadsBefore)
         return;
     ++lastLoad;
-    isDownload = false;
     if (const auto delegate = view.m_navigationDelegate.respondingTo(&Methods::didStartProvisionalNavigation))
         runGuarded([&] { delegate->didStartProvisionalNavigation(view, {}); });
 }
@@ -111,10 +110,6 @@ void WKWebView::Impl::pageIsGone(PageEnd how)
 
 void WKWebView::Impl::loadingChanged(const QWebEngineLoadingInfo& info)
 {
-    if (getenv("TQDBG"))
-        fprintf(stderr, "LOADING status=%d url=%s dom=%d code=%d %s\n", int(info.status()),
-            qPrintable(info.url().toString().left(80)), int(info.errorDomain()), info.errorCode(),
-            qPrintable(info.errorString()));
     if (info.status() == QWebEngineLoadingInfo::LoadStartedStatus) {
         if (!std::exchange(hasJustBegun, false))
             loadBegins();
@@ -195,16 +190,26 @@ void WKWebView::Impl::finishLoad()
         runGuarded([&] { delegate->didFinishNavigation(view, {}); });
 }
 
-// That what has come is a download the engine says afterwards.
+// That what has come is a download the engine says soon afterwards.
 void WKWebView::Impl::endStoppedLoad(const QWebEngineLoadingInfo& info)
 {
-    if (info.status() != QWebEngineLoadingInfo::LoadStoppedStatus)
-        return endLoad(navigationError(info, false));
-    dispatchToMain([weak = view.weak_from_this(), load = lastLoad, info] {
+    constexpr std::chrono::milliseconds kSoon(250);
+    const auto error = navigationError(info);
+    if (info.status() != QWebEngineLoadingInfo::LoadStoppedStatus || error.code != NSURLErrorCancelled)
+        return endLoad(error);
+    dispatchToMainAfter(kSoon, [weak = view.weak_from_this(), load = lastLoad, error] {
         const auto self = weak.lock();
-        if (self && self->m_impl->lastLoad == load && self->m_impl->loadStage != LoadStage::None)
-            self->m_impl->endLoad(navigationError(info, self->m_impl->isDownload));
+        if (self && self->m_impl->lastLoad == load && self->m_impl->loadStage == LoadStage::Provisional)
+            self->m_impl->endLoad(error);
     });
+}
+
+// There is nothing to show, and nobody is asked where to keep it.
+void WKWebView::Impl::downloads()
+{
+    const EngineCall call(view);
+    if (!call.isTooLate() && loadStage == LoadStage::Provisional)
+        endLoad(urlError(NSURLErrorBadServerResponse, "The server's answer cannot be shown."));
 }
 
 void WKWebView::Impl::endLoad(const NSError& error)

@@ -61,12 +61,56 @@ void WKWebView::Impl::giveUserContent()
         scriptFor(
             scrollScript(view.m_scrollView), QWebEngineScript::ApplicationWorld, WKUserScriptFrames::MainFrameOnly),
     };
+    addMessageScripts(all);
     for (const auto* content : { configuration.userContentController.get(), &ownContent }) {
         for (const auto& script : content->userScripts())
             all.append(scriptFor(sourceOf(script), worldOf(script.contentWorld), script.frames, script.injectionTime));
     }
     page->scripts().clear();
     page->scripts().insert(all);
+}
+
+std::map<std::string, WKUserContentController::MessageHandler> WKWebView::Impl::messageHandlers() const
+{
+    auto handlers = ownContent.scriptMessageHandlers();
+    const auto& configured = configuration.userContentController->scriptMessageHandlers();
+    handlers.insert(configured.begin(), configured.end());
+    return handlers;
+}
+
+// The page's own world has the channel; others send by prompts, which nobody sees.
+void WKWebView::Impl::addMessageScripts(QList<QWebEngineScript>& scripts) const
+{
+    QStringList plain;
+    QStringList answering;
+    for (const auto& [name, handler] : messageHandlers()) {
+        if (handler.contentWorld.empty())
+            (handler.answering ? answering : plain).append(toQt(name));
+        else
+            scripts.append(scriptFor(
+                postingScript(messagePrefix(), toQt(name)), worldOf(handler.contentWorld), WKUserScriptFrames::All));
+    }
+    if (!plain.isEmpty() || !answering.isEmpty())
+        scripts.append(scriptFor(
+            MessageChannel::script(plain, answering), QWebEngineScript::MainWorld, WKUserScriptFrames::MainFrameOnly));
+}
+
+void WKWebView::Impl::received(
+    const std::string& name, OptionalValue&& body, const std::shared_ptr<WKScriptMessageReply>& reply)
+{
+    const EngineCall call(view);
+    const auto handlers = messageHandlers();
+    const auto found = handlers.find(name);
+    if (call.isTooLate() || hasEnded || found == handlers.end())
+        return;
+    // The handler may be taken away while it runs.
+    WKScriptMessage message{ name, std::move(body) };
+    runGuarded([&, handler = found->second] {
+        if (handler.answering && reply)
+            handler.answering->didReceiveScriptMessage(std::move(message), reply);
+        else if (handler.handler)
+            handler.handler->didReceiveScriptMessage(message);
+    });
 }
 
 void WKWebView::setOwnUserContent(const WKUserContentController& content)

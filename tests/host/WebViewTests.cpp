@@ -280,7 +280,8 @@ TEST(Pictures, OfEveryUsualFormatAreReadAndNoneThatClaimsTooMuch)
         for (const auto& [place, text] : row.changes)
             bytes.replace(place, text.size(), text);
         const auto picture = UIImage::imageWithData(bytes);
-        EXPECT_EQ(picture != nullptr, row.arrives) << row.name;
+        const bool isRead = row.arrives && (readsTiff() || !std::string_view(row.name).starts_with("TIFF"));
+        EXPECT_EQ(picture != nullptr, isRead) << row.name;
         EXPECT_TRUE(!picture || (picture->width() == 3 && picture->height() == 2)) << row.name;
     }
 }

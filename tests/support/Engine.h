@@ -60,6 +60,9 @@ struct EngineTraits {
 };
 extern const EngineTraits kEngine;
 
+/// Whether the toolkit decodes pictures of this kind, too.
+bool readsTiff();
+
 /// Whether the engine's inspector can be opened for a view.
 bool isInspectorAllowed(const WKWebView&);
 

@@ -12,6 +12,8 @@ const EngineTraits kEngine{ .cutsTextsAtZero = true,
     .namesPagesToCome = true,
     .tellsFrames = false };
 
+bool readsTiff() { return true; }
+
 void crashPage(const WKWebView& view) { webkit_web_view_terminate_web_process(engineOf(view)); }
 
 struct EngineWatch::Impl {

@@ -5,6 +5,7 @@
 #include "tests/support/MainLoop.h"
 
 #include <QApplication>
+#include <QImageReader>
 #include <QMenu>
 #include <QPointer>
 #include <QWebEnginePage>
@@ -19,6 +20,9 @@ const EngineTraits kEngine{ .cutsTextsAtZero = false,
     .explainsFailures = false,
     .namesPagesToCome = false,
     .tellsFrames = true };
+
+// It takes a plugin that comes apart.
+bool readsTiff() { return QImageReader::supportedImageFormats().contains("tiff"); }
 
 void crashPage(const WKWebView& view) { kill(static_cast<pid_t>(engineOf(view)->page()->renderProcessPid()), SIGKILL); }
 
