@@ -29,7 +29,7 @@ constexpr auto kEngineNames = std::to_array<std::string_view>({ "AggregateError"
     "focus", "frameElement", "frames", "getComputedStyle", "getScreenDetails", "getSelection", "globalThis",
     "hasOwnProperty", "history", "indexedDB", "isFinite", "isNaN", "isPrototypeOf", "launchQueue", "localStorage",
     "locationbar", "matchMedia", "menubar", "moveBy", "moveTo", "navigation", "openDatabase", "opener", "parent",
-    "parseFloat", "parseInt", "performance", "personalbar", "print", "prompt", "propertyIsEnumerable",
+    "parseFloat", "parseInt", "performance", "personalbar", "print", "prompt", "propertyIsEnumerable", "qt",
     "queryLocalFonts", "queueMicrotask", "releaseEvents", "removeEventListener", "reportError", "requestAnimationFrame",
     "requestIdleCallback", "resizeBy", "resizeTo", "scheduler", "screen", "scroll", "scrollBy", "scrollTo",
     "scrollbars", "self", "sessionStorage", "sharedStorage", "showDirectoryPicker", "showModalDialog",

@@ -77,9 +77,15 @@ constexpr const char* kScript = R"js((() => {
     const length = 5000, members = 1000;
     let isBusy = false;
 
+    // The calls that have led to an error, the last one first. (One engine begins with the error itself.)
+    function framesOf(error) {
+        const lines = String(error.stack).split("\n").map(line => line.trim());
+        return lines[0] === String(error).split("\n")[0].trim() ? lines.slice(1) : lines;
+    }
+
     function textOf(value) {
         if (value instanceof Error)
-            return `${value} < ${String(value.stack).split("\n").join(" < ")}`;
+            return [String(value), ...framesOf(value)].join(" < ");
         if (typeof value !== "object" || value === null)
             return String(value);
         let left = members;
@@ -104,8 +110,8 @@ constexpr const char* kScript = R"js((() => {
 
     // The script that has called a function of the console. (A page may be its own address, a long one.)
     function caller() {
-        const frame = String(new Error().stack).split("\n")[3] ?? "";
-        return frame.slice(frame.indexOf("@") + 1);
+        const frame = framesOf(new Error())[3] ?? "";
+        return frame.startsWith("at ") ? /[^ (]*?(?=\)?$)/.exec(frame)[0] : frame.slice(frame.indexOf("@") + 1);
     }
     function shortened(source) {
         return source.length > 300 ? `${source.slice(0, 140)}...${source.slice(-140)}` : source;

@@ -1,5 +1,5 @@
-# What an installation holds, in four components: runtime (the library), development (what building against it needs, and
-# the script for authors of pages), client and conference.
+# What an installation holds, in components: runtime (the library), development (what building against it needs, and the
+# script for authors of pages), the same with "-qt" for what only the Qt port's library needs, client and conference.
 include(GNUInstallDirs)
 
 # Below include/TQWhiteBoardLib, there as here.
@@ -89,9 +89,21 @@ function(tqwb_install_manual component manual)
 endfunction()
 
 # runtime and development: the library
-install(TARGETS TQWhiteBoardLib EXPORT TQWhiteBoardLibTargets
-    LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime NAMELINK_COMPONENT development
-    INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+# @param suffix of what comes with that port: targets, components.
+function(tqwb_install_library name targets suffix)
+    install(TARGETS ${name} EXPORT ${targets}
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime${suffix}
+        NAMELINK_COMPONENT development${suffix}
+        INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+    install(EXPORT ${targets} NAMESPACE TQWhiteBoardLib:: COMPONENT development${suffix}
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/TQWhiteBoardLib")
+endfunction()
+if(TQWB_HAS_GTK)
+    tqwb_install_library(TQWhiteBoardLib TQWhiteBoardLibTargets "")
+endif()
+if(TQWB_HAS_QT)
+    tqwb_install_library(TQWhiteBoardLibQt TQWhiteBoardLibQtTargets -qt)
+endif()
 tqwb_install_headers(include/TQWhiteBoardLib ${public_headers})
 tqwb_install_headers(. ${platform_headers})
 tqwb_install_terms(runtime libtqwhiteboardlib1)
@@ -103,8 +115,6 @@ set(package_directory "${CMAKE_INSTALL_LIBDIR}/cmake/TQWhiteBoardLib")
 configure_file(cmake/TQWhiteBoardLibConfig.cmake.in "${PROJECT_BINARY_DIR}/generated/TQWhiteBoardLibConfig.cmake" @ONLY)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/generated/TQWhiteBoardLibConfigVersion.cmake"
     COMPATIBILITY SameMajorVersion)
-install(EXPORT TQWhiteBoardLibTargets NAMESPACE TQWhiteBoardLib:: DESTINATION "${package_directory}"
-    COMPONENT development)
 install(FILES
     "${PROJECT_BINARY_DIR}/generated/TQWhiteBoardLibConfig.cmake"
     "${PROJECT_BINARY_DIR}/generated/TQWhiteBoardLibConfigVersion.cmake"
@@ -113,9 +123,17 @@ install(FILES
 # From the file's own place, so that the whole installation may be moved.
 file(RELATIVE_PATH prefix_from_pkgconfig "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
 string(REGEX REPLACE "/$" "" prefix_from_pkgconfig "${prefix_from_pkgconfig}")
-configure_file(cmake/tqwhiteboardlib.pc.in "${PROJECT_BINARY_DIR}/generated/tqwhiteboardlib.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/generated/tqwhiteboardlib.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
-    COMPONENT development)
+function(tqwb_install_pkgconfig file library suffix)
+    configure_file(cmake/tqwhiteboardlib.pc.in "${PROJECT_BINARY_DIR}/generated/${file}" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/generated/${file}" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+        COMPONENT development${suffix})
+endfunction()
+if(TQWB_HAS_GTK)
+    tqwb_install_pkgconfig(tqwhiteboardlib.pc TQWhiteBoardLib "")
+endif()
+if(TQWB_HAS_QT)
+    tqwb_install_pkgconfig(tqwhiteboardlib-qt.pc TQWhiteBoardLibQt -qt)
+endif()
 
 # development: the other end of the bridge, for authors of pages; documents and examples. They lie as in the tree, so that
 # their links lead where they should.
@@ -146,7 +164,7 @@ foreach(document CHANGELOG.md README.md SECURITY.md docs/architecture.md docs/cl
     tqwb_install_document(${document})
 endforeach()
 
-if(TQWB_BUILD_APPS)
+if(TQWB_HAS_APPS)
     # The client looks for the library from its own place, too.
     file(RELATIVE_PATH libraries_from_programs "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
     set_target_properties(tqwhiteboard PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries_from_programs}")

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "../WebKit/EngineCall.h"
 #include "../WebKit/WKWebView.h"
 #include "GLibPointers.h"
 #include "ServerCertificates.h"
@@ -33,34 +34,20 @@ struct WKWebView::Impl {
         void* context;
     };
 
-    /// While one exists, the engine is in the middle of a call to us: no view is destroyed. Declare it before anything
-    /// else that may hold the view.
-    class EngineCall {
+    /// A call of the engine's that brings this as its data.
+    class EngineCall : public tq::EngineCall {
     public:
         explicit EngineCall(gpointer impl)
-            : m_impl(*static_cast<Impl*>(impl))
-            , m_view(m_impl.view.weak_from_this().lock())
+            : tq::EngineCall(static_cast<Impl*>(impl)->view)
+            , m_impl(*static_cast<Impl*>(impl))
         {
-            ++s_depth;
         }
-        ~EngineCall()
-        {
-            // If this was the last reference, the view's destruction is queued.
-            m_view.reset();
-            --s_depth;
-        }
-        EngineCall(const EngineCall&) = delete;
-        EngineCall& operator=(const EngineCall&) = delete;
-
         /// The view has ended, or its last reference is gone and its destruction is on its way.
-        bool isTooLate() const { return !m_view || m_impl.hasEnded; }
+        bool isTooLate() const { return tq::EngineCall::isTooLate() || m_impl.hasEnded; }
         Impl& impl() const { return m_impl; }
-        static bool isUnderWay() { return s_depth > 0; }
 
     private:
         Impl& m_impl;
-        std::shared_ptr<WKWebView> m_view;
-        static inline int s_depth = 0;
     };
 
     /// A certificate that was accepted for a host.

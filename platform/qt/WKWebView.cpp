@@ -56,7 +56,6 @@ WKWebView::Impl::Impl(WKWebView& view, const WKWebViewConfiguration& configurati
     , engineView(container->findChild<QWebEngineView*>())
     , arrival("_tqarrival=" + QUuid::createUuid().toString(QUuid::WithoutBraces))
 {
-    engineView->setContextMenuPolicy(Qt::CustomContextMenu);
     QObject::connect(engineView, &QWidget::customContextMenuRequested, engineView,
         [this](const QPoint& place) { showContextMenu(place); });
     // The page that asks for a window gives it what it shares with its own.
@@ -194,20 +193,19 @@ void WKWebView::Impl::followWheel()
     widget->installEventFilter(filter);
 }
 
-// The engine's own menu, and its inspector where that is allowed.
+// The engine's own menu, with its inspector.
 void WKWebView::Impl::showContextMenu(const QPoint& place)
 {
     auto* menu = engineView->createStandardContextMenu();
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    if (isInspectable)
-        menu->addAction("Inspect Element", engineView, [this] {
-            auto* inspector = new QWebEngineView;
-            inspector->setAttribute(Qt::WA_DeleteOnClose);
-            inspector->page()->setInspectedPage(page.get());
-            inspector->resize(900, 600);
-            inspector->show();
-            page->triggerAction(QWebEnginePage::InspectElement);
-        });
+    menu->addAction("Inspect Element", engineView, [this] {
+        auto* inspector = new QWebEngineView;
+        inspector->setAttribute(Qt::WA_DeleteOnClose);
+        inspector->page()->setInspectedPage(page.get());
+        inspector->resize(900, 600);
+        inspector->show();
+        page->triggerAction(QWebEnginePage::InspectElement);
+    });
     menu->popup(engineView->mapToGlobal(place));
 }
 
@@ -292,7 +290,11 @@ void WKWebView::setCustomUserAgent(const std::string& userAgent)
         m_impl->createPage(m_impl->wantedProfile());
 }
 
-void WKWebView::setInspectable(bool inspectable) { m_impl->isInspectable = inspectable; }
+void WKWebView::setInspectable(bool inspectable)
+{
+    if (m_impl->engineView)
+        m_impl->engineView->setContextMenuPolicy(inspectable ? Qt::CustomContextMenu : Qt::DefaultContextMenu);
+}
 
 void WKWebView::setBackgroundColor(UIColor color)
 {

@@ -119,7 +119,6 @@ struct WKWebView::Impl {
     std::vector<std::shared_ptr<UIView>> subviews;
     std::vector<Observer> observers;
     double progress = 0;
-    bool isInspectable = false;
     WKUserContentController ownContent;
     // What the script of a new page says it has come by; the page does not know.
     const QString arrival;

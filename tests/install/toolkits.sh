@@ -7,8 +7,8 @@ set -euo pipefail
 
 cd "$1"
 folders=(apps bench bridge examples fuzz host include navigation platform session tests)
-headers='adwaita|gdk|gio|glib|gobject|graphene|gsk|gtk|jsc|pango|webkit'
-may='^(platform|include/TQWhiteBoardLib|bench)/gtk/|^apps/client/|^tests/support/|^examples/'
+headers='adwaita|gdk|gio|glib|gobject|graphene|gsk|gtk|jsc|pango|webkit|Q[A-Z]'
+may='^(platform|include/TQWhiteBoardLib|bench)/(gtk|qt)/|^apps/client/|^tests/support/|^examples/'
 
 found="$(grep -rnE --include='*.cpp' --include='*.h' "# *include *[<\"]([^\">]*/)?($headers)" "${folders[@]}" \
     | grep -vE "$may" || true)"

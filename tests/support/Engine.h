@@ -57,6 +57,16 @@ struct EngineTraits {
     bool namesPagesToCome;
     /// It says which frame of a page calls.
     bool tellsFrames;
+    /// It keeps a page that another one comes after, for the way back.
+    bool putsPagesAway;
+    /// Scripts for the start of pages run in a frame that has no address, too.
+    bool runsScriptsInEmptyFrames;
+    /// How it writes a call in the page's own script, of a function that is not there, ...
+    const char* pagesFrame;
+    const char* unknownFunction;
+    /// ... and the place of one in a script that was evaluated.
+    const char* evaluatedIn;
+    const char* evaluatedAt;
 };
 extern const EngineTraits kEngine;
 

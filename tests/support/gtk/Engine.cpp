@@ -10,7 +10,13 @@ const EngineTraits kEngine{ .cutsTextsAtZero = true,
     .tellsAnswersFirst = true,
     .explainsFailures = true,
     .namesPagesToCome = true,
-    .tellsFrames = false };
+    .tellsFrames = false,
+    .putsPagesAway = true,
+    .runsScriptsInEmptyFrames = true,
+    .pagesFrame = "global code@",
+    .unknownFunction = "ReferenceError: Can't find variable: undefinedFunction",
+    .evaluatedIn = "data:text/html;charset",
+    .evaluatedAt = ":2:13)" };
 
 bool readsTiff() { return true; }
 

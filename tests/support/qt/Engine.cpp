@@ -6,7 +6,6 @@
 
 #include <QApplication>
 #include <QImageReader>
-#include <QMenu>
 #include <QPointer>
 #include <QWebEnginePage>
 #include <QWebEngineUrlRequestInterceptor>
@@ -19,7 +18,13 @@ const EngineTraits kEngine{ .cutsTextsAtZero = false,
     .tellsAnswersFirst = false,
     .explainsFailures = false,
     .namesPagesToCome = false,
-    .tellsFrames = true };
+    .tellsFrames = true,
+    .putsPagesAway = false,
+    .runsScriptsInEmptyFrames = false,
+    .pagesFrame = "at ",
+    .unknownFunction = "Uncaught ReferenceError: undefinedFunction is not defined",
+    .evaluatedIn = "<anonymous>",
+    .evaluatedAt = ":2:10)" };
 
 // It takes a plugin that comes apart.
 bool readsTiff() { return QImageReader::supportedImageFormats().contains("tiff"); }
@@ -81,17 +86,6 @@ EngineEvents::EngineEvents(Kind kind)
     m_connection = counter;
 }
 
-bool isInspectorAllowed(const WKWebView& view)
-{
-    auto* engine = engineOf(view);
-    Q_EMIT engine->customContextMenuRequested({ 1, 1 });
-    bool isOffered = false;
-    for (auto* menu : engine->findChildren<QMenu*>()) {
-        for (const auto* action : menu->actions())
-            isOffered = isOffered || action->text() == "Inspect Element";
-        delete menu;
-    }
-    return isOffered;
-}
+bool isInspectorAllowed(const WKWebView& view) { return engineOf(view)->contextMenuPolicy() == Qt::CustomContextMenu; }
 
 } // namespace tq::test
