@@ -64,6 +64,14 @@ constexpr const char* kScrollScript = R"js((() => {
         document.adoptedStyleSheets = [...document.adoptedStyleSheets, sheet];
 })();)js";
 
+constexpr const char* kPostingScript = R"js((() => {
+    "use strict";
+    const { stringify } = JSON;
+    const post = window.prompt.bind(window);
+    const { messageHandlers } = window.webkit ||= { messageHandlers: {} };
+    messageHandlers["%2"] ||= { postMessage: (value) => void post("%1%2", stringify(value)) };
+})();)js";
+
 } // namespace
 
 QString questionScript()
@@ -76,12 +84,7 @@ QString questionScript()
 
 QString arrivalScript(const QString& prompt) { return QString("window.prompt('%1', location.href);").arg(prompt); }
 
-QString postingScript(const QString& prefix, const QString& name)
-{
-    return QString("window.webkit = { messageHandlers: { ...window.webkit && window.webkit.messageHandlers, %2: {"
-                   "postMessage: value => void prompt('%1%2', JSON.stringify(value)) } } };")
-        .arg(prefix, name);
-}
+QString postingScript(const QString& prefix, const QString& name) { return QString(kPostingScript).arg(prefix, name); }
 
 QString scrollScript(const UIScrollView& scrollView)
 {

@@ -16,6 +16,9 @@ inline constexpr const char* kTicket = "_tqticket:";
 /// What comes before an answer that is there.
 inline constexpr const char* kAnswer = "_tqanswer:";
 
+/// Before the name of a handler of the page's own world, in a prompt that brings a message.
+inline constexpr const char* kMessage = "_tqmessage:";
+
 /// For every frame: has "alert", "confirm" and "prompt" wait by a request.
 QString questionScript();
 
@@ -24,7 +27,8 @@ QString questionScript();
 inline constexpr const char* kArrivalName = "arrival";
 QString arrivalScript(const QString& prompt);
 
-/// For a world of its own: gives it a handler of that name, whose messages are prompts of prefix and name.
+/// For any world: gives it a handler of that name, whose messages are prompts of prefix and name, unless it has one. To
+/// run before `questionScript`.
 QString postingScript(const QString& prefix, const QString& name);
 
 /// For the main frame: has the page move as the view says.

@@ -1,7 +1,6 @@
 // What pages ask their users.
 
 #include "../Foundation/Dispatch.h"
-#include "../Foundation/NSJSONSerialization.h"
 #include "../Foundation/NSLog.h"
 #include "EnginePage.h"
 #include "PageScripts.h"
@@ -93,11 +92,8 @@ bool WKWebView::Impl::prompted(const QUrl& origin, const QString& message, const
         pageHasArrived(text);
         return false;
     }
-    if (message.startsWith(messagePrefix())) {
-        received(message.mid(messagePrefix().size()).toStdString(),
-            NSJSONSerialization::JSONObjectWithData(text.toStdString()), nullptr);
+    if (receivedByPrompt(message, text))
         return false;
-    }
     if (message == kQuestion) {
         const auto parts = QJsonDocument::fromJson(text.toUtf8()).array();
         *answer = answerOrTicket(ask(origin, parts[0].toString(), parts[1].toString(), parts[2].toString()), kAnswer);

@@ -61,6 +61,7 @@ struct WKWebView::Impl {
     std::map<std::string, WKUserContentController::MessageHandler> messageHandlers() const;
     void addMessageScripts(QList<QWebEngineScript>& scripts) const;
     QString messagePrefix() const { return arrival + "-message-"; }
+    bool receivedByPrompt(const QString& prompt, const QString& text);
     void received(const std::string& handler, OptionalValue&& body, const std::shared_ptr<WKScriptMessageReply>& reply);
     void followWheel();
     void showContextMenu(const QPoint& place);

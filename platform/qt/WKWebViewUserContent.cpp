@@ -1,6 +1,7 @@
 // Scripts that run in pages, and their values.
 
 #include "../Foundation/Dispatch.h"
+#include "../Foundation/NSJSONSerialization.h"
 #include "EnginePage.h"
 #include "PageScripts.h"
 
@@ -57,11 +58,11 @@ void WKWebView::Impl::giveUserContent()
     arrived.setName(kArrivalName);
     QList<QWebEngineScript> all{
         arrived,
-        scriptFor(questionScript(), QWebEngineScript::MainWorld, WKUserScriptFrames::All),
         scriptFor(
             scrollScript(view.m_scrollView), QWebEngineScript::ApplicationWorld, WKUserScriptFrames::MainFrameOnly),
     };
     addMessageScripts(all);
+    all.append(scriptFor(questionScript(), QWebEngineScript::MainWorld, WKUserScriptFrames::All));
     for (const auto* content : { configuration.userContentController.get(), &ownContent }) {
         for (const auto& script : content->userScripts())
             all.append(scriptFor(sourceOf(script), worldOf(script.contentWorld), script.frames, script.injectionTime));
@@ -78,21 +79,40 @@ std::map<std::string, WKUserContentController::MessageHandler> WKWebView::Impl::
     return handlers;
 }
 
-// The page's own world has the channel; others send by prompts, which nobody sees.
+// The main frame has the channel for the page's own world; other frames and worlds send by prompts, which nobody sees.
 void WKWebView::Impl::addMessageScripts(QList<QWebEngineScript>& scripts) const
 {
     QStringList plain;
     QStringList answering;
+    QList<QWebEngineScript> posting;
     for (const auto& [name, handler] : messageHandlers()) {
-        if (handler.contentWorld.empty())
+        const bool isPages = handler.contentWorld.empty();
+        if (isPages)
             (handler.answering ? answering : plain).append(toQt(name));
-        else
-            scripts.append(scriptFor(
-                postingScript(messagePrefix(), toQt(name)), worldOf(handler.contentWorld), WKUserScriptFrames::All));
+        if (!handler.answering)
+            posting.append(scriptFor(postingScript(isPages ? QString(kMessage) : messagePrefix(), toQt(name)),
+                worldOf(handler.contentWorld), WKUserScriptFrames::All));
     }
     if (!plain.isEmpty() || !answering.isEmpty())
         scripts.append(scriptFor(
             MessageChannel::script(plain, answering), QWebEngineScript::MainWorld, WKUserScriptFrames::MainFrameOnly));
+    scripts.append(posting);
+}
+
+// What a prompt brings. @returns whether it is a message.
+bool WKWebView::Impl::receivedByPrompt(const QString& prompt, const QString& text)
+{
+    const bool isPages = prompt.startsWith(kMessage);
+    const auto prefix = isPages ? QString(kMessage) : messagePrefix();
+    if (!prompt.startsWith(prefix))
+        return false;
+    const auto name = prompt.mid(prefix.size()).toStdString();
+    const auto handlers = messageHandlers();
+    const auto found = handlers.find(name);
+    // A page sends to its own world's handlers alone.
+    if (found != handlers.end() && found->second.contentWorld.empty() == isPages)
+        received(name, NSJSONSerialization::JSONObjectWithData(text.toStdString()), nullptr);
+    return true;
 }
 
 void WKWebView::Impl::received(
