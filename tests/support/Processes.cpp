@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <poll.h>
 #include <string>
 #include <sys/syscall.h>
@@ -14,16 +15,21 @@ namespace tq::test {
 
 namespace {
 
+// One engine names its program after what it does, another tells it by a word.
+bool isPage(const std::string& process)
+{
+    std::ifstream stream("/proc/" + process + "/cmdline");
+    const std::string words{ std::istreambuf_iterator<char>(stream), {} };
+    return words.find("WebKitWebProcess") != words.npos || words.find("--type=renderer") != words.npos;
+}
+
 // Among the process's descendants: the engine may put another process between.
 void findPages(const std::string& process, std::vector<pid_t>& found)
 {
     for (const auto& thread : std::filesystem::directory_iterator("/proc/" + process + "/task")) {
         std::ifstream children(thread.path() / "children");
         for (std::string child; children >> child;) {
-            std::string name;
-            std::ifstream("/proc/" + child + "/comm") >> name;
-            // The kernel keeps fifteen letters of a name.
-            if (name == "WebKitWebProces")
+            if (isPage(child))
                 found.push_back(std::stoi(child));
             else
                 findPages(child, found);
