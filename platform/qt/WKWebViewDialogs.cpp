@@ -12,15 +12,16 @@
 
 namespace tq {
 
-namespace {
-
-OptionalText originOf(const QUrl& url)
+// Most questions come from one and the same frame, and reading its address takes a while.
+const OptionalText& WKWebView::Impl::originOf(const QUrl& frame)
 {
-    const auto address = NSURL::URLWithString(url.toEncoded().toStdString());
-    return address ? address->origin() : std::nullopt;
+    if (frame != lastFrame) {
+        const auto address = NSURL::URLWithString(frame.toEncoded().toStdString());
+        lastOrigin = address ? address->origin() : std::nullopt;
+        lastFrame = frame;
+    }
+    return lastOrigin;
 }
-
-} // namespace
 
 // @returns whether the delegate has a method for this kind of dialog.
 bool WKWebView::Impl::askWith(const QString& kind, std::string_view message, const OptionalText& text,
@@ -82,8 +83,9 @@ QString WKWebView::Impl::answerOrTicket(const std::shared_ptr<PageQuestion>& que
     }
     if (!question->text())
         return {};
-    const auto answer = beforeAnswer + toQt(*question->text());
-    return answer.isEmpty() ? QString("") : answer;
+    const auto text = toQt(*question->text());
+    const auto answer = *beforeAnswer ? beforeAnswer + text : text;
+    return answer.isNull() ? QString("") : answer;
 }
 
 bool WKWebView::Impl::prompted(const QUrl& origin, const QString& message, const QString& text, QString* answer)

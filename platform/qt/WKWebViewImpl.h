@@ -10,6 +10,7 @@
 #include <QAuthenticator>
 #include <QColor>
 #include <QPointer>
+#include <QUrl>
 #include <QVariant>
 #include <QWebEngineCertificateError>
 #include <QWebEngineLoadingInfo>
@@ -93,6 +94,7 @@ struct WKWebView::Impl {
     void authenticate(std::string_view method, const QUrl& url, QAuthenticator& authenticator);
 
     // What the page asks its user.
+    const OptionalText& originOf(const QUrl& frame);
     bool prompted(const QUrl& origin, const QString& message, const QString& text, QString* answer);
     bool confirmed(const QUrl& origin, const QString& message);
     bool askWith(const QString& kind, std::string_view message, const OptionalText& text, const WKFrameInfo& frame,
@@ -124,6 +126,8 @@ struct WKWebView::Impl {
     // What the script of a new page says it has come by; the page does not know.
     const QString arrival;
 
+    QUrl lastFrame;
+    OptionalText lastOrigin;
     std::vector<std::weak_ptr<PageQuestion>> questions;
     std::vector<std::shared_ptr<PageQuestion::Ticket>> tickets;
     std::map<std::uint64_t, EvaluationCompletion> evaluations;
