@@ -11,6 +11,8 @@ die() { printf 'examples.sh: %s\n' "$*" >&2; exit 1; }
 
 examples="$prefix/share/tqwhiteboardlib/examples"
 names="$(ls "$examples")"
+# An example of a port is built where the port is installed.
+[[ -n $(find "$prefix"/lib* -name libTQWhiteBoardLibQt.so) ]] || names="$(grep -v -e '-qt$' <<<"$names")"
 libraries="$(dirname "$(find "$prefix"/lib* -name libTQWhiteBoardLib.so)")"
 export XDG_DATA_HOME="$scratch/data" XDG_CACHE_HOME="$scratch/cache" GTK_A11Y=none
 export examples prefix scratch
