@@ -15,12 +15,14 @@ namespace tq::test {
 
 namespace {
 
-// One engine names its program after what it does, another tells it by a word.
+// One engine names its program after what it does, another tells it by a word. (Who puts the first into a sandbox has
+// its name among the words.)
 bool isPage(const std::string& process)
 {
     std::ifstream stream("/proc/" + process + "/cmdline");
     const std::string words{ std::istreambuf_iterator<char>(stream), {} };
-    return words.find("WebKitWebProcess") != words.npos || words.find("--type=renderer") != words.npos;
+    return words.substr(0, words.find('\0')).ends_with("WebKitWebProcess")
+        || words.find("--type=renderer") != words.npos;
 }
 
 // Among the process's descendants: the engine may put another process between.
