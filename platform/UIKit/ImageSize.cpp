@@ -209,4 +209,13 @@ std::optional<ImageSize> encodedImageSize(std::string_view bytes)
     return std::nullopt;
 }
 
+std::optional<ImageSize> decodableImageSize(std::string_view bytes)
+{
+    constexpr std::uint64_t kMaxPixels = 64'000'000;
+    const auto size = encodedImageSize(bytes);
+    const bool isDecodable
+        = size && size->width && size->height && std::uint64_t{ size->width } * size->height <= kMaxPixels;
+    return isDecodable ? size : std::nullopt;
+}
+
 } // namespace tq

@@ -24,4 +24,8 @@ struct ImageSize {
 /// than its size tells.
 std::optional<ImageSize> encodedImageSize(std::string_view bytes);
 
+/// The same for a picture that is to be decoded: absent, too, for one without a pixel, and for one of more than
+/// 64,000,000, since a few bytes may claim to be a picture that fills the memory.
+std::optional<ImageSize> decodableImageSize(std::string_view bytes);
+
 } // namespace tq

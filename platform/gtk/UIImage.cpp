@@ -48,10 +48,8 @@ UIImage::~UIImage() = default;
 
 std::shared_ptr<UIImage> UIImage::imageWithData(std::string_view bytes)
 {
-    // A few bytes may claim to be a picture that fills the memory: look before decoding.
-    constexpr std::uint64_t kMaxPixels = 64'000'000;
-    const auto size = encodedImageSize(bytes);
-    if (!size || !size->width || !size->height || std::uint64_t{ size->width } * size->height > kMaxPixels)
+    const auto size = decodableImageSize(bytes);
+    if (!size)
         return nullptr;
     auto texture = decode(bytes.substr(0, size->end), size->format);
     if (!texture)

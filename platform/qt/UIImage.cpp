@@ -43,10 +43,8 @@ UIImage::~UIImage() = default;
 
 std::shared_ptr<UIImage> UIImage::imageWithData(std::string_view bytes)
 {
-    // A few bytes may claim to be a picture that fills the memory: look before decoding.
-    constexpr std::uint64_t kMaxPixels = 64'000'000;
-    const auto size = encodedImageSize(bytes);
-    if (!size || !size->width || !size->height || std::uint64_t{ size->width } * size->height > kMaxPixels)
+    const auto size = decodableImageSize(bytes);
+    if (!size)
         return nullptr;
     // Of a moving picture the others, which nobody sees, are not read.
     auto data = QByteArray(bytes.data(), qsizetype(std::min(size->end, bytes.size())));
