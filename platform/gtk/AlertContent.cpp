@@ -1,23 +1,15 @@
 #include "AlertContent.h"
 
+#include "../UIKit/AlertLayout.h"
+
 #include <algorithm>
 
 namespace tq {
 
 namespace {
 
-// With the margins it fits a screen that is 360 wide.
-constexpr int kWidth = 296;
-constexpr int kMargin = 20;
-constexpr int kSpacing = 12;
-constexpr int kGap = 18;
-// A fingertip's.
-constexpr int kControlHeight = 44;
 // Beside the texts.
 constexpr int kScrollBarWidth = 24;
-// Several lines are read from the side, a few words are looked at.
-constexpr long kMostCentred = 140;
-
 int heightOf(GtkWidget* widget, int width)
 {
     int height = 0;
@@ -47,7 +39,7 @@ GtkWidget* createLabel(const std::string& text, const char* cssClass)
 {
     auto* label = gtk_label_new(text.c_str());
     wrap(GTK_LABEL(label));
-    if (g_utf8_strlen(text.c_str(), -1) > kMostCentred)
+    if (g_utf8_strlen(text.c_str(), -1) > kAlertMostCentred)
         gtk_label_set_xalign(GTK_LABEL(label), 0);
     else
         gtk_label_set_justify(GTK_LABEL(label), GTK_JUSTIFY_CENTER);
@@ -92,15 +84,15 @@ void setHeight(GtkWidget* scroller, int height, int mostHeight)
 } // namespace
 
 AlertContent::AlertContent(const std::string& title, const std::string& message, GtkWidget* field)
-    : m_box(gtk_box_new(GTK_ORIENTATION_VERTICAL, kGap))
-    , m_texts(gtk_box_new(GTK_ORIENTATION_VERTICAL, kSpacing))
+    : m_box(gtk_box_new(GTK_ORIENTATION_VERTICAL, kAlertGap))
+    , m_texts(gtk_box_new(GTK_ORIENTATION_VERTICAL, kAlertSpacing))
     , m_field(field)
-    , m_buttons(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, kSpacing))
+    , m_buttons(gtk_box_new(GTK_ORIENTATION_HORIZONTAL, kAlertSpacing))
 {
     for (auto* set : { gtk_widget_set_margin_top, gtk_widget_set_margin_bottom, gtk_widget_set_margin_start,
              gtk_widget_set_margin_end })
-        set(m_box, kMargin);
-    gtk_widget_set_size_request(m_box, kWidth, -1);
+        set(m_box, kAlertMargin);
+    gtk_widget_set_size_request(m_box, kAlertWidth, -1);
     auto* heading = createLabel(title, message.empty() ? "body" : "title-4");
     for (auto* label : { heading, createLabel(message, "body") }) {
         m_labels.push_back(label);
@@ -108,7 +100,7 @@ AlertContent::AlertContent(const std::string& title, const std::string& message,
     }
     gtk_box_append(GTK_BOX(m_box), createScroller(m_texts));
     if (m_field) {
-        gtk_widget_set_size_request(m_field, -1, kControlHeight);
+        gtk_widget_set_size_request(m_field, -1, kAlertControlHeight);
         gtk_accessible_update_property(
             GTK_ACCESSIBLE(m_field), GTK_ACCESSIBLE_PROPERTY_LABEL, gtk_label_get_text(GTK_LABEL(heading)), -1);
         gtk_box_append(GTK_BOX(m_box), m_field);
@@ -120,7 +112,7 @@ GtkWidget* AlertContent::addButton(const std::string& label)
 {
     auto* button = gtk_button_new_with_label(label.c_str());
     gtk_widget_set_hexpand(button, TRUE);
-    gtk_widget_set_size_request(button, -1, kControlHeight);
+    gtk_widget_set_size_request(button, -1, kAlertControlHeight);
     gtk_box_append(GTK_BOX(m_buttons), button);
     return button;
 }
@@ -129,7 +121,7 @@ void AlertContent::arrangeButtons()
 {
     bool areShort = true;
     for (auto* button = gtk_widget_get_first_child(m_buttons); button; button = gtk_widget_get_next_sibling(button))
-        areShort = areShort && widthOf(button) <= (kWidth - kSpacing) / 2;
+        areShort = areShort && widthOf(button) <= (kAlertWidth - kAlertSpacing) / 2;
     gtk_box_set_homogeneous(GTK_BOX(m_buttons), areShort);
     if (areShort)
         return;
@@ -138,7 +130,7 @@ void AlertContent::arrangeButtons()
         auto* label = gtk_button_get_child(GTK_BUTTON(button));
         wrap(GTK_LABEL(label));
         gtk_label_set_justify(GTK_LABEL(label), GTK_JUSTIFY_CENTER);
-        setWidth(label, kWidth / 2);
+        setWidth(label, kAlertWidth / 2);
     }
 }
 
@@ -146,15 +138,14 @@ void AlertContent::putInto(GtkWindow* window, int height)
 {
     gtk_window_set_child(window, m_box);
     for (auto* label : m_labels)
-        setWidth(label, kWidth - kScrollBarWidth);
+        setWidth(label, kAlertWidth - kScrollBarWidth);
     arrangeButtons();
-    const int field = m_field ? std::max(heightOf(m_field, kWidth), kControlHeight) + kGap : 0;
-    const int rest = height - 2 * kMargin - kGap - field;
-    const int texts = heightOf(m_texts, kWidth);
-    const int buttons = heightOf(m_buttons, kWidth);
-    const int mostButtons = std::max(rest / 2, rest - texts);
-    setHeight(gtk_widget_get_first_child(m_box), texts, rest - std::min(buttons, mostButtons));
-    setHeight(gtk_widget_get_last_child(m_box), buttons, mostButtons);
+    const int texts = heightOf(m_texts, kAlertWidth);
+    const int buttons = heightOf(m_buttons, kAlertWidth);
+    const auto field = m_field ? std::optional(heightOf(m_field, kAlertWidth)) : std::nullopt;
+    const AlertHeights most(height, field, texts, buttons);
+    setHeight(gtk_widget_get_first_child(m_box), texts, most.texts);
+    setHeight(gtk_widget_get_last_child(m_box), buttons, most.buttons);
 }
 
 } // namespace tq

@@ -1,5 +1,7 @@
 #include "AlertContent.h"
 
+#include "../UIKit/AlertLayout.h"
+
 #include <QBoxLayout>
 #include <QTextLayout>
 #include <algorithm>
@@ -8,16 +10,6 @@ namespace tq {
 
 namespace {
 
-// With the margins it fits a screen that is 360 wide.
-constexpr int kWidth = 296;
-constexpr int kMargin = 20;
-constexpr int kSpacing = 12;
-constexpr int kGap = 18;
-// A fingertip's.
-constexpr int kControlHeight = 44;
-// Several lines are read from the side, a few words are looked at.
-constexpr int kMostCentred = 140;
-
 // A column or a row that scrolls where it is higher than it may be.
 QScrollArea* createScroller(QBoxLayout::Direction direction)
 {
@@ -25,11 +17,11 @@ QScrollArea* createScroller(QBoxLayout::Direction direction)
     auto* content = new QWidget;
     auto* layout = new QBoxLayout(direction, content);
     layout->setContentsMargins({});
-    layout->setSpacing(kSpacing);
+    layout->setSpacing(kAlertSpacing);
     scroller->setWidget(content);
     scroller->setWidgetResizable(true);
     scroller->setFrameShape(QFrame::NoFrame);
-    scroller->setFixedWidth(kWidth);
+    scroller->setFixedWidth(kAlertWidth);
     scroller->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     return scroller;
 }
@@ -41,7 +33,7 @@ QString broken(const QString& label, const QFont& font)
     QTextLayout layout(label, font);
     layout.beginLayout();
     for (auto line = layout.createLine(); line.isValid(); line = layout.createLine()) {
-        line.setLineWidth(kWidth - kControlHeight);
+        line.setLineWidth(kAlertWidth - kAlertControlHeight);
         lines += (lines.isEmpty() ? "" : "\n") + label.mid(line.textStart(), line.textLength()).trimmed();
     }
     layout.endLayout();
@@ -79,7 +71,7 @@ void AlertContent::addTexts(const QString& title, const QString& message)
         label->setTextFormat(Qt::PlainText);
         label->setWordWrap(true);
         label->setAlignment(
-            text.size() > kMostCentred ? Qt::AlignLeft | Qt::AlignTop : Qt::AlignHCenter | Qt::AlignTop);
+            text.size() > kAlertMostCentred ? Qt::AlignLeft | Qt::AlignTop : Qt::AlignHCenter | Qt::AlignTop);
         label->setVisible(!text.isEmpty());
         m_labels.push_back(label);
     }
@@ -93,7 +85,7 @@ void AlertContent::addTexts(const QString& title, const QString& message)
 void AlertContent::addField(QWidget& field)
 {
     m_field = &field;
-    field.setMinimumHeight(kControlHeight);
+    field.setMinimumHeight(kAlertControlHeight);
     field.setAccessibleName(m_labels.front()->text());
     field.show();
 }
@@ -113,31 +105,30 @@ void AlertContent::arrange()
     auto* texts = createScroller(QBoxLayout::TopToBottom);
     for (auto* label : m_labels)
         texts->widget()->layout()->addWidget(label);
-    const bool areShort = std::ranges::all_of(
-        m_buttons, [](const QPushButton* button) { return button->sizeHint().width() <= (kWidth - kSpacing) / 2; });
+    const bool areShort = std::ranges::all_of(m_buttons,
+        [](const QPushButton* button) { return button->sizeHint().width() <= (kAlertWidth - kAlertSpacing) / 2; });
     auto* buttons = createScroller(areShort ? QBoxLayout::LeftToRight : QBoxLayout::TopToBottom);
     for (auto* button : m_buttons) {
         if (!areShort)
             button->setText(broken(button->text(), button->font()));
-        button->setMinimumHeight(std::max(button->sizeHint().height(), kControlHeight));
+        button->setMinimumHeight(std::max(button->sizeHint().height(), kAlertControlHeight));
         buttons->widget()->layout()->addWidget(button);
     }
 
     auto* column = new QVBoxLayout(&m_window);
-    column->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
-    column->setSpacing(kGap);
+    column->setContentsMargins(kAlertMargin, kAlertMargin, kAlertMargin, kAlertMargin);
+    column->setSpacing(kAlertGap);
     column->addWidget(texts);
     if (m_field)
         column->addWidget(m_field);
     column->addWidget(buttons);
-    const int field = m_field ? std::max(m_field->sizeHint().height(), kControlHeight) + kGap : 0;
-    const int rest = m_height - 2 * kMargin - kGap - field;
-    const int textHeight = heightOf(*texts, kWidth);
-    const int buttonHeight = heightOf(*buttons, kWidth);
-    const int mostButtons = std::max(rest / 2, rest - textHeight);
-    setHeight(*texts, textHeight, rest - std::min(buttonHeight, mostButtons));
-    setHeight(*buttons, buttonHeight, mostButtons);
-    m_window.setFixedSize(kWidth + 2 * kMargin, column->totalSizeHint().height());
+    const int textHeight = heightOf(*texts, kAlertWidth);
+    const int buttonHeight = heightOf(*buttons, kAlertWidth);
+    const auto field = m_field ? std::optional(m_field->sizeHint().height()) : std::nullopt;
+    const AlertHeights most(m_height, field, textHeight, buttonHeight);
+    setHeight(*texts, textHeight, most.texts);
+    setHeight(*buttons, buttonHeight, most.buttons);
+    m_window.setFixedSize(kAlertWidth + 2 * kAlertMargin, column->totalSizeHint().height());
 }
 
 } // namespace tq
