@@ -37,6 +37,7 @@ public:
 
 private:
     explicit UIProgressView(CGRect frame);
+    void updateProgress();
     void updateStyle();
 
     struct Style;

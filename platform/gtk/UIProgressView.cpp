@@ -4,9 +4,6 @@
 #include "UIViewNative.h"
 #include "WidgetStyle.h"
 
-#include <algorithm>
-#include <cmath>
-
 namespace tq {
 
 namespace {
@@ -38,29 +35,9 @@ UIProgressView::UIProgressView(CGRect frame)
 
 UIProgressView::~UIProgressView() = default;
 
-std::shared_ptr<UIProgressView> UIProgressView::initWithFrame(CGRect frame)
+void UIProgressView::updateProgress()
 {
-    return std::shared_ptr<UIProgressView>(new UIProgressView(frame));
-}
-
-void UIProgressView::setProgress(float progress)
-{
-    if (std::isnan(progress))
-        return;
-    m_progress = std::clamp(progress, 0.0F, 1.0F);
     gtk_progress_bar_set_fraction(static_cast<GtkProgressBar*>(nativeHandle()), double(m_progress));
-}
-
-void UIProgressView::setTintColor(UIColor color)
-{
-    UIView::setTintColor(color);
-    updateStyle();
-}
-
-void UIProgressView::setTransform(CGAffineTransform transform)
-{
-    m_transform = transform;
-    updateStyle();
 }
 
 void UIProgressView::updateStyle()

@@ -5,7 +5,6 @@
 
 #include <QPainter>
 #include <QProgressBar>
-#include <algorithm>
 #include <cmath>
 
 namespace tq {
@@ -57,30 +56,10 @@ UIProgressView::UIProgressView(CGRect frame)
 
 UIProgressView::~UIProgressView() = default;
 
-std::shared_ptr<UIProgressView> UIProgressView::initWithFrame(CGRect frame)
+void UIProgressView::updateProgress()
 {
-    return std::shared_ptr<UIProgressView>(new UIProgressView(frame));
-}
-
-void UIProgressView::setProgress(float progress)
-{
-    if (std::isnan(progress))
-        return;
-    m_progress = std::clamp(progress, 0.0F, 1.0F);
     if (m_style->line)
         m_style->line->setValue(int(std::lround(m_progress * kSteps)));
-}
-
-void UIProgressView::setTintColor(UIColor color)
-{
-    UIView::setTintColor(color);
-    updateStyle();
-}
-
-void UIProgressView::setTransform(CGAffineTransform transform)
-{
-    m_transform = transform;
-    updateStyle();
 }
 
 void UIProgressView::updateStyle()
