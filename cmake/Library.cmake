@@ -19,8 +19,10 @@ set(TQWB_SHARED_SOURCES
     navigation/TQWBNaviManager.cpp
     platform/Foundation/Dispatch.cpp
     platform/UIKit/UIAlertView.cpp
+    platform/UIKit/UIProgressView.cpp
     platform/UIKit/UIView.cpp
     platform/WebKit/WKDelegates.cpp
+    platform/WebKit/WKWebView.cpp
     platform/posix/BackgroundWork.cpp
     platform/posix/CurlErrors.cpp
     platform/posix/CurlTransfer.cpp

@@ -171,6 +171,37 @@ private:
     static bool isDisplayAvailable();
     static void destroyOnMainThread(WKWebView* view);
 
+    // For ports.
+
+    struct Observer {
+        NSObject* object;
+        std::string keyPath;
+        void* context;
+    };
+    // How far the load is that was asked for or has begun last. What an engine tells may not say of which load it
+    // speaks: each begins with its start, so what comes before that is about an older one.
+    enum class LoadStage {
+        // It has ended, or there was none.
+        None,
+        // It is not the engine's yet: handshakes, a decision of the application or a later turn of the main loop.
+        Waiting,
+        // It has been handed to the engine.
+        Asked,
+        // The engine has begun it.
+        Provisional,
+        // Its page has begun to come.
+        Committed
+    };
+
+    // Tells the observers of the progress.
+    void progressHasChanged();
+    // @returns whether there is somebody to tell.
+    bool tellFailure(LoadStage failedIn, const NSError& error);
+    // The application has asked for another page: the engine's word of the old load's end would come too late or not at
+    // all. It is told of at a later turn of the main loop, or before what is told of the next load.
+    void loadIsReplaced(LoadStage stage);
+    void tellOfReplacedLoads();
+
     struct TQWB_HIDDEN Impl;
     CGRect m_frame;
     std::shared_ptr<WKWebViewConfiguration> m_configuration;
@@ -178,6 +209,9 @@ private:
     WeakDelegate<WKNavigationDelegate> m_navigationDelegate;
     UIScrollView m_scrollView;
     UIColor m_tintColor = UIColor::systemBlueColor();
+    std::vector<Observer> m_observers;
+    // Loads that another one took the place of, and of whose end nobody has been told yet: how far they were.
+    std::vector<LoadStage> m_replacedLoads;
     std::unique_ptr<Impl> m_impl;
 };
 

@@ -87,7 +87,7 @@ void WKWebView::Impl::end()
     // Whatever waits for its turn comes too late.
     ++loads;
     certificates.reset();
-    replacedLoads.clear();
+    view.m_replacedLoads.clear();
     loadStage = LoadStage::None;
     isLeaving = false;
     cancelDialogs(TellView::Yes);
@@ -165,15 +165,7 @@ void WKWebView::Impl::progressChanged(GObject*, GParamSpec*, gpointer impl)
     const EngineCall call(impl);
     if (call.isTooLate())
         return;
-    auto& self = call.impl();
-    const boost::json::object change{ { "new", self.view.estimatedProgress() } };
-    // An observer may remove itself, or another one, when it is told.
-    for (const auto& observer : std::vector(self.observers)) {
-        if (observer.keyPath == "estimatedProgress")
-            runGuarded([&] {
-                observer.object->observeValueForKeyPath(observer.keyPath, &self.view, change, observer.context);
-            });
-    }
+    call.impl().view.progressHasChanged();
 }
 
 WKWebView::WKWebView(Token) { }
@@ -186,14 +178,6 @@ bool WKWebView::isDisplayAvailable()
         return true;
     NSLog(TQWBLogLevel::Error, "a web view needs a display, and there is none");
     return false;
-}
-
-void WKWebView::destroyOnMainThread(WKWebView* view)
-{
-    if (isMainThread() && !Impl::EngineCall::isUnderWay())
-        delete view;
-    else
-        dispatchToMain([view] { delete view; });
 }
 
 void WKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration)
@@ -290,17 +274,6 @@ OptionalText WKWebView::URL() const
 }
 
 double WKWebView::estimatedProgress() const { return webkit_web_view_get_estimated_load_progress(m_impl->webView); }
-
-void WKWebView::addObserver(NSObject* observer, std::string_view keyPath, void* context)
-{
-    m_impl->observers.push_back({ observer, std::string(keyPath), context });
-}
-
-void WKWebView::removeObserver(NSObject* observer, std::string_view keyPath)
-{
-    std::erase_if(m_impl->observers,
-        [&](const Impl::Observer& entry) { return entry.object == observer && entry.keyPath == keyPath; });
-}
 
 void WKWebView::setCustomUserAgent(const std::string& userAgent)
 {

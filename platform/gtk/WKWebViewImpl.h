@@ -28,12 +28,6 @@ public:
 
 /// The engine's view, in an overlay that also holds the subviews.
 struct WKWebView::Impl {
-    struct Observer {
-        NSObject* object;
-        std::string keyPath;
-        void* context;
-    };
-
     /// A call of the engine's that brings this as its data.
     class EngineCall : public tq::EngineCall {
     public:
@@ -54,21 +48,6 @@ struct WKWebView::Impl {
     struct Exception {
         std::string host;
         GObjectPointer<GTlsCertificate> certificate;
-    };
-
-    /// How far the load is that was asked for or has begun last. What the engine tells does not say of which load it
-    /// speaks: each begins with its start, so what comes before that is about an older one.
-    enum class LoadStage {
-        /// It has ended, or there was none.
-        None,
-        /// It is not the engine's yet: handshakes, a decision of the application or a later turn of the main loop.
-        Waiting,
-        /// It has been handed to the engine.
-        Asked,
-        /// The engine has begun it.
-        Provisional,
-        /// Its page has begun to come.
-        Committed
     };
 
     Impl(WKWebView& view, const WKWebViewConfiguration& configuration);
@@ -93,8 +72,6 @@ struct WKWebView::Impl {
 
     void giveToEngine(const std::string& uri);
     void replaceLoad();
-    void tellOfReplacedLoads();
-    bool tellFailure(LoadStage failedIn, const NSError& error);
     bool endLoad(const GError& error);
 
     /// A name under which pages send messages, as long as it exists.
@@ -161,7 +138,6 @@ struct WKWebView::Impl {
     std::unique_ptr<ServerCertificates> certificates;
     std::vector<std::string> expectedServers;
     std::vector<std::shared_ptr<UIView>> subviews;
-    std::vector<Observer> observers;
     // When the engine's own gesture is asked.
     GtkPropagationPhase pinchPhase = GTK_PHASE_BUBBLE;
     // The page was told how far off the engine's touches are.
@@ -175,8 +151,6 @@ struct WKWebView::Impl {
     std::vector<Exception> exceptions;
     OptionalText pageOrigin;
     LoadStage loadStage = LoadStage::None;
-    // Loads that another one took the place of, and of whose end nobody has been told yet: how far they were.
-    std::vector<LoadStage> replacedLoads;
     // The engine is about to load a page of its own, which tells of a failure.
     bool isExplaining = false;
     // The application has refused the answer to the load that is under way.

@@ -72,7 +72,6 @@ void WKWebView::Impl::giveToEngine(const std::string& uri)
     webkit_web_view_load_uri(webView, uri.c_str());
 }
 
-// The application asks for another page. The engine's word of the old load's end would come too late or not at all.
 void WKWebView::Impl::replaceLoad()
 {
     // A load within the page ends without a word.
@@ -80,34 +79,7 @@ void WKWebView::Impl::replaceLoad()
         loadStage = LoadStage::None;
     if (loadStage == LoadStage::None)
         return;
-    replacedLoads.push_back(std::exchange(loadStage, LoadStage::None));
-    dispatchToMain([weak = view.weak_from_this()] {
-        if (const auto self = weak.lock())
-            self->m_impl->tellOfReplacedLoads();
-    });
-}
-
-void WKWebView::Impl::tellOfReplacedLoads()
-{
-    for (const auto stage : std::exchange(replacedLoads, {}))
-        tellFailure(stage, urlError(NSURLErrorCancelled, "Another page was asked for before this one had arrived."));
-}
-
-// @returns whether there is somebody to tell.
-bool WKWebView::Impl::tellFailure(LoadStage failedIn, const NSError& error)
-{
-    const bool hasPage = failedIn == LoadStage::Committed;
-    const auto delegate = view.m_navigationDelegate.respondingTo(
-        hasPage ? &Methods::didFailNavigation : &Methods::didFailProvisionalNavigation);
-    if (!delegate)
-        return false;
-    runGuarded([&] {
-        if (hasPage)
-            delegate->didFailNavigation(view, {}, error);
-        else
-            delegate->didFailProvisionalNavigation(view, {}, error);
-    });
-    return true;
+    view.loadIsReplaced(std::exchange(loadStage, LoadStage::None));
 }
 
 void WKWebView::Impl::loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointer impl)
@@ -124,7 +96,7 @@ void WKWebView::Impl::loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointe
     case WEBKIT_LOAD_STARTED: {
         const bool isExplanation = std::exchange(self.isExplaining, false);
         const auto loadsBefore = self.loads;
-        self.tellOfReplacedLoads();
+        self.view.tellOfReplacedLoads();
         if (self.loads != loadsBefore)
             return;
         self.challenges.clear();
@@ -190,7 +162,7 @@ bool WKWebView::Impl::endLoad(const GError& error)
     const auto failedIn = std::exchange(loadStage, LoadStage::None);
     const auto told
         = isAnswerRefused ? urlError(NSURLErrorCancelled, "The server's answer was refused.") : navigationError(error);
-    if (tellFailure(failedIn, told) || loads != loadsBefore)
+    if (view.tellFailure(failedIn, told) || loads != loadsBefore)
         return true;
     isExplaining = isExplainedByEngine(error);
     return false;

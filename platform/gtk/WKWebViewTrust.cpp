@@ -1,4 +1,5 @@
 #include "../Foundation/Dispatch.h"
+#include "../Foundation/LateAnswer.h"
 #include "../Foundation/NSURLSessionConfiguration.h"
 #include "NavigationErrors.h"
 #include "WKWebViewImpl.h"
@@ -170,47 +171,6 @@ void WKWebView::Impl::resourceLoadStarted(WebKitWebView*, WebKitWebResource* res
         [](gpointer weak, GClosure*) { delete static_cast<View*>(weak); }, GConnectFlags(0));
 }
 
-namespace {
-
-// The certificate of a load that waits for the application's decision. The first answer counts; none is a refusal.
-class TrustDecision {
-public:
-    using Accept = std::function<void(WKWebView& view, GTlsCertificate* certificate)>;
-    using Refuse = std::function<void(WKWebView& view)>;
-
-    TrustDecision(std::weak_ptr<WKWebView> view, Accept accept, Refuse refuse)
-        : m_view(std::move(view))
-        , m_accept(std::move(accept))
-        , m_refuse(std::move(refuse))
-    {
-    }
-    ~TrustDecision() { answer(nullptr); }
-    TrustDecision(const TrustDecision&) = delete;
-    TrustDecision& operator=(const TrustDecision&) = delete;
-
-    void answer(const std::shared_ptr<SecTrust>& trust)
-    {
-        if (std::exchange(m_isAnswered, true))
-            return;
-        // Never within the delegate's own call, and on the main thread wherever the last copy is dropped.
-        dispatchToMain([weak = m_view, trust, accept = std::move(m_accept), refuse = std::move(m_refuse)] {
-            const auto view = weak.lock();
-            if (view && trust)
-                accept(*view, trust->certificate.get());
-            else if (view)
-                refuse(*view);
-        });
-    }
-
-private:
-    const std::weak_ptr<WKWebView> m_view;
-    Accept m_accept;
-    Refuse m_refuse;
-    bool m_isAnswered = false;
-};
-
-} // namespace
-
 gboolean WKWebView::Impl::loadFailedWithTlsErrors(
     WebKitWebView*, const char* failingUri, GTlsCertificate* certificate, GTlsCertificateFlags, gpointer impl)
 {
@@ -237,18 +197,22 @@ gboolean WKWebView::Impl::loadFailedWithTlsErrors(
     auto trust = std::make_shared<SecTrust>(certificate);
     const NSURLAuthenticationChallenge challenge{ { NSURLAuthenticationMethodServerTrust, host, trust } };
     // An answer that comes when another page has been asked for brings no old one back.
-    auto decision = std::make_shared<TrustDecision>(
-        self.view.weak_from_this(),
-        [uri = std::string(failingUri), host, load = self.loads](WKWebView& view, GTlsCertificate* accepted) {
-            if (view.m_impl->loads == load)
-                view.m_impl->allowAndLoad(uri, host, accepted);
-            else
-                view.m_impl->allow(host, accepted);
+    using Decision = LateAnswer<std::shared_ptr<SecTrust>>;
+    auto decision = std::make_shared<Decision>(
+        [weak = self.view.weak_from_this(), uri = std::string(failingUri), host, load = self.loads](
+            const std::shared_ptr<SecTrust>& accepted) {
+            const auto view = weak.lock();
+            if (!view)
+                return;
+            auto& impl = *view->m_impl;
+            if (accepted && impl.loads == load)
+                impl.allowAndLoad(uri, host, accepted->certificate.get());
+            else if (accepted)
+                impl.allow(host, accepted->certificate.get());
+            else if (impl.loads == load)
+                impl.refuseCertificate();
         },
-        [load = self.loads](WKWebView& view) {
-            if (view.m_impl->loads == load)
-                view.m_impl->refuseCertificate();
-        });
+        nullptr);
     auto completion = [decision](NSURLSessionAuthChallengeDisposition disposition,
                           const std::optional<NSURLCredential>& credential) {
         const bool isAccepted = disposition == NSURLSessionAuthChallengeDisposition::UseCredential && credential;
@@ -265,7 +229,7 @@ void WKWebView::Impl::refuseCertificate()
     if (loadStage != LoadStage::Waiting)
         return;
     loadStage = LoadStage::None;
-    tellFailure(LoadStage::Waiting,
+    view.tellFailure(LoadStage::Waiting,
         urlError(NSURLErrorServerCertificateUntrusted, "The certificate of the page's server was not accepted."));
 }
 

@@ -153,13 +153,7 @@ void WKWebView::Impl::progressChanged(int percent)
     if (call.isTooLate() || hasEnded)
         return;
     progress = percent / 100.0;
-    const boost::json::object change{ { "new", progress } };
-    // An observer may remove itself, or another one, when it is told.
-    for (const auto& observer : std::vector(observers)) {
-        if (observer.keyPath == "estimatedProgress")
-            runGuarded(
-                [&] { observer.object->observeValueForKeyPath(observer.keyPath, &view, change, observer.context); });
-    }
+    view.progressHasChanged();
 }
 
 namespace {
@@ -221,14 +215,6 @@ bool WKWebView::isDisplayAvailable()
     return false;
 }
 
-void WKWebView::destroyOnMainThread(WKWebView* view)
-{
-    if (isMainThread() && !EngineCall::isUnderWay())
-        delete view;
-    else
-        dispatchToMain([view] { delete view; });
-}
-
 void WKWebView::initialize(CGRect frame, std::shared_ptr<WKWebViewConfiguration> configuration)
 {
     assert(isMainThread());
@@ -270,17 +256,6 @@ OptionalText WKWebView::URL() const
 }
 
 double WKWebView::estimatedProgress() const { return m_impl->progress; }
-
-void WKWebView::addObserver(NSObject* observer, std::string_view keyPath, void* context)
-{
-    m_impl->observers.push_back({ observer, std::string(keyPath), context });
-}
-
-void WKWebView::removeObserver(NSObject* observer, std::string_view keyPath)
-{
-    std::erase_if(m_impl->observers,
-        [&](const Impl::Observer& entry) { return entry.object == observer && entry.keyPath == keyPath; });
-}
 
 void WKWebView::setCustomUserAgent(const std::string& userAgent)
 {

@@ -30,24 +30,6 @@ class UIView;
 
 /// The engine's view, in a widget that also holds the subviews.
 struct WKWebView::Impl {
-    struct Observer {
-        NSObject* object;
-        std::string keyPath;
-        void* context;
-    };
-
-    /// How far the load is that was asked for or has begun last.
-    enum class LoadStage {
-        /// It has ended, or there was none.
-        None,
-        /// It has been handed to the engine.
-        Asked,
-        /// The engine has begun it.
-        Provisional,
-        /// Its page has begun to come.
-        Committed
-    };
-
     class Page;
 
     Impl(WKWebView& view, const WKWebViewConfiguration& configuration);
@@ -60,6 +42,7 @@ struct WKWebView::Impl {
     ProfileKind wantedProfile() const;
     void giveUserContent();
     std::map<std::string, WKUserContentController::MessageHandler> messageHandlers() const;
+    const WKUserContentController::MessageHandler* messageHandler(const std::string& name) const;
     void addMessageScripts(QList<QWebEngineScript>& scripts) const;
     QString messagePrefix() const { return arrival + "-message-"; }
     bool receivedByPrompt(const QString& prompt, const QString& text);
@@ -78,9 +61,7 @@ struct WKWebView::Impl {
     void downloads();
     void endStoppedLoad(const QWebEngineLoadingInfo& info);
     void endLoad(const NSError& error);
-    void tellFailure(LoadStage failedIn, const NSError& error);
     void replaceLoad();
-    void tellOfReplacedLoads();
     void pageIsGone(PageEnd how);
     void processTerminated();
     void end();
@@ -120,7 +101,6 @@ struct WKWebView::Impl {
     QString userAgent;
     QColor background = Qt::white;
     std::vector<std::shared_ptr<UIView>> subviews;
-    std::vector<Observer> observers;
     double progress = 0;
     WKUserContentController ownContent;
     // What the script of a new page says it has come by; the page does not know.
@@ -135,8 +115,6 @@ struct WKWebView::Impl {
 
     OptionalText pageOrigin;
     LoadStage loadStage = LoadStage::None;
-    // Loads that another one took the place of, and of whose end nobody has been told yet: how far they were.
-    std::vector<LoadStage> replacedLoads;
     // The engine has asked whether it may load, and has not said yet that it does.
     bool hasJustBegun = false;
     // Counts those that the engine has begun.

@@ -1,6 +1,7 @@
 // How loads go on and end, and who is told of it.
 
 #include "../Foundation/Dispatch.h"
+#include "../Foundation/LateAnswer.h"
 #include "EnginePage.h"
 #include "NavigationErrors.h"
 
@@ -34,37 +35,11 @@ void WKWebView::Impl::load(const std::string& uri)
     page->load(QUrl::fromEncoded(QByteArray::fromStdString(uri)));
 }
 
-// The application asks for another page. The engine's word of the old load's end would come too late or not at all.
 void WKWebView::Impl::replaceLoad()
 {
     if (loadStage == LoadStage::None)
         return;
-    replacedLoads.push_back(std::exchange(loadStage, LoadStage::None));
-    dispatchToMain([weak = view.weak_from_this()] {
-        if (const auto self = weak.lock())
-            self->m_impl->tellOfReplacedLoads();
-    });
-}
-
-void WKWebView::Impl::tellOfReplacedLoads()
-{
-    for (const auto stage : std::exchange(replacedLoads, {}))
-        tellFailure(stage, urlError(NSURLErrorCancelled, "Another page was asked for before this one had arrived."));
-}
-
-void WKWebView::Impl::tellFailure(LoadStage failedIn, const NSError& error)
-{
-    const bool hasPage = failedIn == LoadStage::Committed;
-    const auto delegate = view.m_navigationDelegate.respondingTo(
-        hasPage ? &Methods::didFailNavigation : &Methods::didFailProvisionalNavigation);
-    if (!delegate)
-        return;
-    runGuarded([&] {
-        if (hasPage)
-            delegate->didFailNavigation(view, {}, error);
-        else
-            delegate->didFailProvisionalNavigation(view, {}, error);
-    });
+    view.loadIsReplaced(std::exchange(loadStage, LoadStage::None));
 }
 
 void WKWebView::Impl::loadBegins()
@@ -75,9 +50,9 @@ void WKWebView::Impl::loadBegins()
     const auto loadsBefore = loads;
     // One that the page has begun takes the place of another.
     if (loadStage == LoadStage::Provisional || loadStage == LoadStage::Committed)
-        replacedLoads.push_back(loadStage);
+        view.m_replacedLoads.push_back(loadStage);
     loadStage = LoadStage::Provisional;
-    tellOfReplacedLoads();
+    view.tellOfReplacedLoads();
     if (loads != loadsBefore)
         return;
     ++lastLoad;
@@ -131,41 +106,13 @@ void WKWebView::Impl::loadingChanged(const QWebEngineLoadingInfo& info)
         { { info.url().toEncoded().toStdString(), isHttp && hasStatus ? info.errorCode() : 0 }, true, true });
 }
 
-namespace {
-
-// An answer that waits for the application's decision. The first one counts; dropped without any, it is allowed.
-class AnswerDecision {
-public:
-    using Answered = std::function<void(WKNavigationResponsePolicy)>;
-
-    explicit AnswerDecision(Answered answered)
-        : m_answered(std::move(answered))
-    {
-    }
-    ~AnswerDecision() { answer(WKNavigationResponsePolicy::Allow); }
-    AnswerDecision(const AnswerDecision&) = delete;
-    AnswerDecision& operator=(const AnswerDecision&) = delete;
-
-    void answer(WKNavigationResponsePolicy policy)
-    {
-        // Never within the delegate's own call, and on the main thread wherever the last copy is dropped.
-        if (auto answered = std::exchange(m_answered, nullptr))
-            dispatchToMain([answered = std::move(answered), policy] { answered(policy); });
-    }
-
-private:
-    Answered m_answered;
-};
-
-} // namespace
-
 // The engine tells what a server has answered when the page is there.
 void WKWebView::Impl::askAboutAnswer(const WKNavigationResponse& response)
 {
     const auto delegate = view.m_navigationDelegate.respondingTo(&Methods::decidePolicyForNavigationResponse);
     if (!delegate)
         return finishLoad();
-    const auto decision = std::make_shared<AnswerDecision>(
+    const auto decision = std::make_shared<LateAnswer<WKNavigationResponsePolicy>>(
         [weak = view.weak_from_this(), load = lastLoad](WKNavigationResponsePolicy policy) {
             const auto self = weak.lock();
             if (!self || self->m_impl->lastLoad != load || self->m_impl->hasEnded)
@@ -175,7 +122,8 @@ void WKWebView::Impl::askAboutAnswer(const WKNavigationResponse& response)
                 self->m_impl->finishLoad();
             else
                 self->m_impl->endLoad(urlError(NSURLErrorCancelled, "The server's answer was refused."));
-        });
+        },
+        WKNavigationResponsePolicy::Allow);
     runGuarded([&] {
         delegate->decidePolicyForNavigationResponse(
             view, response, [decision](WKNavigationResponsePolicy policy) { decision->answer(policy); });
@@ -215,7 +163,7 @@ void WKWebView::Impl::downloads()
 void WKWebView::Impl::endLoad(const NSError& error)
 {
     isLeaving = false;
-    tellFailure(std::exchange(loadStage, LoadStage::None), error);
+    view.tellFailure(std::exchange(loadStage, LoadStage::None), error);
 }
 
 void WKWebView::Impl::processTerminated()

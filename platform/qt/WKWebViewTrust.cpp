@@ -1,5 +1,5 @@
 #include "../Foundation/Certificates.h"
-#include "../Foundation/Dispatch.h"
+#include "../Foundation/LateAnswer.h"
 #include "../Foundation/NSURLSessionConfiguration.h"
 #include "EnginePage.h"
 #include "ServerTrust.h"
@@ -16,35 +16,6 @@ bool holdsCertificate(const std::string& pem)
 namespace {
 
 constexpr auto kChallengeMethod = &WKNavigationDelegate::Methods::didReceiveAuthenticationChallenge;
-
-// A certificate that waits for the application's decision. The first answer counts; none is a refusal.
-class TrustDecision {
-public:
-    explicit TrustDecision(QWebEngineCertificateError error)
-        : m_error(std::move(error))
-    {
-    }
-    ~TrustDecision() { answer(nullptr); }
-    TrustDecision(const TrustDecision&) = delete;
-    TrustDecision& operator=(const TrustDecision&) = delete;
-
-    void answer(const std::shared_ptr<SecTrust>& trust)
-    {
-        if (std::exchange(m_isAnswered, true))
-            return;
-        // Never within the delegate's own call, and on the main thread wherever the last copy is dropped.
-        dispatchToMain([error = m_error, trust]() mutable {
-            if (!trust)
-                return error.rejectCertificate();
-            AcceptedCertificates::add(*trust);
-            error.acceptCertificate();
-        });
-    }
-
-private:
-    QWebEngineCertificateError m_error;
-    bool m_isAnswered = false;
-};
 
 } // namespace
 
@@ -84,7 +55,15 @@ void WKWebView::Impl::askForTrust(QWebEngineCertificateError error, const SecTru
         && requested.port() == error.url().port();
     if (call.isTooLate() || hasEnded || !delegate || !isPages)
         return error.rejectCertificate();
-    auto decision = std::make_shared<TrustDecision>(error);
+    using Decision = LateAnswer<std::shared_ptr<SecTrust>>;
+    auto decision = std::make_shared<Decision>(
+        [error](const std::shared_ptr<SecTrust>& accepted) mutable {
+            if (!accepted)
+                return error.rejectCertificate();
+            AcceptedCertificates::add(*accepted);
+            error.acceptCertificate();
+        },
+        nullptr);
     const NSURLAuthenticationChallenge challenge{ { NSURLAuthenticationMethodServerTrust, trust.host.toStdString(),
         std::make_shared<SecTrust>(trust) } };
     auto completion = [decision](NSURLSessionAuthChallengeDisposition disposition,

@@ -9,6 +9,7 @@
 #include <QWebEngineScript>
 #include <QWebEngineScriptCollection>
 #include <cassert>
+#include <functional>
 #include <utility>
 
 namespace tq {
@@ -79,6 +80,16 @@ std::map<std::string, WKUserContentController::MessageHandler> WKWebView::Impl::
     return handlers;
 }
 
+const WKUserContentController::MessageHandler* WKWebView::Impl::messageHandler(const std::string& name) const
+{
+    for (const auto& content : { std::cref(ownContent), std::cref(*configuration.userContentController) }) {
+        const auto& handlers = content.get().scriptMessageHandlers();
+        if (const auto found = handlers.find(name); found != handlers.end())
+            return &found->second;
+    }
+    return nullptr;
+}
+
 // The main frame has the channel for the page's own world; other frames and worlds send by prompts, which nobody sees.
 void WKWebView::Impl::addMessageScripts(QList<QWebEngineScript>& scripts) const
 {
@@ -107,10 +118,9 @@ bool WKWebView::Impl::receivedByPrompt(const QString& prompt, const QString& tex
     if (!prompt.startsWith(prefix))
         return false;
     const auto name = prompt.mid(prefix.size()).toStdString();
-    const auto handlers = messageHandlers();
-    const auto found = handlers.find(name);
+    const auto* handler = messageHandler(name);
     // A page sends to its own world's handlers alone.
-    if (found != handlers.end() && found->second.contentWorld.empty() == isPages)
+    if (handler && handler->contentWorld.empty() == isPages)
         received(name, NSJSONSerialization::JSONObjectWithData(text.toStdString()), nullptr);
     return true;
 }
@@ -119,13 +129,12 @@ void WKWebView::Impl::received(
     const std::string& name, OptionalValue&& body, const std::shared_ptr<WKScriptMessageReply>& reply)
 {
     const EngineCall call(view);
-    const auto handlers = messageHandlers();
-    const auto found = handlers.find(name);
-    if (call.isTooLate() || hasEnded || found == handlers.end())
+    const auto* found = messageHandler(name);
+    if (call.isTooLate() || hasEnded || !found)
         return;
     // The handler may be taken away while it runs.
     WKScriptMessage message{ name, std::move(body) };
-    runGuarded([&, handler = found->second] {
+    runGuarded([&, handler = *found] {
         if (handler.answering && reply)
             handler.answering->didReceiveScriptMessage(std::move(message), reply);
         else if (handler.handler)
