@@ -1,5 +1,6 @@
-# What an installation holds, in components: runtime (the library), development (what building against it needs, and the
-# script for authors of pages), the same with "-qt" for what only the Qt port's library needs, client and conference.
+# What an installation holds, in components: for each port runtime-PORT (its library) and development-PORT (what building
+# against that takes beside the next), development (what is the same for all ports, with the documents and the script for
+# authors of pages), client and conference.
 include(GNUInstallDirs)
 
 # Below include/TQWhiteBoardLib, there as here.
@@ -30,8 +31,6 @@ set(public_headers
     TQWBWebView.h
     TQWhiteBoard.h
     TQWhiteBoardLib.h
-    gtk/NativeView.h
-    qt/NativeView.h
     testing/TQWBFakeRoom.h
 )
 # What these include of the platform's headers. They are installed beside them, where a quoted "platform/..." is looked for
@@ -67,11 +66,11 @@ set(platform_headers
     platform/WebKit/WKWebViewConfiguration.h
 )
 
-function(tqwb_install_headers from)
+function(tqwb_install_headers component from)
     foreach(header ${ARGN})
         cmake_path(GET header PARENT_PATH folder)
         install(FILES "${from}/${header}" DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/TQWhiteBoardLib/${folder}"
-            COMPONENT development)
+            COMPONENT ${component})
     endforeach()
 endfunction()
 
@@ -88,28 +87,10 @@ function(tqwb_install_manual component manual)
         COMPONENT ${component})
 endfunction()
 
-# runtime and development: the library
-# @param suffix of what comes with that port: targets, components.
-function(tqwb_install_library name targets suffix)
-    install(TARGETS ${name} EXPORT ${targets}
-        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime${suffix}
-        NAMELINK_COMPONENT development${suffix}
-        INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
-    install(EXPORT ${targets} NAMESPACE TQWhiteBoardLib:: COMPONENT development${suffix}
-        DESTINATION "${CMAKE_INSTALL_LIBDIR}/cmake/TQWhiteBoardLib")
-endfunction()
-if(TQWB_HAS_GTK)
-    tqwb_install_library(TQWhiteBoardLib TQWhiteBoardLibTargets "")
-endif()
-if(TQWB_HAS_QT)
-    tqwb_install_library(TQWhiteBoardLibQt TQWhiteBoardLibQtTargets -qt)
-endif()
-tqwb_install_headers(include/TQWhiteBoardLib ${public_headers})
-tqwb_install_headers(. ${platform_headers})
-tqwb_install_terms(runtime libtqwhiteboardlib1)
-tqwb_install_terms(development libtqwhiteboardlib-dev)
-
-# development: how builds find it
+# development: how builds find the libraries, and what these have in common
+tqwb_install_headers(development include/TQWhiteBoardLib ${public_headers})
+tqwb_install_headers(development . ${platform_headers})
+tqwb_install_terms(development libtqwhiteboardlib-common-dev)
 include(CMakePackageConfigHelpers)
 set(package_directory "${CMAKE_INSTALL_LIBDIR}/cmake/TQWhiteBoardLib")
 configure_file(cmake/TQWhiteBoardLibConfig.cmake.in "${PROJECT_BINARY_DIR}/generated/TQWhiteBoardLibConfig.cmake" @ONLY)
@@ -120,19 +101,31 @@ install(FILES
     "${PROJECT_BINARY_DIR}/generated/TQWhiteBoardLibConfigVersion.cmake"
     DESTINATION "${package_directory}" COMPONENT development)
 
-# From the file's own place, so that the whole installation may be moved.
+# In pkg-config files from their own place, so that the whole installation may be moved.
 file(RELATIVE_PATH prefix_from_pkgconfig "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
 string(REGEX REPLACE "/$" "" prefix_from_pkgconfig "${prefix_from_pkgconfig}")
-function(tqwb_install_pkgconfig file library suffix)
-    configure_file(cmake/tqwhiteboardlib.pc.in "${PROJECT_BINARY_DIR}/generated/${file}" @ONLY)
-    install(FILES "${PROJECT_BINARY_DIR}/generated/${file}" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
-        COMPONENT development${suffix})
+
+# runtime-PORT and development-PORT
+# @param library is the target. @param name of its packages and its pkg-config file begin with that.
+function(tqwb_install_library port library name)
+    install(TARGETS ${library} EXPORT ${library}Targets
+        LIBRARY DESTINATION "${CMAKE_INSTALL_LIBDIR}" COMPONENT runtime-${port}
+        NAMELINK_COMPONENT development-${port}
+        INCLUDES DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}")
+    install(EXPORT ${library}Targets NAMESPACE TQWhiteBoardLib:: COMPONENT development-${port}
+        DESTINATION "${package_directory}")
+    tqwb_install_headers(development-${port} include/TQWhiteBoardLib ${port}/NativeView.h)
+    configure_file(cmake/tqwhiteboardlib.pc.in "${PROJECT_BINARY_DIR}/generated/${name}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/generated/${name}.pc" DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig"
+        COMPONENT development-${port})
+    tqwb_install_terms(runtime-${port} lib${name}${PROJECT_VERSION_MAJOR})
+    tqwb_install_terms(development-${port} lib${name}-dev)
 endfunction()
 if(TQWB_HAS_GTK)
-    tqwb_install_pkgconfig(tqwhiteboardlib.pc TQWhiteBoardLib "")
+    tqwb_install_library(gtk TQWhiteBoardLib tqwhiteboardlib)
 endif()
 if(TQWB_HAS_QT)
-    tqwb_install_pkgconfig(tqwhiteboardlib-qt.pc TQWhiteBoardLibQt -qt)
+    tqwb_install_library(qt TQWhiteBoardLibQt tqwhiteboardlib-qt)
 endif()
 
 # development: the other end of the bridge, for authors of pages; documents and examples. They lie as in the tree, so that
@@ -147,7 +140,7 @@ install(DIRECTORY examples DESTINATION "${data_directory}" COMPONENT development
 # that become plain text.
 file(RELATIVE_PATH include_from_data "/prefix/${data_directory}" "/prefix/${CMAKE_INSTALL_INCLUDEDIR}")
 file(RELATIVE_PATH terms_from_data "/prefix/${data_directory}"
-    "/prefix/${CMAKE_INSTALL_DATADIR}/doc/libtqwhiteboardlib-dev/copyright")
+    "/prefix/${CMAKE_INSTALL_DATADIR}/doc/libtqwhiteboardlib-common-dev/copyright")
 function(tqwb_install_document document)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${document}")
     file(READ "${document}" text)

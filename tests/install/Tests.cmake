@@ -6,41 +6,64 @@ set(install_scripts "${CMAKE_CURRENT_SOURCE_DIR}/install")
 set(install_scratch "${CMAKE_CURRENT_BINARY_DIR}/install")
 set(install_prefix "${install_scratch}/prefix/moved")
 
+set(ports)
+if(TQWB_HAS_GTK)
+    list(APPEND ports gtk)
+    set(library_of_gtk TQWhiteBoardLib)
+endif()
+if(TQWB_HAS_QT)
+    list(APPEND ports qt)
+    set(library_of_qt TQWhiteBoardLibQt)
+endif()
+set(programs)
+if(TQWB_HAS_APPS)
+    set(programs tqwhiteboard tqwhiteboard-conference)
+endif()
+
 add_test(NAME Install.RunsFromAnyPlace
     COMMAND bash "${install_scripts}/prefix.sh" "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}"
-        "${install_scratch}/prefix")
+        "${install_scratch}/prefix" ${programs})
 set_tests_properties(Install.RunsFromAnyPlace PROPERTIES FIXTURES_SETUP installation)
 
+add_test(NAME Install.EachPortIsFoundAlone
+    COMMAND bash "${install_scripts}/ports.sh" "${PROJECT_BINARY_DIR}" "${install_scratch}/ports" ${ports})
 add_test(NAME Install.HeadersAreCompleteAndCompileAlone
-    COMMAND bash "${install_scripts}/headers.sh" "${CMAKE_CXX_COMPILER}"
-        "${PROJECT_SOURCE_DIR}/include" "${install_prefix}/${CMAKE_INSTALL_INCLUDEDIR}" "${install_scratch}/headers")
-add_test(NAME Install.ExportsWhatHeadersMark
-    COMMAND bash "${install_scripts}/exports.sh" "$<TARGET_FILE:TQWhiteBoardLib>"
-        "${install_prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
-foreach(mode build run)
-    add_test(NAME Install.Examples-${mode}
-        COMMAND bash "${install_scripts}/examples.sh" ${mode} "${install_prefix}" "${install_scratch}/examples")
-endforeach()
-set_tests_properties(Install.Examples-build PROPERTIES FIXTURES_SETUP examples ENVIRONMENT "CXX=${CMAKE_CXX_COMPILER}")
-set_tests_properties(Install.Examples-run PROPERTIES FIXTURES_REQUIRED examples RESOURCE_LOCK screen)
+    COMMAND bash "${install_scripts}/headers.sh" "${CMAKE_CXX_COMPILER}" "${PROJECT_SOURCE_DIR}/include"
+        "${install_prefix}/${CMAKE_INSTALL_INCLUDEDIR}" "${install_scratch}/headers" ${ports})
+add_test(NAME Install.Examples-build
+    COMMAND bash "${install_scripts}/examples.sh" build "${install_prefix}" "${install_scratch}/examples")
+set_tests_properties(Install.Examples-build PROPERTIES FIXTURES_SETUP examples)
+set_tests_properties(Install.EachPortIsFoundAlone Install.Examples-build PROPERTIES
+    ENVIRONMENT "CXX=${CMAKE_CXX_COMPILER}")
+if(TQWB_HAS_APPS) # the service among them
+    add_test(NAME Install.Examples-run
+        COMMAND bash "${install_scripts}/examples.sh" run "${install_prefix}" "${install_scratch}/examples")
+    set_tests_properties(Install.Examples-run PROPERTIES FIXTURES_REQUIRED examples RESOURCE_LOCK screen)
+endif()
 set(documents CHANGELOG.md README.md SECURITY.md docs/architecture.md docs/client.md docs/guide.md docs/performance.md
     docs/room-page.md page/README.md)
 add_test(NAME Install.LinksOfDocumentsLeadSomewhere
     COMMAND bash "${install_scripts}/links.sh" "${install_prefix}/${CMAKE_INSTALL_DATADIR}/tqwhiteboardlib" ${documents})
 add_test(NAME Documents.LinksLeadSomewhere
     COMMAND bash "${install_scripts}/links.sh" "${PROJECT_SOURCE_DIR}" ${documents} CONTRIBUTING.md fuzz/README.md)
-set(install_users Install.HeadersAreCompleteAndCompileAlone Install.ExportsWhatHeadersMark Install.Examples-build
-    Install.LinksOfDocumentsLeadSomewhere)
+set(install_users Install.HeadersAreCompleteAndCompileAlone Install.Examples-build Install.LinksOfDocumentsLeadSomewhere)
 # Only this compiler tells what headers declare.
 find_program(TQWB_CLANG clang++)
-if(TQWB_CLANG)
-    add_test(NAME Install.HeadersDeclareOnlyWhatLinks
-        COMMAND bash "${install_scripts}/declared.sh" "${TQWB_CLANG}" "$<TARGET_FILE:TQWhiteBoardLib>"
-            "${install_prefix}/${CMAKE_INSTALL_INCLUDEDIR}" "${install_scratch}/declared")
-    list(APPEND install_users Install.HeadersDeclareOnlyWhatLinks)
-else()
+if(NOT TQWB_CLANG)
     message(STATUS "What the installed headers declare is not compared with the library: that takes clang++")
 endif()
+foreach(port ${ports})
+    set(library "$<TARGET_FILE:${library_of_${port}}>")
+    add_test(NAME Install.ExportsWhatHeadersMark-${port}
+        COMMAND bash "${install_scripts}/exports.sh" "${library}" "${install_prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
+    list(APPEND install_users Install.ExportsWhatHeadersMark-${port})
+    if(TQWB_CLANG)
+        add_test(NAME Install.HeadersDeclareOnlyWhatLinks-${port}
+            COMMAND bash "${install_scripts}/declared.sh" "${TQWB_CLANG}" "${library}" ${port}
+                "${install_prefix}/${CMAKE_INSTALL_INCLUDEDIR}" "${install_scratch}/declared-${port}")
+        list(APPEND install_users Install.HeadersDeclareOnlyWhatLinks-${port})
+    endif()
+endforeach()
 set_tests_properties(${install_users} PROPERTIES FIXTURES_REQUIRED installation TIMEOUT 300)
 # What takes longest begins first.
 set_tests_properties(Install.HeadersAreCompleteAndCompileAlone Install.Examples-build Install.RunsFromAnyPlace

@@ -1,18 +1,19 @@
 #!/usr/bin/env bash
-# Checks that the library of the GTK port exports every function, member and variable that its installed headers declare
+# Checks that the library of a port exports every function, member and variable that its installed headers declare
 # without defining it: what compiles with them links.
 #
-# usage: declared.sh CLANG LIBRARY INCLUDE-FOLDER SCRATCH-FOLDER
+# usage: declared.sh CLANG LIBRARY PORT INCLUDE-FOLDER SCRATCH-FOLDER
 set -euo pipefail
 
-clang=$1 library=$2 include=$3 scratch=$4
+clang=$1 library=$2 port=$3 include=$4 scratch=$5
 readonly fewest=100
 here="$(dirname "$(realpath "${BASH_SOURCE[0]}")")"
 die() { printf 'declared.sh: %s\n' "$*" >&2; exit 1; }
 
 rm -rf "$scratch"
 mkdir -p "$scratch"
-(cd "$include" && find TQWhiteBoardLib -name '*.h' -not -path '*/qt/*' | sort | sed 's/.*/#include <&>/') >"$scratch/all.cpp"
+(cd "$include" && find TQWhiteBoardLib -name '*.h' \( -not -name NativeView.h -o -path "*/$port/*" \) | sort \
+    | sed 's/.*/#include <&>/') >"$scratch/all.cpp"
 "$clang" -std=c++20 -fsyntax-only -I "$include" -Xclang -ast-dump=json -Xclang -ast-dump-filter=tq:: "$scratch/all.cpp" \
     | python3 "$here/declared.py" >"$scratch/declared"
 count="$(wc -l <"$scratch/declared")"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds every installed example alone, as its reader would, by CMake, and the viewer by pkg-config as well. Runs the
-# tests of one, a conversation to its end, and both viewers in a room of the installed service.
+# Builds every installed example alone, as its reader would, by CMake, and the viewers by pkg-config as well. Runs the
+# tests of one, a conversation to its end, and every viewer in a room of the installed service.
 #
 # usage: examples.sh build|run PREFIX SCRATCH-FOLDER      CXX is the compiler; to run takes a display, and what was built
 set -euo pipefail
@@ -10,10 +10,21 @@ readonly seconds=60
 die() { printf 'examples.sh: %s\n' "$*" >&2; exit 1; }
 
 examples="$prefix/share/tqwhiteboardlib/examples"
-names="$(ls "$examples")"
-# An example of a port is built where the port is installed.
-[[ -n $(find "$prefix"/lib* -name libTQWhiteBoardLibQt.so) ]] || names="$(grep -v -e '-qt$' <<<"$names")"
-libraries="$(dirname "$(find "$prefix"/lib* -name libTQWhiteBoardLib.so)")"
+libraries="$(dirname "$(find "$prefix"/lib* -name 'libTQWhiteBoardLib*.so' -print -quit)")"
+# An example is built where the library that it takes is installed.
+names=()
+for example in "$examples"/*; do
+    library=TQWhiteBoardLib
+    [[ $example != *-qt ]] || library+=Qt
+    [[ ! -e "$libraries/lib$library.so" ]] || names+=("$(basename "$example")")
+done
+# What the viewers are to pkg-config.
+declare -A modules=([viewer]="tqwhiteboardlib gtk4" [viewer-qt]="tqwhiteboardlib-qt Qt6Widgets")
+viewers=()
+for name in "${names[@]}"; do
+    [[ -z ${modules[$name]:-} ]] || viewers+=("$name")
+done
+((${#viewers[@]} > 0)) || die "only these examples are for what is installed: ${names[*]}"
 export XDG_DATA_HOME="$scratch/data" XDG_CACHE_HOME="$scratch/cache" GTK_A11Y=none
 export examples prefix scratch
 
@@ -26,29 +37,31 @@ build_in_silence() {
     build_by_cmake "$1" >"$scratch/$1.log" 2>&1 || { cat "$scratch/$1.log" >&2; return 255; }
 }
 export -f build_by_cmake build_in_silence
+# The library is of this installation.
+check_library() {
+    local loaded
+    loaded="$(ldd "$1" | awk '$1 ~ /^libTQWhiteBoardLib/ { print $3 }')"
+    [[ $(realpath "$loaded") == "$(realpath "$prefix")"/* ]] || die "$1 is built with another library: $loaded"
+}
 build() {
+    local name flags
     rm -rf "$scratch"
     mkdir -p "$scratch/by-pkg-config"
-    (($(wc -l <<<"$names") >= 5)) || die "only these examples are installed: $names"
-    xargs -P 2 -I '{}' bash -c 'build_in_silence "$@"' _ '{}' <<<"$names" || die "an example does not build"
-    local flags
-    read -r -a flags <<<"$(PKG_CONFIG_PATH="$libraries/pkgconfig" pkg-config --cflags --libs tqwhiteboardlib gtk4)"
-    "$CXX" -std=c++20 -Wall -Wextra -Werror "$examples/viewer/main.cpp" -o "$scratch/by-pkg-config/by-pkg-config" "${flags[@]}"
+    printf '%s\n' "${names[@]}" | xargs -P 2 -I '{}' bash -c 'build_in_silence "$@"' _ '{}' \
+        || die "an example does not build"
+    for name in "${names[@]}"; do check_library "$scratch/$name/$name"; done
+    for name in "${viewers[@]}"; do
+        # shellcheck disable=SC2086 # words
+        read -r -a flags <<<"$(PKG_CONFIG_PATH="$libraries/pkgconfig" pkg-config --cflags --libs ${modules[$name]})"
+        "$CXX" -std=c++20 -Wall -Wextra -Werror "$examples/$name/main.cpp" -o "$scratch/by-pkg-config/$name" "${flags[@]}"
+        # Only what CMake has made knows where its library is.
+        LD_LIBRARY_PATH="$libraries" check_library "$scratch/by-pkg-config/$name"
+    done
 }
 if [[ $mode == build ]]; then
     build
     exit
 fi
-
-for name in $names by-pkg-config; do
-    # Of the two, only what CMake has made knows where the library is.
-    [[ $name != by-pkg-config ]] || export LD_LIBRARY_PATH="$libraries"
-    loaded="$(ldd "$scratch/$name/$name" | awk '$1 ~ /^libTQWhiteBoardLib/ { print $3 }')"
-    [[ $(realpath "$loaded") == "$(realpath "$prefix")"/* ]] || die "$name is built with another library: $loaded"
-done
-
-ctest --test-dir "$scratch/testing" --no-tests=error --output-on-failure >"$scratch/testing.log" 2>&1 \
-    || { cat "$scratch/testing.log"; die "the tests of an application's class fail"; }
 
 trap 'kill $(jobs -p) 2>/dev/null || true; wait' EXIT
 # start NAME COMMAND...: its output comes by descriptor 3. await_line PATTERN: the first line that matches, in "line".
@@ -64,12 +77,21 @@ await_line() {
     done
     die "no line \"$1\" in $seconds seconds"
 }
-start conversation "$scratch/conversation/conversation"
-await_line '^148933 primes up to 2000000$'
+if [[ -d "$scratch/testing" ]]; then
+    ctest --test-dir "$scratch/testing" --no-tests=error --output-on-failure >"$scratch/testing.log" 2>&1 \
+        || { cat "$scratch/testing.log"; die "the tests of an application's class fail"; }
+    start conversation "$scratch/conversation/conversation"
+    await_line '^148933 primes up to 2000000$'
+fi
 start service "$prefix/bin/tqwhiteboard-conference" --port 0 --state "$scratch/service"
 await_line '"host":"([^"]*)"'
 host="${BASH_REMATCH[1]}"
-for viewer in viewer by-pkg-config; do
-    start "$viewer" "$scratch/$viewer/$viewer" "demo@$host" "$scratch/service/ca.pem"
-    await_line '^shown$'
+# The engine of Qt does not shut root's pages in.
+[[ $EUID -ne 0 ]] || export QTWEBENGINE_DISABLE_SANDBOX=1
+export LD_LIBRARY_PATH="$libraries"
+for viewer in "${viewers[@]}"; do
+    for program in "$scratch/$viewer/$viewer" "$scratch/by-pkg-config/$viewer"; do
+        start "$viewer" "$program" "demo@$host" "$scratch/service/ca.pem"
+        await_line '^shown$'
+    done
 done

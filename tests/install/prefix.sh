@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Installs into a folder, moves the folder, and checks that nothing in it speaks of a place that it was made at, that its
-# programs run where it is now, and that its manuals are whole.
+# programs run where it is now, and that their manuals are whole.
 #
-# usage: prefix.sh SOURCE-FOLDER BUILD-FOLDER SCRATCH-FOLDER      leaves SCRATCH-FOLDER/moved
+# usage: prefix.sh SOURCE-FOLDER BUILD-FOLDER SCRATCH-FOLDER [PROGRAM...]      leaves SCRATCH-FOLDER/moved
 set -euo pipefail
 
 source=$1 build=$2 scratch=$3
+shift 3
 die() { printf 'prefix.sh: %s\n' "$*" >&2; exit 1; }
 
 rm -rf "$scratch"
@@ -28,12 +29,14 @@ for file in "${files[@]}"; do
     ! grep -F "${places[@]}" "$scratch/texts" || die "$file names a place that it was made at"
 done
 
-library="$(find "$scratch/moved" -name libTQWhiteBoardLib.so)"
-readelf -d "$library" | grep -q 'SONAME.*\[libTQWhiteBoardLib\.so\.[0-9]*\]$' || die "the library has no version"
+mapfile -t found < <(find "$scratch/moved" -name 'libTQWhiteBoardLib*.so')
+((${#found[@]} > 0)) || die "no library was installed"
+for library in "${found[@]}"; do
+    readelf -d "$library" | grep -q "SONAME.*\\[$(basename "$library")\\.[0-9]*\\]\$" || die "$library has no version"
+done
 # The programs run, and their manuals tell every option that they have.
-"$scratch/moved/bin/tqwhiteboard" --help >"$scratch/tqwhiteboard.help" || die "the client does not run"
-"$scratch/moved/bin/tqwhiteboard-conference" --help >"$scratch/tqwhiteboard-conference.help" || die "the service does not run"
-for program in tqwhiteboard tqwhiteboard-conference; do
+for program in "$@"; do
+    "$scratch/moved/bin/$program" --help >"$scratch/$program.help" || die "$program does not run"
     grep -o -- '--[a-z]\+[a-z-]*' "$scratch/$program.help" | grep -vx -e --option | sort -u >"$scratch/options"
     (($(wc -l <"$scratch/options") >= 4)) || die "$program tells no options: $(cat "$scratch/$program.help")"
     sed 's/\\-/-/g' "$scratch/moved/share/man/man1/$program.1" >"$scratch/$program.manual"
