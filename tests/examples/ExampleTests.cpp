@@ -3,8 +3,30 @@
 #include "tests/client/ClientPrograms.h"
 #include "tests/support/HttpsServer.h"
 
+#include <X11/Xlib.h>
+#include <cstdio>
+
 namespace tq::test {
 namespace {
+
+// As the button of a window's frame would: nobody draws frames on this screen.
+void closeWindowOf(const Program& program)
+{
+    const auto words = "timeout 60 xdotool search --sync --onlyvisible --pid " + std::to_string(program.id());
+    auto* search = popen(words.c_str(), "r");
+    unsigned long window = 0;
+    EXPECT_EQ(fscanf(search, "%lu", &window), 1) << "there is no window";
+    pclose(search);
+    auto* display = XOpenDisplay(nullptr);
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
+    EXPECT_TRUE(XSendEvent(display, window, False, NoEventMask, &event));
+    XCloseDisplay(display);
+}
 
 class ExampleTest : public ServiceTest {
 protected:
@@ -16,20 +38,33 @@ protected:
     {
         std::filesystem::create_directories(folder);
         arguments.insert(arguments.begin(), TQWB_EXAMPLES_FOLDER "/" + program);
-        return std::make_unique<Program>(std::move(arguments), folder / (program + ".log"));
+        // Leaks are looked for in the tests of the library.
+        Program::Environment environment{ { "ASAN_OPTIONS", "detect_leaks=0" } };
+        // Qt's engine does not shut root's pages in.
+        if (geteuid() == 0)
+            environment["QTWEBENGINE_DISABLE_SANDBOX"] = "1";
+        return std::make_unique<Program>(std::move(arguments), folder / (program + ".log"), environment);
     }
 };
 
-TEST_F(ExampleTest, TheViewerSaysHowItsRoomIsDoing)
+// One of each port.
+class ViewerTest : public ExampleTest, public testing::WithParamInterface<const char*> { };
+
+TEST_P(ViewerTest, ItSaysHowItsRoomIsDoingAndEndsWithItsWindow)
 {
+    const std::string program = GetParam();
     const auto unreachable = "localhost:" + std::to_string(refusingPort());
-    auto viewer = run("viewer", { "good@" + host, authority });
+    auto viewer = run(program, { "good@" + host, authority });
     for (const char* state : { "finding", "joining", "loading", "shown" })
         viewer->waitForLine(state);
+    closeWindowOf(*viewer);
+    EXPECT_EQ(viewer->end(), 0) << viewer->log();
     // Where the service is was learnt by the one before.
-    run("viewer", { "good@" + host })->waitForLine("over: certificate: ");
-    run("viewer", { "good@" + unreachable })->waitForLine("over: network: ");
+    run(program, { "good@" + host })->waitForLine("over: certificate: ");
+    run(program, { "good@" + unreachable })->waitForLine("over: network: ");
 }
+
+INSTANTIATE_TEST_SUITE_P(, ViewerTest, testing::Values(TQWB_VIEWERS));
 
 TEST_F(ExampleTest, TheConversationComesToItsEnd)
 {
