@@ -195,14 +195,15 @@ TEST_F(CloseTest, ThePagesTimersAndConnectionsEnd)
     runUntil([&] { return countOf("/tick") > 0; }, "the page's timers run");
     room->close();
     runUntil([&] { return hasConnectionEnded.load(); }, "the page's connection has ended");
-    const auto ticks = countOf("/tick");
-    // As long as another page takes for ten ticks.
+    // As long as another page takes for ten ticks, twice: requests that were on their way come in the first.
     auto other = makeView();
     const TestWindow shown(*other);
     const auto reports = std::make_shared<Reports>();
     other->addJavascriptObject(reports, "test");
     other->loadUrl(pageWith("<script>setInterval(() => prompt('_dsbridge=test.report', '{}'), 20)</script>"));
-    runUntil([&] { return reports->values.size() == 10; }, "time has passed");
+    runUntil([&] { return reports->values.size() >= 10; }, "time has passed");
+    const auto ticks = countOf("/tick");
+    runUntil([&] { return reports->values.size() >= 20; }, "more time has passed");
     other->close();
     EXPECT_EQ(countOf("/tick"), ticks);
 }
