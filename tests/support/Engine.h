@@ -55,8 +55,10 @@ struct EngineTraits {
     bool explainsFailures;
     /// While another page is to come, that one's address is the view's.
     bool namesPagesToCome;
-    /// It says which frame of a page calls.
+    /// It says which frame of a page calls, and whether a load is a frame's before its server is asked.
     bool tellsFrames;
+    /// A main loop that runs within a call of the engine's is told what becomes of pages.
+    bool goesOnWithinCalls;
     /// It keeps a page that another one comes after, for the way back.
     bool putsPagesAway;
     /// Scripts for the start of pages run in a frame that has no address, too.
