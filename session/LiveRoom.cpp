@@ -349,18 +349,20 @@ void LiveRoom::didStartProvisionalNavigation(WKWebView& webView, const WKNavigat
         m_view->didStartProvisionalNavigation(webView, navigation);
 }
 
+// A room's page may load itself anew; another one in its place would not be the room.
+WKNavigationActionPolicy LiveRoom::decidePolicyForNavigationAction(WKWebView& webView, const WKNavigationAction& action)
+{
+    const auto& address = action.request.URL;
+    const bool isRoom = address && address->origin() == webView.pageOrigin();
+    return isRoom || state() != TQWBRoomState::Shown ? WKNavigationActionPolicy::Allow
+                                                     : WKNavigationActionPolicy::Cancel;
+}
+
 void LiveRoom::decidePolicyForNavigationResponse(WKWebView&, const WKNavigationResponse& navigationResponse,
     std::function<void(WKNavigationResponsePolicy)> decisionHandler)
 {
     constexpr NSInteger kFirstRefusal = 400;
     const auto status = navigationResponse.response.statusCode;
-    if (state() == TQWBRoomState::Shown && navigationResponse.isForMainFrame) {
-        // The room's page may load itself anew; another one in its place would not be the room.
-        const auto address = NSURL::URLWithString(navigationResponse.response.URL);
-        const bool isRoom = address && address->origin() == m_view->pageOrigin();
-        decisionHandler(isRoom ? WKNavigationResponsePolicy::Allow : WKNavigationResponsePolicy::Cancel);
-        return;
-    }
     if (!m_isOpening || !navigationResponse.isForMainFrame || status < kFirstRefusal) {
         m_hasBegun |= navigationResponse.isForMainFrame;
         decisionHandler(WKNavigationResponsePolicy::Allow);

@@ -19,6 +19,8 @@ public:
 
     // What becomes of the page's loads.
     void didStartProvisionalNavigation(WKWebView& webView, const WKNavigation& navigation) override;
+    WKNavigationActionPolicy decidePolicyForNavigationAction(
+        WKWebView& webView, const WKNavigationAction& action) override;
     void decidePolicyForNavigationResponse(WKWebView& webView, const WKNavigationResponse& navigationResponse,
         std::function<void(WKNavigationResponsePolicy)> decisionHandler) override;
     void didFinishNavigation(WKWebView& webView, const WKNavigation& navigation) override;

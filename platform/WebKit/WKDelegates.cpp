@@ -61,6 +61,11 @@ void WKNavigationDelegate::didReceiveAuthenticationChallenge(
 {
 }
 
+WKNavigationActionPolicy WKNavigationDelegate::decidePolicyForNavigationAction(WKWebView&, const WKNavigationAction&)
+{
+    return WKNavigationActionPolicy::Allow;
+}
+
 void WKNavigationDelegate::decidePolicyForNavigationResponse(
     WKWebView&, const WKNavigationResponse&, std::function<void(WKNavigationResponsePolicy)>)
 {

@@ -63,6 +63,15 @@ struct NSURLCredential {
     std::shared_ptr<SecTrust> trust;
 };
 
+/// What the page wants to load.
+struct WKNavigationAction {
+    /// What would be loaded; without an address for an empty window.
+    NSMutableURLRequest request;
+};
+
+/// What becomes of a load that a page may be left for.
+enum class WKNavigationActionPolicy { Cancel = 0, Allow = 1 };
+
 /// The head of a server's answer to a load of the page or of a frame in it.
 struct WKNavigationResponse {
     /// Where the answer comes from; its status is 0 where HTTP has no part in it.
@@ -104,6 +113,14 @@ public:
     virtual void didReceiveAuthenticationChallenge(
         WKWebView& webView, const NSURLAuthenticationChallenge& challenge, ChallengeCompletion completion);
 
+    /// The page is to be left for another one, by a link, a script, an address that leads on or the application: before
+    /// that one's server is asked, or, where the port's engine does not tell loads of frames from those of the page
+    /// then (GTK's), when it has answered and nothing of it is shown. A class without this method allows everything.
+    /// @returns at once what becomes of the load. One that is refused fails with `NSURLErrorCancelled`, and the page
+    /// before stays.
+    virtual WKNavigationActionPolicy decidePolicyForNavigationAction(
+        WKWebView& webView, const WKNavigationAction& action);
+
     /// A server has begun to answer: what its status says, before anything of the body is shown. A class without this
     /// method gets what the engine does: it shows answers of every status, and refuses what it cannot show.
     /// @param decisionHandler may be kept and called later, on the main thread; the first answer counts. Dropped
@@ -135,6 +152,7 @@ public:
     struct Methods {
         bool didStartProvisionalNavigation = false;
         bool didReceiveAuthenticationChallenge = false;
+        bool decidePolicyForNavigationAction = false;
         bool decidePolicyForNavigationResponse = false;
         bool didFinishNavigation = false;
         bool didFailProvisionalNavigation = false;
@@ -147,6 +165,7 @@ public:
         return {
             .didStartProvisionalNavigation = implements<DidStartProvisionalNavigation, Delegate, Protocol>(),
             .didReceiveAuthenticationChallenge = implements<DidReceiveAuthenticationChallenge, Delegate, Protocol>(),
+            .decidePolicyForNavigationAction = implements<DecidePolicyForAction, Delegate, Protocol>(),
             .decidePolicyForNavigationResponse = implements<DecidePolicyForResponse, Delegate, Protocol>(),
             .didFinishNavigation = implements<DidFinishNavigation, Delegate, Protocol>(),
             .didFailProvisionalNavigation = implements<DidFailProvisionalNavigation, Delegate, Protocol>(),
@@ -159,6 +178,7 @@ public:
 private:
     template <class T> using DidStartProvisionalNavigation = decltype(&T::didStartProvisionalNavigation);
     template <class T> using DidReceiveAuthenticationChallenge = decltype(&T::didReceiveAuthenticationChallenge);
+    template <class T> using DecidePolicyForAction = decltype(&T::decidePolicyForNavigationAction);
     template <class T> using DecidePolicyForResponse = decltype(&T::decidePolicyForNavigationResponse);
     template <class T> using DidFinishNavigation = decltype(&T::didFinishNavigation);
     template <class T> using DidFailProvisionalNavigation = decltype(&T::didFailProvisionalNavigation);

@@ -4,6 +4,7 @@
 #include "../Foundation/NSTypes.h"
 #include "../Foundation/NSURLRequest.h"
 #include "../Foundation/WeakDelegate.h"
+#include "WKNavigationDelegate.h"
 
 #include <functional>
 #include <memory>
@@ -37,12 +38,6 @@ public:
 private:
     const WKWebView& m_webView;
     const OptionalText m_origin;
-};
-
-/// What the page wants to load.
-struct WKNavigationAction {
-    /// What would be loaded; without an address for an empty window.
-    NSMutableURLRequest request;
 };
 
 /// The window that the page asks for; a mere token, since the engine tells its wishes only after the view is made.

@@ -43,6 +43,15 @@ void WKWebView::progressHasChanged()
     }
 }
 
+bool WKWebView::allowsLoad(const std::string& address)
+{
+    auto policy = WKNavigationActionPolicy::Allow;
+    const WKNavigationAction action{ { .URL = NSURL::URLWithString(address) } };
+    if (const auto delegate = m_navigationDelegate.respondingTo(&Methods::decidePolicyForNavigationAction))
+        runGuarded([&] { policy = delegate->decidePolicyForNavigationAction(*this, action); });
+    return policy == WKNavigationActionPolicy::Allow;
+}
+
 bool WKWebView::tellFailure(LoadStage failedIn, const NSError& error)
 {
     const bool hasPage = failedIn == LoadStage::Committed;

@@ -36,8 +36,9 @@ public:
     /// Loads a page. A request without an address has no effect, and none has once the view has ended.
     void loadRequest(const NSMutableURLRequest& request);
     /// Names servers that the pages to come will ask, by fetch, WebSocket or otherwise, beside their own. Where the
-    /// application has given extra trust anchors, a load begins with a look at the certificates of the page's own
-    /// server and of these, so that none of their connections fails first. Replaces the names given before.
+    /// application has given extra trust anchors, none of their connections fails first then: a load begins with a look
+    /// at the certificates of the page's own server and of these, unless the port's engine asks about each server when
+    /// it meets it (Qt's). Replaces the names given before.
     /// @param servers "https://host:port"; others have no effect.
     void expectServers(std::vector<std::string> servers);
     /// Runs a script in the page, at once and without an answer. Scripts run in the order of the calls; one that is
@@ -193,6 +194,8 @@ private:
         Committed
     };
 
+    // Asks the delegate whether the page may be left for that one.
+    bool allowsLoad(const std::string& address);
     // Tells the observers of the progress.
     void progressHasChanged();
     // @returns whether there is somebody to tell.

@@ -175,15 +175,24 @@ gboolean WKWebView::Impl::decidePolicy(
     if (call.isTooLate() || type != WEBKIT_POLICY_DECISION_TYPE_RESPONSE)
         return FALSE;
     auto& self = call.impl();
-    const auto delegate = self.view.m_navigationDelegate.respondingTo(&Methods::decidePolicyForNavigationResponse);
     auto* native = WEBKIT_RESPONSE_POLICY_DECISION(decision);
     const bool isForMainFrame = webkit_response_policy_decision_is_main_frame_main_resource(native);
     // An older load's answer is nobody's.
-    if (!delegate || (isForMainFrame && self.loadStage != LoadStage::Provisional))
+    if (isForMainFrame && self.loadStage != LoadStage::Provisional)
         return FALSE;
     const bool isShowable = webkit_response_policy_decision_is_mime_type_supported(native);
     const WKNavigationResponse response{ headOf(webkit_response_policy_decision_get_response(native)), isForMainFrame,
         isShowable };
+    // The engine has asked before, without a word on which frame it is about.
+    if (const auto loads = self.loads; isForMainFrame && !self.view.allowsLoad(response.response.URL)) {
+        if (self.loads == loads)
+            self.isAnswerRefused = true;
+        webkit_policy_decision_ignore(decision);
+        return TRUE;
+    }
+    const auto delegate = self.view.m_navigationDelegate.respondingTo(&Methods::decidePolicyForNavigationResponse);
+    if (!delegate)
+        return FALSE;
     auto handler
         = [weak = self.view.weak_from_this(), load = self.loads, isForMainFrame,
               pending = std::make_shared<ResponseDecision>(decision, isShowable)](WKNavigationResponsePolicy policy) {

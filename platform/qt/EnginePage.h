@@ -29,14 +29,9 @@ private:
     }
     // What is to be written comes another way.
     void javaScriptConsoleMessage(JavaScriptConsoleMessageLevel, const QString&, int, const QString&) override { }
-    bool acceptNavigationRequest(const QUrl&, NavigationType type, bool isMainFrame) override
+    bool acceptNavigationRequest(const QUrl& url, NavigationType type, bool isMainFrame) override
     {
-        // The engine says nothing of the start of a load that interrupts another; of others it says it after this.
-        if (isMainFrame && type != NavigationTypeRedirect) {
-            m_impl.loadBegins();
-            m_impl.hasJustBegun = true;
-        }
-        return true;
+        return !isMainFrame || m_impl.mayLeaveFor(url, type == NavigationTypeRedirect);
     }
 
     Impl& m_impl;

@@ -43,6 +43,8 @@ void apply(const WKWebViewConfiguration& configuration, QWebEngineSettings& sett
     settings.setAttribute(Settings::LocalContentCanAccessFileUrls, preferences.allowFileAccessFromFileURLs);
     settings.setAttribute(Settings::LocalContentCanAccessRemoteUrls, configuration.allowUniversalAccessFromFileURLs);
     settings.setAttribute(Settings::ErrorPageEnabled, false);
+    // Nobody shows them.
+    settings.setAttribute(Settings::AutoLoadIconsForPage, false);
 }
 
 QWidget* widgetOf(const UIView& view) { return static_cast<QWidget*>(view.nativeHandle()); }
@@ -232,7 +234,7 @@ void WKWebView::loadRequest(const NSMutableURLRequest& request)
     m_impl->load(request.URL->absoluteString());
 }
 
-// The engine asks about the certificates of all servers, when it meets them.
+// The engine asks about the certificate of any server when it meets it, and goes on with what it was doing.
 void WKWebView::expectServers(std::vector<std::string>) { }
 
 void WKWebView::end()

@@ -52,6 +52,7 @@ struct WKWebView::Impl {
 
     // Loads.
     void load(const std::string& uri);
+    bool mayLeaveFor(const QUrl& url, bool isRedirect);
     void loadBegins();
     void pageHasArrived(const QString& address);
     void loadingChanged(const QWebEngineLoadingInfo& info);

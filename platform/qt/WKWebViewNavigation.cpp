@@ -42,6 +42,23 @@ void WKWebView::Impl::replaceLoad()
     view.loadIsReplaced(std::exchange(loadStage, LoadStage::None));
 }
 
+bool WKWebView::Impl::mayLeaveFor(const QUrl& url, bool isRedirect)
+{
+    const EngineCall call(view);
+    if (call.isTooLate() || hasEnded)
+        return false;
+    // The engine says nothing of the start of a load that interrupts another; of others it says it after this.
+    if (!isRedirect) {
+        loadBegins();
+        hasJustBegun = true;
+    }
+    const auto load = lastLoad;
+    const bool isAllowed = view.allowsLoad(url.toEncoded().toStdString());
+    if (!isAllowed && lastLoad == load && loadStage == LoadStage::Provisional)
+        endLoad(urlError(NSURLErrorCancelled, "The application stays with the page before."));
+    return isAllowed;
+}
+
 void WKWebView::Impl::loadBegins()
 {
     const EngineCall call(view);
@@ -95,6 +112,9 @@ void WKWebView::Impl::loadingChanged(const QWebEngineLoadingInfo& info)
     // Of an older load nobody hears here.
     if (call.isTooLate() || hasEnded || (loadStage != LoadStage::Provisional && loadStage != LoadStage::Committed))
         return;
+    // The page that is there leads to what the engine does not load (as "mailto:"), and its own load ends with that.
+    if (loadStage == LoadStage::Committed && page->url() != info.url())
+        return finishLoad();
     const bool hasStatus = info.errorDomain() == QWebEngineLoadingInfo::HttpStatusCodeDomain;
     if (info.status() != QWebEngineLoadingInfo::LoadSucceededStatus && !hasStatus)
         return endStoppedLoad(info);

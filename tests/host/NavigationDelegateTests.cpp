@@ -17,6 +17,11 @@ using Events = std::vector<std::string>;
 class Recorder : public WKNavigationDelegate {
 public:
     void didStartProvisionalNavigation(WKWebView&, const WKNavigation&) override { tell("start"); }
+    WKNavigationActionPolicy decidePolicyForNavigationAction(WKWebView&, const WKNavigationAction& action) override
+    {
+        places.push_back(action.request.URL->absoluteString());
+        return places.back() == forbidden ? WKNavigationActionPolicy::Cancel : WKNavigationActionPolicy::Allow;
+    }
     void decidePolicyForNavigationResponse(WKWebView&, const WKNavigationResponse& response,
         std::function<void(WKNavigationResponsePolicy)> decisionHandler) override
     {
@@ -50,6 +55,9 @@ public:
     }
 
     Events events;
+    // What the page was to be left for, and may not be.
+    std::vector<std::string> places;
+    std::string forbidden;
     std::function<void(std::function<void(WKNavigationResponsePolicy)>)> decide;
     std::function<void(const std::string&)> then;
 
@@ -151,6 +159,8 @@ protected:
                 wire.waitForEnd();
         } else if (path == "/frames") {
             wire.send(HttpsServer::pageOf("<iframe src=/404></iframe>"));
+        } else if (path == "/on") {
+            wire.send(HttpsServer::answerWith(302, "", "Location: /404\r\n"));
         } else if (path == "/zip") {
             wire.send(HttpsServer::answerWith(200, "PK", "Content-Type: application/zip\r\n"));
         } else {
@@ -245,6 +255,34 @@ TEST_F(NavigationDelegateTest, TheApplicationDecidesAboutAnswers)
     eventsOf(at("/page"));
     view.reset();
     kept(WKNavigationResponsePolicy::Allow);
+}
+
+TEST_F(NavigationDelegateTest, TheApplicationDecidesWhatAPageIsLeftFor)
+{
+    recorder->forbidden = at("/404");
+    eventsOf(at("/frames"));
+    EXPECT_EQ(recorder->places, Events{ at("/frames") }) << "frames leave no page";
+    eventsOf(at("/page"));
+    for (const auto* path : { "/404", "/on" }) {
+        for (const bool isPages : { false, true }) {
+            recorder->events.clear();
+            recorder->places.clear();
+            if (isPages)
+                view->evaluateJavaScript("location = '" + at(path) + "'");
+            else
+                view->loadUrl(at(path));
+            runUntil([&] { return recorder->isAtRest(); }, "the load has ended");
+            EXPECT_EQ(recorder->events, (Events{ "start", "no page -999" })) << path;
+            EXPECT_EQ(recorder->places.back(), recorder->forbidden);
+            EXPECT_EQ(ask("document.title"), OptionalValue("/page")) << "the page before stays";
+        }
+    }
+    // Nor does a page that still loads fail by what the engine itself does not load.
+    eventsOf(pageWith("<script>location = 'mailto:ann@b.example'</script>"));
+    runUntil([&] { return recorder->has("finish"); }, "it has loaded");
+    EXPECT_FALSE(recorder->has("broken"));
+    // Each was asked for only where the engine does not tell of which frame it speaks before that.
+    EXPECT_EQ(server.requests("/404").size(), kEngine.tellsFrames ? 1 : 5);
 }
 
 TEST_F(NavigationDelegateTest, WithoutAnAcceptedCertificateALoadEnds)
