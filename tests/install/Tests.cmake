@@ -20,6 +20,8 @@ if(TQWB_HAS_APPS)
     set(programs tqwhiteboard tqwhiteboard-conference)
 endif()
 
+add_test(NAME Install.MachinesWithoutAToolkitAreTold
+    COMMAND bash "${install_scripts}/configure.sh" "${PROJECT_SOURCE_DIR}" "${install_scratch}/configure" ${ports})
 add_test(NAME Install.RunsFromAnyPlace
     COMMAND bash "${install_scripts}/prefix.sh" "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}"
         "${install_scratch}/prefix" ${programs})
