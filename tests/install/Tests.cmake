@@ -32,16 +32,14 @@ add_test(NAME Install.EachPortIsFoundAlone
 add_test(NAME Install.HeadersAreCompleteAndCompileAlone
     COMMAND bash "${install_scripts}/headers.sh" "${CMAKE_CXX_COMPILER}" "${PROJECT_SOURCE_DIR}/include"
         "${install_prefix}/${CMAKE_INSTALL_INCLUDEDIR}" "${install_scratch}/headers" ${ports})
-add_test(NAME Install.Examples-build
-    COMMAND bash "${install_scripts}/examples.sh" build "${install_prefix}" "${install_scratch}/examples")
+foreach(mode build run)
+    add_test(NAME Install.Examples-${mode}
+        COMMAND bash "${install_scripts}/examples.sh" ${mode} "${install_prefix}" "${install_scratch}/examples")
+endforeach()
 set_tests_properties(Install.Examples-build PROPERTIES FIXTURES_SETUP examples)
+set_tests_properties(Install.Examples-run PROPERTIES FIXTURES_REQUIRED examples RESOURCE_LOCK screen)
 set_tests_properties(Install.EachPortIsFoundAlone Install.Examples-build PROPERTIES
     ENVIRONMENT "CXX=${CMAKE_CXX_COMPILER}")
-if(TQWB_HAS_APPS) # the service among them
-    add_test(NAME Install.Examples-run
-        COMMAND bash "${install_scripts}/examples.sh" run "${install_prefix}" "${install_scratch}/examples")
-    set_tests_properties(Install.Examples-run PROPERTIES FIXTURES_REQUIRED examples RESOURCE_LOCK screen)
-endif()
 set(documents CHANGELOG.md README.md SECURITY.md docs/architecture.md docs/client.md docs/guide.md docs/performance.md
     docs/room-page.md page/README.md)
 add_test(NAME Install.LinksOfDocumentsLeadSomewhere
