@@ -10,12 +10,12 @@ namespace tq {
 
 namespace {
 
-constexpr std::string_view kNameCharacters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_$0123456789";
+constexpr std::string_view kPlainNameCharacters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz_$0123456789";
 constexpr std::string_view kDigits = "0123456789";
 
-bool isIdentifier(std::string_view name)
+bool isPlainName(std::string_view name)
 {
-    return !name.empty() && name.find_first_not_of(kNameCharacters) == name.npos
+    return !name.empty() && name.find_first_not_of(kPlainNameCharacters) == name.npos
         && kDigits.find(name.front()) == kDigits.npos;
 }
 
@@ -25,7 +25,7 @@ bool isNotInProxies(std::string_view method) { return method == "then" || method
 // As the key of an interface, in which "new" would mean something else.
 std::string keyOf(std::string_view method)
 {
-    if (isIdentifier(method) && method != "new")
+    if (isPlainName(method) && method != "new")
         return std::string(method);
     std::string quoted;
     NSJSONSerialization::appendText(quoted, method);
@@ -36,7 +36,7 @@ std::string keyOf(std::string_view method)
 
 std::string declarationOf(const NSObject& object, std::string_view name)
 {
-    if (!isIdentifier(name) || TypeScript::isReserved(name))
+    if (!isPlainName(name) || TypeScript::isReserved(name))
         throw std::invalid_argument("an interface cannot be called \"" + std::string(name) + '"');
     const auto& table = object.objectClass();
     TypeScript types(name);

@@ -9,47 +9,43 @@
 
 namespace tq {
 
-namespace {
-
-constexpr int kSteps = 10'000;
-
-// A bar for assistive technologies, and a line for the eye.
-class Line final : public QProgressBar {
-public:
-    explicit Line(CGRect frame)
-    {
-        setGeometry(QRectF(frame.x, frame.y, frame.width, frame.height).toRect());
-        setMinimumSize(0, 0);
-        setFixedSize(size());
-        setRange(0, kSteps);
-        setValue(0);
-        setAttribute(Qt::WA_TransparentForMouseEvents);
-    }
-
-    QColor color{};
-    CGAffineTransform transform{};
-
-private:
-    void paintEvent(QPaintEvent*) override
-    {
-        QPainter painter(this);
-        const QPointF middle = QRectF(rect()).center();
-        painter.translate(middle);
-        painter.scale(transform.scaleX, transform.scaleY);
-        painter.translate(-middle);
-        painter.fillRect(QRectF(0, 0, width() * double(value()) / kSteps, height()), color);
-    }
-};
-
-} // namespace
-
 struct UIProgressView::Style {
+    static constexpr int kSteps = 10'000;
+
+    // A bar for assistive technologies, and a line for the eye.
+    class Line final : public QProgressBar {
+    public:
+        explicit Line(CGRect frame)
+        {
+            setGeometry(QRectF(frame.x, frame.y, frame.width, frame.height).toRect());
+            setMinimumSize(0, 0);
+            setFixedSize(size());
+            setRange(0, kSteps);
+            setValue(0);
+            setAttribute(Qt::WA_TransparentForMouseEvents);
+        }
+
+        QColor color{};
+        CGAffineTransform transform{};
+
+    private:
+        void paintEvent(QPaintEvent*) override
+        {
+            QPainter painter(this);
+            const QPointF middle = QRectF(rect()).center();
+            painter.translate(middle);
+            painter.scale(transform.scaleX, transform.scaleY);
+            painter.translate(-middle);
+            painter.fillRect(QRectF(0, 0, width() * double(value()) / kSteps, height()), color);
+        }
+    };
+
     const QPointer<Line> line;
 };
 
 UIProgressView::UIProgressView(CGRect frame)
-    : UIView(frame, std::make_unique<Native>(new Line(frame)))
-    , m_style(new Style{ static_cast<Line*>(static_cast<QWidget*>(nativeHandle())) })
+    : UIView(frame, std::make_unique<Native>(new Style::Line(frame)))
+    , m_style(new Style{ static_cast<Style::Line*>(static_cast<QWidget*>(nativeHandle())) })
 {
     updateStyle();
 }
@@ -59,7 +55,7 @@ UIProgressView::~UIProgressView() = default;
 void UIProgressView::updateProgress()
 {
     if (m_style->line)
-        m_style->line->setValue(int(std::lround(m_progress * kSteps)));
+        m_style->line->setValue(int(std::lround(m_progress * Style::kSteps)));
 }
 
 void UIProgressView::updateStyle()

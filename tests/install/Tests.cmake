@@ -37,7 +37,7 @@ foreach(mode build run)
         COMMAND bash "${install_scripts}/examples.sh" ${mode} "${install_prefix}" "${install_scratch}/examples")
 endforeach()
 set_tests_properties(Install.Examples-build PROPERTIES FIXTURES_SETUP examples)
-set_tests_properties(Install.Examples-run PROPERTIES FIXTURES_REQUIRED examples RESOURCE_LOCK screen)
+set_tests_properties(Install.Examples-run PROPERTIES FIXTURES_REQUIRED examples)
 set_tests_properties(Install.EachPortIsFoundAlone Install.Examples-build PROPERTIES
     ENVIRONMENT "CXX=${CMAKE_CXX_COMPILER}")
 set(documents CHANGELOG.md README.md SECURITY.md docs/architecture.md docs/client.md docs/guide.md docs/performance.md

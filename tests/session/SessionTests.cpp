@@ -26,7 +26,7 @@ bool isRandomText(const boost::json::value& value)
         && std::ranges::all_of(*text, [](unsigned char character) { return std::isalnum(character); });
 }
 
-TEST(SessionRules, RandomTextsAreOfLettersAndDigits)
+TEST(RandomTexts, AreOfLettersAndDigits)
 {
     EXPECT_EQ(TQWhiteBoard::getVersion(), "1.0.0");
     EXPECT_EQ(TQWhiteBoard::generateMixed(0), "");
