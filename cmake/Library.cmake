@@ -76,6 +76,7 @@ set(TQWB_QT_SOURCES
     platform/qt/PageQuestion.cpp
     platform/qt/PageScripts.cpp
     platform/qt/Profiles.cpp
+    platform/qt/QtText.cpp
     platform/qt/ServerTrust.cpp
     platform/qt/UIImage.cpp
     platform/qt/UIProgressView.cpp

@@ -24,7 +24,7 @@ const OptionalText& WKWebView::Impl::originOf(const QUrl& frame)
 }
 
 // @returns whether the delegate has a method for this kind of dialog.
-bool WKWebView::Impl::askWith(const QString& kind, std::string_view message, const OptionalText& text,
+bool WKWebView::Impl::askWith(const QString& kind, std::string_view message, std::string_view text,
     const WKFrameInfo& frame, const std::shared_ptr<PageQuestion>& question)
 {
     using Methods = WKUIDelegate::Methods;
@@ -61,7 +61,7 @@ std::shared_ptr<PageQuestion> WKWebView::Impl::ask(
     bool isAsked = false;
     runGuarded([&] {
         isAsked
-            = askWith(kind, message.toStdString(), text.toStdString(), WKFrameInfo(view, originOf(origin)), question);
+            = askWith(kind, message.toStdString(), QtText(text).view(), WKFrameInfo(view, originOf(origin)), question);
     });
     // The delegate may have asked for another page meanwhile, which this one cannot be left for while it waits.
     if (!isAsked || loads != loadsBefore)
@@ -83,8 +83,7 @@ QString WKWebView::Impl::answerOrTicket(const std::shared_ptr<PageQuestion>& que
     }
     if (!question->text())
         return {};
-    const auto text = toQt(*question->text());
-    const auto answer = *beforeAnswer ? beforeAnswer + text : text;
+    const auto answer = answerOf(beforeAnswer, *question->text());
     return answer.isNull() ? QString("") : answer;
 }
 

@@ -79,7 +79,7 @@ struct WKWebView::Impl {
     const OptionalText& originOf(const QUrl& frame);
     bool prompted(const QUrl& origin, const QString& message, const QString& text, QString* answer);
     bool confirmed(const QUrl& origin, const QString& message);
-    bool askWith(const QString& kind, std::string_view message, const OptionalText& text, const WKFrameInfo& frame,
+    bool askWith(const QString& kind, std::string_view message, std::string_view text, const WKFrameInfo& frame,
         const std::shared_ptr<PageQuestion>& question);
     std::shared_ptr<PageQuestion> ask(
         const QUrl& origin, const QString& kind, const QString& message, const QString& text);

@@ -65,6 +65,27 @@ protected:
     }
 };
 
+// Texts of few and of many bytes a letter, in runs of every length.
+TEST_F(BridgeTest, EveryLetterTravelsWhole)
+{
+    load(R"(<script>
+        function letters(first, last, step) {
+            let text = "";
+            for (let code = first; code <= last; code += step)
+                text += String.fromCodePoint(code);
+            return text;
+        }
+        const runs = [letters(0x20, 0x7F, 1), letters(0x80, 0x7FF, 1), letters(0x800, 0xD7FF, 1),
+            letters(0xE000, 0xFFFF, 1), letters(0x10000, 0x10FFFF, 17)];
+        let text = runs.join("");
+        for (let length = 1; length < 100; ++length)
+            text += runs.map((run) => run.slice(0, 2 * length)).join("");
+        const back = JSON.parse(prompt("_dsbridge=ns.a.echo", JSON.stringify({ data: text }))).data;
+        window.isWhole = back === text && text.length;
+    </script>)");
+    EXPECT_EQ(ask("window.isWhole > 200000"), OptionalValue(true));
+}
+
 TEST_F(BridgeTest, SynchronousCallsGetTheExactResultText)
 {
     struct Row {
