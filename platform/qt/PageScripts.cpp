@@ -27,6 +27,8 @@ constexpr const char* kQuestionScript = R"js((() => {
             apply(send, request, []);
             return parse(apply(responseText, request, []));
         } catch {
+            // The page may not wait (by its Permissions-Policy), or is on its way out.
+            apply(plain, window, ["%6", ticket]);
             return null;
         }
     }
@@ -78,7 +80,7 @@ QString questionScript()
 {
     static const auto s_script = QString(kQuestionScript)
                                      .arg(kAnswerScheme, QString::number(qstrlen(kTicket)), kTicket, kQuestion,
-                                         QString::number(qstrlen(kAnswer)));
+                                         QString::number(qstrlen(kAnswer)), kUnused);
     return s_script;
 }
 

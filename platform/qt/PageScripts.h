@@ -13,6 +13,8 @@ namespace tq {
 inline constexpr const char* kQuestion = "_tqquestion";
 /// Before a ticket, in the place of an answer.
 inline constexpr const char* kTicket = "_tqticket:";
+/// The text of a prompt that gives a ticket back.
+inline constexpr const char* kUnused = "_tqunused";
 /// What comes before an answer that is there.
 inline constexpr const char* kAnswer = "_tqanswer:";
 

@@ -8,6 +8,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QWebEngineScriptCollection>
+#include <algorithm>
 #include <utility>
 
 namespace tq {
@@ -95,6 +96,10 @@ bool WKWebView::Impl::prompted(const QUrl& origin, const QString& message, const
     }
     if (receivedByPrompt(message, text))
         return false;
+    if (message == kUnused) {
+        takeBack(text);
+        return false;
+    }
     if (message == kQuestion) {
         const auto parts = QJsonDocument::fromJson(text.toUtf8()).array();
         *answer = answerOrTicket(ask(origin, parts[0].toString(), parts[1].toString(), parts[2].toString()), kAnswer);
@@ -111,6 +116,17 @@ bool WKWebView::Impl::confirmed(const QUrl& origin, const QString& message)
         return true;
     const auto question = ask(origin, "confirm", message, {});
     return question && question->text();
+}
+
+// A page that may not wait has gone on, as if its user had cancelled.
+void WKWebView::Impl::takeBack(const QString& ticket)
+{
+    const EngineCall call(view);
+    const auto isThat = [&](const auto& given) {
+        return !PageQuestion::isUsed(*given) && kTicket + PageQuestion::nameOf(*given) == ticket;
+    };
+    if (!call.isTooLate() && std::ranges::any_of(tickets, isThat))
+        cancelDialogs(TellView::Yes);
 }
 
 // A page that waits for an answer cannot be left.

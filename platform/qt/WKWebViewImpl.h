@@ -84,6 +84,7 @@ struct WKWebView::Impl {
     std::shared_ptr<PageQuestion> ask(
         const QUrl& origin, const QString& kind, const QString& message, const QString& text);
     QString answerOrTicket(const std::shared_ptr<PageQuestion>& question, const char* beforeAnswer);
+    void takeBack(const QString& ticket);
     enum class TellView : bool { No, Yes };
     void cancelDialogs(TellView tellView);
     void openWindow(QWebEngineNewWindowRequest& request);

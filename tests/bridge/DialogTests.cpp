@@ -397,6 +397,39 @@ TEST_F(DialogTest, APageThatAsksCanBeLeft)
     }
 }
 
+TEST_F(DialogTest, APageThatMayNotWaitIsAnsweredAsCancelled)
+{
+    const auto answer = HttpsServer::answerWith(200,
+        "<script>function report(v) { prompt('_dsbridge=test.report', JSON.stringify({data: v})); }"
+        "report('loaded')</script>",
+        "Content-Type: text/html\r\nPermissions-Policy: sync-xhr=()\r\n");
+    const HttpsServer server(
+        [&](const ReceivedRequest&, Wire& wire) { wire.send(answer); }, HttpsServer::Transport::Plain);
+    const auto delegate = std::make_shared<AllDialogs>();
+    for (const bool hasDelegate : { false, true }) {
+        const auto given = hasDelegate ? delegate : nullptr;
+        view->setDSUIDelegate(given);
+        const auto report = reports->values.size();
+        view->loadUrl("http://" + server.host() + "/");
+        waitForReports(report + 1);
+        begin("confirm('?'), prompt('name?', 'nobody')");
+        for (const auto* kind : { "confirm", "prompt" }) {
+            if (!kEngine.waitsWithoutRequests)
+                break;
+            SCOPED_TRACE(kind);
+            runUntil([&] { return hasDelegate ? delegate->asked.starts_with(kind) : !dialogs().empty(); }, "it asks");
+            if (hasDelegate)
+                std::exchange(delegate->pending, nullptr)(Answer::Cancel);
+            else
+                dialog().press(Answer::Cancel);
+        }
+        EXPECT_EQ(answerFrom(report + 1), kEngine.waitsWithoutRequests ? R"([false,""])" : "[false,null]");
+        EXPECT_TRUE(dialogs().empty());
+        if (auto late = std::exchange(delegate->pending, nullptr))
+            late(Answer::Ok);
+    }
+}
+
 TEST_F(DialogTest, DelegatesAnswerWhatTheyImplementAndMayForgetFailOrLeave)
 {
     load();

@@ -59,6 +59,8 @@ struct EngineTraits {
     bool tellsFrames;
     /// A main loop that runs within a call of the engine's is told what becomes of pages.
     bool goesOnWithinCalls;
+    /// A page whose Permissions-Policy forbids synchronous requests waits for its dialogs all the same.
+    bool waitsWithoutRequests;
     /// It keeps a page that another one comes after, for the way back.
     bool putsPagesAway;
     /// Scripts for the start of pages run in a frame that has no address, too.
