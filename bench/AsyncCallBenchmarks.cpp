@@ -75,11 +75,11 @@ std::string pageHalf()
 class Pages {
 public:
     Pages()
-        : m_bare([this](const char* prompt, const char*) -> const char* {
-            if (std::string_view(prompt) != "_dsbridge=bench.done")
-                return m_answer.c_str();
+        : m_bare([this](std::string_view prompt) {
+            if (prompt != "_dsbridge=bench.done")
+                return m_answer;
             ++m_bareDone;
-            return "{}";
+            return m_nothing;
         })
     {
         m_bridge.view().addJavascriptObject(
@@ -101,6 +101,7 @@ public:
             }),
             "bench");
         m_bridge.view().loadUrl(pageHalf());
+        m_bare.answerMessages();
         m_bare.load(pageWith(kBarePage));
         runUntil([&] { return m_done && m_bareDone; }, "the pages are loaded");
     }
@@ -116,7 +117,7 @@ public:
     }
     Seconds runPrompts(int count, const std::string& result)
     {
-        m_answer = R"({"code":0,"data":")" + result + "\"}";
+        m_answer = EngineText(R"({"code":0,"data":")" + result + "\"}");
         return timeUntilDone(
             m_bareDone, [&] { m_bare.evaluate("prompts(" + std::to_string(count) + ",{k:1,t:'small'})"); });
     }
@@ -143,7 +144,8 @@ private:
 
     const BridgePage m_bridge;
     BarePage m_bare;
-    std::string m_answer;
+    const EngineText m_nothing{ "{}" };
+    EngineText m_answer = m_nothing;
     std::vector<boost::json::value> m_large;
     int m_done = 0;
     int m_bareDone = 0;

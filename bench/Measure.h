@@ -38,6 +38,12 @@ struct Benchmark {
 /// The value below which so large a part (0 to 1) of the values lies.
 double quantile(std::vector<double> values, double part);
 
+/// What the rounds come to.
+/// @param operations how many operations one block is.
+/// @param subject of each round, and so the baseline.
+Benchmark summaryOf(std::string name, std::string baselineName, double limit, int operations,
+    const std::vector<Seconds>& subject, const std::vector<Seconds>& baseline);
+
 /// Runs the two sides by turns, the first of a round now this one and now that one, after one round that does not
 /// count.
 /// @param operations how many operations one block is.

@@ -30,13 +30,14 @@ std::vector<Benchmark> nativeCallBenchmarks()
     bool isReady = false;
     // Either side sends the next call when it has the answer of the one before.
     std::function<void()> next;
-    BarePage bare([&](const char* prompt, const char*) -> const char* {
-        isReady = isReady || std::string_view(prompt) == "_dsbridge=bench.done";
-        if (std::string_view(prompt) == "_dsbridge=_dsb.returnValue") {
+    const EngineText nothing(R"({"code":0,"data":""})");
+    BarePage bare([&](std::string_view prompt) {
+        isReady = isReady || prompt == "_dsbridge=bench.done";
+        if (prompt == "_dsbridge=_dsb.returnValue") {
             ++answers;
             next();
         }
-        return R"({"code":0,"data":""})";
+        return nothing;
     });
     bridge.view().loadUrl(pageWith(kScript));
     bare.load(pageWith(kScript));

@@ -102,13 +102,14 @@ std::vector<Benchmark> pageCallBenchmarks()
     const auto native = std::make_shared<Bench>();
     const BridgePage bridge;
     bridge.view().addJavascriptObject(native, "bench");
-    std::string fixedAnswer;
+    const EngineText nothing("{}");
+    auto fixedAnswer = nothing;
     int bareDone = 0;
-    BarePage bare([&](const char* prompt, const char*) -> const char* {
-        if (std::string_view(prompt) != "_dsbridge=bench.done")
-            return fixedAnswer.c_str();
+    BarePage bare([&](std::string_view prompt) {
+        if (prompt != "_dsbridge=bench.done")
+            return fixedAnswer;
         ++bareDone;
-        return "{}";
+        return nothing;
     });
     bridge.view().loadUrl(pageWith(kScript));
     bare.load(pageWith(kScript));
@@ -121,14 +122,14 @@ std::vector<Benchmark> pageCallBenchmarks()
         bare.evaluate(prepare);
         const std::string method = payload.method;
         const auto result = method == "text" ? repeated(payload.text, 5 * kMiB) : "";
-        fixedAnswer = R"({"code":0,"data":")"
+        fixedAnswer = EngineText(R"({"code":0,"data":")"
             + (method == "text"         ? result
                     : method == "small" ? "small result"
                                         : "long enough")
-            + "\"}";
+            + "\"}");
         const auto script = "block('bench." + method + "'," + std::to_string(payload.count) + ")";
         benchmarks.push_back(compare(
-            payload.name, "bare prompt", payload.limit, payload.count,
+            payload.name, "bare prompt", kPort.pageCallLimit.value_or(payload.limit), payload.count,
             [&] {
                 if (method == "text")
                     native->results.assign(static_cast<std::size_t>(payload.count), boost::json::value(result));

@@ -80,9 +80,9 @@ std::vector<Benchmark> streamBenchmarks()
     const BridgePage bridge;
     bridge.view().addJavascriptObject(native, "bench");
     int bareDone = 0;
-    BarePage bare([&](const char*, const char*) -> const char* {
+    BarePage bare([&](std::string_view) {
         ++bareDone;
-        return "{}";
+        return EngineText("{}");
     });
     bridge.view().loadUrl(pageWith(kScript));
     bare.load(pageWith(std::string(kScript) + "window.callback = take;"));

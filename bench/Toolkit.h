@@ -12,8 +12,23 @@
 
 namespace tq::bench {
 
-/// To be called before anything else.
-void startToolkit();
+/// What one port's measuring differs in from another's.
+struct Port {
+    /// What the names of its results end with.
+    const char* suffix;
+    /// What page calls may cost at most, whatever their size; none where each size has a limit of its own.
+    std::optional<double> pageCallLimit;
+};
+extern const Port kPort;
+
+/// What the port's toolkit needs to be there for; made before anything else, and outlives every view.
+class Toolkit {
+public:
+    Toolkit();
+    ~Toolkit();
+    Toolkit(const Toolkit&) = delete;
+    Toolkit& operator=(const Toolkit&) = delete;
+};
 
 /// Waits until there is something to do on the main loop, a second at most, and does it.
 void turnMainLoop();
@@ -26,17 +41,32 @@ void destroyWindow(void* window);
 /// When the engine was last told to load a page; may be reset.
 std::optional<Clock::time_point>& timeOfLoad();
 
+/// A text as the engine takes it from an application, made beforehand.
+class EngineText {
+public:
+    explicit EngineText(std::string_view text);
+
+    struct Native;
+    const Native& native() const { return *m_native; }
+
+private:
+    std::shared_ptr<const Native> m_native;
+};
+
 /// The engine's own view, with settings as the library's has them, and nothing between it and the page: every prompt is
-/// answered by one function, and every message to the handler "bare" by a text that is as long as a small result.
+/// answered by one function.
 class BarePage {
 public:
-    using Answer = std::function<const char*(const char* prompt, const char* text)>;
+    using Answer = std::function<EngineText(std::string_view prompt)>;
 
-    /// @param answer returns the text for the page, null for none.
     explicit BarePage(Answer answer);
     ~BarePage();
     BarePage(const BarePage&) = delete;
     BarePage& operator=(const BarePage&) = delete;
+
+    /// From its next page on, answers every message to the handler "bare" by the engine's own way for messages, with a
+    /// text that is as long as a small result.
+    void answerMessages();
 
     void load(const std::string& url);
     void evaluate(std::string_view script);

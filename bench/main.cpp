@@ -2,6 +2,7 @@
 #include "Growth.h"
 #include "Toolkit.h"
 
+#include <algorithm>
 #include <array>
 #include <boost/json/array.hpp>
 #include <boost/json/object.hpp>
@@ -67,9 +68,10 @@ boost::json::array measureGrowth(const std::filesystem::path& folder)
     for (const auto measure :
         { growthWithPayload, growthWithPending, growthWithNamespaces, growthWithMethods, growthWithViews }) {
         const auto curve = measure();
-        std::ofstream(folder / (curve.file + ".svg")) << plotOf(curve);
+        const auto picture = folder / (curve.file + kPort.suffix + ".svg");
+        std::ofstream(picture) << plotOf(curve);
         curves.push_back(toJSON(curve));
-        std::printf("%s: %s\n", curve.title.c_str(), (folder / (curve.file + ".svg")).c_str());
+        std::printf("%s: %s\n", curve.title.c_str(), picture.c_str());
         std::fflush(stdout);
     }
     return curves;
@@ -77,20 +79,21 @@ boost::json::array measureGrowth(const std::filesystem::path& folder)
 
 } // namespace
 
-// usage: tqwb_bench FOLDER [GROUP|growth]: measures, prints a table, and leaves it in the folder as JSON.
+// usage: tqwb_bench FOLDER [GROUP|growth]...: measures, prints a table, and leaves it in the folder as JSON.
 int main(int argc, char** argv)
 {
-    if (argc < 2 || argc > 3) {
-        std::cerr << "usage: tqwb_bench FOLDER [GROUP]\n";
+    if (argc < 2) {
+        std::cerr << "usage: tqwb_bench FOLDER [GROUP]...\n";
         return 2;
     }
-    startToolkit();
+    const Toolkit toolkit;
     const std::filesystem::path folder = argv[1];
-    const std::string_view only = argc > 2 ? argv[2] : "";
+    const std::vector<std::string_view> only(argv + 2, argv + argc);
+    const auto isWanted = [&](std::string_view group) { return only.empty() || std::ranges::count(only, group) > 0; };
     std::filesystem::create_directories(folder);
     boost::json::array benchmarks;
     for (const auto& [name, measure] : kGroups) {
-        if (!only.empty() && only != name)
+        if (!isWanted(name))
             continue;
         for (const auto& benchmark : measure()) {
             print(benchmark);
@@ -98,9 +101,8 @@ int main(int argc, char** argv)
         }
     }
     boost::json::object report{ { "benchmarks", std::move(benchmarks) } };
-    if (only.empty() || only == "growth")
+    if (isWanted("growth"))
         report["growth"] = measureGrowth(folder);
-    if (only.empty())
-        std::ofstream(folder / "results.json") << boost::json::serialize(report) << "\n";
+    std::ofstream(folder / ("results" + std::string(kPort.suffix) + ".json")) << boost::json::serialize(report) << "\n";
     return 0;
 }

@@ -19,13 +19,17 @@ void __wrap_webkit_web_view_load_uri(WebKitWebView* view, const gchar* uri)
 
 namespace tq::bench {
 
-void startToolkit()
+const Port kPort{ .suffix = "", .pageCallLimit = std::nullopt };
+
+Toolkit::Toolkit()
 {
     gtk_init();
     // A turn of the main loop has an end.
     g_timeout_add_seconds(
         1, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
 }
+
+Toolkit::~Toolkit() = default;
 
 void turnMainLoop() { g_main_context_iteration(nullptr, TRUE); }
 
@@ -46,13 +50,20 @@ std::optional<Clock::time_point>& timeOfLoad()
     return s_time;
 }
 
+struct EngineText::Native {
+    std::string text;
+};
+
+EngineText::EngineText(std::string_view text)
+    : m_native(std::make_shared<Native>(Native{ std::string(text) }))
+{
+}
+
 struct BarePage::Impl {
     static gboolean answered(WebKitWebView*, WebKitScriptDialog* dialog, gpointer self)
     {
-        const char* text = static_cast<Impl*>(self)->answer(
-            webkit_script_dialog_get_message(dialog), webkit_script_dialog_prompt_get_default_text(dialog));
-        if (text)
-            webkit_script_dialog_prompt_set_text(dialog, text);
+        const auto answer = static_cast<Impl*>(self)->answer(webkit_script_dialog_get_message(dialog));
+        webkit_script_dialog_prompt_set_text(dialog, answer.native().text.c_str());
         return TRUE;
     }
 
@@ -77,18 +88,20 @@ BarePage::BarePage(Answer answer)
     auto* settings = webkit_settings_new();
     webkit_settings_set_media_playback_allows_inline(settings, FALSE);
     webkit_settings_set_javascript_can_open_windows_automatically(settings, FALSE);
-    auto* manager = webkit_user_content_manager_new();
-    webkit_user_content_manager_register_script_message_handler_with_reply(manager, "bare", nullptr);
-    g_signal_connect(manager, "script-message-with-reply-received::bare", G_CALLBACK(Impl::replied), nullptr);
-    m_impl->view = static_cast<WebKitWebView*>(
-        g_object_new(WEBKIT_TYPE_WEB_VIEW, "settings", settings, "user-content-manager", manager, nullptr));
+    m_impl->view = static_cast<WebKitWebView*>(g_object_new(WEBKIT_TYPE_WEB_VIEW, "settings", settings, nullptr));
     g_object_unref(settings);
-    g_object_unref(manager);
     g_signal_connect(m_impl->view, "script-dialog", G_CALLBACK(Impl::answered), m_impl.get());
     m_impl->window = showInWindow(m_impl->view);
 }
 
 BarePage::~BarePage() { destroyWindow(m_impl->window); }
+
+void BarePage::answerMessages()
+{
+    auto* manager = webkit_web_view_get_user_content_manager(m_impl->view);
+    webkit_user_content_manager_register_script_message_handler_with_reply(manager, "bare", nullptr);
+    g_signal_connect(manager, "script-message-with-reply-received::bare", G_CALLBACK(Impl::replied), nullptr);
+}
 
 void BarePage::load(const std::string& url) { webkit_web_view_load_uri(m_impl->view, url.c_str()); }
 
