@@ -90,6 +90,8 @@ void WKWebView::Impl::createPage(const ProfileKind& kind)
 {
     using Policy = QWebEnginePage::PermissionPolicy;
     profileKind = kind;
+    isPageEnding = false;
+    isPageDead = false;
     auto next = std::make_unique<Page>(*this, profileOf(kind));
     auto* created = next.get();
     apply(configuration, *created->settings());

@@ -52,6 +52,8 @@ struct WKWebView::Impl {
 
     // Loads.
     void load(const std::string& uri);
+    void beginLoad(const std::string& uri);
+    void beginLoadLater(const std::string& uri);
     bool mayLeaveFor(const QUrl& url, bool isRedirect);
     void loadBegins();
     void pageHasArrived(const QString& address);
@@ -129,6 +131,13 @@ struct WKWebView::Impl {
     bool hasPage = false;
     // The application has asked for another page, which has neither come nor failed.
     bool isLeaving = false;
+    // The page's process has been ended, and the engine does not know it yet: what the page has sent is not heard any
+    // more, and a load that the engine would lose with it waits.
+    bool isPageEnding = false;
+    OptionalText loadAfterEnd{};
+    // It has ended. Pages that follow it get none of our scripts now and then, nor does a later page of another view:
+    // the engine mistakes their frames for the dead one. The next load gets a page of its own.
+    bool isPageDead = false;
 };
 
 } // namespace tq

@@ -20,19 +20,30 @@ void WKWebView::Impl::load(const std::string& uri)
     cancelDialogs(TellView::Yes);
     replaceLoad();
     loadStage = LoadStage::Asked;
+    beginLoad(uri);
+}
+
+void WKWebView::Impl::beginLoad(const std::string& uri)
+{
     const auto profile = wantedProfile();
+    const bool needsPage = !page || profile != profileKind || isPageDead;
     // The engine's page is not changed under the engine's feet.
-    if (page && profile != profileKind && EngineCall::isUnderWay()) {
-        dispatchToMain([weak = view.weak_from_this(), uri, load = loads] {
-            const auto self = weak.lock();
-            if (self && self->m_impl->loads == load)
-                self->m_impl->load(uri);
-        });
-        return;
-    }
-    if (!page || profile != profileKind)
+    if (page && needsPage && EngineCall::isUnderWay())
+        return beginLoadLater(uri);
+    if (needsPage)
         createPage(profile);
-    page->load(QUrl::fromEncoded(QByteArray::fromStdString(uri)));
+    loadAfterEnd = isPageEnding ? OptionalText(uri) : OptionalText();
+    if (!isPageEnding)
+        page->load(QUrl::fromEncoded(QByteArray::fromStdString(uri)));
+}
+
+void WKWebView::Impl::beginLoadLater(const std::string& uri)
+{
+    dispatchToMain([weak = view.weak_from_this(), uri, load = loads] {
+        const auto self = weak.lock();
+        if (self && self->m_impl->loads == load)
+            self->m_impl->beginLoad(uri);
+    });
 }
 
 void WKWebView::Impl::replaceLoad()
@@ -191,18 +202,26 @@ void WKWebView::Impl::processTerminated()
     const EngineCall call(view);
     if (call.isTooLate() || hasEnded)
         return;
-    isLeaving = false;
-    loadStage = LoadStage::None;
+    isPageEnding = false;
+    isPageDead = true;
+    const auto load = loads;
+    const auto next = std::exchange(loadAfterEnd, {});
+    if (!next) {
+        isLeaving = false;
+        loadStage = LoadStage::None;
+    }
     pageIsGone(PageEnd::ProcessEnded);
     if (const auto delegate = view.m_navigationDelegate.respondingTo(&Methods::webViewWebContentProcessDidTerminate))
         runGuarded([&] { delegate->webViewWebContentProcessDidTerminate(view); });
+    if (next && loads == load)
+        beginLoadLater(*next);
 }
 
 void WKWebView::terminatePage()
 {
     const auto process = m_impl->page ? m_impl->page->renderProcessPid() : 0;
-    if (process > 0)
-        kill(static_cast<pid_t>(process), SIGKILL);
+    if (process > 0 && kill(static_cast<pid_t>(process), SIGKILL) == 0)
+        m_impl->isPageEnding = true;
 }
 
 } // namespace tq

@@ -130,7 +130,7 @@ void WKWebView::Impl::received(
 {
     const EngineCall call(view);
     const auto* found = messageHandler(name);
-    if (call.isTooLate() || hasEnded || !found)
+    if (call.isTooLate() || hasEnded || isPageEnding || !found)
         return;
     // The handler may be taken away while it runs.
     WKScriptMessage message{ name, std::move(body) };

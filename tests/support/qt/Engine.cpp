@@ -80,8 +80,7 @@ EngineEvents::EngineEvents(Kind kind)
     for (auto* widget : QApplication::allWidgets()) {
         const auto* engine = qobject_cast<QWebEngineView*>(widget);
         if (engine && kind == Crashes)
-            QObject::connect(
-                engine->page(), &QWebEnginePage::renderProcessTerminated, counter.get(), [this] { ++m_count; });
+            QObject::connect(engine, &QWebEngineView::renderProcessTerminated, counter.get(), [this] { ++m_count; });
         else if (engine)
             engine->page()->setUrlRequestInterceptor(counter.get());
     }
