@@ -397,6 +397,64 @@ TEST_F(DialogTest, APageThatAsksCanBeLeft)
     }
 }
 
+// Each page that waits ends in another way, while others wait and one goes on.
+TEST_F(DialogTest, PagesThatWaitHoldUpNoOtherAndEndInAnyOrder)
+{
+    struct Waiting {
+        std::shared_ptr<DWKWebView> view = DWKWebView::initWithFrame({ 0, 0, 100, 100 }, nullptr);
+        std::shared_ptr<AllDialogs> delegate = std::make_shared<AllDialogs>();
+        std::shared_ptr<Reports> reports = std::make_shared<Reports>();
+    };
+    constexpr const char* kReport = "<script>const report = (v) => prompt('_dsbridge=test.report',"
+                                    " JSON.stringify({ data: v }));";
+    const auto hasReported = [](const Waiting& waiting, const OptionalValue& value) {
+        return runUntil([&] { return !waiting.reports->values.empty(); }, "the page goes on")
+            && waiting.reports->values.back() == value;
+    };
+    using End = std::function<void(Waiting&)>;
+    std::vector<End> ends{
+        [&](Waiting& answered) {
+            answered.delegate->pending(Answer::Ok);
+            EXPECT_TRUE(hasReported(answered, true));
+        },
+        [&](Waiting& left) {
+            left.view->loadUrl(pageWith(std::string(kReport) + "report('next')</script>"));
+            runUntil([&] { return left.reports->values.size() == 2; }, "the next page is there");
+            EXPECT_EQ(left.reports->values, (std::vector<OptionalValue>{ false, "next" }));
+        },
+        [&](Waiting& dead) {
+            const EngineEvents crashes(EngineEvents::Crashes);
+            crashPage(*dead.view);
+            runUntil([&] { return crashes.count() == 1; }, "the view has heard of it");
+            dead.view->loadUrl(pageWith(std::string(kReport) + "report('again')</script>"));
+            EXPECT_TRUE(hasReported(dead, "again"));
+        },
+        [](Waiting& gone) {
+            const std::weak_ptr<DWKWebView> watched = gone.view;
+            gone.view.reset();
+            runUntil([&] { return watched.expired(); }, "the view is destroyed");
+        },
+    };
+    for (int order = 0; order < 4; ++order) {
+        SCOPED_TRACE(order);
+        std::vector<Waiting> waiting(ends.size());
+        for (auto& one : waiting) {
+            one.view->addJavascriptObject(one.reports, "test");
+            one.view->setDSUIDelegate(one.delegate);
+            one.view->loadUrl(pageWith(std::string(kReport) + "report(confirm('?'))</script>"));
+            runUntil([&] { return one.delegate->pending != nullptr; }, "a page asks while others wait");
+        }
+        for (std::size_t i = 0; i < ends.size(); ++i) {
+            load();
+            EXPECT_EQ(ask("1 + 1"), OptionalValue(2)) << "another view goes on";
+            ends[i](waiting[i]);
+        }
+        for (auto& one : waiting)
+            one.delegate->pending(Answer::Ok); // too late, and harmless
+        std::ranges::rotate(ends, ends.begin() + 1);
+    }
+}
+
 TEST_F(DialogTest, APageThatMayNotWaitIsAnsweredAsCancelled)
 {
     const auto answer = HttpsServer::answerWith(200,
