@@ -49,7 +49,8 @@ start_screen() {
 # start_wayland_screen MODULE: weston with a module for input events, whose socket is TQWB_SCREEN.
 start_wayland_screen() {
     export XDG_RUNTIME_DIR="$scratch/runtime" WAYLAND_DISPLAY=tqwb TQWB_SCREEN="$scratch/runtime/input"
-    export LIBGL_ALWAYS_SOFTWARE=1 GDK_BACKEND=wayland
+    # Without frames of Qt's own: the screen tells where a window's content is.
+    export LIBGL_ALWAYS_SOFTWARE=1 GDK_BACKEND=wayland QT_QPA_PLATFORM=wayland QT_WAYLAND_DISABLE_WINDOWDECORATION=1
     unset DISPLAY
     mkdir -m 700 "$XDG_RUNTIME_DIR"
     cat >"$scratch/weston.ini" <<'END'

@@ -46,7 +46,7 @@ Screen::Window onScreen(Screen& screen, const QWidget& window)
 Screen::Point middleOf(Screen& screen, const QWidget& widget)
 {
     const auto place = onScreen(screen, *widget.window());
-    const auto middle = widget.mapTo(widget.window(), widget.rect().center());
+    const auto middle = widget.mapTo(widget.window(), QPoint(widget.width() / 2, widget.height() / 2));
     return { place.corner.x + middle.x(), place.corner.y + middle.y() };
 }
 
