@@ -94,13 +94,16 @@ TEST_F(FloodTest, AMessageOfManyCallsLeavesTheMainLoopItsTurns)
     view->addJavascriptObject(
         nativeFunctions({ { "note:", [&](int number) { numbers.push_back(number); } } }), "order");
     const auto count = calls() * 10;
+    const auto begin = Clock::now();
     StallMeter meter;
     flood("const {port, mark} = JSON.parse(prompt('_dsbridge=_tq.open', '{\"data\":{\"receiver\":\"f\"}}')).data;"
           "webkit.messageHandlers._tqcalls.postMessage(port + '\\t' + mark + '\\n' + Array.from({length: "
         + std::to_string(count)
         + "}, (_, i) => '\\t\"order.note\"\\t{\"data\":' + i + '}').join('\\n'));"
           "prompt('_dsbridge=order.note', '{\"data\":-1}')");
-    EXPECT_LT(meter.longest(std::to_string(count) + " calls in one message"), kLongestStall / 5);
+    const auto longest = meter.longest(std::to_string(count) + " calls in one message");
+    // A machine that is slow takes its time for all of it.
+    EXPECT_LT(longest, std::max<StallMeter::Milliseconds>(kLongestStall / 10, (Clock::now() - begin) / 3));
     ASSERT_EQ(static_cast<long>(numbers.size()), count + 1);
     EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end() - 1));
     EXPECT_EQ(numbers.back(), -1) << "the page waits until its earlier calls are answered";
@@ -127,7 +130,6 @@ TEST_F(FloodTest, AConsoleWithoutEndFillsNoLogAndLeavesTheMainLoopItsTurns)
 {
     constexpr std::string_view kLeftOut = "Js console: ";
     view->setDebugMode(DebugMode::On);
-    load();
     struct Row {
         const char* name;
         const char* call;
@@ -135,6 +137,7 @@ TEST_F(FloodTest, AConsoleWithoutEndFillsNoLogAndLeavesTheMainLoopItsTurns)
     for (const auto& [name, call] : { Row{ "lines of the console", "console.log('flood')" },
              Row{ "events in its place",
                  "dispatchEvent(new CustomEvent('_tqconsole', { detail: ['log', 'flood', ''] }))" } }) {
+        load();
         long written = 0;
         long leftOut = 0;
         setLogHandler([&](TQWBLogLevel, std::string_view line) {
