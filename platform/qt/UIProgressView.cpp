@@ -13,7 +13,7 @@ struct UIProgressView::Style {
     static constexpr int kSteps = 10'000;
 
     // A bar for assistive technologies, and a line for the eye.
-    class Line final : public QProgressBar {
+    class TQWB_HIDDEN Line final : public QProgressBar {
     public:
         explicit Line(CGRect frame)
         {
