@@ -120,7 +120,10 @@ TEST_F(PageCommandTest, WhatThePageReportsReachesTheOutput)
     EXPECT_EQ(failure.at("msg"), "a\u2028b");
 }
 
-TEST_F(PageCommandTest, LabelsAreThoseOfTheDialogsToCome)
+// A suite of its own, since it runs on Wayland, too.
+using DialogLabelsTest = PageCommandTest;
+
+TEST_F(DialogLabelsTest, AreThoseOfTheDialogsToCome)
 {
     if (!Screen::get())
         GTEST_SKIP() << "nobody sees what is on this screen";
