@@ -132,7 +132,7 @@ QString MessageChannel::take(const QString& handler, const QString& body, bool i
 {
     auto text = body.toStdString();
     auto value = isText ? OptionalValue(boost::json::value(text)) : NSJSONSerialization::JSONObjectWithData(text);
-    if (!id) {
+    if (id == 0) {
         m_take(handler, std::move(value), nullptr);
         return {};
     }
