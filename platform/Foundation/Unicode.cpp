@@ -130,25 +130,32 @@ char32_t takeCharacter(std::string_view& text)
     return character;
 }
 
-void appendCharacter(std::string& text, char32_t character)
+char* writeCharacter(char* out, char32_t character)
 {
-    const auto append = [&](char32_t byte) { text += static_cast<char>(byte); };
+    const auto put = [&](char32_t byte) { *out++ = static_cast<char>(byte); };
     if (character < 0x80) {
-        append(character);
-        return;
+        put(character);
+        return out;
     }
     if (character < 0x800) {
-        append(0xC0U | character >> 6U);
+        put(0xC0U | character >> 6U);
     } else {
         if (character < 0x10000) {
-            append(0xE0U | character >> 12U);
+            put(0xE0U | character >> 12U);
         } else {
-            append(0xF0U | character >> 18U);
-            append(0x80U | (character >> 12U & 0x3FU));
+            put(0xF0U | character >> 18U);
+            put(0x80U | (character >> 12U & 0x3FU));
         }
-        append(0x80U | (character >> 6U & 0x3FU));
+        put(0x80U | (character >> 6U & 0x3FU));
     }
-    append(0x80U | (character & 0x3FU));
+    put(0x80U | (character & 0x3FU));
+    return out;
+}
+
+void appendCharacter(std::string& text, char32_t character)
+{
+    std::array<char, 4> bytes;
+    text.append(bytes.data(), writeCharacter(bytes.data(), character));
 }
 
 } // namespace tq

@@ -15,6 +15,10 @@ std::size_t sequenceLength(std::string_view text);
 /// Takes the first character off a text that is not empty: U+FFFD for a byte that is part of none.
 char32_t takeCharacter(std::string_view& text);
 
+/// Writes a character as UTF-8, in four bytes at the most.
+/// @returns the end of what it has written.
+char* writeCharacter(char* out, char32_t character);
+
 /// Appends a character as UTF-8.
 void appendCharacter(std::string& text, char32_t character);
 

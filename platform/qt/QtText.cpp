@@ -1,5 +1,7 @@
 #include "QtText.h"
 
+#include "../Foundation/Unicode.h"
+
 #include <QStringDecoder>
 #include <algorithm>
 #include <array>
@@ -54,28 +56,6 @@ char32_t takeCharacter(const char16_t*& unit, const char16_t* end)
     return 0x10000 + ((first - 0xD800) << 10U) + (*unit++ - 0xDC00U);
 }
 
-char* write(char32_t character, char* out)
-{
-    const auto continuation
-        = [character](unsigned shift) { return static_cast<char>(0x80U | ((character >> shift) & 0x3FU)); };
-    if (character < 0x80) {
-        *out++ = static_cast<char>(character);
-    } else if (character < 0x800) {
-        *out++ = static_cast<char>(0xC0U | (character >> 6U));
-        *out++ = continuation(0);
-    } else if (character < 0x10000) {
-        *out++ = static_cast<char>(0xE0U | (character >> 12U));
-        *out++ = continuation(6);
-        *out++ = continuation(0);
-    } else {
-        *out++ = static_cast<char>(0xF0U | (character >> 18U));
-        *out++ = continuation(12);
-        *out++ = continuation(6);
-        *out++ = continuation(0);
-    }
-    return out;
-}
-
 // Most letters of most scripts of Asia are of this kind, and many of them come in a row.
 bool isOfThreeBytes(const char16_t* block)
 {
@@ -109,7 +89,7 @@ char* writeUTF8(const char16_t* unit, const char16_t* end, char* out)
             unit += kBlock;
         } else {
             for (const auto* blockEnd = unit + std::min(kBlock, end - unit); unit < blockEnd;)
-                out = write(takeCharacter(unit, end), out);
+                out = writeCharacter(out, takeCharacter(unit, end));
         }
     }
     return out;
@@ -168,6 +148,16 @@ QtText::QtText(const QString& text)
     m_size = static_cast<std::size_t>(writeUTF8(begin, begin + units, m_bytes.get()) - m_bytes.get());
 }
 
+// What no text has filled takes no memory.
+QtText::~QtText()
+{
+    auto& kept = spare();
+    if (m_size > kKept || m_capacity < kept.capacity)
+        return;
+    kept.bytes = std::move(m_bytes);
+    kept.capacity = m_capacity;
+}
+
 QString answerOf(std::string_view before, std::string_view text)
 {
     // The engine has read the one before by now.
@@ -183,16 +173,6 @@ QString answerOf(std::string_view before, std::string_view text)
     }
     s_last.resize(end - begin);
     return s_last;
-}
-
-// What no text has filled takes no memory.
-QtText::~QtText()
-{
-    auto& kept = spare();
-    if (m_size > kKept || m_capacity < kept.capacity)
-        return;
-    kept.bytes = std::move(m_bytes);
-    kept.capacity = m_capacity;
 }
 
 } // namespace tq
