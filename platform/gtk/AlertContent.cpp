@@ -10,6 +10,7 @@ namespace {
 
 // Beside the texts.
 constexpr int kScrollBarWidth = 24;
+
 int heightOf(GtkWidget* widget, int width)
 {
     int height = 0;
