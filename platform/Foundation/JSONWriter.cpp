@@ -22,7 +22,7 @@ bool needsEscape(unsigned char character) { return character < 0x20 || character
 // Bytes that are looked at together, by vector instructions where there are any.
 using Block [[gnu::vector_size(16)]] = unsigned char;
 
-bool hasAny(Block flags)
+bool hasAny(const Block& flags)
 {
     std::array<std::uint64_t, sizeof(Block) / sizeof(std::uint64_t)> words;
     std::memcpy(words.data(), &flags, sizeof(flags));

@@ -2,25 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstdint>
 #include <cstring>
 
 namespace tq {
 
 namespace {
-
-// Whether the word begins with two characters of three bytes each; it may say no to some. (The two leads that have
-// rules of their own are left out.)
-bool areTwoOfThreeBytes(std::uint64_t word)
-{
-    if constexpr (std::endian::native != std::endian::little)
-        return false;
-    const auto first = word & 0xFFU;
-    const auto second = word >> 24U & 0xFFU;
-    return (word & 0xC0C0F0C0C0F0U) == 0x8080E08080E0U && first != 0xE0 && first != 0xED && second != 0xE0
-        && second != 0xED;
-}
 
 // Bytes that are looked at together, by vector instructions where there are any.
 using Block [[gnu::vector_size(16)]] = unsigned char;
@@ -37,7 +24,7 @@ constexpr std::array<unsigned char, kBlockBytes> repeated(unsigned char lead, un
     return bytes;
 }
 
-// Whether the blocks are full of characters of three bytes; it may say no to some, as above.
+// Whether the blocks are full of characters of three bytes; it may say no to some.
 bool areThreeBytesEach(const unsigned char* bytes)
 {
     constexpr auto kMask = repeated(0xF0, 0xC0);

@@ -95,7 +95,7 @@ void PageQuestion::answer(OptionalText text)
 
 bool PageQuestion::isAnswered() const { return m_ticket->isAnswered; }
 
-const OptionalText& PageQuestion::text() const { return m_ticket->text; }
+OptionalText PageQuestion::takeText() { return std::exchange(m_ticket->text, std::nullopt); }
 
 std::shared_ptr<PageQuestion::Ticket> PageQuestion::giveTicket()
 {

@@ -23,7 +23,8 @@ public:
     /// user has cancelled.
     void answer(OptionalText text);
     bool isAnswered() const;
-    const OptionalText& text() const;
+    /// The answer, for one that asks once.
+    OptionalText takeText();
 
     /// What the page waits with.
     struct Ticket;

@@ -5,6 +5,9 @@
 #include <QStringDecoder>
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
 #include <utility>
 
 namespace tq {
@@ -56,25 +59,30 @@ char32_t takeCharacter(const char16_t*& unit, const char16_t* end)
     return 0x10000 + ((first - 0xD800) << 10U) + (*unit++ - 0xDC00U);
 }
 
-// Most letters of most scripts of Asia are of this kind, and many of them come in a row.
+// Most letters of most scripts of Asia are of this kind, and many of them come in a row. It may say no to some.
 bool isOfThreeBytes(const char16_t* block)
 {
+    if constexpr (std::endian::native != std::endian::little)
+        return false;
     unsigned others = 0;
     for (std::ptrdiff_t i = 0; i < kBlock; ++i)
         others |= static_cast<unsigned>(static_cast<char16_t>(block[i] - 0x800U) >= 0xD000U);
     return !others;
 }
 
+// Each is written as four bytes, and its last one over by the next.
 char* writeThreeBytes(const char16_t* block, char* out)
 {
-    std::array<char, kMostBytes * kBlock> bytes;
+    std::array<std::uint32_t, kBlock> words;
     for (std::size_t i = 0; i < kBlock; ++i) {
-        const unsigned unit = block[i];
-        bytes[3 * i] = static_cast<char>(0xE0U | (unit >> 12U));
-        bytes[3 * i + 1] = static_cast<char>(0x80U | ((unit >> 6U) & 0x3FU));
-        bytes[3 * i + 2] = static_cast<char>(0x80U | (unit & 0x3FU));
+        const std::uint32_t unit = block[i];
+        words[i] = 0x8080E0U | (unit >> 12U) | (unit & 0xFC0U) << 2U | (unit & 0x3FU) << 16U;
     }
-    return std::ranges::copy(bytes, out).out;
+    for (const auto word : words) {
+        std::memcpy(out, &word, sizeof(word));
+        out += kMostBytes;
+    }
+    return out;
 }
 
 // The toolkit's own conversion takes several times as long for Chinese, and copies once more.
@@ -105,6 +113,26 @@ unsigned threeByteCharacter(const unsigned char* byte)
     return isOne && character >= 0x800 && (character < 0xD800 || character > 0xDFFF) ? character : 0;
 }
 
+// Takes characters of three bytes: as many pairs as there are, then one.
+char16_t* takeThreeBytes(const unsigned char*& byte, const unsigned char* end, char16_t* out)
+{
+    const auto unitOf
+        = [](std::uint64_t word) { return (word & 0xFU) << 12U | (word >> 2U & 0xFC0U) | (word >> 16U & 0x3FU); };
+    for (std::uint64_t word = 0; end - byte >= std::ptrdiff_t(sizeof(word)); byte += 2 * kMostBytes) {
+        std::memcpy(&word, byte, sizeof(word));
+        if (!areTwoOfThreeBytes(word))
+            break;
+        const auto units = static_cast<std::uint32_t>(unitOf(word) | unitOf(word >> 24U) << 16U);
+        std::memcpy(out, &units, sizeof(units));
+        out += 2;
+    }
+    if (const auto character = end - byte >= std::ptrdiff_t(kMostBytes) ? threeByteCharacter(byte) : 0) {
+        *out++ = static_cast<char16_t>(character);
+        byte += kMostBytes;
+    }
+    return out;
+}
+
 // What is neither ASCII nor of three bytes is for the toolkit.
 char16_t* writeUTF16(const unsigned char* byte, const unsigned char* end, char16_t* out)
 {
@@ -115,8 +143,7 @@ char16_t* writeUTF16(const unsigned char* byte, const unsigned char* end, char16
             continue;
         }
         const auto* begin = byte;
-        for (unsigned character = 0; end - byte >= 3 && (character = threeByteCharacter(byte)); byte += 3)
-            *out++ = static_cast<char16_t>(character);
+        out = takeThreeBytes(byte, end, out);
         for (; byte < end && *byte < 0x80 && byte - begin < kBlock; ++byte)
             *out++ = *byte;
         if (byte != begin)
@@ -139,8 +166,9 @@ QtText::QtText(const QString& text)
     const auto units = static_cast<std::size_t>(text.size());
     m_bytes = std::move(kept.bytes);
     m_capacity = std::exchange(kept.capacity, 0);
-    if (m_capacity < units * kMostBytes) {
-        m_capacity = units * kMostBytes;
+    // One more, over which the last word is written.
+    if (const auto needed = units * kMostBytes + 1; m_capacity < needed) {
+        m_capacity = needed;
         m_bytes.reset();
         m_bytes = std::make_unique_for_overwrite<char[]>(m_capacity);
     }
@@ -164,7 +192,7 @@ QString answerOf(std::string_view before, std::string_view text)
     static auto& s_last = *new QString;
     if (s_last.capacity() > kMostUnitsKept)
         s_last = QString();
-    s_last.resize(qsizetype(before.size() + text.size()));
+    s_last.resize(qsizetype(before.size()) + qsizetype(text.size()));
     auto* begin = reinterpret_cast<char16_t*>(s_last.data());
     auto* end = begin;
     for (const auto part : { before, text }) {

@@ -1,6 +1,7 @@
 // What pages ask their users.
 
 #include "../Foundation/Dispatch.h"
+#include "../Foundation/JSONWriter.h"
 #include "../Foundation/NSLog.h"
 #include "EnginePage.h"
 #include "PageScripts.h"
@@ -57,7 +58,7 @@ std::shared_ptr<PageQuestion> WKWebView::Impl::ask(
     // The page of a view that is about to go is not answered, and its user not asked.
     if (call.isTooLate() || hasEnded)
         return nullptr;
-    const auto question = std::make_shared<PageQuestion>();
+    auto question = std::make_shared<PageQuestion>();
     const auto loadsBefore = loads;
     bool isAsked = false;
     runGuarded([&] {
@@ -82,9 +83,11 @@ QString WKWebView::Impl::answerOrTicket(const std::shared_ptr<PageQuestion>& que
         tickets.push_back(question->giveTicket());
         return kTicket + PageQuestion::nameOf(*tickets.back());
     }
-    if (!question->text())
+    auto text = question->takeText();
+    if (!text)
         return {};
-    const auto answer = answerOf(beforeAnswer, *question->text());
+    const auto answer = answerOf(beforeAnswer, *text);
+    JSONWriter::reuse(std::move(*text));
     return answer.isNull() ? QString("") : answer;
 }
 
@@ -115,7 +118,7 @@ bool WKWebView::Impl::confirmed(const QUrl& origin, const QString& message)
     if (isLeaving)
         return true;
     const auto question = ask(origin, "confirm", message, {});
-    return question && question->text();
+    return question && question->takeText();
 }
 
 // A page that may not wait has gone on, as if its user had cancelled.
