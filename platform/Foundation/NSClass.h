@@ -199,10 +199,12 @@ public:
     /// `static const auto table = NSClass::of<Clock>("Clock", &NSObject::staticClass(), { { "now:", &Clock::now } });`
     /// @tparam Class what the rows belong to, the class itself or a base of it.
     template <class Class>
-    static NSClass of(std::string name, const NSClass* superclass, std::initializer_list<NSMethodOf<Class>> methods)
+    static NSClass of(
+        std::string_view name, const NSClass* superclass, std::initializer_list<NSMethodOf<Class>> methods)
     {
+        // (A std::string as the name, clang++ 14 would destroy each time that the function with the table is called.)
         static_assert(std::derived_from<Class, NSObject>, "a table is that of a class of native objects");
-        return NSClass(std::move(name), superclass, std::vector<NSMethod>(methods.begin(), methods.end()));
+        return NSClass(std::string(name), superclass, std::vector<NSMethod>(methods.begin(), methods.end()));
     }
     /// A table whose rows are looked at when an object of the class is registered: one with a row of another class is
     /// refused then.
