@@ -451,7 +451,7 @@ TEST_F(DialogTest, PagesThatWaitHoldUpNoOtherAndEndInAnyOrder)
         }
         for (auto& one : waiting)
             one.delegate->pending(Answer::Ok); // too late, and harmless
-        std::ranges::rotate(ends, ends.begin() + 1);
+        std::rotate(ends.begin(), ends.begin() + 1, ends.end());
     }
 }
 
