@@ -13,3 +13,5 @@ add_library(tqwb_core STATIC ${TQWB_CORE_SOURCES})
 target_include_directories(tqwb_core PUBLIC "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/include")
 target_link_libraries(tqwb_core PUBLIC tqwb_json PRIVATE tqwb_options)
 tqwb_precompile_headers(tqwb_core <boost/json.hpp> <functional> <map> <memory> <string> <vector>)
+# Most of what the compiler reads are headers. Builds of the whole library see that each file has its own.
+set_target_properties(tqwb_core PROPERTIES UNITY_BUILD ON)

@@ -142,7 +142,7 @@ if(TQWB_HAS_QT)
     target_compile_definitions(tqwb_qt_objects PRIVATE QT_NO_KEYWORDS)
     set_target_properties(tqwb_qt_objects PROPERTIES AUTOMOC ON)
     target_link_libraries(tqwb_qt_objects PRIVATE Qt6::WebEngineWidgets Qt6::Widgets Qt6::Network)
-    tqwb_precompile_headers(tqwb_qt_objects <QtWebEngineWidgets/QtWebEngineWidgets> <boost/json.hpp> <functional> <memory>
-        <string>)
+    tqwb_precompile_headers(tqwb_qt_objects <QPointer> <QWebEnginePage> <QWebEngineView> <boost/json.hpp> <functional>
+        <map> <memory> <string>)
     tqwb_add_library(TQWhiteBoardLibQt Qt tqwb_qt_objects)
 endif()

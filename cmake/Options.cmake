@@ -34,6 +34,14 @@ if(TQWB_SANITIZERS)
     target_link_options(tqwb_options INTERFACE -fsanitize=${TQWB_SANITIZERS})
 endif()
 
+# Tests and programs with sanitizers are linked by the quicker linker, if it is there.
+include(CheckLinkerFlag)
+check_linker_flag(CXX -fuse-ld=lld TQWB_HAS_LLD)
+set(TQWB_QUICK_LINKER $<$<BOOL:${TQWB_HAS_LLD}>:-fuse-ld=lld>)
+if(TQWB_SANITIZERS)
+    add_link_options(${TQWB_QUICK_LINKER})
+endif()
+
 # Most of the time of a build goes into the same few headers.
 function(tqwb_precompile_headers target)
     if(TQWB_PRECOMPILED_HEADERS)
