@@ -31,7 +31,7 @@ export examples prefix scratch
 
 build_by_cmake() {
     local name=$1
-    cmake -S "$examples/$name" -B "$scratch/$name" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS="-Wall -Wextra -Werror" \
+    cmake -S "$examples/$name" -B "$scratch/$name" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_FLAGS="-Wall -Wextra -Wpedantic -Wconversion -Werror" \
         && cmake --build "$scratch/$name"
 }
 build_in_silence() {
