@@ -2,6 +2,8 @@
 #include "Pages.h"
 
 #include <array>
+#include <optional>
+#include <utility>
 
 namespace tq::bench {
 
@@ -95,6 +97,65 @@ public:
     int isDone = 0;
 };
 
+// Answers each call with the same text.
+struct BareCalls {
+    explicit BareCalls(BarePage::Texts texts)
+        : page(
+            [this, texts](std::string_view prompt) {
+                if (prompt == "_dsbridge=bench.done") {
+                    ++isDone;
+                    return nothing;
+                }
+                return texts == BarePage::Texts::AreTheEngines ? made : EngineText(text);
+            },
+            texts)
+    {
+        page.load(pageWith(kScript));
+    }
+
+    void answerWith(std::string given)
+    {
+        made = EngineText(given);
+        text = std::move(given);
+    }
+
+    const EngineText nothing{ "{}" };
+    EngineText made = nothing;
+    std::string text;
+    int isDone = 0;
+    BarePage page;
+};
+
+struct Sides {
+    Bench& native;
+    const BridgePage& bridge;
+    BareCalls& bare;
+};
+
+Benchmark measure(const Payload& payload, const char* suffix, const char* baseline, const Sides& sides)
+{
+    auto& native = sides.native;
+    const auto& bridge = sides.bridge;
+    auto& bare = sides.bare;
+    const auto prepare = "prepare(" + std::to_string(payload.size) + ",'" + payload.text + "')";
+    bridge.view().evaluateJavaScript(prepare);
+    bare.page.evaluate(prepare);
+    const std::string method = payload.method;
+    const auto result = method == "text" ? repeated(payload.text, 5 * kMiB)
+        : method == "small"              ? "small result"
+                                         : "long enough";
+    bare.answerWith(R"({"code":0,"data":")" + result + "\"}");
+    const auto script = "block('bench." + method + "'," + std::to_string(payload.count) + ")";
+    return compare(
+        payload.name + std::string(suffix), baseline, kPort.pageCallLimit.value_or(payload.limit), payload.count,
+        [&] {
+            if (method == "text")
+                native.results.assign(static_cast<std::size_t>(payload.count), boost::json::value(result));
+            return timeUntilDone(native.isDone, [&] { bridge.view().evaluateJavaScript(script); });
+        },
+        [&] { return timeUntilDone(bare.isDone, [&] { bare.page.evaluate(script); }); }, payload.rounds);
+}
+
 } // namespace
 
 std::vector<Benchmark> pageCallBenchmarks()
@@ -102,40 +163,22 @@ std::vector<Benchmark> pageCallBenchmarks()
     const auto native = std::make_shared<Bench>();
     const BridgePage bridge;
     bridge.view().addJavascriptObject(native, "bench");
-    const EngineText nothing("{}");
-    auto fixedAnswer = nothing;
-    int bareDone = 0;
-    BarePage bare([&](std::string_view prompt) {
-        if (prompt != "_dsbridge=bench.done")
-            return fixedAnswer;
-        ++bareDone;
-        return nothing;
-    });
     bridge.view().loadUrl(pageWith(kScript));
-    bare.load(pageWith(kScript));
-    runUntil([&] { return native->isDone && bareDone; }, "the pages are loaded");
+    BareCalls unread(BarePage::Texts::AreTheEngines);
+    std::optional<BareCalls> read;
+    if (!kPort.engineTextsAreUTF8)
+        read.emplace(BarePage::Texts::AreUTF8);
+    runUntil([&] { return native->isDone && unread.isDone && (!read || read->isDone); }, "the pages are loaded");
 
     std::vector<Benchmark> benchmarks;
     for (const auto& payload : kPayloads) {
-        const auto prepare = "prepare(" + std::to_string(payload.size) + ",'" + payload.text + "')";
-        bridge.view().evaluateJavaScript(prepare);
-        bare.evaluate(prepare);
-        const std::string method = payload.method;
-        const auto result = method == "text" ? repeated(payload.text, 5 * kMiB) : "";
-        fixedAnswer = EngineText(R"({"code":0,"data":")"
-            + (method == "text"         ? result
-                    : method == "small" ? "small result"
-                                        : "long enough")
-            + "\"}");
-        const auto script = "block('bench." + method + "'," + std::to_string(payload.count) + ")";
-        benchmarks.push_back(compare(
-            payload.name, "bare prompt", kPort.pageCallLimit.value_or(payload.limit), payload.count,
-            [&] {
-                if (method == "text")
-                    native->results.assign(static_cast<std::size_t>(payload.count), boost::json::value(result));
-                return timeUntilDone(native->isDone, [&] { bridge.view().evaluateJavaScript(script); });
-            },
-            [&] { return timeUntilDone(bareDone, [&] { bare.evaluate(script); }); }, payload.rounds));
+        if (!read || !payload.size) {
+            benchmarks.push_back(measure(payload, "", "bare prompt", { *native, bridge, unread }));
+            continue;
+        }
+        benchmarks.push_back(measure(payload, "", "bare prompt, its texts in UTF-8", { *native, bridge, *read }));
+        benchmarks.push_back(measure(payload, ", unread", "bare prompt that reads nothing, its answer made beforehand",
+            { *native, bridge, unread }));
     }
     return benchmarks;
 }

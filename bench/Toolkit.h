@@ -18,6 +18,8 @@ struct Port {
     const char* suffix;
     /// What page calls may cost at most, whatever their size; none where each size has a limit of its own.
     std::optional<double> pageCallLimit;
+    /// Whether an application has the engine's texts in UTF-8, or in UTF-16 and converts them.
+    bool engineTextsAreUTF8;
 };
 extern const Port kPort;
 
@@ -59,7 +61,9 @@ class BarePage {
 public:
     using Answer = std::function<EngineText(std::string_view prompt)>;
 
-    explicit BarePage(Answer answer);
+    /// Whether what the page gives with a prompt is converted to UTF-8 before it is answered, where it is not that.
+    enum class Texts { AreTheEngines, AreUTF8 };
+    explicit BarePage(Answer answer, Texts = Texts::AreTheEngines);
     ~BarePage();
     BarePage(const BarePage&) = delete;
     BarePage& operator=(const BarePage&) = delete;

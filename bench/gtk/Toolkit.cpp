@@ -19,7 +19,7 @@ void __wrap_webkit_web_view_load_uri(WebKitWebView* view, const gchar* uri)
 
 namespace tq::bench {
 
-const Port kPort{ .suffix = "", .pageCallLimit = std::nullopt };
+const Port kPort{ .suffix = "", .pageCallLimit = std::nullopt, .engineTextsAreUTF8 = true };
 
 Toolkit::Toolkit()
 {
@@ -81,7 +81,7 @@ struct BarePage::Impl {
     void* window = nullptr;
 };
 
-BarePage::BarePage(Answer answer)
+BarePage::BarePage(Answer answer, Texts)
     : m_impl(new Impl{ std::move(answer) })
 {
     // As the library's default configuration has them.

@@ -43,7 +43,7 @@ QWebEngineProfile* bareProfile()
 
 } // namespace
 
-const Port kPort{ .suffix = "-qt", .pageCallLimit = 1.10 };
+const Port kPort{ .suffix = "-qt", .pageCallLimit = 1.10, .engineTextsAreUTF8 = false };
 
 Toolkit::Toolkit()
 {
@@ -98,25 +98,28 @@ EngineText::EngineText(std::string_view text)
 struct BarePage::Impl {
     class Page final : public QWebEnginePage {
     public:
-        explicit Page(const Answer& answer)
+        explicit Page(const Answer& answer, Texts texts)
             : QWebEnginePage(bareProfile())
             , m_answer(answer)
+            , m_texts(texts)
         {
         }
 
     private:
-        bool javaScriptPrompt(const QUrl&, const QString& message, const QString&, QString* answer) override
+        bool javaScriptPrompt(const QUrl&, const QString& message, const QString& text, QString* answer) override
         {
+            [[maybe_unused]] const auto given = m_texts == Texts::AreUTF8 ? text.toStdString() : std::string();
             *answer = m_answer(message.toStdString()).native().text;
             return true;
         }
 
         const Answer& m_answer;
+        const Texts m_texts;
     };
 
-    explicit Impl(Answer answer)
+    explicit Impl(Answer answer, Texts texts)
         : answer(std::move(answer))
-        , page(std::make_unique<Page>(this->answer))
+        , page(std::make_unique<Page>(this->answer, texts))
     {
     }
 
@@ -127,8 +130,8 @@ struct BarePage::Impl {
     void* window = nullptr;
 };
 
-BarePage::BarePage(Answer answer)
-    : m_impl(new Impl(std::move(answer)))
+BarePage::BarePage(Answer answer, Texts texts)
+    : m_impl(new Impl(std::move(answer), texts))
 {
     using Settings = QWebEngineSettings;
     auto* view = new QWebEngineView;
