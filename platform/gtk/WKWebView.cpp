@@ -78,6 +78,7 @@ GObjectPointer<WebKitWebView> WKWebView::Impl::replaceEngineView(WebKitNetworkSe
     pageOrigin.reset();
     challenges.clear();
     isExplaining = false;
+    mayTellOldStart = false;
     return before;
 }
 

@@ -151,6 +151,9 @@ struct WKWebView::Impl {
     std::vector<Exception> exceptions;
     OptionalText pageOrigin;
     LoadStage loadStage = LoadStage::None;
+    // A load was replaced of whose start the engine had not told. The start of which it tells before it asks about
+    // another load is that one's.
+    bool mayTellOldStart = false;
     // The engine is about to load a page of its own, which tells of a failure.
     bool isExplaining = false;
     // The application has refused the answer to the load that is under way.

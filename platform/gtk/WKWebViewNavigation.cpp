@@ -79,6 +79,7 @@ void WKWebView::Impl::replaceLoad()
         loadStage = LoadStage::None;
     if (loadStage == LoadStage::None)
         return;
+    mayTellOldStart |= loadStage == LoadStage::Asked;
     view.loadIsReplaced(std::exchange(loadStage, LoadStage::None));
 }
 
@@ -94,6 +95,8 @@ void WKWebView::Impl::loadChanged(WebKitWebView*, WebKitLoadEvent event, gpointe
     };
     switch (event) {
     case WEBKIT_LOAD_STARTED: {
+        if (self.mayTellOldStart)
+            return;
         const bool isExplanation = std::exchange(self.isExplaining, false);
         const auto loadsBefore = self.loads;
         self.view.tellOfReplacedLoads();
@@ -172,9 +175,13 @@ gboolean WKWebView::Impl::decidePolicy(
     WebKitWebView*, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type, gpointer impl)
 {
     const EngineCall call(impl);
-    if (call.isTooLate() || type != WEBKIT_POLICY_DECISION_TYPE_RESPONSE)
+    if (call.isTooLate())
         return FALSE;
     auto& self = call.impl();
+    if (type == WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION)
+        self.mayTellOldStart = false;
+    if (type != WEBKIT_POLICY_DECISION_TYPE_RESPONSE)
+        return FALSE;
     auto* native = WEBKIT_RESPONSE_POLICY_DECISION(decision);
     const bool isForMainFrame = webkit_response_policy_decision_is_main_frame_main_resource(native);
     // An older load's answer is nobody's.

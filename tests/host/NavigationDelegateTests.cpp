@@ -205,9 +205,10 @@ TEST_F(NavigationDelegateTest, AnotherLoadTakesThePlaceOfOneThatHasNotEnded)
         EXPECT_EQ(std::exchange(recorder->events, {}), asTold(std::move(events)));
     };
     // The same address, too.
-    for (const std::size_t requests : { 1U, 2U }) {
+    for (const std::ptrdiff_t loads : { 1, 2 }) {
         view->loadUrl(at("/hang"));
-        runUntil([&] { return server.requests().size() == requests; }, "it is asked for");
+        runUntil([&] { return std::ranges::count(recorder->events, "start") == loads; }, "it has begun");
+        runUntil([&] { return std::ssize(server.requests()) == loads; }, "it is asked for");
     }
     expectPageAfter({ "start", "no page -999", "start", "no page -999" });
     const auto origin = "https://127.0.0.1" + port();
@@ -225,6 +226,38 @@ TEST_F(NavigationDelegateTest, AnotherLoadTakesThePlaceOfOneThatHasNotEnded)
     runUntil([&] { return recorder->has("finish"); }, "the other page is there");
     EXPECT_EQ(recorder->events, (Events{ "start", "no page -1004", "start", "response 200", "finish" }));
     EXPECT_EQ(view->URL(), at("/page"));
+}
+
+// A busy application hears of a load's start when the server has been asked already, and has asked for another by then.
+TEST_F(NavigationDelegateTest, ALoadThatIsReplacedBeforeItsStartIsHeardOfEndsOnce)
+{
+    const HttpsServer::Conversation conversation = [](const ReceivedRequest& request, Wire& wire) {
+        if (request.path() == "/hang")
+            wire.waitForEnd();
+        else
+            wire.send(HttpsServer::pageOf(request.path()));
+    };
+    for (const auto transport : { HttpsServer::Transport::Trusted, HttpsServer::Transport::Plain }) {
+        const HttpsServer busy(conversation, transport);
+        const bool isPlain = transport == HttpsServer::Transport::Plain;
+        if (isPlain)
+            NSURLSessionConfiguration::defaultSessionConfiguration().setExtraTrustAnchors(std::nullopt);
+        const auto place = (isPlain ? "http://" : "https://") + busy.host();
+        recorder->events.clear();
+        view->loadUrl(place + "/hang");
+        while (busy.requests("/hang").empty()) {
+            runTurn(Waiting::Yes);
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+        view->loadUrl(place + "/page");
+        runUntil([&] { return recorder->has("finish"); }, "the other page is there");
+        runPending();
+        // (An engine that tells of starts itself has told of this one.)
+        if (recorder->events.front() == "start")
+            recorder->events.erase(recorder->events.begin());
+        EXPECT_EQ(recorder->events, (Events{ "no page -999", "start", "response 200", "finish" }));
+        EXPECT_EQ(view->URL(), place + "/page");
+    }
 }
 
 TEST_F(NavigationDelegateTest, TheApplicationDecidesAboutAnswers)
