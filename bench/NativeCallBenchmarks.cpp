@@ -30,7 +30,7 @@ std::vector<Benchmark> nativeCallBenchmarks()
     bool isReady = false;
     // Either side sends the next call when it has the answer of the one before.
     std::function<void()> next;
-    const EngineText nothing(R"({"code":0,"data":""})");
+    EngineText nothing(R"({"code":0,"data":""})");
     BarePage bare([&](std::string_view prompt) {
         isReady = isReady || prompt == "_dsbridge=bench.done";
         if (prompt == "_dsbridge=_dsb.returnValue") {

@@ -16,15 +16,16 @@ constexpr double kBottom = 50;
 constexpr double kTop = 40;
 constexpr double kRight = 20;
 
+/// Powers of ten.
 struct Scale {
-    double from;
-    double to;
+    int from;
+    int to;
 
-    /// Whole powers of ten around the values.
+    /// Those around the values.
     static Scale around(double least, double most)
     {
-        const double from = std::floor(std::log10(least));
-        return { from, std::max(from + 1, std::ceil(std::log10(most))) };
+        const int from = static_cast<int>(std::floor(std::log10(least)));
+        return { from, std::max(from + 1, static_cast<int>(std::ceil(std::log10(most)))) };
     }
     double part(double value) const { return (std::log10(value) - from) / (to - from); }
 };
@@ -68,12 +69,12 @@ std::string plotOf(const Curve& curve)
     svg << textAt(kWidth / 2, 20, "middle", curve.title, "font-weight=\"bold\"")
         << textAt(kWidth / 2, kHeight - 10, "middle", curve.xLabel)
         << textAt(16, kHeight / 2, "middle", curve.yLabel, "transform=\"rotate(-90 16 180)\"");
-    for (double power = xScale.from; power <= xScale.to; ++power) {
+    for (int power = xScale.from; power <= xScale.to; ++power) {
         const double x = xOf(xScale, std::pow(10, power));
         svg << "<path d=\"M" << x << " " << kTop << "V" << kHeight - kBottom << "\" stroke=\"#ddd\"/>\n"
             << textAt(x, kHeight - kBottom + 16, "middle", number(std::pow(10, power)));
     }
-    for (double power = yScale.from; power <= yScale.to; ++power) {
+    for (int power = yScale.from; power <= yScale.to; ++power) {
         const double y = yOf(yScale, std::pow(10, power));
         svg << "<path d=\"M" << kLeft << " " << y << "H" << kWidth - kRight << "\" stroke=\"#ddd\"/>\n"
             << textAt(kLeft - 6, y + 4, "end", number(std::pow(10, power)));

@@ -27,7 +27,7 @@ extern const Port kPort;
 class Toolkit {
 public:
     Toolkit();
-    ~Toolkit();
+    ~Toolkit(); // NOLINT(performance-trivially-destructible): Qt's has something to delete
     Toolkit(const Toolkit&) = delete;
     Toolkit& operator=(const Toolkit&) = delete;
 };

@@ -2,7 +2,6 @@
 
 #include <clocale>
 #include <glib.h>
-#include <locale.h>
 
 namespace tq {
 

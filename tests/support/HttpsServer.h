@@ -11,9 +11,11 @@
 #include <thread>
 #include <vector>
 
+// NOLINTBEGIN(bugprone-reserved-identifier): the names are the toolkit's own
 typedef struct _GCancellable GCancellable;
 typedef struct _GIOStream GIOStream;
 typedef struct _GSocketListener GSocketListener;
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace tq::test {
 
