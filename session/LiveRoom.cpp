@@ -43,7 +43,7 @@ LiveRoom::LiveRoom(TQWBRoomOptions options)
 
 std::shared_ptr<LiveRoom> LiveRoom::make(TQWBRoomOptions options)
 {
-    const std::shared_ptr<LiveRoom> room(new LiveRoom(std::move(options)));
+    std::shared_ptr<LiveRoom> room(new LiveRoom(std::move(options)));
     room->m_view = TQWBWebView::initWithFrame(room->m_options.frame, room->m_options.configuration);
     if (room->m_view) {
         room->m_view->setAcceptedCertificates(room->m_options.acceptedCertificates);

@@ -127,7 +127,7 @@ Membership::Membership(std::shared_ptr<const TQWBNaviDataInfo> service, const TQ
 std::shared_ptr<Membership> Membership::join(std::shared_ptr<const TQWBNaviDataInfo> service,
     const TQWBRoomConfig& config, const std::shared_ptr<Membership>& before, Joined joined)
 {
-    const std::shared_ptr<Membership> self(new Membership(std::move(service), config));
+    std::shared_ptr<Membership> self(new Membership(std::move(service), config));
     self->m_wasIn = before && before->isIn();
     self->m_number = departures().take(placeOf(config));
     sendToService(nullptr, joinRequest(self->m_service.get(), config),

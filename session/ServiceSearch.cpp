@@ -31,8 +31,7 @@ ServiceSearch::ServiceSearch(OptionalText appKey, OptionalText token, Done done)
 
 std::shared_ptr<ServiceSearch> ServiceSearch::begin(OptionalText appKey, OptionalText token, Done done)
 {
-    const std::shared_ptr<ServiceSearch> search(
-        new ServiceSearch(std::move(appKey), std::move(token), std::move(done)));
+    std::shared_ptr<ServiceSearch> search(new ServiceSearch(std::move(appKey), std::move(token), std::move(done)));
     dispatchToMain([weak = search->weak_from_this()] {
         if (const auto self = weak.lock())
             self->askNext();
