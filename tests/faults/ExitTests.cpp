@@ -40,7 +40,8 @@ protected:
     void TearDown() override { unsetenv(kHost); }
     static std::optional<NSURL> at(const std::string& path)
     {
-        return NSURL::URLWithString("https://" + std::string(getenv(kHost)) + path);
+        const char* host = getenv(kHost);
+        return host ? NSURL::URLWithString("https://" + std::string(host) + path) : std::nullopt;
     }
     static void request(const std::string& path, NSURLCompletion completion)
     {

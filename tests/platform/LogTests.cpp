@@ -2,9 +2,9 @@
 #include "tests/support/Log.h"
 
 #include <atomic>
+#include <clocale>
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <locale.h>
 #include <stdexcept>
 #include <thread>
 

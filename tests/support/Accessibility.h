@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-typedef struct _GDBusConnection GDBusConnection;
+typedef struct _GDBusConnection GDBusConnection; // NOLINT(bugprone-reserved-identifier): the toolkit's own name
 
 namespace tq::test {
 

@@ -26,9 +26,9 @@ public:
         address.sun_family = AF_UNIX;
         const auto* plain = reinterpret_cast<const sockaddr*>(&address);
         // Without a path the system chooses the address that answers come to.
-        bind(m_socket, plain, sizeof address.sun_family);
+        const bool isBound = bind(m_socket, plain, sizeof address.sun_family) == 0;
         path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-        if (connect(m_socket, plain, sizeof address))
+        if (!isBound || connect(m_socket, plain, sizeof address))
             throw std::runtime_error("nobody listens at " + path);
     }
 

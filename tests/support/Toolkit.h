@@ -6,7 +6,7 @@ namespace tq::test {
 class Toolkit {
 public:
     Toolkit(int& argc, char** argv);
-    ~Toolkit();
+    ~Toolkit(); // NOLINT(performance-trivially-destructible): Qt's has something to delete
     Toolkit(const Toolkit&) = delete;
     Toolkit& operator=(const Toolkit&) = delete;
 };

@@ -27,7 +27,7 @@ Toolkit::Toolkit(int& argc, char** argv)
     if (geteuid() == 0)
         setenv("QTWEBENGINE_DISABLE_SANDBOX", "1", 1);
     new QApplication(argc, argv);
-} // NOLINT(clang-analyzer-cplusplus.NewDeleteLeaks): the destructor deletes it by its global name
+}
 
 Toolkit::~Toolkit() { delete qApp; }
 
